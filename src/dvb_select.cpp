@@ -1,0 +1,14 @@
+// Selection of the character table of a DVB string, as a function of the flat interface.
+#include "detail/dvb_select.h"
+
+unsigned int zelk_dvbGetDvbCode(const char *text, dvbCharSet_t *charSet, DvbCode_t *code, int *extra,
+                                DvbCode_t defaultCode, int defaultExtra) {
+    const zelk::detail::DvbSelection selection =
+        zelk::detail::selectDvbCode(text, -1, *charSet, defaultCode, defaultExtra);
+    *charSet = selection.charSet;
+    *code = selection.code;
+    if (extra != nullptr) {
+        *extra = selection.extra;
+    }
+    return selection.consumed;
+}

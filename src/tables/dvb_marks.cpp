@@ -1,0 +1,168 @@
+// Marks and bases of DVB text, mark by mark as the standards list them, spread into grids when compiled.
+#include "tables/dvb_marks.h"
+
+#include <string_view>
+
+namespace zelk::tables {
+namespace {
+
+// One mark of the Latin grid. A letter that is not listed stays itself, so that the mark is dropped.
+struct LatinMark {
+    char16_t spacing;
+    std::string_view letters;
+    std::u16string_view composed;
+};
+
+// Column n is mark 0xC0 + n of ISO/IEC 6937, the columns of 0xC9 and 0xCC have no mark. Kept on purpose: the ring gives
+// E and e the dot above, and the ogonek gives S, T, s and t the comma below.
+constexpr LatinMark latinMarks[latinColumns] = {
+    {0x0060, "AEINOUWYaeinouwy", u"ÀÈÌǸÒÙẀỲàèìǹòùẁỳ"},                                       // 0xC1 grave
+    {0x00B4, "ACEGIKLMNOPRSUWYZacegiklmnoprsuwyz", u"ÁĆÉǴÍḰĹḾŃÓṔŔŚÚẂÝŹáćéǵíḱĺḿńóṕŕśúẃýź"},   // 0xC2 acute
+    {0x005E, "ACDEGHIJLNOSTUWYZacdeghijlnostuwyz", u"ÂĈḒÊĜĤÎĴḼṊÔŜṰÛŴŶẐâĉḓêĝĥîĵḽṋôŝṱûŵŷẑ"},   // 0xC3 circumflex
+    {0x007E, "AEINOUVYaeinouvy", u"ÃẼĨÑÕŨṼỸãẽĩñõũṽỹ"},                                       // 0xC4 tilde
+    {0x00AF, "AEGIOUYaegiouy", u"ĀĒḠĪŌŪȲāēḡīōūȳ"},                                           // 0xC5 macron
+    {0x02D8, "AEGHIOUaeghiou", u"ĂĔĞḪĬŎŬăĕğḫĭŏŭ"},                                           // 0xC6 breve
+    {0x02D9, "ABCDEFGIMNOPRSTWYZabcdefgmnoprstwyz", u"ȦḂĊḊĖḞĠİṀṄȮṖṘṠṪẆẎŻȧḃċḋėḟġṁṅȯṗṙṡṫẇẏż"}, // 0xC7 dot above
+    {0x00A8, "AEHIOUWXYaehiotuwxy", u"ÄËḦÏÖÜẄẌŸäëḧïöẗüẅẍÿ"},                                 // 0xC8 diaeresis
+    {0x0323, "", u""},                                                                       // dot below
+    {0x02DA, "AEUaeuwy", u"ÅĖŮåėůẘẙ"},                                                       // 0xCA ring
+    {0x00B8, "CDEGHKLNRSTcdeghklnrst", u"ÇḐȨĢḨĶĻŅŖŞŢçḑȩģḩķļņŗşţ"},                           // 0xCB cedilla
+    {0x005F, "", u""},                                                                       // low line
+    {0x02DD, "OUou", u"ŐŰőű"},                                                               // 0xCD double acute
+    {0x02DB, "AEIOSTUaeiostu", u"ĄĘĮǪȘȚŲąęįǫșțų"},                                           // 0xCE ogonek
+    {0x02C7, "ACDEGHIKLNORSTUZacdeghijklnorstuz", u"ǍČĎĚǦȞǏǨĽŇǑŘŠŤǓŽǎčďěǧȟǐǰǩľňǒřšťǔž"},     // 0xCF caron
+};
+
+struct MarkByte {
+    std::uint8_t byte;
+    std::uint8_t column; // from 1
+};
+
+constexpr MarkByte iso6937Marks[] = {{0xC1, 1}, {0xC2, 2},  {0xC3, 3},  {0xC4, 4},  {0xC5, 5},  {0xC6, 6}, {0xC7, 7},
+                                     {0xC8, 8}, {0xCA, 10}, {0xCB, 11}, {0xCD, 13}, {0xCE, 14}, {0xCF, 15}};
+constexpr MarkByte latin1Marks[] = {{0xA8, 8}, {0xB4, 2}, {0xB8, 11}};
+constexpr MarkByte greekMarks[] = {{0xA8, 1}, {0xB4, 2}, {0xB5, 3}};
+
+// Greek capitals and small letters at their places of ISO 8859-7, with diaeresis, tonos and both.
+struct GreekBase {
+    std::uint8_t byte;
+    std::array<char16_t, greekColumns> composed;
+};
+
+constexpr GreekBase greekBases[greekRows] = {
+    {0x20, {0x00A8, 0x0384, 0x0385}}, // the marks alone
+    {0xC1, {0x0391, 0x0386, 0x0391}}, // capital alpha
+    {0xC5, {0x0395, 0x0388, 0x0395}}, // capital epsilon
+    {0xC7, {0x0397, 0x0389, 0x0397}}, // capital eta
+    {0xC9, {0x03AA, 0x038A, 0x03AA}}, // capital iota
+    {0xCF, {0x039F, 0x038C, 0x039F}}, // capital omicron
+    {0xD5, {0x03AB, 0x038E, 0x03AB}}, // capital upsilon
+    {0xD9, {0x03A9, 0x038F, 0x03A9}}, // capital omega
+    {0xE1, {0x03B1, 0x03AC, 0x03B1}}, // alpha
+    {0xE5, {0x03B5, 0x03AD, 0x03B5}}, // epsilon
+    {0xE7, {0x03B7, 0x03AE, 0x03B7}}, // eta
+    {0xE9, {0x03CA, 0x03AF, 0x0390}}, // iota
+    {0xEF, {0x03BF, 0x03CC, 0x03BF}}, // omicron
+    {0xF5, {0x03CB, 0x03CD, 0x03B0}}, // upsilon
+    {0xF9, {0x03C9, 0x03CE, 0x03C9}}, // omega
+};
+
+constexpr int latinRow(unsigned int base) {
+    if (base == ' ') {
+        return 0;
+    }
+    if (base >= 'A' && base <= 'Z') {
+        return static_cast<int>(base - 'A') + 1;
+    }
+    if (base >= 'a' && base <= 'z') {
+        return static_cast<int>(base - 'a') + 27;
+    }
+    return -1;
+}
+
+template <std::size_t Count>
+constexpr MarkSet makeSet(const MarkByte (&marks)[Count], unsigned int grid, unsigned int columns) {
+    MarkSet set{};
+    for (const MarkByte mark : marks) {
+        set.columnOf[mark.byte] = mark.column;
+    }
+    set.rowOf.fill(-1);
+    set.grid = static_cast<std::uint16_t>(grid);
+    set.columns = static_cast<std::uint16_t>(columns);
+    return set;
+}
+
+template <std::size_t Count>
+constexpr MarkSet makeLatinSet(const MarkByte (&marks)[Count]) {
+    MarkSet set = makeSet(marks, 0, latinColumns);
+    for (unsigned int base = 0; base < set.rowOf.size(); ++base) {
+        set.rowOf[base] = static_cast<std::int8_t>(latinRow(base));
+    }
+    return set;
+}
+
+constexpr unsigned int greekGrid = latinRows * latinColumns;
+
+constexpr MarkSet makeGreekSet() {
+    MarkSet set = makeSet(greekMarks, greekGrid, greekColumns);
+    for (unsigned int row = 0; row < greekRows; ++row) {
+        set.rowOf[greekBases[row].byte] = static_cast<std::int8_t>(row);
+    }
+    return set;
+}
+
+constexpr DvbMarks expand() {
+    DvbMarks marks{{makeLatinSet(iso6937Marks), makeGreekSet(), makeLatinSet(latin1Marks)}, {}};
+    for (unsigned int base = 0; base < 0x80; ++base) {
+        const int row = latinRow(base);
+        for (unsigned int column = 0; row >= 0 && column < latinColumns; ++column) {
+            const LatinMark &mark = latinMarks[column];
+            const std::size_t place = mark.letters.find(static_cast<char>(base));
+            char16_t composed = static_cast<char16_t>(base);
+            if (base == ' ') {
+                composed = mark.spacing;
+            } else if (place != std::string_view::npos) {
+                composed = mark.composed[place];
+            }
+            marks.composed[static_cast<unsigned int>(row) * latinColumns + column] = composed;
+        }
+    }
+    for (unsigned int row = 0; row < greekRows; ++row) {
+        for (unsigned int column = 0; column < greekColumns; ++column) {
+            marks.composed[greekGrid + row * greekColumns + column] = greekBases[row].composed[column];
+        }
+    }
+    return marks;
+}
+
+constexpr bool everyLetterHasItsPartner() {
+    for (const LatinMark &mark : latinMarks) {
+        if (mark.letters.size() != mark.composed.size()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+constexpr std::size_t composedLetters() {
+    std::size_t count = 0;
+    for (const LatinMark &mark : latinMarks) {
+        count += mark.letters.size();
+    }
+    return count;
+}
+
+} // namespace
+
+constexpr DvbMarks dvbMarks = expand();
+
+static_assert(everyLetterHasItsPartner() && composedLetters() == 263);
+static_assert(std::size(iso6937Marks) == 13 && composedCount == 840);
+static_assert(composeIn(dvbMarks, 0, 'e', 0xC2) == 0x00E9 && composeIn(dvbMarks, 0, ' ', 0xC2) == 0x00B4);
+static_assert(composeIn(dvbMarks, 0, 'B', 0xC2) == 'B' && composeIn(dvbMarks, 0, '1', 0xC2) == 0);
+static_assert(composeIn(dvbMarks, 0, 'E', 0xCA) == 0x0116 && composeIn(dvbMarks, 0, 'S', 0xCE) == 0x0218);
+static_assert(composeIn(dvbMarks, 0, 'e', 0xC9) == 0 && composeIn(dvbMarks, 0, 'e', 0xCC) == 0);
+static_assert(composeIn(dvbMarks, 1, 0xE9, 0xB5) == 0x0390 && composeIn(dvbMarks, 1, 'e', 0xB5) == 0);
+static_assert(composeIn(dvbMarks, 2, 'u', 0xA8) == 0x00FC && composeIn(dvbMarks, 2, 'c', 0xB8) == 0x00E7);
+
+} // namespace zelk::tables
