@@ -1,0 +1,41 @@
+#include "command.h"
+
+#include <charconv>
+#include <system_error>
+
+namespace zelk::tool {
+
+void failSystem(const std::string &subject, int error) {
+    throw Failure(ExitInputOutput, fmt::format("{}: {}", subject, std::generic_category().message(error)));
+}
+
+CLI::Validator oneOf(const std::vector<std::string> &words) {
+    const auto check = [words](const std::string &value) -> std::string {
+        for (const std::string &word : words) {
+            if (value == word) {
+                return {};
+            }
+        }
+        return fmt::format("expected one of {}, found '{}'", fmt::join(words, ", "), value);
+    };
+    return {check, fmt::format("{}", fmt::join(words, "|"))};
+}
+
+CLI::Validator numberFrom(int first, int last) {
+    const auto check = [first, last](const std::string &value) -> std::string {
+        int number = 0;
+        const char *const end = value.data() + value.size();
+        const auto [stop, error] = std::from_chars(value.data(), end, number);
+        if (error == std::errc{} && stop == end && number >= first && number <= last) {
+            return {};
+        }
+        return fmt::format("expected a number from {} to {}, found '{}'", first, last, value);
+    };
+    return {check, fmt::format("{}-{}", first, last)};
+}
+
+CLI::Option *addFiles(CLI::App &command, std::vector<std::string> &files) {
+    return command.add_option("files", files, "Files to read; none, or -, is standard input")->type_name("FILE");
+}
+
+} // namespace zelk::tool

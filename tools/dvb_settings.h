@@ -1,0 +1,34 @@
+// The settings of a receiver that decide how a DVB string is read, as command-line options.
+#pragma once
+
+#include "zelk.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+
+namespace zelk::tool {
+
+struct DvbSettings {
+    dvbCharSet_t region = DvbCharSetStandard;
+    DvbCode_t defaultCode = DvbCodeNone;
+    int extra = 0;
+    bool keepEmphasis = false;
+
+    unsigned int flags() const { return keepEmphasis ? 1U : 0U; }
+    DvbConverter converter() const { return {region, defaultCode, extra, flags()}; }
+};
+
+// --region
+void addRegionOption(CLI::App &command, dvbCharSet_t &region);
+
+// --region, --default-code, --extra, --keep-emphasis
+void addDvbOptions(CLI::App &command, DvbSettings &settings);
+
+// "standard", the word of --region.
+std::string regionName(dvbCharSet_t region);
+
+// "ISO 8859-5", "UTF-8": what a character table code stands for.
+std::string codeName(DvbCode_t code);
+
+} // namespace zelk::tool

@@ -1,0 +1,85 @@
+// The command-line tool `zelk`: looks at, converts, sorts and matches the text of digital television with the library.
+#include "command.h"
+#include "commands.h"
+#include "stream.h"
+
+#include "zelk.h"
+
+#include <cctype>
+#include <csignal>
+#include <cstdio>
+
+namespace {
+
+using namespace zelk::tool;
+
+constexpr const char *description = "Character sets and text of digital television.";
+constexpr const char *footer = "Exit status: 0 success; 1 nothing matched or the text is invalid; 2 wrong usage or "
+                               "input;\n3 a file could not be read or written.\n"
+                               "'zelk COMMAND --help' tells more about a command.";
+
+// "zelk sort", or "zelk" before a command is known.
+std::string programName(const CLI::App &app) {
+    const std::vector<CLI::App *> commands = app.get_subcommands();
+    return commands.empty() ? app.get_name() : app.get_name() + ' ' + commands.front()->get_name();
+}
+
+int fail(const std::string &program, const std::string &message, int status) {
+    fmt::print(stderr, "{}: {}\n", program, message);
+    return status;
+}
+
+int failUsage(const CLI::App &app, std::string message) {
+    const std::string program = programName(app);
+    if (app.get_subcommands().empty()) {
+        const std::vector<std::string> words = app.remaining();
+        message = words.empty()             ? "expected a command"
+                  : words.front()[0] == '-' ? fmt::format("unknown option '{}'", words.front())
+                                            : fmt::format("unknown command '{}'", words.front());
+    }
+    if (std::isupper(static_cast<unsigned char>(message[0])) != 0) {
+        message[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(message[0])));
+    }
+    return fail(program, fmt::format("{}; see '{} --help'", message, program), ExitBadInput);
+}
+
+int run(CLI::App &app, int argc, char **argv) {
+    try {
+        app.parse(argc, argv);
+        return ExitOk;
+    } catch (const CLI::RuntimeError &end) {
+        return end.get_exit_code();
+    } catch (const CLI::Success &help) { // --help, --version
+        return app.exit(help);
+    } catch (const CLI::ParseError &error) {
+        return failUsage(app, error.what());
+    } catch (const Failure &failure) {
+        flushOutput();
+        return fail(programName(app), failure.what(), failure.status());
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    (void)std::signal(SIGPIPE, SIG_IGN); // write() sees the error instead
+    CLI::App app(description, "zelk");
+    app.footer(footer);
+    app.set_help_flag("-h,--help", "Show this help");
+    app.set_version_flag("--version",
+                         fmt::format("zelk {}.{}.{}", ZELK_VERSION_MAJOR, ZELK_VERSION_MINOR, ZELK_VERSION_PATCH));
+    app.require_subcommand(1);
+#ifdef ZELK_TOOL_SCAN
+    addScanCommand(app);
+#endif
+
+    try {
+        int status = run(app, argc, argv);
+        flushOutput();
+        return status;
+    } catch (const BrokenPipe &) {
+        return ExitOk;
+    } catch (const Failure &failure) {
+        return fail("zelk", failure.what(), failure.status());
+    }
+}

@@ -1,0 +1,73 @@
+// Reading and writing of whole files in constant memory. Text is bytes here: nothing is translated, and a zero byte
+// is a byte like any other.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelk::tool {
+
+// The reader of standard output has gone: the tool ends quietly.
+struct BrokenPipe {};
+
+// Writes to standard output. Throws BrokenPipe, or Failure when the bytes cannot be written.
+void write(std::string_view bytes);
+
+// Writes what is still buffered; main() calls it at the end of every command.
+void flushOutput();
+
+// A file by name, or standard input for "-". Throws Failure when the file cannot be opened or read.
+class Input {
+public:
+    explicit Input(const std::string &name);
+    ~Input();
+    Input(const Input &) = delete;
+    Input &operator=(const Input &) = delete;
+
+    // The name for messages: the file's name or "standard input".
+    const std::string &name() const { return name_; }
+
+    // Up to `size` bytes; fewer than asked only at the end of the file.
+    std::size_t read(char *buffer, std::size_t size);
+
+private:
+    std::string name_;
+    std::FILE *file_;
+};
+
+// Bytes that Input and the converters handle at a time.
+inline constexpr std::size_t chunkSize = 65536;
+
+// Calls `use` with every input in turn; no file at all stands for standard input.
+void forEachInput(const std::vector<std::string> &files, const std::function<void(Input &)> &use);
+
+// Lines without their line feed. A last line without one is a line; an empty file has none.
+class LineReader {
+public:
+    static constexpr std::size_t anyLength = static_cast<std::size_t>(-1);
+
+    // A line of more than `longest` bytes is bad input and throws Failure.
+    explicit LineReader(Input &input, std::size_t longest = anyLength) : input_(input), longest_(longest) {}
+
+    // False at the end of the file. The line stays valid until the next call.
+    bool next(std::string &line);
+
+    // Number of the line last read, from 1.
+    std::size_t number() const { return number_; }
+
+    // "file:7", for messages.
+    std::string place() const;
+
+private:
+    Input &input_;
+    std::size_t longest_;
+    std::string buffer_;
+    std::size_t at_ = 0;
+    std::size_t number_ = 0;
+};
+
+} // namespace zelk::tool

@@ -1,0 +1,144 @@
+#include "text.h"
+
+#include "command.h"
+
+#include "zelk.h"
+#include <utf8proc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <unistd.h>
+
+namespace zelk::tool {
+
+namespace {
+
+// Calls use(codePoint, bytes) for every character, with codePoint -1 for a byte that begins none.
+template <class Use>
+void forEachCharacter(std::string_view text, Use use) {
+    while (!text.empty()) {
+        utf8proc_int32_t codePoint = -1;
+        const utf8proc_ssize_t count = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t *>(text.data()),
+                                                        static_cast<utf8proc_ssize_t>(text.size()), &codePoint);
+        const std::size_t length = count > 0 ? static_cast<std::size_t>(count) : 1;
+        use(count > 0 ? codePoint : -1, text.substr(0, length));
+        text.remove_prefix(length);
+    }
+}
+
+bool isShown(utf8proc_int32_t codePoint) {
+    switch (utf8proc_category(codePoint)) {
+    case UTF8PROC_CATEGORY_CC:
+    case UTF8PROC_CATEGORY_CF:
+    case UTF8PROC_CATEGORY_CS:
+    case UTF8PROC_CATEGORY_ZL:
+    case UTF8PROC_CATEGORY_ZP:
+        return false;
+    default:
+        return true;
+    }
+}
+
+} // namespace
+
+std::string jsonLine(const Json &value) {
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+std::string hex(std::string_view bytes) {
+    std::string result;
+    for (const char byte : bytes) {
+        fmt::format_to(std::back_inserter(result), "{}{:02X}", result.empty() ? "" : " ",
+                       static_cast<unsigned char>(byte));
+    }
+    return result;
+}
+
+std::string codePointName(unsigned int character) {
+    return fmt::format("U+{:04X}", character);
+}
+
+std::string utf8(unsigned short character) {
+    unsigned char bytes[4];
+    const unsigned int count = zelkUtf8CharEncode(character, bytes, sizeof bytes);
+    return {reinterpret_cast<const char *>(bytes), count};
+}
+
+std::string utf8(const std::vector<unsigned short> &units) {
+    std::string result;
+    for (const unsigned short unit : units) {
+        result += utf8(unit);
+    }
+    return result;
+}
+
+std::size_t displayWidth(std::string_view text) {
+    std::size_t width = 0;
+    forEachCharacter(text, [&width](utf8proc_int32_t codePoint, std::string_view) {
+        width += codePoint < 0 ? 1 : static_cast<std::size_t>(std::max(utf8proc_charwidth(codePoint), 0));
+    });
+    return width;
+}
+
+std::string printable(std::string_view text) {
+    std::string result;
+    forEachCharacter(text, [&result](utf8proc_int32_t codePoint, std::string_view bytes) {
+        if (codePoint < 0) {
+            fmt::format_to(std::back_inserter(result), "\\x{:02X}", static_cast<unsigned char>(bytes.front()));
+        } else if (codePoint == '\n') {
+            result += "\\n";
+        } else if (codePoint == '\\') {
+            result += "\\\\";
+        } else if (!isShown(codePoint)) {
+            fmt::format_to(std::back_inserter(result), "\\u{:04X}", codePoint);
+        } else {
+            result += bytes;
+        }
+    });
+    return result;
+}
+
+void addColourOption(CLI::App &command, Colour &colour) {
+    static const std::map<std::string, Colour> names = {
+        {"auto", Colour::Auto}, {"always", Colour::Always}, {"never", Colour::Never}};
+    command
+        .add_option_function<std::string>(
+            "--color", [&colour](const std::string &name) { colour = names.at(name); },
+            "Colour: on a terminal without NO_COLOR, always, or never")
+        ->type_name("WHEN")
+        ->check(oneOf({"auto", "always", "never"}));
+}
+
+bool useColour(Colour colour) {
+    if (colour != Colour::Auto) {
+        return colour == Colour::Always;
+    }
+    const char *const noColour = std::getenv("NO_COLOR");
+    return (noColour == nullptr || *noColour == 0) && isatty(STDOUT_FILENO) != 0;
+}
+
+std::string Table::format(bool colour) const {
+    std::vector<std::size_t> widths;
+    for (const Row &row : rows_) {
+        widths.resize(std::max(widths.size(), row.cells.size()));
+        for (std::size_t i = 0; i < row.cells.size(); ++i) {
+            widths[i] = std::max(widths[i], displayWidth(row.cells[i]));
+        }
+    }
+    std::string result;
+    for (const Row &row : rows_) {
+        std::string line;
+        for (std::size_t i = 0; i < row.cells.size(); ++i) {
+            line += row.cells[i];
+            line.append(widths[i] - displayWidth(row.cells[i]) + 2, ' ');
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        const fmt::text_style style = &row == &rows_.front() ? fmt::text_style(fmt::emphasis::bold) : row.style;
+        result += colour ? fmt::format(style, "{}", line) : line;
+        result += '\n';
+    }
+    return result;
+}
+
+} // namespace zelk::tool

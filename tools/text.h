@@ -1,0 +1,66 @@
+// How text is shown: code points, display width, columns, colour, JSON.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <fmt/color.h>
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelk::tool {
+
+// Members keep the order in which they are written.
+using Json = nlohmann::ordered_json;
+
+// One line of JSON with its line feed; bytes that are no UTF-8 become U+FFFD.
+std::string jsonLine(const Json &value);
+
+// "05 41 62"
+std::string hex(std::string_view bytes);
+
+// "U+00E9"
+std::string codePointName(unsigned int character);
+
+// One UCS-2 unit as UTF-8.
+std::string utf8(unsigned short character);
+
+// Units in native byte order as UTF-8.
+std::string utf8(const std::vector<unsigned short> &units);
+
+// Columns that UTF-8 text takes on a terminal.
+std::size_t displayWidth(std::string_view text);
+
+// Text that is safe on a terminal and stays in its line: controls, format characters and malformed bytes are written
+// as escapes (\n, \u0085, \xE9), a backslash as two.
+std::string printable(std::string_view text);
+
+enum class Colour { Auto, Always, Never };
+
+// --color auto|always|never
+void addColourOption(CLI::App &command, Colour &colour);
+
+// Auto: standard output is a terminal and NO_COLOR is unset or empty.
+bool useColour(Colour colour);
+
+// Rows of cells, written in aligned columns; the last column is not padded.
+class Table {
+public:
+    explicit Table(std::vector<std::string> heading) : rows_{{std::move(heading), {}}} {}
+
+    void add(std::vector<std::string> cells, fmt::text_style style = {}) { rows_.push_back({std::move(cells), style}); }
+
+    // The styles take effect when `colour` is set; the heading is bold.
+    std::string format(bool colour) const;
+
+private:
+    struct Row {
+        std::vector<std::string> cells;
+        fmt::text_style style;
+    };
+    std::vector<Row> rows_;
+};
+
+} // namespace zelk::tool
