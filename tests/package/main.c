@@ -1,0 +1,5 @@
+#include <zelk.h>
+
+int main(void) {
+    return zelkUtf8CharGetEncodedLength(0x20AC) == 3 ? 0 : 1;
+}

@@ -1,0 +1,5 @@
+#include <zelk.hpp>
+
+int main() {
+    return zelk::GetSupportedCharacterSets().size() == 41 ? 0 : 1;
+}
