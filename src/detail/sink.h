@@ -71,9 +71,9 @@ private:
 };
 
 // The loop of the single-byte sets and of teletext: one input unit, one character. A zero unit ends the text, counted
-// or not; a negative count runs to it. A character of value 0 is not written.
+// or not; a negative count runs to it. A character of value 0 is not written. `in` is a pointer, or BytePairs.
 template <class Sink, class In, class Map>
-unsigned int convertUnits(typename Sink::Unit *out, int outSize, const In *in, int inLength, Map map) {
+unsigned int convertUnits(typename Sink::Unit *out, int outSize, In in, int inLength, Map map) {
     Sink sink(out, outSize);
     if (in != nullptr && inLength != 0) {
         for (auto left = static_cast<unsigned int>(inLength); !sink.full(); ++in) {

@@ -1,0 +1,59 @@
+// The byte-at-a-time UTF-8 decoder, inline for the loops that feed it. It accepts what utf8_char.h accepts and reports
+// the same U+FFFD, except that a four-byte lead ends a pending sequence without a report of its own.
+#pragma once
+
+#include "detail/utf8_char.h"
+#include "zelk.h"
+
+namespace zelk::detail {
+
+inline constexpr unsigned int firstOfTwoUnits = static_cast<unsigned int>(replacementCharacter) << 16U;
+
+// The least partial value, by continuation bytes still expected, that is no overlong form: the whole value of a
+// two-byte form, and that of a three-byte form after its first continuation byte (0x20 << 6 is 0x800).
+constexpr unsigned int leastValue(unsigned int remaining) {
+    return remaining == 1 ? 0x80 : remaining == 2 ? 0x20 : 0;
+}
+
+constexpr void utf8StreamReset(Utf8DecoderState &state) {
+    state.remaining = 0;
+    state.tooSmall = 0;
+    state.value = 0;
+}
+
+// One byte in; out come up to two units, the later one in the low half, 0 meaning none.
+constexpr unsigned int utf8StreamDecode(Utf8DecoderState &state, unsigned int byte) {
+    const bool unfinished = state.remaining != 0;
+    if (byte < 0x80) {
+        state.remaining = 0;
+        return unfinished ? firstOfTwoUnits | byte : byte;
+    }
+    if (byte < 0xC0) {
+        if (!unfinished) {
+            return replacementCharacter;
+        }
+        const unsigned int value = (static_cast<unsigned int>(state.value) << 6U | (byte & 0x3FU)) & 0xFFFFU;
+        if (value < leastValue(state.remaining)) {
+            state.tooSmall = 1;
+        }
+        if (--state.remaining != 0) {
+            state.value = static_cast<unsigned short>(value);
+            return 0;
+        }
+        const bool overlong = state.tooSmall != 0;
+        state.tooSmall = 0;
+        state.value = 0;
+        return overlong ? replacementCharacter : value;
+    }
+    state.tooSmall = 0;
+    if (byte > 0xEF) {
+        state.remaining = 0;
+        return replacementCharacter;
+    }
+    const bool twoBytes = byte < 0xE0;
+    state.value = static_cast<unsigned short>(byte & (twoBytes ? 0x1FU : 0x0FU));
+    state.remaining = twoBytes ? 1 : 2;
+    return unfinished ? replacementCharacter : 0;
+}
+
+} // namespace zelk::detail

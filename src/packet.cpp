@@ -1,0 +1,225 @@
+// Packets and the bounded copies that fill them, for 8-bit and 16-bit text from the same templates.
+//
+// A packet is one malloc block: two 16-bit fields, the characters, the terminator. The blocks of the two kinds differ
+// by one spare byte, which is part of the documented layout.
+#include "detail/twins.h"
+#include "detail/units.h"
+#include "detail/utf8_char.h"
+#include "detail/wrap.h"
+#include "zelk.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+
+namespace zelk::detail {
+
+namespace {
+
+template <class Packet>
+constexpr std::size_t spareBytes = 0;
+template <>
+constexpr std::size_t spareBytes<CharPacket> = 1;
+
+template <class Packet>
+Packet *emptyPacket(unsigned int size) {
+    constexpr std::uint64_t unitBytes = sizeof(Packet::chars[0]);
+    const std::uint64_t blockBytes = sizeof(Packet) + (std::uint64_t{size} + 1) * unitBytes + spareBytes<Packet>;
+    if (blockBytes > PTRDIFF_MAX) {
+        return nullptr;
+    }
+    auto *packet = static_cast<Packet *>(std::malloc(static_cast<std::size_t>(blockBytes)));
+    if (packet != nullptr) {
+        packet->capacity = static_cast<unsigned short>(size + 1);
+        packet->length = 0;
+        packet->chars[0] = 0;
+    }
+    return packet;
+}
+
+template <class Units>
+unsigned int countUnits(Units text) {
+    unsigned int count = 0;
+    if (text != nullptr) {
+        for (; *text != 0; ++text) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+// The bounded copy of every layout: store(index, unit) writes at the destination, the terminator included.
+template <class In, class Store>
+unsigned int copyBounded(int size, In src, unsigned int max, Store store) {
+    if (size <= 0) {
+        return 0;
+    }
+    const unsigned int limit = std::min(max, static_cast<unsigned int>(size - 1));
+    unsigned int count = 0;
+    if (src != nullptr) {
+        for (; count < limit && *src != 0; ++src) {
+            store(count, *src);
+            ++count;
+        }
+    }
+    store(count, 0);
+    return count;
+}
+
+template <class Unit>
+unsigned int copyText(Unit *dst, int size, const Unit *src, unsigned int max) {
+    return copyBounded(size, src, max, [dst](unsigned int index, Unit unit) { dst[index] = unit; });
+}
+
+template <class Unit>
+std::span<const Unit> unitsOf(const Unit *text) {
+    return {text, textLength(text)};
+}
+
+// A packet's text is as long as its length says; zero characters inside it are text.
+std::span<const char> unitsOf(const CharPacket *packet) {
+    return {packet->chars, packet->length};
+}
+
+std::span<const unsigned short> unitsOf(const WideCharPacket *packet) {
+    return {packet->chars, packet->length};
+}
+
+template <class Packet, class Unit>
+Packet *newPacket(unsigned short size, const Unit *init) {
+    if (init != nullptr && size == 0) {
+        const std::size_t length = textLength(init);
+        if (length >= longestPacketText) {
+            init = nullptr; // dropped whole: the caller asked for all of it
+        } else {
+            size = static_cast<unsigned short>(length);
+        }
+    }
+    auto *packet = emptyPacket<Packet>(size);
+    if (packet != nullptr && init != nullptr) {
+        packet->length = static_cast<unsigned short>(copyText(packet->chars, packet->capacity, init, unbounded));
+    }
+    return packet;
+}
+
+// Joins the texts of a list that ends with null. The list is walked twice, to measure and to copy.
+template <class Packet, class Source>
+Packet *join(const Source *first, std::va_list rest) {
+    std::va_list again;
+    va_copy(again, rest);
+    std::size_t length = 0;
+    for (const Source *source = first; source != nullptr && length <= longestPacketText;
+         source = va_arg(rest, const Source *)) {
+        length += unitsOf(source).size();
+    }
+    auto *packet = length <= longestPacketText ? emptyPacket<Packet>(static_cast<unsigned int>(length)) : nullptr;
+    if (packet != nullptr) {
+        auto *at = packet->chars;
+        for (const Source *source = first; source != nullptr; source = va_arg(again, const Source *)) {
+            const auto units = unitsOf(source);
+            at = std::copy(units.begin(), units.end(), at);
+        }
+        *at = 0;
+        packet->length = static_cast<unsigned short>(length);
+    }
+    va_end(again);
+    return packet;
+}
+
+} // namespace
+
+CharPacket *newCharPacketHolding(unsigned int size) {
+    return emptyPacket<CharPacket>(size);
+}
+
+WideCharPacket *newWideCharPacketHolding(unsigned int size) {
+    return emptyPacket<WideCharPacket>(size);
+}
+
+} // namespace zelk::detail
+
+using namespace zelk;
+
+CharPacket *zelkNewCharPacket(unsigned short size, const char *init) {
+    return detail::newPacket<CharPacket>(size, init);
+}
+
+WideCharPacket *zelkNewWideCharPacket(unsigned short size, const unsigned short *init) {
+    return detail::newPacket<WideCharPacket>(size, init);
+}
+
+CharPacket *zelkConsCharPacket(const char *first, ...) {
+    if (first == nullptr) {
+        return nullptr;
+    }
+    std::va_list rest;
+    va_start(rest, first);
+    CharPacket *packet = detail::join<CharPacket>(first, rest);
+    va_end(rest);
+    return packet;
+}
+
+WideCharPacket *zelkConsWideCharPacket(const unsigned short *first, ...) {
+    if (first == nullptr) {
+        return nullptr;
+    }
+    std::va_list rest;
+    va_start(rest, first);
+    WideCharPacket *packet = detail::join<WideCharPacket>(first, rest);
+    va_end(rest);
+    return packet;
+}
+
+CharPacket *zelkCatCharPackets(const CharPacket *first, ...) {
+    if (first == nullptr) {
+        return nullptr;
+    }
+    std::va_list rest;
+    va_start(rest, first);
+    CharPacket *packet = detail::join<CharPacket>(first, rest);
+    va_end(rest);
+    return packet;
+}
+
+// Alone of the four, an empty list gives an empty packet here: callers append to what they get.
+WideCharPacket *zelkCatWideCharPackets(const WideCharPacket *first, ...) {
+    std::va_list rest;
+    va_start(rest, first);
+    WideCharPacket *packet = detail::join<WideCharPacket>(first, rest);
+    va_end(rest);
+    return packet;
+}
+
+unsigned int zelk_strlcpy(char *dst, int size, const char *src, unsigned int max) {
+    return detail::copyText(dst, size, src, max);
+}
+
+unsigned int zelk_wstrlcpy(unsigned short *dst, int size, const unsigned short *src, unsigned int max) {
+    return detail::copyText(dst, size, src, max);
+}
+
+// High byte first in, low byte first out.
+unsigned int zelk_nawstrlcpy(unsigned char *dst, int size, const unsigned char *src, unsigned int max) {
+    return detail::copyBounded(size, detail::HighByteFirst(src), max, [dst](unsigned int index, unsigned int unit) {
+        unsigned char *pair = dst + std::size_t{index} * 2;
+        pair[0] = static_cast<unsigned char>(unit & 0xFFU);
+        pair[1] = static_cast<unsigned char>(unit >> 8U);
+    });
+}
+
+unsigned int zelk_wcslen(const unsigned short *text) {
+    return detail::countUnits(text);
+}
+
+unsigned int zelk_nawcslen(const unsigned char *text) {
+    return detail::countUnits(detail::HighByteFirst(text));
+}
+
+// Unlike the copies above it terminates whatever the size is.
+unsigned int zelk_expand(unsigned short *dst, const char *src, int size) {
+    return detail::copyBounded(std::max(size, 1), src, detail::unbounded, [dst](unsigned int index, char character) {
+        dst[index] = static_cast<unsigned char>(character);
+    });
+}

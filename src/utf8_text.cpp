@@ -1,0 +1,188 @@
+// Whole texts and streams between UCS-2 and UTF-8. One template serves the three layouts of UCS-2 text; a negative
+// count means up to the terminator, and a count is tested before the next unit is looked at.
+#include "detail/sink.h"
+#include "detail/units.h"
+#include "detail/utf8_char.h"
+#include "detail/utf8_stream.h"
+#include "detail/wrap.h"
+#include "zelk.h"
+
+namespace zelk::detail {
+
+namespace {
+
+template <class Units>
+unsigned int encodeText(unsigned char *out, int size, Units text, int count) {
+    return convertUnits<Utf8Sink>(reinterpret_cast<char *>(out), size, text, count,
+                                  [](unsigned int unit) { return unit; });
+}
+
+template <class Units>
+unsigned int encodedLength(Units text, int count) {
+    unsigned int length = 0;
+    if (text != nullptr) {
+        for (auto left = static_cast<unsigned int>(count); left != 0 && *text != 0; ++text, --left) {
+            length += utf8EncodedLength(*text);
+        }
+    }
+    return length;
+}
+
+// A result of 65,536 bytes or more is cut to its length modulo 65,536, as packets count.
+template <class Units>
+CharPacket *encodeString(Units text, int count) {
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const auto length = static_cast<unsigned short>(encodedLength(text, count));
+    return filledPacket(newCharPacketHolding(length), [&](char *chars, int size) {
+        return encodeText(reinterpret_cast<unsigned char *>(chars), size, text, count);
+    });
+}
+
+// One output byte for a unit; the rest of its sequence waits in the state, last byte first.
+unsigned int streamEncode(Utf8EncoderState &state, unsigned int unit) {
+    if (unit == 0) {
+        return state.pendingCount > 0 ? state.pendingBytes[--state.pendingCount & 1] : 0;
+    }
+    if (unit < 0x80) {
+        return unit;
+    }
+    state.pendingBytes[0] = static_cast<unsigned short>(0x80U | (unit & 0x3FU));
+    if (unit < 0x800) {
+        state.pendingCount = 1;
+        return 0xC0U + (unit >> 6U);
+    }
+    state.pendingBytes[1] = static_cast<unsigned short>(0x80U | (unit >> 6U & 0x3FU));
+    state.pendingCount = 2;
+    return 0xE0U + (unit >> 12U);
+}
+
+constexpr int endOfStream = -1;
+
+} // namespace
+
+} // namespace zelk::detail
+
+using namespace zelk;
+using detail::HighByteFirst;
+using detail::LowByteFirst;
+
+unsigned int zelkUtf8EncodeText(unsigned char *out, int size, const unsigned short *text, int count) {
+    return detail::encodeText(out, size, text, count);
+}
+
+unsigned int zelkUtf8GetLength(const unsigned short *text, int count) {
+    return detail::encodedLength(text, count);
+}
+
+unsigned int zelkUtf8EncodeNotAlignedText(unsigned char *out, int size, const unsigned char *text, int count) {
+    return detail::encodeText(out, size, HighByteFirst(text), count);
+}
+
+unsigned int zelkUtf8GetLengthForNotAlignedText(const unsigned char *text, int count) {
+    return detail::encodedLength(HighByteFirst(text), count);
+}
+
+unsigned int zelkUtf8EncodeNotAlignedInverseText(unsigned char *out, int size, const unsigned char *text, int count) {
+    return detail::encodeText(out, size, LowByteFirst(text), count);
+}
+
+unsigned int zelkUtf8GetLengthForNotAlignedInverseText(const unsigned char *text, int count) {
+    return detail::encodedLength(LowByteFirst(text), count);
+}
+
+CharPacket *zelkUtf8EncodeString(const unsigned short *text, int count) {
+    return detail::encodeString(text, count);
+}
+
+CharPacket *zelkUtf8EncodeNotAlignedString(const unsigned char *text, int count) {
+    return detail::encodeString(HighByteFirst(text), count);
+}
+
+CharPacket *zelkUtf8EncodeNotAlignedInverseString(const unsigned char *text, int count) {
+    return detail::encodeString(LowByteFirst(text), count);
+}
+
+// The output moves on by one unit for a sequence that the length cuts off, though nothing is stored for it: that unit
+// keeps what the caller's buffer held.
+unsigned int zelkUtf8DecodeText(unsigned short *out, int size, const unsigned char *text, int length) {
+    unsigned short *at = out;
+    if (text != nullptr) {
+        auto available = static_cast<unsigned int>(length);
+        for (int room = size; room > 1 && available != 0 && *text != 0; --room) {
+            const unsigned int used = detail::utf8Decode(text, available, at++);
+            text += used;
+            available -= used;
+        }
+    }
+    *at = 0;
+    return static_cast<unsigned int>(at - out);
+}
+
+WideCharPacket *zelkUtf8DecodeString(const unsigned char *text, int length) {
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const auto width = static_cast<unsigned short>(zelkUtf8GetTextWidth(text, static_cast<unsigned int>(length)));
+    return detail::filledPacket(detail::newWideCharPacketHolding(width), [&](unsigned short *chars, int size) {
+        chars[width == 0 ? 0 : width - 1] = 0; // the unit of a sequence that the length cuts off, if there is one
+        return zelkUtf8DecodeText(chars, size, text, length);
+    });
+}
+
+void zelkInitUtf8Encoder(Utf8EncoderState *state) {
+    *state = {};
+}
+
+unsigned int zelkUtf8Encode(Utf8EncoderState *state, unsigned int unit) {
+    return detail::streamEncode(*state, unit);
+}
+
+void zelkInitUtf8Decoder(Utf8DecoderState *state) {
+    detail::utf8StreamReset(*state);
+}
+
+unsigned int zelkUtf8Decode(Utf8DecoderState *state, unsigned int byte) {
+    return detail::utf8StreamDecode(*state, byte);
+}
+
+int zelkUtf8EncodeStream(zelkUnitGetter getter, void *getterContext, zelkUnitPutter putter, void *putterContext) {
+    Utf8EncoderState state{};
+    unsigned int count = 0;
+    for (int unit = getter(getterContext); unit != detail::endOfStream; unit = getter(getterContext)) {
+        unsigned int byte = detail::streamEncode(state, static_cast<unsigned int>(unit) & 0xFFFFU);
+        do {
+            if (putter(byte, putterContext) < 0) {
+                return static_cast<int>(count);
+            }
+            ++count;
+            byte = detail::streamEncode(state, 0);
+        } while (byte != 0);
+    }
+    return static_cast<int>(count);
+}
+
+// An unfinished sequence at the end of the input is dropped without a U+FFFD.
+int zelkUtf8DecodeStream(zelkUnitGetter getter, void *getterContext, zelkUnitPutter putter, void *putterContext) {
+    Utf8DecoderState state{};
+    unsigned int count = 0;
+    for (int input = getter(getterContext); input != detail::endOfStream; input = getter(getterContext)) {
+        const unsigned int byte = static_cast<unsigned int>(input) & 0xFFFFU;
+        const unsigned int units = detail::utf8StreamDecode(state, byte);
+        if (units == 0 && byte != 0) {
+            continue;
+        }
+        if (units >> 16U != 0) {
+            if (putter(units >> 16U, putterContext) < 0) {
+                return static_cast<int>(count);
+            }
+            ++count;
+        }
+        if (putter(units & 0xFFFFU, putterContext) < 0) {
+            return static_cast<int>(count);
+        }
+        ++count;
+    }
+    return static_cast<int>(count);
+}
