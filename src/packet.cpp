@@ -23,8 +23,11 @@ constexpr std::size_t spareBytes = 0;
 template <>
 constexpr std::size_t spareBytes<CharPacket> = 1;
 
+static_assert(sizeof(CharPacket) == 4 && sizeof(WideCharPacket) == 4, "the characters follow the fields at once");
+
+// Everything but the characters.
 template <class Packet>
-Packet *emptyPacket(unsigned int size) {
+Packet *allocate(unsigned int size) {
     constexpr std::uint64_t unitBytes = sizeof(Packet::chars[0]);
     const std::uint64_t blockBytes = sizeof(Packet) + (std::uint64_t{size} + 1) * unitBytes + spareBytes<Packet>;
     if (blockBytes > PTRDIFF_MAX) {
@@ -34,6 +37,14 @@ Packet *emptyPacket(unsigned int size) {
     if (packet != nullptr) {
         packet->capacity = static_cast<unsigned short>(size + 1);
         packet->length = 0;
+    }
+    return packet;
+}
+
+template <class Packet>
+Packet *emptyPacket(unsigned int size) {
+    auto *packet = allocate<Packet>(size);
+    if (packet != nullptr) {
         packet->chars[0] = 0;
     }
     return packet;
@@ -89,16 +100,19 @@ std::span<const unsigned short> unitsOf(const WideCharPacket *packet) {
 
 template <class Packet, class Unit>
 Packet *newPacket(unsigned short size, const Unit *init) {
-    if (init != nullptr && size == 0) {
+    if (init == nullptr) {
+        return emptyPacket<Packet>(size);
+    }
+    if (size == 0) {
         const std::size_t length = textLength(init);
         if (length >= longestPacketText) {
-            init = nullptr; // dropped whole: the caller asked for all of it
-        } else {
-            size = static_cast<unsigned short>(length);
+            return emptyPacket<Packet>(0); // dropped whole: the caller asked for all of it
         }
+        size = static_cast<unsigned short>(length);
     }
-    auto *packet = emptyPacket<Packet>(size);
-    if (packet != nullptr && init != nullptr) {
+    // A size of 65,535 wraps the capacity to 0: the copy is refused and nothing is written.
+    auto *packet = allocate<Packet>(size);
+    if (packet != nullptr) {
         packet->length = static_cast<unsigned short>(copyText(packet->chars, packet->capacity, init, unbounded));
     }
     return packet;
