@@ -63,11 +63,11 @@ auto textOf(const Packet &packet) {
 template <class Packet>
 auto terminatedTextOf(const Packet &packet) {
     using Unit = std::remove_const_t<std::remove_reference_t<decltype(packet->chars[0])>>;
-    const Unit *end = packet->chars;
-    while (*end != 0) {
-        ++end;
+    std::vector<Unit> text;
+    while (packet->chars[text.size()] != 0) {
+        text.push_back(packet->chars[text.size()]);
     }
-    return std::vector<Unit>(&packet->chars[0], end);
+    return text;
 }
 
 } // namespace zelk_test
