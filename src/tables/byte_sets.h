@@ -1,7 +1,9 @@
 // The 256-position character sets of the ISO 8859, Windows and DVB families: one pool, one lookup.
 //
-// A family keeps only a list that turns its own table numbers into members of the pool. A set is 256 code points;
-// U+FFFD marks an unassigned position; only position 0 holds 0. The pool holds no pointers, so it needs no relocation.
+// A family keeps only a list that turns its own table numbers into members of the pool. A set is 256 code points, 512
+// bytes; U+FFFD marks an unassigned position, and only position 0 holds 0 (U+FFFD in the DVB default table, whose
+// controls are no characters). The pool holds no pointers, so it needs no relocation. Its members are written down in
+// iso8859.h, windows.h and dvb_default.h.
 #pragma once
 
 #include <array>
@@ -28,8 +30,8 @@ enum class ByteSet : std::uint8_t {
     Iso8859_14,
     Iso8859_15,
     Iso8859_16,
-    Iso8859_16WithoutFF,     // 0xFF unassigned
-    Iso8859_5WithoutShortI,  // 0xB9 and 0xD9 unassigned
+    Iso8859_16WithoutFF,    // 0xFF unassigned
+    Iso8859_5WithoutShortI, // 0xB9 and 0xD9 unassigned
     Windows1250,
     Windows1251,
     Windows1252,
