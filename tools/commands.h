@@ -12,9 +12,9 @@ void addHuffmanCommand(CLI::App &app);
 void addConvertCommand(CLI::App &app);
 void addSortCommand(CLI::App &app);
 void addMatchCommand(CLI::App &app);
+void addQuoteCommand(CLI::App &app);
 void addCaseCommand(CLI::App &app);
 void addXmlCommand(CLI::App &app);
 void addValidateCommand(CLI::App &app);
-void addQuoteCommand(CLI::App &app);
 
 } // namespace zelk::tool

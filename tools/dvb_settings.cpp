@@ -15,8 +15,8 @@ const std::vector<std::string> regionNames = {"iso8859-9",     "standard",   "is
 
 } // namespace
 
-void addRegionOption(CLI::App &command, dvbCharSet_t &region) {
-    command
+CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region) {
+    return command
         .add_option_function<std::string>(
             "--region",
             [&region](const std::string &name) {
@@ -40,6 +40,15 @@ void addDvbOptions(CLI::App &command, DvbSettings &settings) {
         ->type_name("TYPE")
         ->check(numberFrom(0, 255));
     command.add_flag("--keep-emphasis", settings.keepEmphasis, "Keep the emphasis codes U+0086 and U+0087");
+}
+
+DvbSelection selectTable(const DvbSettings &settings, const std::string &bytes) {
+    const std::string readable = bytes + std::string(3, '\0'); // the selection looks at three bytes
+    DvbSelection selection = {settings.region, DvbCodeNone, 0, 0};
+    const unsigned int consumed = zelk_dvbGetDvbCode(readable.c_str(), &selection.charSet, &selection.code,
+                                                     &selection.extra, settings.defaultCode, settings.extra);
+    selection.consumed = std::min<std::size_t>(consumed, bytes.size());
+    return selection;
 }
 
 std::string regionName(dvbCharSet_t region) {

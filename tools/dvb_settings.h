@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstddef>
 #include <string>
 
 namespace zelk::tool {
@@ -20,10 +21,20 @@ struct DvbSettings {
 };
 
 // --region
-void addRegionOption(CLI::App &command, dvbCharSet_t &region);
+CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region);
 
 // --region, --default-code, --extra, --keep-emphasis
 void addDvbOptions(CLI::App &command, DvbSettings &settings);
+
+// What the selector bytes at the head of a string decide under the settings.
+struct DvbSelection {
+    dvbCharSet_t charSet;
+    DvbCode_t code;
+    int extra;
+    std::size_t consumed; // bytes of the string, never more than it has
+};
+
+DvbSelection selectTable(const DvbSettings &settings, const std::string &bytes);
 
 // "standard", the word of --region.
 std::string regionName(dvbCharSet_t region);

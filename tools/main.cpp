@@ -69,9 +69,19 @@ int main(int argc, char **argv) {
     app.set_version_flag("--version",
                          fmt::format("zelk {}.{}.{}", ZELK_VERSION_MAJOR, ZELK_VERSION_MINOR, ZELK_VERSION_PATCH));
     app.require_subcommand(1);
+    addDecodeCommand(app);
+    addExplainCommand(app);
 #ifdef ZELK_TOOL_SCAN
     addScanCommand(app);
 #endif
+    addHuffmanCommand(app);
+    addConvertCommand(app);
+    addSortCommand(app);
+    addMatchCommand(app);
+    addQuoteCommand(app);
+    addCaseCommand(app);
+    addXmlCommand(app);
+    addValidateCommand(app);
 
     try {
         int status = run(app, argc, argv);

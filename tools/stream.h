@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace zelk::tool {
@@ -24,9 +25,13 @@ void flushOutput();
 class Input {
 public:
     explicit Input(const std::string &name);
+    // Takes the file over.
+    Input(std::FILE *file, std::string name) : name_(std::move(name)), file_(file) {}
+    Input(Input &&other) noexcept : name_(std::move(other.name_)), file_(std::exchange(other.file_, stdin)) {}
     ~Input();
     Input(const Input &) = delete;
     Input &operator=(const Input &) = delete;
+    Input &operator=(Input &&) = delete;
 
     // The name for messages: the file's name or "standard input".
     const std::string &name() const { return name_; }

@@ -73,6 +73,17 @@ std::string utf8(const std::vector<unsigned short> &units) {
     return result;
 }
 
+std::vector<unsigned short> units(const std::string &text) {
+    std::vector<unsigned short> result;
+    const auto *const bytes = reinterpret_cast<const unsigned char *>(text.data());
+    for (std::size_t at = 0; at < text.size();) {
+        unsigned short character = 0xFFFD; // stays when the last sequence is cut off
+        at += zelkUtf8CharDecode(bytes + at, static_cast<unsigned int>(text.size() - at), &character);
+        result.push_back(character);
+    }
+    return result;
+}
+
 std::size_t displayWidth(std::string_view text) {
     std::size_t width = 0;
     forEachCharacter(text, [&width](utf8proc_int32_t codePoint, std::string_view) {

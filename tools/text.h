@@ -27,8 +27,10 @@ std::string codePointName(unsigned int character);
 // One UCS-2 unit as UTF-8.
 std::string utf8(unsigned short character);
 
-// Units in native byte order as UTF-8.
 std::string utf8(const std::vector<unsigned short> &units);
+
+// UTF-8 as UCS-2 units, U+FFFD where it is malformed.
+std::vector<unsigned short> units(const std::string &text);
 
 // Columns that UTF-8 text takes on a terminal.
 std::size_t displayWidth(std::string_view text);

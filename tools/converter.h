@@ -1,0 +1,55 @@
+// Conversion of streams of any length in constant memory. A converter takes the next stretch of its input and leaves
+// at its end what cannot be decided yet, a character cut in two above all; that comes again with more behind it.
+#pragma once
+
+#include "stream.h"
+
+#include "zelk.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace zelk::tool {
+
+// Appends to `out` what `in` converts to and returns how many bytes of `in` are done; `last` says that nothing
+// follows. Bytes left over at the last call are an error of the input.
+using Converter = std::function<std::size_t(std::string_view in, bool last, std::string &out)>;
+
+// Runs the input through the converter to `take`. Throws Failure, with `expected` as its reason, when bytes are left
+// over at the end.
+void convertStream(Input &input, const Converter &converter, const std::function<void(std::string_view)> &take,
+                   std::string_view expected = {});
+
+// `first`, then `second` on its result.
+Converter chain(Converter first, Converter second);
+
+// The library ends a text at a zero byte; here a zero byte is passed on, and `convert` sees the texts between.
+// convert(text) returns what the text becomes; the text is followed by a zero byte in memory.
+Converter betweenZeros(std::function<std::string(const std::string &text)> convert);
+
+// How many bytes of `in` come before a UTF-8 sequence that its end cuts off.
+std::size_t wholeCharacters(std::string_view in);
+
+// Holds a cut-off UTF-8 sequence back until its rest arrives; at the end of the input it is given as it is.
+Converter holdCharacters(Converter converter);
+
+// UTF-8, made well-formed: U+FFFD stands for what is malformed.
+Converter fromUtf8();
+
+// UCS-2 units, high byte first or low byte first.
+Converter fromUcs2(bool highFirst);
+Converter toUcs2(bool highFirst);
+
+// As fromUcs2, for units of a teletext decoder: private-use characters become what they stand for.
+Converter fromTeletext(bool highFirst);
+
+// Lines of DVB strings.
+Converter fromDvb(dvbCharSet_t region);
+
+// Single-byte sets by number, and ISO text that may turn out to be UTF-8 up to some point.
+Converter fromIso(unsigned int part);
+Converter fromIsoTolerant(unsigned int part);
+Converter fromWindows(int codePage);
+
+} // namespace zelk::tool

@@ -1,0 +1,70 @@
+// zelk decode: DVB strings to text, as a receiver of the region reads them.
+#include "command.h"
+#include "commands.h"
+#include "dvb_settings.h"
+#include "stream.h"
+#include "strings.h"
+#include "text.h"
+
+namespace zelk::tool {
+
+namespace {
+
+struct DecodeOptions {
+    StringOptions strings;
+    DvbSettings settings;
+    std::string to = "utf8";
+    bool json = false;
+};
+
+void declare(CLI::App &command, DecodeOptions &options) {
+    addStringOptions(command, options.strings);
+    addDvbOptions(command, options.settings);
+    command.add_option("--to", options.to, "Write UTF-8, or UCS-2 units in hexadecimal [utf8]")
+        ->type_name("FORM")
+        ->check(oneOf({"utf8", "ucs2"}));
+    command.add_flag("--json", options.json, "Write one JSON object per string");
+}
+
+std::string unitsInHex(const std::vector<unsigned short> &units) {
+    return fmt::format("{:04X}", fmt::join(units, " "));
+}
+
+Json describe(const DecodeOptions &options, const std::string &bytes, const std::string &text) {
+    const DvbSelection selection = selectTable(options.settings, bytes);
+    Json result = {{"input", hex(bytes)},
+                   {"selector", hex(bytes.substr(0, selection.consumed))},
+                   {"code", static_cast<int>(selection.code)},
+                   {"codeName", codeName(selection.code)},
+                   {"extra", selection.extra}};
+    if (options.to == "utf8") {
+        result["text"] = text;
+    } else {
+        result["units"] = Json::array();
+        for (const unsigned short unit : units(text)) {
+            result["units"].push_back(fmt::format("{:04X}", unit));
+        }
+    }
+    return result;
+}
+
+ExitStatus run(const DecodeOptions &options) {
+    const DvbConverter converter = options.settings.converter();
+    forEachString(options.strings, [&options, &converter](const std::string &bytes) {
+        const std::string text = converter.convertDvb8ToUtf8(bytes);
+        if (options.json) {
+            write(jsonLine(describe(options, bytes, text)));
+        } else {
+            write((options.to == "utf8" ? text : unitsInHex(units(text))) + '\n');
+        }
+    });
+    return ExitOk;
+}
+
+} // namespace
+
+void addDecodeCommand(CLI::App &app) {
+    addCommand<DecodeOptions>(app, {"decode", "Decode DVB strings", group::dvb}, declare, run);
+}
+
+} // namespace zelk::tool

@@ -1,0 +1,25 @@
+// Short broadcast strings as input: one per argument or per line, in hexadecimal or as raw bytes.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace zelk::tool {
+
+struct StringOptions {
+    std::vector<std::string> strings;
+    std::vector<std::string> files;
+    bool raw = false;
+};
+
+// STRING..., --file, --raw
+void addStringOptions(CLI::App &command, StringOptions &options);
+
+// Calls `use` with the bytes of every string: the arguments, then the lines of the files, or the lines of standard
+// input when neither is given. Throws Failure with the place of text that is not hexadecimal.
+void forEachString(const StringOptions &options, const std::function<void(const std::string &)> &use);
+
+} // namespace zelk::tool
