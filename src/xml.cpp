@@ -7,6 +7,7 @@
 #include "zelk.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -47,15 +48,15 @@ const char *endOf(const char *in, int inLength, std::uint64_t reach = PTRDIFF_MA
     return in + strnlen(in, static_cast<std::size_t>(std::min<std::uint64_t>(limit, PTRDIFF_MAX)));
 }
 
-// True when one of eight bytes is special. A byte of `x` is zero where one of them is met: the codes of & and ' differ
-// in bit 0, those of < and > in bit 1, so three comparisons find all five.
-bool anySpecial(std::uint64_t eight) {
+// The high bits of those of eight bytes that are special. The codes of & and ' differ in bit 0, those of < and > in bit
+// 1, so three comparisons find all five; a byte that is equal is zero after the exclusive or.
+std::uint64_t specialBytes(std::uint64_t eight) {
     constexpr std::uint64_t ones = 0x0101010101010101U;
-    constexpr std::uint64_t highBits = 0x80 * ones;
-    const auto zeroByte = [](std::uint64_t x) { return (x - ones) & ~x; };
-    return ((zeroByte((eight | ones) ^ '\'' * ones) | zeroByte((eight | 2 * ones) ^ '>' * ones) |
-             zeroByte(eight ^ '"' * ones)) &
-            highBits) != 0;
+    constexpr std::uint64_t lowBits = 0x7F * ones;
+    const auto nonZero = [](std::uint64_t x) { return ((x & lowBits) + lowBits) | x; };
+    return ~(nonZero((eight | ones) ^ '\'' * ones) & nonZero((eight | 2 * ones) ^ '>' * ones) &
+             nonZero(eight ^ '"' * ones)) &
+           ~lowBits;
 }
 
 const tables::XmlEntity *entityOf(char character) {
@@ -63,11 +64,13 @@ const tables::XmlEntity *entityOf(char character) {
 }
 
 const char *findSpecial(const char *at, const char *end) {
+    constexpr bool lowFirst = std::endian::native == std::endian::little;
     std::uint64_t eight = 0;
     for (; end - at >= static_cast<std::ptrdiff_t>(sizeof eight); at += sizeof eight) {
         std::memcpy(&eight, at, sizeof eight);
-        if (anySpecial(eight)) {
-            break;
+        const std::uint64_t special = specialBytes(eight);
+        if (special != 0) {
+            return at + (lowFirst ? std::countr_zero(special) : std::countl_zero(special)) / CHAR_BIT;
         }
     }
     while (at != end && entityOf(*at) == nullptr) {
@@ -241,8 +244,8 @@ std::string XmlConverter::unXml(const char *in, int len) {
     if (in == nullptr) {
         return {};
     }
-    const auto length = static_cast<std::size_t>(detail::endOf(in, len) - in);
-    return detail::convertedString(zelk_unxml, length, in, len);
+    const auto needed = static_cast<std::size_t>(detail::endOf(in, len) - in);
+    return detail::convertedString(zelk_unxml, needed, in, len);
 }
 
 std::string XmlConverter::unXml(const std::string &text) {

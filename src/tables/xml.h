@@ -5,6 +5,7 @@
 // table needs no relocation.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -27,8 +28,9 @@ inline constexpr std::array<XmlEntity, 5> xmlEntities = {{
 // By character code: the number of the record, counted from 1; 0 where there is none. Codes of 64 and more have none.
 inline constexpr std::array<std::uint8_t, 64> xmlEntityIndex = [] {
     std::array<std::uint8_t, 64> index{};
-    for (std::uint8_t i = 0; i < xmlEntities.size(); ++i) {
-        index[static_cast<unsigned char>(xmlEntities[i].character)] = static_cast<std::uint8_t>(i + 1);
+    std::uint8_t record = 0;
+    for (const XmlEntity &entity : xmlEntities) {
+        index[static_cast<unsigned char>(entity.character)] = ++record;
     }
     return index;
 }();
@@ -40,13 +42,8 @@ constexpr const XmlEntity *xmlEntityOf(unsigned int character) {
 
 static_assert(xmlEntityIndex[0x26] == 1 && xmlEntityIndex[0x3C] == 2 && xmlEntityIndex[0x3E] == 3 &&
               xmlEntityIndex[0x22] == 4 && xmlEntityIndex[0x27] == 5);
-static_assert([] {
-    for (const XmlEntity &entity : xmlEntities) {
-        if (entity.text[entity.length - 1] != ';' || entity.text[entity.length] != 0) {
-            return false;
-        }
-    }
-    return true;
-}());
+static_assert(std::ranges::all_of(xmlEntities, [](const XmlEntity &entity) {
+    return entity.text[entity.length - 1] == ';' && entity.text[entity.length] == 0;
+}));
 
 } // namespace zelk::tables
