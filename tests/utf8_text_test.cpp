@@ -240,10 +240,11 @@ TEST(Utf8EncodePairs, ReadsEachByteOrder) {
 
 namespace {
 
-// The units of a text of exactly these bytes; `kept` stands for a unit that nothing is stored to.
-Units decodeModel(const std::string &text, unsigned int kept) {
+constexpr unsigned int kept = 0xA7A7; // what a guarded buffer holds before
+
+Units decodeModel(const std::string &text, TextEnd end) {
     Units result;
-    for (const Utf8Character &character : utf8CharactersModel(text)) {
+    for (const Utf8Character &character : utf8CharactersModel(text, end)) {
         result.push_back(static_cast<unsigned short>(character.character.value_or(kept)));
     }
     return result;
@@ -259,8 +260,6 @@ Units decode(const std::string &text, int size, int length) {
     }
     return Units(out.data(), out.data() + count);
 }
-
-constexpr unsigned int kept = 0xA7A7; // what a guarded buffer holds before
 
 } // namespace
 
@@ -294,9 +293,9 @@ TEST(Utf8DecodeText, FollowsTheModelAtEverySizeAndLength) {
     for (int round = 0; round < 150; ++round) {
         const std::string text = randomBytes(random, 10);
         const int size = static_cast<int>(text.size());
-        ASSERT_EQ(decode(text, size + 1, -1), decodeModel(text, 0xFFFD)); // the terminator breaks the last sequence off
+        ASSERT_EQ(decode(text, size + 1, -1), decodeModel(text, TextEnd::Terminator));
         for (int length = 0; length <= size; ++length) {
-            const Units expected = decodeModel(text.substr(0, static_cast<std::size_t>(length)), kept);
+            const Units expected = decodeModel(text.substr(0, static_cast<std::size_t>(length)), TextEnd::Count);
             for (int outSize = 1; outSize <= size + 2; ++outSize) {
                 Units cut = expected;
                 cut.resize(std::min(cut.size(), static_cast<std::size_t>(outSize) - 1));
@@ -312,7 +311,7 @@ TEST(Utf8DecodeText, LooksAtNoByteBehindTheLength) {
         const std::string text = randomBytes(random, 6);
         const std::vector<unsigned char> exact(text.begin(), text.end()); // not terminated
         if (!exact.empty()) {
-            const Units expected = decodeModel(text, kept);
+            const Units expected = decodeModel(text, TextEnd::Count);
             Guarded<unsigned short> out(expected.size() + 1);
             ASSERT_EQ(zelkUtf8DecodeText(out.data(), INT_MAX, exact.data(), static_cast<int>(exact.size())),
                       expected.size());

@@ -58,20 +58,24 @@ inline std::string utf8EncodeModel(unsigned int character) {
     return result;
 }
 
-// A text cut into its characters, each with the bytes it takes. `text` ends at its first zero byte or its end.
+// A text cut into its characters, each with the bytes it takes.
 struct Utf8Character {
     std::string bytes;
     std::optional<unsigned int> character;
 };
 
-inline std::vector<Utf8Character> utf8CharactersModel(std::string text) {
-    text = text.substr(0, text.find('\0'));
+// What ends a text decides about a sequence at its end: a count cuts it off, a terminator breaks it off.
+enum class TextEnd { Count, Terminator };
+
+// `text` holds no zero byte.
+inline std::vector<Utf8Character> utf8CharactersModel(const std::string &text, TextEnd end) {
     std::vector<Utf8Character> result;
-    while (!text.empty()) {
-        const auto *at = reinterpret_cast<const unsigned char *>(text.data());
-        const Utf8Step step = utf8StepModel(at, static_cast<unsigned int>(text.size()));
-        result.push_back({text.substr(0, step.consumed), step.character});
-        text.erase(0, step.consumed);
+    for (std::size_t i = 0; i < text.size();) {
+        const auto available = static_cast<unsigned int>(text.size() - i + (end == TextEnd::Terminator ? 1 : 0));
+        const auto *at = reinterpret_cast<const unsigned char *>(text.c_str() + i);
+        const Utf8Step step = utf8StepModel(at, available);
+        result.push_back({text.substr(i, step.consumed), step.character});
+        i += step.consumed;
     }
     return result;
 }
