@@ -164,6 +164,11 @@ std::string noteOf(unsigned short character) {
     }
 }
 
+void appendNote(std::string &note, const std::string &more) {
+    note += note.empty() || more.empty() ? "" : ", ";
+    note += more;
+}
+
 // One string under one setting; the step functions append to the explanation.
 class Explainer {
 public:
@@ -251,16 +256,16 @@ private:
             addCharacter(i, i + 1, output.back());
             std::string &note = result_.steps.back().note;
             if (mark) {
-                note += fmt::format("{}with the mark {:02X}", note.empty() ? "" : ", ", byteAt(bytes_, *mark));
+                appendNote(note, fmt::format("with the mark {:02X}", byteAt(bytes_, *mark)));
                 mark.reset();
             } else if (isMark(set, byte)) {
-                note += ", mark without a letter";
+                appendNote(note, "mark without a letter");
             }
             unassigned += output.back() == 0xFFFD ? 1 : 0;
         }
         if (unassigned > 0) {
-            warn(fmt::format("{} {} in the {}", unassigned,
-                             unassigned == 1 ? "byte has no character" : "bytes have no character", result_.tableName));
+            warn(unassigned == 1 ? "one byte has no character in this table"
+                                 : fmt::format("{} bytes have no character in this table", unassigned));
         }
     }
 
@@ -418,18 +423,14 @@ private:
 
     void explainCode(Utf8DecoderState &state, unsigned short byte, std::size_t first, std::size_t end) {
         const unsigned int character = zelkUtf8Decode(&state, byte) & 0xFFFFU;
-        const std::string note = fmt::format("byte {:02X}", byte);
+        std::string note = fmt::format("byte {:02X}", byte);
         if (character == 0) {
             addBits(StepKind::Piece, first, end, {}, note);
             return;
         }
         const Units output = filtered(character);
-        if (output.empty()) {
-            addBits(StepKind::Dropped, first, end, {}, note + ", control code");
-        } else {
-            const std::string more = noteOf(output.back());
-            addBits(kindOf(output.back()), first, end, output, more.empty() ? note : note + ", " + more);
-        }
+        appendNote(note, output.empty() ? "control code" : noteOf(output.back()));
+        addBits(output.empty() ? StepKind::Dropped : kindOf(output.back()), first, end, output, note);
     }
 
     void explainRest(std::size_t first, const std::string &note) {

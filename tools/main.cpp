@@ -67,13 +67,13 @@ int main(int argc, char **argv) {
     app.footer(footer);
     app.set_help_flag("-h,--help", "Show this help");
     app.set_version_flag("--version",
-                         fmt::format("zelk {}.{}.{}", ZELK_VERSION_MAJOR, ZELK_VERSION_MINOR, ZELK_VERSION_PATCH));
+                         fmt::format("zelk {}.{}.{}", ZELK_VERSION_MAJOR, ZELK_VERSION_MINOR, ZELK_VERSION_PATCH),
+                         "Show the version");
     app.require_subcommand(1);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     addDecodeCommand(app);
     addExplainCommand(app);
-#ifdef ZELK_TOOL_SCAN
     addScanCommand(app);
-#endif
     addHuffmanCommand(app);
     addConvertCommand(app);
     addSortCommand(app);
@@ -84,7 +84,7 @@ int main(int argc, char **argv) {
     addValidateCommand(app);
 
     try {
-        int status = run(app, argc, argv);
+        const int status = run(app, argc, argv);
         flushOutput();
         return status;
     } catch (const BrokenPipe &) {

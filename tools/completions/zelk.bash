@@ -1,0 +1,64 @@
+# Completion of zelk for bash.
+
+_zelk_options() {
+    case $1 in
+    decode) echo "--raw --file --region --default-code --extra --keep-emphasis --to --json" ;;
+    explain) echo "--raw --file --region --default-code --extra --keep-emphasis --color --json" ;;
+    scan) echo "--region --default-code --extra --keep-emphasis --json --csv --color" ;;
+    huffman) echo "--title --description --type --skip --raw --file" ;;
+    convert) echo "--from --to --region --checked --tolerant --list" ;;
+    sort) echo "--reverse" ;;
+    match) echo "--ignore-case --ignore-control --invert" ;;
+    quote) echo "--open --close" ;;
+    case) ;;
+    xml) ;;
+    validate) echo "--lines --quiet" ;;
+    esac
+}
+
+# The values of an option of a command; none means that any word will do.
+_zelk_values() {
+    case $1/$2 in
+    */--region) echo "standard iso8859-2 iso8859-7 iso8859-9 iso8859-9-alt iso8859-15 gb2312" ;;
+    */--color) echo "auto always never" ;;
+    decode/--to) echo "utf8 ucs2" ;;
+    convert/--to) echo "utf8 ucs2 ucs2be ucs2le" ;;
+    convert/--from) zelk convert --list 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
+    huffman/--type) echo "1 2 5 6" ;;
+    esac
+}
+
+_zelk_actions() {
+    case $1 in
+    quote) echo "extract strip" ;;
+    case) echo "upper lower" ;;
+    xml) echo "escape unescape" ;;
+    esac
+}
+
+_zelk() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
+    local words
+
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        words="decode explain scan huffman convert sort match quote case xml validate --help --version"
+    elif [[ $current == -* ]]; then
+        words="$(_zelk_options "$command") --help"
+    else
+        case $previous in
+        --file | -f) ;;
+        --default-code | --extra | --skip | --open | --close) return ;;
+        --*) words=$(_zelk_values "$command" "$previous") ;;
+        esac
+        if [ -z "$words" ] && [ "$COMP_CWORD" -eq 2 ]; then
+            words=$(_zelk_actions "$command")
+        fi
+    fi
+    if [ -n "$words" ]; then
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+    else
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    fi
+}
+
+complete -o filenames -F _zelk zelk
