@@ -1,0 +1,45 @@
+// Bits as a string of the characters 0 and 1, first bit first: slow and easy to read, for models and encoders.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace zelk_test {
+
+inline std::string bitsOf(unsigned char byte) {
+    std::string bits;
+    for (int bit = 7; bit >= 0; --bit) {
+        bits += (byte >> bit & 1) != 0 ? '1' : '0';
+    }
+    return bits;
+}
+
+inline std::string bitsOf(std::string_view bytes) {
+    std::string bits;
+    for (const char byte : bytes) {
+        bits += bitsOf(static_cast<unsigned char>(byte));
+    }
+    return bits;
+}
+
+// The value of up to 32 bits.
+inline unsigned int valueOf(std::string_view bits) {
+    unsigned int value = 0;
+    for (const char bit : bits) {
+        value = value * 2 + (bit == '1' ? 1 : 0);
+    }
+    return value;
+}
+
+// Whole bytes; the last one is filled up with zero bits.
+inline std::string packed(std::string bits) {
+    bits.append((8 - bits.size() % 8) % 8, '0');
+    std::string bytes;
+    for (std::size_t at = 0; at < bits.size(); at += 8) {
+        bytes += static_cast<char>(valueOf(std::string_view(bits).substr(at, 8)));
+    }
+    return bytes;
+}
+
+} // namespace zelk_test

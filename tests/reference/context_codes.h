@@ -1,0 +1,78 @@
+// The codes of a context-tree table as strings of bits, and the plainest decoder over them.
+#pragma once
+
+#include "reference/bit_string.h"
+
+#include <array>
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace zelk_test {
+
+constexpr unsigned char escapeCharacter = 0x1B;
+
+using CodeMap = std::map<std::string, unsigned char>; // code -> character
+
+// By the character before.
+using ContextCodes = std::array<CodeMap, 128>;
+
+inline void collectCodes(const unsigned char *tree, unsigned int node, const std::string &path, CodeMap &codes) {
+    for (const char bit : {'0', '1'}) {
+        const unsigned int next = tree[2 * node + (bit == '1' ? 1 : 0)];
+        if (next < 0x80) {
+            collectCodes(tree, next, path + bit, codes);
+        } else {
+            codes[path + bit] = static_cast<unsigned char>(next - 0x80);
+        }
+    }
+}
+
+inline ContextCodes contextCodes(const unsigned char *table) {
+    ContextCodes codes;
+    for (std::size_t context = 0; context < codes.size(); ++context) {
+        collectCodes(table + table[2 * context] * 256 + table[2 * context + 1], 0, "", codes[context]);
+    }
+    return codes;
+}
+
+struct DecodedCharacter {
+    unsigned char value;
+    std::size_t end; // bits of the input up to and with this character
+};
+
+// All characters that the bits hold, end-of-text characters among them; an unfinished one is dropped.
+inline std::vector<DecodedCharacter> decodeContextBits(const ContextCodes &codes, const std::string &bits) {
+    std::vector<DecodedCharacter> text;
+    unsigned char before = 0;
+    std::size_t at = 0;
+    for (;;) {
+        bool literal = before >= 0x80;
+        unsigned char character = 0;
+        if (!literal) {
+            std::size_t length = 1;
+            auto found = codes[before].end();
+            for (; at + length <= bits.size() && found == codes[before].end(); ++length) {
+                found = codes[before].find(bits.substr(at, length));
+            }
+            if (found == codes[before].end()) {
+                return text;
+            }
+            at += found->first.size();
+            character = found->second;
+            literal = character == escapeCharacter;
+        }
+        if (literal) {
+            if (at + 8 > bits.size()) {
+                return text;
+            }
+            character = static_cast<unsigned char>(valueOf(bits.substr(at, 8)));
+            at += 8;
+        }
+        text.push_back({character, at});
+        before = character;
+    }
+}
+
+} // namespace zelk_test
