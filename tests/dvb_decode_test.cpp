@@ -152,6 +152,21 @@ TEST(DvbDecode, EveryMarkBeforeEveryByteInEveryTable) {
     }
 }
 
+TEST(DvbDecode, EveryByteAtEveryPlaceOfAsciiText) {
+    for (const char *selector : {"", "\x05"}) {
+        for (int byte = 0x01; byte < 256; ++byte) {
+            for (std::size_t place = 1; place < 18; ++place) {
+                std::string text = std::string(selector) + "Text of 18 letters";
+                text[place] = static_cast<char>(byte);
+                ASSERT_NO_FATAL_FAILURE(expectAsModel(text, byte % 2 == 0));
+            }
+        }
+        for (int size = -1; size < 40; ++size) {
+            ASSERT_NO_FATAL_FAILURE(expectAsModel("The quick brown fox jumps over", true, {}, size, size));
+        }
+    }
+}
+
 TEST(DvbDecode, MarksOfTheDefaultTable) {
     EXPECT_EQ(ucs2Of(bytes("C2 65")), Characters({0x00E9}));
     EXPECT_EQ(ucs2Of(bytes("C2 20")), Characters({0x00B4}));

@@ -1,7 +1,7 @@
 // Debug traces through the receiver's debug library.
 //
-// Its two functions are weak references: where libmurn-debug is loaded they answer, where it is absent nothing is traced
-// and nothing fails to load.
+// Its two functions are weak references: where libmurn-debug is loaded they answer, where it is absent nothing is
+// traced and nothing fails to load.
 #pragma once
 
 extern "C" {
