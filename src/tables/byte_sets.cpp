@@ -6,7 +6,7 @@ namespace zelk::tables {
 
 constexpr std::array<CodePoints, byteSetCount> byteSetPool = expandByteSets();
 
-static_assert(sizeof byteSetPool == 25 * 512);
+static_assert(sizeof byteSetPool == 12800, "25 sets of 512 bytes");
 
 namespace {
 
