@@ -1,0 +1,155 @@
+// The page of small named operations that the AVX-512 kernels are written in. A block is 64 bytes; `count` bytes at its
+// front are text, the rest is zero. Loads and stores are masked: nothing outside the text is read, nothing behind the
+// result is written, not even for a moment.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <immintrin.h>
+
+// The functions between these two are compiled for the instruction set, whatever the rest of the library is built for.
+#if defined(__clang__)
+#define ZELK_AVX512_BEGIN                                                                                              \
+    _Pragma("clang attribute push(__attribute__((target(\"avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt\"))), apply_to = function)")
+#define ZELK_AVX512_END _Pragma("clang attribute pop")
+#else
+#define ZELK_AVX512_BEGIN                                                                                              \
+    _Pragma("GCC push_options")                                                                                        \
+    _Pragma("GCC target(\"avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt\")")
+#define ZELK_AVX512_END _Pragma("GCC pop_options")
+#endif
+
+#define ZELK_OPERATION static inline __attribute__((always_inline))
+
+ZELK_AVX512_BEGIN
+
+// GCC 12 takes the registers that its own intrinsics leave undefined on purpose for mistakes of the caller.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
+
+namespace zelk::kernels::avx512 {
+
+inline constexpr std::size_t blockBytes = 64;
+
+using Block = __m512i;
+using Mask = std::uint64_t; // one bit a byte of a block, the first byte lowest
+
+// A constant that stays in a register: without this GCC makes it anew from an integer wherever it is used.
+ZELK_OPERATION Block held(Block constant) {
+    __asm__("" : "+v"(constant));
+    return constant;
+}
+
+ZELK_OPERATION Block everyByte(unsigned char byte) {
+    return held(_mm512_set1_epi8(static_cast<char>(byte)));
+}
+
+ZELK_OPERATION Block everyUnit(unsigned short unit) {
+    return held(_mm512_set1_epi16(static_cast<short>(unit)));
+}
+
+ZELK_OPERATION Block everyLane(unsigned int lane) {
+    return held(_mm512_set1_epi32(static_cast<int>(lane)));
+}
+
+// Sixteen bytes as a table for look16().
+ZELK_OPERATION Block nibbleTable(__m128i table) {
+    return held(_mm512_broadcast_i32x4(table));
+}
+
+ZELK_OPERATION Mask firstBytes(std::size_t count) {
+    return _bzhi_u64(~0ULL, static_cast<unsigned int>(count));
+}
+
+ZELK_OPERATION std::size_t countOf(Mask mask) {
+    return static_cast<std::size_t>(_mm_popcnt_u64(mask));
+}
+
+ZELK_OPERATION Block load(const void *from, Mask bytes) {
+    return _mm512_maskz_loadu_epi8(bytes, from);
+}
+
+ZELK_OPERATION Block load(const void *from) {
+    return _mm512_loadu_si512(from);
+}
+
+ZELK_OPERATION void store(void *to, Mask bytes, Block block) {
+    _mm512_mask_storeu_epi8(to, bytes, block);
+}
+
+ZELK_OPERATION void store(void *to, Block block) {
+    _mm512_storeu_si512(to, block);
+}
+
+ZELK_OPERATION Mask highBits(Block block) {
+    return _mm512_movepi8_mask(block);
+}
+
+ZELK_OPERATION Mask nonZero(Block block) {
+    return _mm512_test_epi8_mask(block, block);
+}
+
+// Stores the bytes of a block that the mask keeps, closed up, and tells their number. `freely` says that the output has
+// room for a whole block, so that zeros may be written behind the result.
+template <bool freely>
+ZELK_OPERATION std::size_t storeKept(void *to, Mask keep, Block block) {
+    const std::size_t count = countOf(keep);
+    const Block closedUp = _mm512_maskz_compress_epi8(keep, block);
+    if (freely) {
+        store(to, closedUp);
+    } else {
+        store(to, firstBytes(count), closedUp);
+    }
+    return count;
+}
+
+// A table of 128 bytes, held in registers.
+struct Table128 {
+    Block low;
+    Block high;
+
+    ZELK_OPERATION Table128 from(const std::uint8_t (&bytes)[128]) { return {load(bytes), load(bytes + blockBytes)}; }
+};
+
+// table[index & 127] for every byte of `index` that the mask selects; the others are those of `otherwise`.
+ZELK_OPERATION Block look(const Table128 &table, Block index, Mask selected, Block otherwise) {
+    const Block found = _mm512_permutex2var_epi8(table.low, index, table.high);
+    return _mm512_mask_mov_epi8(otherwise, selected, found);
+}
+
+ZELK_OPERATION Block lookOrZero(const Table128 &table, Block index, Mask selected) {
+    return _mm512_maskz_permutex2var_epi8(selected, table.low, index, table.high);
+}
+
+// Each byte of `nibbles` (0 to 15) looked up in a nibbleTable().
+ZELK_OPERATION Block look16(Block table, Block nibbles) {
+    return _mm512_shuffle_epi8(table, nibbles);
+}
+
+ZELK_OPERATION Block highNibbles(Block block, Block lowNibble) {
+    return _mm512_and_si512(_mm512_srli_epi16(block, 4), lowNibble);
+}
+
+// Reorders the eight quarter-lanes of a block so that pairs come out in text order.
+ZELK_OPERATION Block spreadOrder() {
+    return held(_mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+ZELK_OPERATION Block spread(Block block, Block order) {
+    return _mm512_permutexvar_epi64(order, block);
+}
+
+// The bytes of two spread blocks in turn, first.a first.b second.a second.b ...: the front 32 pairs and the back 32.
+ZELK_OPERATION Block frontPairs(Block spreadA, Block spreadB) {
+    return _mm512_unpacklo_epi8(spreadA, spreadB);
+}
+
+ZELK_OPERATION Block backPairs(Block spreadA, Block spreadB) {
+    return _mm512_unpackhi_epi8(spreadA, spreadB);
+}
+
+} // namespace zelk::kernels::avx512
+
+ZELK_AVX512_END

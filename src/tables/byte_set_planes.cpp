@@ -1,0 +1,50 @@
+#include "tables/byte_set_planes.h"
+
+#include "detail/utf8_char.h"
+#include "tables/byte_set_definitions.h"
+
+namespace zelk::tables {
+
+namespace {
+
+constexpr std::array<CodePoints, byteSetCount> pool = expandByteSets();
+
+consteval std::array<PackedUtf8, byteSetCount> pack() {
+    std::array<PackedUtf8, byteSetCount> packed{};
+    for (unsigned int set = 0; set < byteSetCount; ++set) {
+        for (unsigned int byte = 0; byte < 256; ++byte) {
+            const unsigned int character = pool[set][byte];
+            PackedCharacter &entry = packed[set][byte];
+            entry.count = static_cast<std::uint8_t>(character == 0 ? 0 : detail::utf8Encode(character, entry.bytes, 4));
+        }
+    }
+    return packed;
+}
+
+consteval std::array<BytePlanes, byteSetCount> spreadOut() {
+    std::array<BytePlanes, byteSetCount> planes{};
+    for (unsigned int set = 0; set < byteSetCount; ++set) {
+        for (unsigned int i = 0; i < 128; ++i) {
+            const unsigned int character = pool[set][128 + i];
+            std::uint8_t bytes[3] = {};
+            const unsigned int count = detail::utf8Encode(character, bytes, 4);
+            BytePlanes &plane = planes[set];
+            plane.utf8Third[i] = bytes[count - 1];
+            plane.utf8Second[i] = count > 1 ? bytes[count - 2] : std::uint8_t{0};
+            plane.utf8First[i] = count > 2 ? bytes[0] : std::uint8_t{0};
+            plane.ucs2Low[i] = static_cast<std::uint8_t>(character & 0xFFU);
+            plane.ucs2High[i] = static_cast<std::uint8_t>(character >> 8U);
+        }
+    }
+    return planes;
+}
+
+} // namespace
+
+constexpr std::array<PackedUtf8, byteSetCount> packedUtf8Pool = pack();
+constexpr std::array<BytePlanes, byteSetCount> bytePlanesPool = spreadOut();
+
+static_assert(sizeof packedUtf8Pool == std::size_t{byteSetCount} * 1024);
+static_assert(sizeof bytePlanesPool == std::size_t{byteSetCount} * 640);
+
+} // namespace zelk::tables
