@@ -59,10 +59,10 @@ unsigned int zelk_winGetCodeTable(int codePage, unsigned int charSet) {
     return detail::tableFor(codePage, charSet);
 }
 
-// Table 0 looks at the low eight bits alone, as the others do from 128 on; table numbers count modulo 256.
+// ASCII is the same in every table. Above it the low eight bits count, and table numbers modulo 256: a position of
+// table and byte has 16 bits.
 unsigned short zelk_winMapCode(unsigned int table, unsigned int byte) {
-    const unsigned int firstMapped = table == 0 ? 32 : 128;
-    if (byte < firstMapped) {
+    if (byte < 128) {
         return static_cast<unsigned short>(byte);
     }
     const unsigned int low = byte & 0xFFU;
