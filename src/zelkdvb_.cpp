@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -49,7 +50,10 @@ public:
     IconvDescriptor(const IconvDescriptor &) = delete;
     IconvDescriptor &operator=(const IconvDescriptor &) = delete;
 
-    bool isOpen() const { return descriptor_ != iconv_t{} && descriptor_ != reinterpret_cast<iconv_t>(-1); }
+    bool isOpen() const {
+        const auto value = reinterpret_cast<std::intptr_t>(descriptor_);
+        return value != -1 && value != 0;
+    }
 
     // Converts all of `in` in one call and terminates what it wrote. `room` does not count the terminator.
     bool convert(const char *in, std::size_t length, char *out, std::size_t room) const {

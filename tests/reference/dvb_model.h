@@ -9,6 +9,7 @@
 #include <iconv.h>
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,7 +20,7 @@ namespace zelk_test {
 inline std::array<unsigned int, 256> publishedSet(const char *name) {
     std::array<unsigned int, 256> set{};
     const iconv_t descriptor = iconv_open("UTF-16LE", name);
-    EXPECT_NE(descriptor, reinterpret_cast<iconv_t>(-1)) << name;
+    EXPECT_NE(reinterpret_cast<std::intptr_t>(descriptor), -1) << name;
     for (unsigned int byte = 0; byte < 256; ++byte) {
         char in = static_cast<char>(byte);
         unsigned char out[8] = {};
