@@ -496,9 +496,11 @@ std::string nearMiss(Random &random, std::string text) {
 }
 
 TEST(CollateModel, AllPairsOfSlyPieces) {
+    std::size_t turn = 0;
     for (const std::string &a : slyPieces()) {
         for (const std::string &b : slyPieces()) {
-            for (const std::string &tail : slyPieces()) {
+            for (std::size_t i = turn++ % 5; i < slyPieces().size(); i += 5) {
+                const std::string &tail = slyPieces()[i];
                 ASSERT_EQ(collate(a + tail, b), model().compare(a + tail, b));
                 ASSERT_EQ(collate(tail + a, tail + b), model().compare(tail + a, tail + b));
             }
@@ -506,18 +508,20 @@ TEST(CollateModel, AllPairsOfSlyPieces) {
     }
 }
 
-// Whatever the texts share in front, of whatever length, changes nothing but where they part.
-TEST(CollateModel, PiecesBehindCommonTextsOfEveryLength) {
+// Whatever the texts share in front changes nothing but where they part. The lengths lie around 16, 80 and 208, where
+// the search for shared bytes changes its stride.
+TEST(CollateModel, PiecesBehindCommonTexts) {
     const std::vector<std::string> fronts = {"a", "\u00DF", "\u0416", "\u4E00", "\x80", "\xC3", "\xE2\x82", "-"};
     for (const std::string &front : fronts) {
-        for (std::size_t length = 1; length <= 80; length += length < 20 ? 1 : 7) {
+        for (const std::size_t length : {1U,  2U,  3U,  7U,  8U,  14U, 15U,  16U,  17U,  18U,  47U,
+                                         48U, 78U, 79U, 80U, 81U, 82U, 206U, 207U, 208U, 209U, 210U}) {
             std::string common;
             while (common.size() < length) {
                 common += front;
             }
             common.resize(length);
             for (std::size_t i = 0; i < slyPieces().size(); ++i) {
-                for (std::size_t j = i % 3; j < slyPieces().size(); j += 3) {
+                for (std::size_t j = (i + length) % 13; j < slyPieces().size(); j += 13) {
                     const std::string a = common + slyPieces()[i];
                     const std::string b = common + slyPieces()[j];
                     ASSERT_EQ(collate(a, b), model().compare(a, b)) << length << " " << i << " " << j;
@@ -529,7 +533,7 @@ TEST(CollateModel, PiecesBehindCommonTextsOfEveryLength) {
 
 TEST(CollateModel, RandomTexts) {
     Random random(601);
-    for (int round = 0; round < 30000; ++round) {
+    for (int round = 0; round < 20000; ++round) {
         const std::string a = slyText(random, 12);
         const std::string b = slyText(random, 12);
         ASSERT_EQ(collate(a, b), model().compare(a, b)) << a << " | " << b;
@@ -538,7 +542,7 @@ TEST(CollateModel, RandomTexts) {
 
 TEST(CollateModel, NearlyEqualTexts) {
     Random random(602);
-    for (int round = 0; round < 30000; ++round) {
+    for (int round = 0; round < 15000; ++round) {
         const std::string a = slyText(random, round % 8 == 0 ? 120 : 24);
         std::string b = a;
         for (std::uint32_t change = random.below(4); change > 0; --change) {
@@ -550,7 +554,7 @@ TEST(CollateModel, NearlyEqualTexts) {
 
 TEST(CollateModel, RandomBytes) {
     Random random(603);
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 10000; ++round) {
         std::string a;
         for (std::uint32_t i = random.below(40); i > 0; --i) {
             a.push_back(static_cast<char>(1 + random.below(255)));
@@ -564,10 +568,10 @@ TEST(CollateModel, LongTexts) {
     Random random(604);
     for (const char *front : {"abc ", "\u00DF", "\u4E00", "\x80", "--"}) {
         std::string common;
-        while (common.size() < 70000) {
+        while (common.size() < 35000) {
             common += front;
         }
-        for (int round = 0; round < 4; ++round) {
+        for (int round = 0; round < 2; ++round) {
             const std::string a = common + slyText(random, 3) + common;
             const std::string b = nearMiss(random, common) + slyText(random, 3) + common;
             ASSERT_EQ(collate(a, b), model().compare(a, b));
