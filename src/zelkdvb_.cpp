@@ -142,6 +142,7 @@ std::string DvbConverter::preprocessDvbStringToUtf8(const std::string &text) con
     return text.empty() ? std::string() : preprocessDvbStringToUtf8(text.data(), lengthOf(text));
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the published class has it as a member
 std::string DvbConverter::IconvConvert(const char *fromcode, const char *tocode, const char *in,
                                        unsigned int len) const {
     if (in == nullptr && len != 0) {

@@ -19,7 +19,7 @@ inline constexpr unsigned int traceLevel = 4;       // 1 error, 2 warning, 3 inf
 class Trace {
 public:
     Trace()
-        : enabled_(murnDebugCheckLevelGetFrameAndChunk != nullptr && murnDebugOutput0 != nullptr &&
+        : enabled_(murnDebugCheckLevelGetFrameAndChunk != nullptr &&
                    murnDebugCheckLevelGetFrameAndChunk(traceModule, traceLevel, &frame_, &chunk_) != 0) {}
 
     bool enabled() const { return enabled_; }
@@ -27,7 +27,9 @@ public:
     // `format` as for printf. Call only where enabled().
     template <class... Arguments>
     void print(const char *format, Arguments... arguments) const {
-        murnDebugOutput0(frame_, chunk_, format, arguments...);
+        if (murnDebugOutput0 != nullptr) {
+            murnDebugOutput0(frame_, chunk_, format, arguments...);
+        }
     }
 
 private:

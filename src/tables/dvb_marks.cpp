@@ -1,6 +1,7 @@
 // Marks and bases of DVB text, mark by mark as the standards list them, spread into grids when compiled.
 #include "tables/dvb_marks.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace zelk::tables {
@@ -67,18 +68,7 @@ constexpr GreekBase greekBases[greekRows] = {
     {0xF9, {0x03C9, 0x03CE, 0x03C9}}, // omega
 };
 
-constexpr int latinRow(unsigned int base) {
-    if (base == ' ') {
-        return 0;
-    }
-    if (base >= 'A' && base <= 'Z') {
-        return static_cast<int>(base - 'A') + 1;
-    }
-    if (base >= 'a' && base <= 'z') {
-        return static_cast<int>(base - 'a') + 27;
-    }
-    return -1;
-}
+constexpr std::string_view latinBases = " ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
 template <std::size_t Count>
 constexpr MarkSet makeSet(const MarkByte (&marks)[Count], unsigned int grid, unsigned int columns) {
@@ -86,7 +76,6 @@ constexpr MarkSet makeSet(const MarkByte (&marks)[Count], unsigned int grid, uns
     for (const MarkByte mark : marks) {
         set.columnOf[mark.byte] = mark.column;
     }
-    set.rowOf.fill(-1);
     set.grid = static_cast<std::uint16_t>(grid);
     set.columns = static_cast<std::uint16_t>(columns);
     return set;
@@ -95,8 +84,8 @@ constexpr MarkSet makeSet(const MarkByte (&marks)[Count], unsigned int grid, uns
 template <std::size_t Count>
 constexpr MarkSet makeLatinSet(const MarkByte (&marks)[Count]) {
     MarkSet set = makeSet(marks, 0, latinColumns);
-    for (unsigned int base = 0; base < set.rowOf.size(); ++base) {
-        set.rowOf[base] = static_cast<std::int8_t>(latinRow(base));
+    for (unsigned int row = 0; row < latinRows; ++row) {
+        set.rowOf[static_cast<unsigned char>(latinBases[row])] = static_cast<std::uint8_t>(row + 1);
     }
     return set;
 }
@@ -106,25 +95,25 @@ constexpr unsigned int greekGrid = latinRows * latinColumns;
 constexpr MarkSet makeGreekSet() {
     MarkSet set = makeSet(greekMarks, greekGrid, greekColumns);
     for (unsigned int row = 0; row < greekRows; ++row) {
-        set.rowOf[greekBases[row].byte] = static_cast<std::int8_t>(row);
+        set.rowOf[greekBases[row].byte] = static_cast<std::uint8_t>(row + 1);
     }
     return set;
 }
 
 constexpr DvbMarks expand() {
     DvbMarks marks{{makeLatinSet(iso6937Marks), makeGreekSet(), makeLatinSet(latin1Marks)}, {}};
-    for (unsigned int base = 0; base < 0x80; ++base) {
-        const int row = latinRow(base);
-        for (unsigned int column = 0; row >= 0 && column < latinColumns; ++column) {
+    for (unsigned int row = 0; row < latinRows; ++row) {
+        const char base = latinBases[row];
+        for (unsigned int column = 0; column < latinColumns; ++column) {
             const LatinMark &mark = latinMarks[column];
-            const std::size_t place = mark.letters.find(static_cast<char>(base));
-            char16_t composed = static_cast<char16_t>(base);
+            const std::size_t place = mark.letters.find(base);
+            char16_t composed = static_cast<unsigned char>(base);
             if (base == ' ') {
                 composed = mark.spacing;
             } else if (place != std::string_view::npos) {
                 composed = mark.composed[place];
             }
-            marks.composed[static_cast<unsigned int>(row) * latinColumns + column] = composed;
+            marks.composed[row * latinColumns + column] = composed;
         }
     }
     for (unsigned int row = 0; row < greekRows; ++row) {
@@ -136,12 +125,8 @@ constexpr DvbMarks expand() {
 }
 
 constexpr bool everyLetterHasItsPartner() {
-    for (const LatinMark &mark : latinMarks) {
-        if (mark.letters.size() != mark.composed.size()) {
-            return false;
-        }
-    }
-    return true;
+    return std::ranges::all_of(latinMarks,
+                               [](const LatinMark &mark) { return mark.letters.size() == mark.composed.size(); });
 }
 
 constexpr std::size_t composedLetters() {
@@ -157,7 +142,7 @@ constexpr std::size_t composedLetters() {
 constexpr DvbMarks dvbMarks = expand();
 
 static_assert(everyLetterHasItsPartner() && composedLetters() == 263);
-static_assert(std::size(iso6937Marks) == 13 && composedCount == 840);
+static_assert(std::size(iso6937Marks) == 13 && latinBases.size() == latinRows && composedCount == 840);
 static_assert(composeIn(dvbMarks, 0, 'e', 0xC2) == 0x00E9 && composeIn(dvbMarks, 0, ' ', 0xC2) == 0x00B4);
 static_assert(composeIn(dvbMarks, 0, 'B', 0xC2) == 'B' && composeIn(dvbMarks, 0, '1', 0xC2) == 0);
 static_assert(composeIn(dvbMarks, 0, 'E', 0xCA) == 0x0116 && composeIn(dvbMarks, 0, 'S', 0xCE) == 0x0218);

@@ -1,13 +1,13 @@
 // Non-spacing marks of DVB text. Unlike Unicode, ISO/IEC 6937 and its kin send the mark before its letter; the pair
 // becomes one precomposed character.
 //
-// A set turns a mark byte into a column and a base byte into a row of its grid of composed characters:
+// A set turns a mark byte into a column and a base byte into a row of its grid of composed characters, both from 1:
 //
-//     composed[set.grid + row * set.columns + column - 1]
+//     composed[set.grid + (row - 1) * set.columns + column - 1]
 //
-// Both byte maps have an entry for every byte: column 0 is "no mark here", row -1 "no base". Grids lie back to back in
-// one array of 840 units (Latin 53 x 15, Greek 15 x 3). Sets 0 and 2 share the Latin grid. 1,536 bytes of maps and
-// 1,680 of grids, without a pointer.
+// Both byte maps have an entry for every byte; 0 is "no mark", "no base". Grids lie back to back in one array of 840
+// units (Latin 53 x 15, Greek 15 x 3). Sets 0 and 2 share the Latin grid. 1,536 bytes of maps and 1,680 of grids,
+// without a pointer.
 #pragma once
 
 #include <array>
@@ -17,7 +17,7 @@ namespace zelk::tables {
 
 struct MarkSet {
     std::array<std::uint8_t, 256> columnOf; // by mark byte
-    std::array<std::int8_t, 256> rowOf;     // by base byte
+    std::array<std::uint8_t, 256> rowOf;    // by base byte
     std::uint16_t grid;
     std::uint16_t columns;
 };
@@ -43,11 +43,11 @@ constexpr char16_t composeIn(const DvbMarks &marks, unsigned int set, unsigned i
     }
     const MarkSet &markSet = marks.sets[set];
     const unsigned int column = markSet.columnOf[mark];
-    const int row = markSet.rowOf[base];
-    if (column == 0 || row < 0) {
+    const unsigned int row = markSet.rowOf[base];
+    if (column == 0 || row == 0) {
         return 0;
     }
-    return marks.composed[markSet.grid + static_cast<unsigned int>(row) * markSet.columns + column - 1];
+    return marks.composed[markSet.grid + (row - 1) * markSet.columns + column - 1];
 }
 
 } // namespace zelk::tables
