@@ -82,6 +82,8 @@ int HuffmanDecoder::decode(const unsigned char *src, unsigned int srcLength, uns
     return dst != nullptr && capacity < *dstLength ? outputTooSmall : success;
 }
 
+// NOLINTBEGIN(readability-convert-member-functions-to-static,readability-non-const-parameter): fixed signatures
+
 int HuffmanDecoder::byteWriter(unsigned char c, unsigned char *dst, unsigned int skipCount, unsigned int *dstCapacity,
                                unsigned int *position) const {
     if (dstCapacity == nullptr || position == nullptr || (dst == nullptr && *dstCapacity != 0)) {
@@ -117,5 +119,7 @@ int HuffmanDecoder::bitReader(unsigned char bitCount, const unsigned char *src, 
     }
     return inputEnded;
 }
+
+// NOLINTEND(readability-convert-member-functions-to-static,readability-non-const-parameter)
 
 } // namespace zelk

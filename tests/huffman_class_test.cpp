@@ -358,7 +358,7 @@ TEST(HuffmanClass, BitReaderRefusesBadArguments) {
 TEST(HuffmanClass, BitReaderTakesAStrangePositionForTheNextByte) {
     const ProgramTitleDecoder decoder(0);
     const unsigned char src[] = {0xFF, 0x5A};
-    for (const unsigned char bitIndex : std::string("\x08\x09\xFF")) {
+    for (const unsigned char bitIndex : std::vector<unsigned char>{8, 9, 255}) {
         unsigned char out = 0;
         _BitReaderPos_t position{bitIndex, 0};
         EXPECT_EQ(decoder.bitReader(8, src, 2, &out, &position), 0);

@@ -2,6 +2,8 @@
 // towards a leaf. The layout of a table is told in tables/context_tree.h.
 #pragma once
 
+#include <cstddef>
+
 namespace zelk::detail {
 
 inline constexpr unsigned int leafFlag = 0x80;         // set in a node byte: a leaf; the other bits are its character
@@ -10,7 +12,8 @@ inline constexpr unsigned int firstWithoutTree = 0x80; // after this character a
 
 // The table offset of the tree used after `character` (below 0x80). Character 0 also stands for the start of a text.
 constexpr unsigned int treeAfter(const unsigned char *table, unsigned int character) {
-    return static_cast<unsigned int>(table[2 * character]) << 8U | table[2 * character + 1];
+    const unsigned char *offset = table + std::size_t{2} * character;
+    return static_cast<unsigned int>(offset[0]) << 8U | offset[1];
 }
 
 // Walks from `node` (a table offset inside `tree`) along the bits of `byte`, from `bitIndex` downwards (7 is sent

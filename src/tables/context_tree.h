@@ -24,7 +24,7 @@
 
 namespace zelk::tables {
 
-inline constexpr unsigned int contextCount = 128;
+inline constexpr std::size_t contextCount = 128;
 inline constexpr unsigned int escapeCharacter = 0x1B;
 
 // Never defined: a code that is broken calls one of these while it is expanded, and the compiler names it.
@@ -38,7 +38,7 @@ void treeHasTooManyNodes();
 class CodeTree {
 public:
     constexpr void add(std::string_view code, unsigned int character) {
-        unsigned int node = 0;
+        std::size_t node = 0;
         for (const char bit : code.substr(0, code.size() - 1)) {
             unsigned char &next = branch(node, bit);
             if (next == missing) {
@@ -66,7 +66,7 @@ public:
         unsigned int queued = 1;
         for (unsigned int i = 0; i < queued; ++i) {
             for (const unsigned int bit : {1U, 0U}) {
-                const unsigned char next = nodes_[2U * queue[i] + bit];
+                const unsigned char next = nodes_[std::size_t{2} * queue[i] + bit];
                 if (next == missing) {
                     codesAreNotComplete();
                 } else if (next < detail::leafFlag) {
@@ -77,7 +77,8 @@ public:
         }
         for (std::size_t branchIndex = 0; branchIndex < 2 * nodeCount_; ++branchIndex) {
             const unsigned char next = nodes_[branchIndex];
-            out[2U * number[branchIndex / 2] + branchIndex % 2] = next < detail::leafFlag ? number[next] : next;
+            out[std::size_t{2} * number[branchIndex / 2] + branchIndex % 2] =
+                next < detail::leafFlag ? number[next] : next;
         }
         return 2 * nodeCount_;
     }
@@ -85,7 +86,7 @@ public:
 private:
     static constexpr unsigned char missing = 0; // no branch leads back to the root
 
-    constexpr unsigned char &branch(unsigned int node, char bit) {
+    constexpr unsigned char &branch(std::size_t node, char bit) {
         if (bit != '0' && bit != '1') {
             codeIsNotOfBits();
         }
@@ -174,7 +175,7 @@ template <std::size_t Size>
 consteval std::array<unsigned char, Size> expandCodes(std::string_view lines) {
     std::array<unsigned char, Size> table{};
     std::size_t offset = 2 * contextCount;
-    unsigned int expected = 0;
+    std::size_t expected = 0;
     for (CodeReader reader(lines); !reader.atEnd();) {
         const auto [first, last] = reader.contexts();
         CodeTree tree;

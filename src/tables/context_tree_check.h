@@ -23,19 +23,19 @@ struct TableFigures {
 
 class TreeMeasure {
 public:
-    constexpr TreeMeasure(const unsigned char *tree, unsigned int nodeCount) : tree_(tree), nodeCount_(nodeCount) {
+    constexpr TreeMeasure(const unsigned char *tree, std::size_t nodeCount) : tree_(tree), nodeCount_(nodeCount) {
         visit(0, 1);
     }
 
     constexpr bool sound() const { return isTree_ && nodesSeen_ == nodeCount_ && escapes_ > 0; }
-    constexpr unsigned int nodeCount() const { return nodeCount_; }
+    constexpr std::size_t nodeCount() const { return nodeCount_; }
     constexpr bool mayEnd() const { return ends_ > 0; }
     constexpr bool onlyEscapes() const { return nodeCount_ == 1 && escapes_ == 2; }
     constexpr unsigned int longestCode() const { return longestCode_; }
 
 private:
     // A code that ends at this node has `length` bits.
-    constexpr void visit(unsigned int node, unsigned int length) {
+    constexpr void visit(std::size_t node, unsigned int length) {
         if (node >= nodeCount_ || seen_[node]) {
             isTree_ = false;
             return;
@@ -55,9 +55,9 @@ private:
     }
 
     const unsigned char *tree_;
-    unsigned int nodeCount_;
+    std::size_t nodeCount_;
     std::array<bool, detail::leafFlag> seen_{};
-    unsigned int nodesSeen_ = 0;
+    std::size_t nodesSeen_ = 0;
     unsigned int escapes_ = 0;
     unsigned int ends_ = 0;
     unsigned int longestCode_ = 0;
