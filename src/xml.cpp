@@ -121,10 +121,11 @@ char byteOfReference(const char *digits, std::size_t count) {
     return static_cast<char>(static_cast<unsigned char>(std::strtoul(number, nullptr, 10)));
 }
 
-// Names are compared as far as they go: a shortened one matches. Kept on purpose.
+// Names are compared as far as they go: a shortened one matches. Kept on purpose. A longer one meets a zero.
+static_assert(sizeof tables::XmlEntity::text >= longestName);
 const tables::XmlEntity *entityNamed(const char *name, std::size_t length) {
     for (const tables::XmlEntity &entity : tables::xmlEntities) {
-        if (length <= entity.length && std::memcmp(name, entity.text, length) == 0) {
+        if (std::memcmp(name, entity.text, length) == 0) {
             return &entity;
         }
     }

@@ -238,6 +238,11 @@ TEST(XmlUnescape, OutputFullInsideTheText) {
     EXPECT_EQ(unescaped("&lt;&gt;", 2), "<");
     EXPECT_EQ(unescaped("&lt;&gt;", 3), "<>");
     EXPECT_EQ(unescaped("&#65;&#66;&#67;", 3), "AB");
+    std::string longest;
+    for (int count = 1; count < 20; ++count) {
+        longest += "&#0065;";
+        EXPECT_EQ(unescaped(longest + "&#0065;", count + 1), std::string(static_cast<std::size_t>(count), 'A'));
+    }
 }
 
 TEST(XmlModels, AllShortTexts) {
