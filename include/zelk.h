@@ -626,6 +626,7 @@ int combiningMapIso(unsigned int table);
  * Converts one byte. For a part above 16, `character` is a position in the list of tables (table number * 256 + byte),
  * for callers that hold one: tables 0 to 12 are ASCII, then parts 1, 2, 3, 4, 5, 7, 9, 10, 13, 14, 15, 16.
  *
+ * @param character a byte; of a larger value the bits are ORed into the position
  * @return the character; U+FFFD for unassigned positions and positions of 3328 and more
  */
 unsigned short zelk_isoConvertSingleChar(unsigned int part, unsigned int character);
@@ -691,7 +692,12 @@ CharPacket *zelkConvertIsoToUtf8Tolerant(unsigned int part, const char *in, int 
  */
 unsigned int zelk_winGetCodeTable(int codePage, unsigned int charSet);
 
-/** Converts one byte by a table of zelk_winGetCodeTable(); tables of 7 and more are ASCII with U+FFFD above. */
+/**
+ * Converts one byte by a table of zelk_winGetCodeTable(); tables of 7 and more are ASCII with U+FFFD above.
+ *
+ * @param table counts modulo 256
+ * @param byte  up to 127 it is the result; above, its low 8 bits count
+ */
 unsigned short zelk_winMapCode(unsigned int table, unsigned int byte);
 
 /** As zelk_isoToUnicodeMaxLength(). */
