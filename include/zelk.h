@@ -776,7 +776,8 @@ unsigned int zelk_dvbGetDvbCode(const char *text, dvbCharSet_t *charSet, DvbCode
 /**
  * Composes a non-spacing mark and the byte after it.
  *
- * @param set  a combining set of combiningMapDvb(): 0 the marks of ISO/IEC 6937, 1 Greek, 2 the marks of ISO 8859-9
+ * @param set  a combining set of combiningMapDvb(): 0 the marks of ISO/IEC 6937, 1 Greek, 2 the accents A8, B4, B8 of
+ *             ISO 8859-1 and its kin; a negative one composes nothing
  * @param base the byte that follows the mark; a space gives the spacing form of the mark
  * @param mark the mark's byte
  * @return the character (the plain letter where there is no composed one), or 0 when the two do not compose
@@ -815,7 +816,7 @@ int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode
 
 /**
  * Gives the bytes that zelk_dvb8ToUtf8() needs at most, the terminator not counted: by the code, three a character or
- * one a byte of UTF-8; 511 for compressed text of types 5 and 6; the exact count of decoded bytes for types 1 and 2
+ * one a byte of UTF-8 (rejected bytes grow to U+FFFD, and a text full of them is cut); 511 for compressed text of types 5 and 6; the exact count of decoded bytes for types 1 and 2
  * (0 without a count). At most 2147483647.
  */
 int zelk_dvb8ToUtf8MaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
@@ -841,8 +842,9 @@ CharPacket *zelkPreprocessDvbStringToUtf8(dvbCharSet_t charSet, const char *in, 
                                           int defaultExtra, unsigned int flags);
 
 /**
- * zelk_dvb8ToUnicode() in a new packet of the bound + 1 units. Where that is more than 65535, capacity and length hold
- * the low 16 bits while the block holds the whole text, terminated. Null for a null string or without memory.
+ * zelk_dvb8ToUnicode() in a new packet made for the bound + 1 units (a capacity of the bound + 2). Where that is more
+ * than 65535, capacity and length hold the low 16 bits while the block holds the whole text, terminated. Null for a null
+ * string or without memory.
  */
 WideCharPacket *zelkConvertDvb8ToUnicode(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t defaultCode,
                                          int defaultExtra, unsigned int flags);

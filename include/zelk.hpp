@@ -164,7 +164,11 @@ public:
     /** Replaces all settings but the flags. */
     void ResetConverter(dvbCharSet_t charSet, DvbCode_t code, int extra);
 
-    /** The result is the units in native byte order and one zero byte: 2 * units + 1 bytes. */
+    /**
+     * The result is the units in native byte order and one zero byte: 2 * units + 1 bytes.
+     *
+     * @throws std::bad_array_new_length for a count of 0x3FFFFFFF and more
+     */
     std::string convertDvb8ToUnicode(const char *in, int len) const;
     std::string convertDvb8ToUnicode(const std::string &text) const;
 
