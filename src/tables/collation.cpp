@@ -28,11 +28,12 @@ constexpr char16_t absent = u'\u00B7';
 // Latin: one column for each mark, so that a mark has the same accent number with every letter. Where that is not so,
 // a sorted list somewhere depends on it: A has tilde and dot above exchanged (08, 0C), C has circumflex and cedilla
 // (03, 0D), Y with diaeresis stands at 04; 01 of N, O and I belongs to the small n and to two ligatures, and their
-// acute moves to 11. From 14 on every letter has its own further forms. D has the eth at 09, A the ash at 0D.
+// acute moves to 11. D has the eth at 09, A the ash at 0D.
 constexpr unsigned int firstLatinAccent = 0x01;
 constexpr LetterRow latinRows[] = {
-    //       0  acute    circum.  diaer.   stroke   ring     ogonek   cedilla  dbl grave acute   horn, comma below
-    //       0     breve    grave    caron    tilde    macron   dot above dbl acute inv. breve hook  others
+    // 01 acute, 02 breve, 03 circumflex, 04 grave, 05 diaeresis, 06 caron, 07 stroke, 08 tilde, 09 ring, 0A macron,
+    // 0B ogonek, 0C dot above, 0D cedilla, 0E double acute, 0F double grave, 10 inverted breve, 11 acute where 01 is
+    // taken, 12 hook, 13 horn or comma below, from 14 on others
     //       00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 10 11 12 13 14 15 16 17 18 19 1A 1B
     {0x13, u"Aa Áá Ăă Ââ Àà Ää Ǎǎ Ⱥ· Ȧȧ Åå Āā Ąą Ãã Ææ ·· Ȁȁ Ȃȃ ·· ·· ·· Ǟǟ Ǡǡ Ǻǻ Ǽǽ Ǣǣ"},
     {0x15, u"Bb ·· ·· ·· ·· ·· ·· ·ƀ ·· ·· ·· ·· ·· ·· ·· ·· ·· ·· Ɓ· ·· Ƃƃ"},
