@@ -943,8 +943,8 @@ int zelkCollate(int selector, const char *a, const char *b);
 /**
  * Matches a text against a pattern, byte by byte: `*` stands for any bytes, `?` for one.
  *
- * The byte behind a `*` stands for itself, whatever it is: `*?` looks for a question mark and `**` for a star. Time is at
- * most text times pattern, linear for one star; the stack does not grow.
+ * The byte behind a `*` stands for itself, whatever it is: `*?` looks for a question mark and `**` for a star. Stars that
+ * end the pattern match any rest. Time is at most text times pattern, linear for one star; the stack does not grow.
  *
  * @param text,pattern zero-terminated; null is not accepted
  * @return 0 for a match, else a value other than 0
