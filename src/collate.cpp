@@ -55,7 +55,7 @@ std::size_t countEqual(const unsigned char *a, const unsigned char *b, std::size
 // How many bytes the texts share, terminators not counted. Most texts part within the first few; for the others the
 // search for a terminator runs ahead in growing blocks.
 std::size_t countShared(const unsigned char *a, const unsigned char *b) {
-    constexpr std::size_t singly = 16;
+    constexpr std::size_t singly = 8;
     std::size_t shared = 0;
     while (shared < singly) {
         if (a[shared] != b[shared] || a[shared] == 0) {
@@ -97,6 +97,9 @@ public:
         std::uint32_t key = 0;
         if (pending_ != 0) {
             key = keyOf(pending_);
+        } else if (const std::uint32_t asciiKey = *at_ < 0x80 ? keyOf(*at_) : 0; asciiKey != 0) {
+            key = asciiKey;
+            ++at_;
         } else {
             while (key == 0 && *at_ != 0) {
                 key = keyOf(decode());
@@ -105,6 +108,9 @@ public:
         pending_ = tables::expansionOf(key);
         return key;
     }
+
+    // Of a reader at its beginning: the key of the first character, ignorable or not; 0 for an empty text.
+    std::uint32_t firstKey() { return keyOf(decode()); }
 
     // Steps over equal characters. Both texts then stand at the same place of their sequences as before: an expansion
     // among the characters stepped over yields the same keys on both sides.
@@ -131,19 +137,11 @@ private:
     unsigned int pending_ = 0; // the second character of the last key, 0 for none
 };
 
-// The answer of most comparisons in a list that is not yet sorted: two ASCII letters or digits at the front that
-// differ. 0 where it takes a longer look.
+// The answer of most comparisons in a list that is not yet sorted: the first characters are letters that differ. 0
+// where it takes a longer look.
 int firstLetters(const char *a, const char *b) {
-    if (a == nullptr || b == nullptr) {
-        return 0;
-    }
-    const auto left = static_cast<unsigned char>(*a);
-    const auto right = static_cast<unsigned char>(*b);
-    if ((left | right) >= 0x80) {
-        return 0;
-    }
-    const std::uint32_t leftKey = keyOf(left);
-    const std::uint32_t rightKey = keyOf(right);
+    const std::uint32_t leftKey = KeyReader(a).firstKey();
+    const std::uint32_t rightKey = KeyReader(b).firstKey();
     return leftKey != 0 && rightKey != 0 ? tables::mainOf(leftKey) - tables::mainOf(rightKey) : 0;
 }
 
