@@ -357,8 +357,8 @@ unsigned int zelkFilterWideString(unsigned short *dst, int size, const unsigned 
  * @param count       characters in the stretch; cut at the end of the text
  * @param replacement null: the result is the stretch, in a packet whose capacity follows the `count` asked for.
  *                    Otherwise the result is the whole text with the stretch replaced by this zero-terminated text.
- * @return a new packet; null for null, for a start behind the text, for a result of more than 65535 characters, or when
- *         there is no memory
+ * @return a new packet; null for null, for a start behind the text, for a replaced text of more than 65535 characters,
+ *         for a `count` whose value modulo 65536 is less than the stretch found, or when there is no memory
  */
 CharPacket *zelkSubstr(const CharPacket *text, unsigned int start, unsigned int count, const char *replacement);
 
