@@ -6,7 +6,7 @@
 #include <utf8proc.h>
 
 #include <array>
-#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -118,7 +118,7 @@ std::string encodeDefault(char32_t codePoint) {
 class Converter {
 public:
     explicit Converter(const std::string &set) : set_(set), handle_(iconv_open(set.c_str(), "UTF-8")) {
-        if (handle_ == failed()) {
+        if (reinterpret_cast<std::intptr_t>(handle_) == -1) {
             throw std::runtime_error("iconv does not know " + set);
         }
     }
@@ -140,8 +140,6 @@ public:
     }
 
 private:
-    static iconv_t failed() { return reinterpret_cast<iconv_t>(static_cast<std::intptr_t>(-1)); }
-
     std::string set_;
     iconv_t handle_;
 };

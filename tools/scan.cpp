@@ -9,9 +9,11 @@
 
 #include "zelk.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <optional>
+#include <tuple>
 #include <unistd.h>
 
 namespace zelk::tool {
@@ -128,6 +130,7 @@ std::string locator(const ServiceKey &key) {
 // Events in the order in which a viewer meets them.
 std::vector<const std::pair<const EventKey, Event> *> inOrder(const std::map<EventKey, Event> &events) {
     std::vector<const std::pair<const EventKey, Event> *> order;
+    order.reserve(events.size());
     for (const auto &event : events) {
         order.push_back(&event);
     }
@@ -196,9 +199,6 @@ void writeTable(const ServiceInformation &found, const DvbConverter &converter, 
 class JsonDocument {
 public:
     JsonDocument() { write("{"); }
-    ~JsonDocument() = default;
-    JsonDocument(const JsonDocument &) = delete;
-    JsonDocument &operator=(const JsonDocument &) = delete;
 
     template <class Records, class Convert>
     void array(const char *name, const Records &records, Convert convert) {
@@ -214,7 +214,7 @@ public:
         }
         write(firstRecord ? "]" : "\n]");
     }
-    void end() { write("\n}\n"); }
+    static void end() { write("\n}\n"); }
 
 private:
     bool firstArray_ = true;
@@ -256,7 +256,7 @@ void writeJson(const ServiceInformation &found, const DvbConverter &converter) {
         }
         return record;
     });
-    document.end();
+    JsonDocument::end();
 }
 
 // A field as in RFC 4180: in quotes when it holds a separator, a quote or a line break; quotes within are doubled.

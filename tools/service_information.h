@@ -6,12 +6,12 @@
 #include "transport_stream.h"
 
 #include <array>
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <span>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace zelk::tool {
@@ -21,7 +21,10 @@ struct ServiceKey {
     std::uint16_t transportStream = 0;
     std::uint16_t service = 0;
 
-    auto operator<=>(const ServiceKey &) const = default;
+    bool operator<(const ServiceKey &other) const {
+        return std::tie(originalNetwork, transportStream, service) <
+               std::tie(other.originalNetwork, other.transportStream, other.service);
+    }
 };
 
 struct EventKey {
@@ -29,7 +32,9 @@ struct EventKey {
     std::uint16_t event = 0;
     std::string language; // ISO 639-2, three bytes as broadcast; empty for an event without a text
 
-    auto operator<=>(const EventKey &) const = default;
+    bool operator<(const EventKey &other) const {
+        return std::tie(service, event, language) < std::tie(other.service, other.event, other.language);
+    }
 };
 
 // Where a record comes from: a later section of the same table replaces it when its version differs.
