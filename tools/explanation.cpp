@@ -62,27 +62,25 @@ constexpr std::array<NumberedTable, 18> numberedTables = {{
     {18, "ISO 8859-15 with non-spacing marks", DvbCharSetIso8859_15, "\x10\0\0"},
 }};
 
-// What a table gives for each byte alone, and for a mark with a letter: no two tables agree in all of it.
-std::vector<Units> fingerprint(const DvbSettings &settings, const std::string &selector) {
-    std::vector<Units> result;
-    const auto probe = [&](const std::string &text) {
-        result.push_back(decodeFirst(settings, selector + text, selector.size() + text.size()));
+// Tables differ in what they give for some byte of their upper half alone, or for a mark with a letter.
+bool agree(const DvbSettings &settings, const std::string &selector, const NumberedTable &table) {
+    DvbSettings plain;
+    plain.region = table.region;
+    const auto agreeOn = [&](const std::string &text) {
+        return decodeFirst(settings, selector + text, selector.size() + text.size()) ==
+               decodeFirst(plain, std::string(table.selector, 3) + text, 3 + text.size());
     };
-    for (unsigned int byte = 0x20; byte <= 0xFF; ++byte) {
-        probe(std::string(1, static_cast<char>(byte)));
+    for (unsigned int byte = 0xA0; byte <= 0xFF; ++byte) {
+        if (!agreeOn(std::string(1, static_cast<char>(byte)))) {
+            return false;
+        }
     }
-    probe("\xC1\x41");
-    return result;
+    return agreeOn("\xC1\x41");
 }
 
 const NumberedTable *identifyTable(const DvbSettings &settings, const std::string &selector) {
-    const std::vector<Units> wanted = fingerprint(settings, selector);
-    const auto found = std::find_if(numberedTables.begin(), numberedTables.end(), [&](const NumberedTable &table) {
-        DvbSettings plain;
-        plain.region = table.region;
-        plain.keepEmphasis = settings.keepEmphasis;
-        return fingerprint(plain, std::string(table.selector, 3)) == wanted;
-    });
+    const auto found = std::find_if(numberedTables.begin(), numberedTables.end(),
+                                    [&](const NumberedTable &table) { return agree(settings, selector, table); });
     return found == numberedTables.end() ? nullptr : &*found;
 }
 
@@ -466,9 +464,6 @@ private:
             addBits(output.empty() ? StepKind::Piece : StepKind::Text, bit, bit + 8, output, {});
             shown = end;
         }
-        if (whole.size() > result_.text.size()) {
-            warn(fmt::format("the text is cut after {} of {} bytes", result_.text.size(), whole.size()));
-        }
     }
 
     // ---- GB 2312, which the system's converter reads ----
@@ -502,6 +497,19 @@ private:
     std::size_t begin_;
 };
 
+// The receiver's room for UTF-8 and for compressed text is a bound that broken or very long text exceeds.
+void warnOfCut(Explanation &result) {
+    std::size_t whole = 0;
+    for (const Step &step : result.steps) {
+        whole += utf8(step.output).size();
+    }
+    const DvbCode_t code = result.selection.code;
+    if ((code == DvbCodeUtf8 || code == DvbCodeCompressed) && whole > result.text.size()) {
+        result.warnings.push_back(
+            fmt::format("the receiver has room for {} of {} bytes of text", result.text.size(), whole));
+    }
+}
+
 } // namespace
 
 Explanation explain(const DvbSettings &settings, const std::string &bytes) {
@@ -510,6 +518,7 @@ Explanation explain(const DvbSettings &settings, const std::string &bytes) {
     result.text = settings.converter().convertDvb8ToUtf8(bytes);
     explainSelection(settings, bytes, result);
     Explainer(settings, bytes, result).explain();
+    warnOfCut(result);
     return result;
 }
 

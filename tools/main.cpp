@@ -8,6 +8,7 @@
 #include <cctype>
 #include <csignal>
 #include <cstdio>
+#include <new>
 
 namespace {
 
@@ -56,6 +57,8 @@ int run(CLI::App &app, int argc, char **argv) {
     } catch (const Failure &failure) {
         flushOutput();
         return fail(programName(app), failure.what(), failure.status());
+    } catch (const std::bad_alloc &) {
+        return fail(programName(app), "not enough memory", ExitInputOutput);
     }
 }
 

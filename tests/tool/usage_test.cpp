@@ -1,0 +1,115 @@
+// What holds for all commands: help, errors, files, pipes.
+#include "tool/run.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+namespace {
+
+using namespace zelk_test;
+
+const std::vector<std::string> fileCommands[] = {
+    {"decode", "--file"},
+    {"explain", "--file"},
+    {"huffman", "--title", "--file"},
+    {"convert", "--from", "1"},
+    {"sort"},
+    {"match", "*"},
+    {"quote", "strip"},
+    {"case", "upper"},
+    {"xml", "escape"},
+    {"convert", "--from", "dvb"},
+    {"validate"},
+    {"convert", "--from", "1", "--checked"},
+};
+
+std::vector<std::string> with(std::vector<std::string> arguments, const std::string &last) {
+    arguments.push_back(last);
+    return arguments;
+}
+
+TEST(Usage, HelpIsGrouped) {
+    const Result help = run({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.error, "");
+    std::size_t at = 0;
+    for (const char *heading : {"\nDVB text:\n  decode ", "\nConversion:\n  convert ", "\nLists of lines:\n  sort ",
+                                "\nUTF-8 text:\n  case ", "\nExit status: 0 "}) {
+        const std::size_t found = help.out.find(heading, at);
+        ASSERT_NE(found, std::string::npos) << heading << help;
+        at = found;
+    }
+    EXPECT_EQ(run({"-h"}), help);
+}
+
+TEST(Usage, CommandsHaveHelp) {
+    const Result help = run({"sort", "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("\nUsage: zelk sort [OPTIONS] [files...]\n"), std::string::npos) << help;
+}
+
+TEST(Usage, VersionIsTheLibrarys) {
+    EXPECT_EQ(run({"--version"}), success("zelk " ZELK_VERSION "\n"));
+}
+
+TEST(Usage, MistakesGetOneLine) {
+    EXPECT_EQ(run({}), failure(2, "zelk: expected a command; see 'zelk --help'"));
+    EXPECT_EQ(run({"frob"}), failure(2, "zelk: unknown command 'frob'; see 'zelk --help'"));
+    EXPECT_EQ(run({"--frob"}), failure(2, "zelk: unknown option '--frob'; see 'zelk --help'"));
+    for (const std::vector<std::string> &command : fileCommands) {
+        std::vector<std::string> arguments = command;
+        if (arguments.back() == "--file") {
+            arguments.pop_back();
+        }
+        const Result result = run(with(arguments, "--frob"));
+        EXPECT_EQ(result, failure(2, "zelk " + command.front() +
+                                         ": the following argument was not expected: --frob; "
+                                         "see 'zelk " +
+                                         command.front() + " --help'"));
+    }
+    EXPECT_EQ(run({"decode", "--to"}).error.substr(0, 19), "zelk decode: --to: ");
+}
+
+TEST(Usage, FilesThatCannotBeReadAreNamed) {
+    for (const std::vector<std::string> &command : fileCommands) {
+        EXPECT_EQ(run(with(command, "/no/such/file")),
+                  failure(3, "zelk " + command.front() + ": /no/such/file: No such file or directory"));
+    }
+    EXPECT_EQ(run({"sort", "/"}), failure(3, "zelk sort: /: Is a directory"));
+    EXPECT_EQ(run({"validate", "/"}), failure(3, "zelk validate: /: Is a directory"));
+}
+
+TEST(Usage, OutputThatCannotBeWrittenIsAnError) {
+    if (access("/dev/full", W_OK) != 0) {
+        GTEST_SKIP() << "no /dev/full";
+    }
+    Environment full;
+    full.outputFile = "/dev/full";
+    EXPECT_EQ(run({"decode", "41"}, {}, full), failure(3, "zelk: standard output: No space left on device"));
+    EXPECT_EQ(run({"--help"}, {}, full), failure(3, "zelk: standard output: No space left on device"));
+    const std::string much(300000, 'x');
+    EXPECT_EQ(run({"convert", "--from", "1"}, much, full),
+              failure(3, "zelk convert: standard output: No space left on device"));
+}
+
+#ifndef ZELK_TOOL_SANITIZED
+// What must be held in memory and does not fit is an error like others.
+TEST(Usage, MemoryThatIsNotThereIsAnError) {
+    Environment small;
+    small.addressSpace = 64U << 20U;
+    EXPECT_EQ(run({"sort"}, std::string(100U << 20U, 'x'), small), failure(3, "zelk sort: not enough memory"));
+}
+#endif
+
+TEST(Usage, BrokenPipesAreQuiet) {
+    Environment closed;
+    closed.closedOutput = true;
+    const std::string much(300000, 'x');
+    EXPECT_EQ(run({"convert", "--from", "1"}, much, closed), success(""));
+    EXPECT_EQ(run({"sort"}, "a\n", closed), success(""));
+    EXPECT_EQ(run({"--help"}, {}, closed), success(""));
+    EXPECT_EQ(run({"decode"}, "41\n", closed), success(""));
+}
+
+} // namespace
