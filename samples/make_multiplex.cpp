@@ -336,7 +336,7 @@ Descriptor serviceNames(const std::string &provider, const std::string &name) {
 
 Descriptor shortEvent(const std::string &language, const std::string &name, const std::string &text) {
     dvbpsi_short_event_dr_t content{};
-    std::copy(language.begin(), language.end(), content.i_iso_639_code);
+    std::copy_n(language.begin(), sizeof content.i_iso_639_code, content.i_iso_639_code);
     put(name, content.i_event_name, content.i_event_name_length);
     put(text, content.i_text, content.i_text_length);
     if (5 + name.size() + text.size() > 255) {
