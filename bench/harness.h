@@ -84,15 +84,21 @@ public:
     Conversion(const Conversion &) = delete;
     Conversion &operator=(const Conversion &) = delete;
 
-    // Comes first: its results are what the rivals' are compared with, and what the memcpy of the cell copies.
+    // Comes first: what it gives is what the others are compared with.
     template <class Function>
-    void ours(Function function) {
+    void reference(const std::string &name, Function function) {
         for (std::size_t i = 0; i < texts_.size(); ++i) {
             const std::size_t written = function(texts_[i], out_.data(), room_);
             results_.add({out_.data(), written});
         }
         cell_.setBytesWritten(results_.totalUnits() * sizeof(Out));
-        add("zelk", function);
+        add(name, function);
+    }
+
+    // Our own conversion, which is the reference, and the memcpy of what it writes.
+    template <class Function>
+    void ours(Function function) {
+        reference("zelk", function);
         cell_.add("memcpy", texts_.size(), [this](std::size_t i) {
             const std::span<const Out> result = results_[i];
             return std::memcpy(out_.data(), result.data(), result.size_bytes());

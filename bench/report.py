@@ -20,6 +20,8 @@ import subprocess
 import sys
 import time
 
+sys.dont_write_bytecode = True  # the two modules below lie in the source tree
+
 import chart
 import targets
 
