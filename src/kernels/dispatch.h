@@ -1,9 +1,11 @@
 // Which instruction set the kernels use: decided once per process by the dynamic linker, or fixed by the build.
 //
-// The choice is an indirect function that returns a constant: the linker resolves it while it loads the library and then
-// write-protects the result, so there is no writable state and no first call. -DZELK_KERNELS=portable or =avx512 makes
-// it a constant of the build, and the other path drops out.
+// The choice is a word that the linker stores while it loads the library and then write-protects, so there is no
+// writable state, no first call and no jump through a table: a kernel's caller tests the word. -DZELK_KERNELS=portable
+// or =avx512 makes it a constant of the build, and the other path drops out.
 #pragma once
+
+#include <cstdint>
 
 #if !defined(ZELK_KERNELS_PORTABLE)
 #define ZELK_HAS_AVX512_KERNELS
@@ -17,9 +19,12 @@
 #define ZELK_CHOOSE(arguments, ...) (portable::__VA_ARGS__ arguments)
 #endif
 
+// A stage of a conversion: a function of its own, so that the registers that it saves do not burden the others.
+#define ZELK_STAGE [[gnu::noinline, maybe_unused]] static
+
 namespace zelk::kernels {
 
-enum class InstructionSet {
+enum class InstructionSet : std::uintptr_t {
     Portable, // the baseline of the target: SSE2, NEON or none
     Avx512,   // AVX-512 F, BW, DQ, VL, VBMI and VBMI2 with BMI2: server and desktop processors since 2019
 };
@@ -33,7 +38,12 @@ constexpr InstructionSet instructionSet() {
     return InstructionSet::Avx512;
 }
 #else
-InstructionSet instructionSet() noexcept;
+// What the resolver of an indirect function returned: in form the address of a function, in truth an InstructionSet.
+extern "C" __attribute__((visibility("hidden"))) void (*const zelkResolvedInstructionSet)();
+
+inline InstructionSet instructionSet() {
+    return static_cast<InstructionSet>(reinterpret_cast<std::uintptr_t>(zelkResolvedInstructionSet));
+}
 #endif
 
 } // namespace zelk::kernels
