@@ -1,10 +1,10 @@
 #include "corpus.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iconv.h>
+#include <memory>
 #include <numeric>
 #include <random>
 #include <stdexcept>
@@ -29,14 +29,42 @@ std::vector<std::string> lines(const Languages &languages, const std::string &ki
     return all;
 }
 
-std::vector<std::string> charactersOf(const std::string &utf8, const std::string &coding) {
+// From UTF-8 to another coding; text that has no place in it is refused.
+class Recoder {
+public:
+    explicit Recoder(const std::string &coding) : descriptor_(iconv_open(coding.c_str(), "UTF-8"), iconv_close) {
+        if (descriptor_.get() == iconv_t(-1)) {
+            descriptor_.release();
+            throw std::runtime_error("iconv does not know " + coding);
+        }
+    }
+
+    std::string operator()(std::string utf8) const {
+        std::string out(utf8.size() * 4 + 16, '\0');
+        char *inAt = utf8.data();
+        char *outAt = out.data();
+        std::size_t inLeft = utf8.size();
+        std::size_t outLeft = out.size();
+        if (iconv(descriptor_.get(), &inAt, &inLeft, &outAt, &outLeft) == std::size_t(-1) ||
+            iconv(descriptor_.get(), nullptr, nullptr, &outAt, &outLeft) == std::size_t(-1)) {
+            throw std::runtime_error("no place for: " + utf8);
+        }
+        out.resize(out.size() - outLeft);
+        return out;
+    }
+
+private:
+    std::unique_ptr<void, int (*)(iconv_t)> descriptor_;
+};
+
+std::vector<std::string> charactersOf(const std::string &utf8, const Recoder &recoder) {
     std::vector<std::string> characters;
     for (std::size_t at = 0; at < utf8.size();) {
         std::size_t end = at + 1;
         while (end < utf8.size() && (static_cast<unsigned char>(utf8[end]) & 0xC0U) == 0x80U) {
             ++end;
         }
-        characters.push_back(recode(utf8.substr(at, end - at), "UTF-8", coding.c_str()));
+        characters.push_back(recoder(utf8.substr(at, end - at)));
         at = end;
     }
     return characters;
@@ -56,6 +84,7 @@ Shape shapeOf(Length length) {
     case Length::Description:
         return {128, 180, 220, " "};
     case Length::Buffer:
+    case Length::Other:
         break;
     }
     return {1, 65536, 65536, " "};
@@ -64,29 +93,8 @@ Shape shapeOf(Length length) {
 } // namespace
 
 std::string_view lengthName(Length length) {
-    constexpr std::string_view names[] = {"name", "desc", "64K"};
+    constexpr std::string_view names[] = {"name", "desc", "64K", "-"};
     return names[static_cast<std::size_t>(length)];
-}
-
-std::string recode(std::string_view text, const char *from, const char *to) {
-    const iconv_t descriptor = iconv_open(to, from);
-    if (descriptor == iconv_t(-1)) {
-        throw std::runtime_error(std::string("iconv has no conversion from ") + from + " to " + to);
-    }
-    std::string out(text.size() * 4 + 16, '\0');
-    std::string in(text);
-    char *inAt = in.data();
-    char *outAt = out.data();
-    std::size_t inLeft = in.size();
-    std::size_t outLeft = out.size();
-    const bool failed = iconv(descriptor, &inAt, &inLeft, &outAt, &outLeft) == std::size_t(-1) ||
-                        iconv(descriptor, nullptr, nullptr, &outAt, &outLeft) == std::size_t(-1);
-    iconv_close(descriptor);
-    if (failed) {
-        throw std::runtime_error("no " + std::string(to) + " for: " + in);
-    }
-    out.resize(out.size() - outLeft);
-    return out;
 }
 
 std::vector<std::string> titles(const Languages &languages) {
@@ -99,9 +107,10 @@ std::vector<std::string> descriptions(const Languages &languages) {
 
 Texts<char> makeTexts(const Source &source, Length length) {
     const Shape shape = shapeOf(length);
+    const Recoder recoder(source.coding);
     std::vector<std::vector<std::string>> stock;
     for (const std::string &line : length == Length::Name ? titles(source.languages) : descriptions(source.languages)) {
-        stock.push_back(charactersOf(line + shape.separator, source.coding));
+        stock.push_back(charactersOf(line + shape.separator, recoder));
     }
     std::mt19937 random(20260301);
     std::vector<std::size_t> order(stock.size());

@@ -18,6 +18,7 @@ enum class Length {
     Name,        // 16 to 48 bytes
     Description, // 180 to 220 bytes
     Buffer,      // 65,536 bytes
+    Other,       // as the case says
 };
 
 constexpr Length allLengths[] = {Length::Name, Length::Description, Length::Buffer};
@@ -89,9 +90,6 @@ private:
     std::vector<std::size_t> begins_;
     std::vector<std::size_t> lengths_;
 };
-
-// A whole text in another coding; both by the names of iconv. Text that has no place in `to` is refused.
-std::string recode(std::string_view text, const char *from, const char *to);
 
 struct Source {
     Languages languages;
