@@ -2,6 +2,8 @@
 // tuning.
 //
 //   bench-compare [--benchmark_...] OLD NEW [WORD...]
+#include "cases.h"
+#include "compressed.h"
 #include "harness.h"
 
 #include "zelk.h"
@@ -85,6 +87,24 @@ public:
             });
         }
     }
+
+    // `bind(library)` gives the comparison of two strings, or the match of a text with a pattern.
+    template <class Make, class Bind>
+    void pairs(const std::string &work, const std::string &text, Length length, Make make, Bind bind) {
+        program_.cell(work, text, length, [=, this](Cell &cell) {
+            auto kept = std::make_unique<Pairs>(make());
+            const auto call = [&pairs = *kept](const auto &function) {
+                return [&pairs, function](std::size_t i) {
+                    return function(pairs[i].first.c_str(), pairs[i].second.c_str());
+                };
+            };
+            cell.addChecked("old", kept->size(), call(bind(old_)));
+            cell.addChecked("new", kept->size(), call(bind(new_)));
+            return kept;
+        });
+    }
+
+    const Library &oldLibrary() const { return old_; }
 
     int run(int argc, char **argv) { return program_.run(argc, argv); }
 
@@ -179,6 +199,71 @@ void addUtf8(Comparison &comparison, const Languages &languages) {
     });
 }
 
+void addCompressed(Comparison &comparison, const std::string &title, const std::string &selector,
+                   const Encode &encode) {
+    comparison.conversion<char>(
+        "Huffman", title, [=](Length length) { return compressedTexts(length, selector, encode); },
+        [](const Library &library) {
+            return [convert = FIND(library, zelk_dvb8ToUtf8)](std::span<const char> in, char *out, std::size_t room) {
+                return convert(DvbCharSetStandard, out, asInt(room), in.data(), asInt(in.size()), DvbCodeNone, 0, 0);
+            };
+        });
+}
+
+void addPairs(Comparison &comparison) {
+    for (const std::string kind : collationKinds) {
+        comparison.pairs(
+            "collation", kind, Length::Name, [kind] { return collationPairs(kind); },
+            [](const Library &library) {
+                return [collate = FIND(library, zelkCollate)](const char *a, const char *b) {
+                    const int order = collate(0, a, b);
+                    return (order > 0 ? 1 : 0) - (order < 0 ? 1 : 0);
+                };
+            });
+    }
+    for (const std::string kind : wildcardKinds) {
+        for (const Length length : {Length::Name, Length::Description}) {
+            const auto make = [kind, length] { return wildcardCases(kind, length); };
+            comparison.pairs("wildcards", kind, length, make, [](const Library &library) {
+                return [match = FIND(library, zelk_patternWildcardMatch)](const char *text, const char *pattern) {
+                    return match(text, pattern) == 0;
+                };
+            });
+            comparison.pairs("wildcards", kind + ", ignoring case", length, make, [](const Library &library) {
+                return [match = FIND(library, zelk_patternWildcardMatchIgnoreCase)](
+                           const char *text, const char *pattern) { return match(text, pattern) == 0; };
+            });
+        }
+    }
+}
+
+void addXml(Comparison &comparison, const std::string &kind) {
+    comparison.conversion<char>(
+        "XML escape", kind, [kind](Length length) { return markupTexts(kind, length); },
+        [](const Library &library) {
+            return [escape = FIND(library, zelk_xmlify)](std::span<const char> in, char *out, std::size_t room) {
+                return escape(out, asInt(room), in.data(), asInt(in.size()));
+            };
+        });
+    comparison.conversion<char>(
+        "XML unescape", kind,
+        [kind, escape = FIND(comparison.oldLibrary(), zelk_xmlify)](Length length) {
+            const Texts<char> texts = markupTexts(kind, length);
+            Texts<char> escaped;
+            std::vector<char> out(texts.longest() * 6 + 1);
+            for (std::size_t i = 0; i < texts.size(); ++i) {
+                escaped.add(
+                    {out.data(), escape(out.data(), asInt(out.size()), texts[i].data(), asInt(texts[i].size()))});
+            }
+            return escaped;
+        },
+        [](const Library &library) {
+            return [unescape = FIND(library, zelk_unxml)](std::span<const char> in, char *out, std::size_t room) {
+                return unescape(out, asInt(room), in.data(), asInt(in.size()));
+            };
+        });
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -210,6 +295,13 @@ int main(int argc, char **argv) {
         for (const Languages &languages : {english, western, cyrillic, chinese}) {
             addUtf8(comparison, languages);
         }
+        const Library &library = comparison.oldLibrary();
+        addCompressed(comparison, "DVB, type 1", "\x1F\x01", streamEncoder(*FIND(library, HuffmanDecodeTable_1)));
+        addCompressed(comparison, "DVB, type 2", "\x1F\x02", streamEncoder(*FIND(library, HuffmanDecodeTable_2)));
+        addCompressed(comparison, "Malaysia, English", "\x1F\x05", malaysiaEncoder());
+        addPairs(comparison);
+        addXml(comparison, "sparse");
+        addXml(comparison, "dense");
         return comparison.run(argc - 2, argv + 2);
     } catch (const std::exception &failure) {
         std::fprintf(stderr, "%s: %s\n", argv[0], failure.what());
