@@ -19,6 +19,9 @@
 #define ZELK_AVX512_END _Pragma("GCC pop_options")
 #endif
 
+// For functions that load blocks of terminated texts: what lies behind a terminator in its page is read and ignored.
+#define ZELK_READS_WHOLE_PAGES __attribute__((no_sanitize("address")))
+
 #define ZELK_OPERATION static inline __attribute__((always_inline))
 
 ZELK_AVX512_BEGIN
@@ -35,6 +38,17 @@ inline constexpr std::size_t blockBytes = 64;
 
 using Block = __m512i;
 using Mask = std::uint64_t; // one bit a byte of a block, the first byte lowest
+
+// The bytes from an address to the end of its memory page, for texts that end at an unknown place: their terminator lies
+// in this page, or the page is read to its end.
+ZELK_OPERATION std::size_t bytesInPage(const void *at) {
+    constexpr std::size_t pageBytes = 4096; // the smallest that the processor has
+    return pageBytes - (reinterpret_cast<std::uintptr_t>(at) & (pageBytes - 1));
+}
+
+ZELK_OPERATION bool blockInPage(const void *at) {
+    return (reinterpret_cast<std::uintptr_t>(at) & 4095) <= 4096 - blockBytes;
+}
 
 // A constant that stays in a register: without this GCC makes it anew from an integer wherever it is used.
 ZELK_OPERATION Block held(Block constant) {

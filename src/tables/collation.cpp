@@ -346,4 +346,23 @@ static_assert([] {
 
 constinit const CollationKeys collationKeys = paged;
 
+static_assert([] {
+    unsigned int outsiders = 0;
+    for (unsigned int code = 0; code < 128; ++code) {
+        outsiders += expansionOf(keys[code]) != 0 || mainOf(keys[code]) == 0xFF ? 1 : 0;
+    }
+    return outsiders;
+}() == 1, "the percent sign alone stands for itself among the main keys of ASCII");
+
+constinit const AsciiCollation asciiCollation = [] {
+    AsciiCollation planes{};
+    for (unsigned int code = 0; code < 128; ++code) {
+        const std::uint32_t key = keys[code];
+        planes.mains[code] = static_cast<std::uint8_t>(expansionOf(key) != 0 ? 0xFF : mainOf(key));
+        planes.accents[code] = static_cast<std::uint8_t>(accentOf(key));
+        planes.cases[code] = static_cast<std::uint8_t>(caseOf(key));
+    }
+    return planes;
+}();
+
 } // namespace zelk::tables

@@ -45,4 +45,20 @@ extern const CollationKeys collationKeys;
 // keys lie at collationKeys.pages[code] without a look at the page number.
 inline constexpr unsigned int directlyIndexed = 0x0240;
 
+constexpr std::uint32_t collationKeyOf(unsigned int code) {
+    if (code < directlyIndexed) {
+        return collationKeys.pages[code];
+    }
+    return code <= lastCollated ? collationKeys[code] : catchAllKey;
+}
+
+// The keys of ASCII a part at a time, for looking up many at once. What expands, the percent sign, has the main key
+// 0xFF here, so that it is like nothing but itself.
+struct AsciiCollation {
+    std::uint8_t mains[128];
+    std::uint8_t accents[128];
+    std::uint8_t cases[128];
+};
+extern const AsciiCollation asciiCollation;
+
 } // namespace zelk::tables

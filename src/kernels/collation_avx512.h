@@ -1,0 +1,101 @@
+// Texts side by side, a block of either at a time. Included by collation.cpp and its test alone.
+//
+// Where the texts end is known only when they are read: a block may reach behind a terminator, but never out of the
+// memory page in which it begins, just as the C library's own string functions read.
+#pragma once
+
+#include "kernels/avx512_operations.h"
+#include "kernels/collation.h"
+#include "kernels/dispatch.h"
+
+#include <algorithm>
+#include <bit>
+
+ZELK_AVX512_BEGIN
+
+namespace zelk::kernels::avx512 {
+
+// What two texts have side by side: a block of either, less where a memory page ends.
+struct BlockPair {
+    Block left;
+    Block right;
+    std::size_t count; // of bytes that were read; zeros behind them
+
+    ZELK_READS_WHOLE_PAGES ZELK_OPERATION BlockPair at(const unsigned char *a, const unsigned char *b) {
+        if (blockInPage(a) && blockInPage(b)) [[likely]] {
+            return {load(a), load(b), blockBytes};
+        }
+        const std::size_t readable = std::min({bytesInPage(a), bytesInPage(b), blockBytes});
+        return {load(a, firstBytes(readable)), load(b, firstBytes(readable)), readable};
+    }
+
+    // The bytes that are the same, no terminators.
+    ZELK_READS_WHOLE_PAGES inline __attribute__((always_inline)) Mask same() const {
+        return _mm512_mask_test_epi8_mask(_mm512_cmpeq_epi8_mask(left, right), left, left);
+    }
+    // The bytes that are both ASCII, no terminators.
+    ZELK_READS_WHOLE_PAGES inline __attribute__((always_inline)) Mask ascii() const {
+        return nonZero(left) & nonZero(right) & ~highBits(_mm512_or_si512(left, right));
+    }
+    ZELK_READS_WHOLE_PAGES inline __attribute__((always_inline)) Mask differing(const std::uint8_t (&plane)[128],
+                                                                                Mask bytes) const {
+        const Table128 table = Table128::from(plane);
+        return _mm512_cmpneq_epi8_mask(lookOrZero(table, left, bytes), lookOrZero(table, right, bytes));
+    }
+};
+
+ZELK_STAGE ZELK_READS_WHOLE_PAGES std::size_t sharedBlocks(const unsigned char *a, const unsigned char *b) {
+    for (std::size_t shared = 0;;) {
+        const BlockPair pair = BlockPair::at(a + shared, b + shared);
+        const auto count = static_cast<std::size_t>(std::countr_one(pair.same()));
+        shared += count;
+        if (count < pair.count) {
+            return shared;
+        }
+    }
+}
+
+// The first block decides most comparisons, and its page is seldom left.
+ZELK_STAGE ZELK_READS_WHOLE_PAGES int compareBehindShared(const unsigned char *a, const unsigned char *b,
+                                                          CompareBehind *compare) {
+    Mask same = ~Mask{0};
+    if (blockInPage(a) && blockInPage(b)) [[likely]] {
+        same = BlockPair{load(a), load(b), blockBytes}.same();
+    }
+    const std::size_t shared = same != ~Mask{0} ? static_cast<std::size_t>(std::countr_one(same)) : sharedBlocks(a, b);
+    return a[shared] == b[shared] ? 0 : compare(a, b, shared);
+}
+
+ZELK_OPERATION void noteFirst(Mask places, const unsigned char *a, const unsigned char *b,
+                              LesserDifferences &differences) {
+    if (places != 0) {
+        const int place = std::countr_zero(places);
+        differences.note(tables::collationKeyOf(a[place]), tables::collationKeyOf(b[place]));
+    }
+}
+
+ZELK_STAGE ZELK_READS_WHOLE_PAGES std::size_t alikeBytes(const unsigned char *a, const unsigned char *b,
+                                                         LesserDifferences &differences) {
+    const tables::AsciiCollation &planes = tables::asciiCollation;
+    for (std::size_t passed = 0;;) {
+        const BlockPair pair = BlockPair::at(a + passed, b + passed);
+        const Mask same = pair.same();
+        const Mask ascii = pair.ascii();
+        const Mask alike = same | (ascii & ~pair.differing(planes.mains, ascii));
+        const auto count = static_cast<std::size_t>(std::countr_one(alike));
+        if (const Mask unequal = ~same & firstBytes(count); unequal != 0) {
+            const Mask accents = pair.differing(planes.accents, unequal);
+            const Mask lesser = pair.differing(planes.cases, unequal) | accents;
+            noteFirst(lesser, a + passed, b + passed, differences);
+            noteFirst(accents, a + passed, b + passed, differences);
+        }
+        passed += count;
+        if (count < pair.count) {
+            return passed;
+        }
+    }
+}
+
+} // namespace zelk::kernels::avx512
+
+ZELK_AVX512_END
