@@ -5,7 +5,7 @@ import math
 
 WIDTH, LEFT, RIGHT, TOP = 960, 420, 70, 56
 BAR, GAP = 11, 9
-COLOURS = {"name": "#1f6f8b", "desc": "#5aa9c4", "64K": "#a8d0dc"}
+COLOURS = {"name": "#1f6f8b", "desc": "#5aa9c4", "64K": "#a8d0dc", "-": "#888888"}
 
 
 def family(title, cells):
@@ -44,7 +44,7 @@ def family(title, cells):
     for position, length in enumerate(dict.fromkeys(cell.length for cell in cells)):
         x = LEFT + position * 70
         lines.append(f'<rect x="{x}" y="33" width="10" height="10" fill="{COLOURS[length]}"/>')
-        lines.append(label(x + 14, 42, length, "start"))
+        lines.append(label(x + 14, 42, "other" if length == "-" else length, "start"))
     for figure in ticks(low, high):
         lines.append(f'<line x1="{at(figure):.1f}" y1="{TOP - 6}" x2="{at(figure):.1f}" y2="{y}" '
                      f'stroke="{"#000000" if ratios and figure == 1 else "#dddddd"}"/>')
