@@ -3,7 +3,7 @@
 import html
 import math
 
-WIDTH, LEFT, RIGHT, TOP = 960, 420, 70, 56
+WIDTH, LEFT, RIGHT, TOP = 1100, 560, 70, 56
 BAR, GAP = 11, 9
 COLOURS = {"name": "#1f6f8b", "desc": "#5aa9c4", "64K": "#a8d0dc", "-": "#888888"}
 
