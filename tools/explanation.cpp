@@ -79,8 +79,9 @@ bool agree(const DvbSettings &settings, const std::string &selector, const Numbe
 }
 
 const NumberedTable *identifyTable(const DvbSettings &settings, const std::string &selector) {
-    const auto found = std::find_if(numberedTables.begin(), numberedTables.end(),
-                                    [&](const NumberedTable &table) { return agree(settings, selector, table); });
+    const auto *const found =
+        std::find_if(numberedTables.begin(), numberedTables.end(),
+                     [&](const NumberedTable &table) { return agree(settings, selector, table); });
     return found == numberedTables.end() ? nullptr : &*found;
 }
 

@@ -85,7 +85,8 @@ std::string decode(const HuffmanOptions &options, const std::string &compressed)
 }
 
 ExitStatus run(const HuffmanOptions &options) {
-    if (int{options.title} + int{options.description} + int{options.type != 0} != 1) {
+    const int codes = (options.title ? 1 : 0) + (options.description ? 1 : 0) + (options.type != 0 ? 1 : 0);
+    if (codes != 1) {
         failInput("expected exactly one of --title, --description and --type");
     }
     if (options.skip > 0 && options.type != 0) {

@@ -26,7 +26,7 @@ std::string programName(const CLI::App &app) {
 }
 
 int fail(const std::string &program, const std::string &message, int status) {
-    fmt::print(stderr, "{}: {}\n", program, message);
+    (void)std::fputs((program + ": " + message + '\n').c_str(), stderr); // nobody may be there to read it
     return status;
 }
 
@@ -62,10 +62,7 @@ int run(CLI::App &app, int argc, char **argv) {
     }
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
-    (void)std::signal(SIGPIPE, SIG_IGN); // write() sees the error instead
+int runTool(int argc, char **argv) {
     CLI::App app(description, "zelk");
     app.footer(footer);
     app.set_help_flag("-h,--help", "Show this help");
@@ -86,13 +83,21 @@ int main(int argc, char **argv) {
     addXmlCommand(app);
     addValidateCommand(app);
 
+    const int status = run(app, argc, argv);
+    flushOutput();
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    (void)std::signal(SIGPIPE, SIG_IGN); // write() sees the error instead
     try {
-        const int status = run(app, argc, argv);
-        flushOutput();
-        return status;
+        return runTool(argc, argv);
     } catch (const BrokenPipe &) {
         return ExitOk;
-    } catch (const Failure &failure) {
-        return fail("zelk", failure.what(), failure.status());
+    } catch (const std::exception &error) {
+        (void)std::fprintf(stderr, "zelk: %s\n", error.what());
+        return ExitInputOutput;
     }
 }

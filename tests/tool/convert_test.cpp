@@ -215,7 +215,7 @@ TEST(Convert, StretchesOfInputMakeNoDifference) {
         const Result result = stream(
             {"convert", "--from", "utf8"},
             [&] {
-                const std::string part = text.substr(at, stretch);
+                std::string part = text.substr(at, stretch);
                 at += part.size();
                 return part;
             },

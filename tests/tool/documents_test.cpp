@@ -273,7 +273,7 @@ TEST(Documents, FishOffersWhatThereIs) {
         } else if (!name.empty()) {
             const std::size_t list = seen + std::string("__fish_seen_subcommand_from ").size();
             for (const std::string &command : wordsOf(line.substr(list, line.find('\'', list) - list))) {
-                offered[command].insert((shortName.empty() ? "" : "-" + shortName + ",") + "--" + name);
+                offered[command].insert(shortName.empty() ? "--" + name : "-" + shortName + ",--" + name);
             }
         }
     }

@@ -183,7 +183,7 @@ TEST(Explain, NamesTheTableAndTheReason) {
     };
     std::map<std::string, std::vector<json>> explanations; // by region, backwards
     for (const Case &c : cases) {
-        if (explanations.count(c.region) == 0) {
+        if (!explanations.contains(c.region)) {
             std::string lines;
             for (const Case &other : cases) {
                 lines += std::string(other.region) == c.region ? std::string(other.string) + '\n' : "";

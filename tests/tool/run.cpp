@@ -59,6 +59,7 @@ pid_t start(const std::string &program, std::vector<std::string> arguments, cons
     variables.push_back(std::string("PATH=") + std::getenv("PATH"));
     const auto pointers = [](std::vector<std::string> &words) {
         std::vector<char *> result;
+        result.reserve(words.size() + 1);
         for (std::string &word : words) {
             result.push_back(word.data());
         }
