@@ -4,6 +4,7 @@
 // 256 characters, as two-byte units, as UTF-8, as UTF-8 that was prepared before, or through a decompressor.
 #include "detail/dvb_decode.h"
 
+#include "detail/context_text.h"
 #include "detail/control_filter.h"
 #include "detail/dvb_select.h"
 #include "detail/huffman_malaysia.h"
@@ -226,42 +227,55 @@ void copyPrepared(Utf8Sink &sink, const DvbText &text) {
 
 // ---- Compressed text ----
 
-// Decompresses up to the next character, 0 for one that is dropped. A character above U+FFFD counts as the answer of
-// the decompressor that has its value.
-unsigned int nextCompressed(HuffmanStreamState &huffman, Utf8DecoderState &utf8, unsigned int byte,
-                            unsigned int flags) {
-    for (;;) {
-        const unsigned int answer = decodeHuffman(huffman, byte);
-        if (answer >= nextByteWanted) {
-            return answer;
-        }
-        const unsigned int character = laterUnit(utf8StreamDecode(utf8, answer));
-        if (character != 0) {
-            return filterControls(character, flags);
-        }
-    }
+// The table of encoding types 1 and 2, null for other types: their texts are empty.
+const unsigned char *compressionTable(const DvbText &text) {
+    return text.extra == 1 ? HuffmanDecodeTable_1 : text.extra == 2 ? HuffmanDecodeTable_2 : nullptr;
 }
 
-// To UTF-8 the end of text ends everything; to UCS-2 a counted text goes on with the next byte.
+template <class Sink>
+void putAscii(Sink &sink, const unsigned char *characters, unsigned int count) {
+    const int fits = std::min(static_cast<int>(count), sink.room() - 1);
+    std::copy_n(characters, fits, sink.position());
+    sink.advance(fits);
+}
+
+// The characters are bytes of UTF-8. To UTF-8 the end of the text ends everything; to UCS-2 a counted text goes on
+// eight bits later. So does any text after U+FFFE, and U+FFFF counts as an end: the streaming decoder's answers of
+// these values mean as much.
 template <class Sink>
 void decompress(Sink &sink, const DvbText &text, unsigned int flags) {
+    const unsigned char *table = compressionTable(text);
+    if (table == nullptr) {
+        return;
+    }
     const bool stopAtEnd = std::is_same_v<Sink, Utf8Sink> || text.left < 0;
-    HuffmanStreamState huffman{};
-    initHuffmanDecoder(huffman, static_cast<unsigned int>(text.extra));
+    const auto left = static_cast<unsigned int>(text.left);
+    ContextText characters =
+        text.left < 0 ? ContextText::bitByBit(table, text.bytes, left) : ContextText(table, text.bytes, left);
     Utf8DecoderState utf8;
     utf8StreamReset(utf8);
-    const unsigned char *at = text.bytes;
-    for (auto left = static_cast<unsigned int>(text.left); left != 0; --left, ++at) {
-        unsigned int answer = nextCompressed(huffman, utf8, *at, flags);
-        for (; answer < nextByteWanted; answer = nextCompressed(huffman, utf8, *at, flags)) {
-            putUnlessDropped(sink, answer);
+    for (std::array<unsigned char, 256> run; !sink.full();) {
+        if (const unsigned int count = characters.run(run.data(), run.size()); count != 0) {
+            utf8StreamReset(utf8);
+            putAscii(sink, run.data(), count);
             if (sink.full()) {
                 return;
             }
         }
-        if (answer == textEnded && stopAtEnd) {
+        const int byte = characters.next();
+        if (byte == ContextText::inputEnded) {
             return;
         }
+        const unsigned int character =
+            byte == 0 ? textEnded : laterUnit(utf8StreamDecode(utf8, static_cast<unsigned int>(byte)));
+        if (character == textEnded && stopAtEnd) {
+            return;
+        }
+        if (character >= nextByteWanted) {
+            characters.skipByte();
+            continue;
+        }
+        putUnlessDropped(sink, filterControls(character, flags));
     }
 }
 
@@ -284,17 +298,18 @@ int decompressedBytes(const DvbText &text) {
     if (text.count <= 0) {
         return 0;
     }
-    HuffmanStreamState huffman{};
-    initHuffmanDecoder(huffman, static_cast<unsigned int>(text.extra));
+    const unsigned char *table = compressionTable(text);
+    if (table == nullptr) {
+        return 0;
+    }
+    ContextText characters(table, text.bytes, static_cast<unsigned int>(text.left));
     long long bytes = 0;
-    for (int i = 0; i < text.left; ++i) {
-        unsigned int answer = decodeHuffman(huffman, text.bytes[i]);
-        for (; answer < nextByteWanted; answer = decodeHuffman(huffman, text.bytes[i])) {
-            ++bytes;
-        }
-        if (answer == textEnded) {
+    for (std::array<unsigned char, 256> run;;) {
+        bytes += characters.run(run.data(), run.size());
+        if (characters.next() <= 0) {
             break;
         }
+        ++bytes;
     }
     return saturated(bytes);
 }

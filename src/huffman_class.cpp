@@ -1,9 +1,10 @@
 // The decoder classes of programme titles and descriptions (ATSC A/65, Annex C): whole texts, by a context-tree table.
-#include "detail/context_tree.h"
+#include "detail/context_text.h"
 #include "zelk.h"
 #include "zelk.hpp"
 
 #include <algorithm>
+#include <array>
 
 namespace zelk {
 namespace {
@@ -15,19 +16,31 @@ constexpr int outputTooSmall = -2;
 
 constexpr unsigned int bitsPerByte = 8;
 
-// Follows one code in `tree`. Returns its leaf, or a value below leafFlag when the input ends inside the code.
-unsigned int readLeaf(const unsigned char *table, unsigned int tree, const unsigned char *src, unsigned int srcLength,
-                      _BitReaderPos_t &position) {
-    unsigned int node = tree;
-    unsigned int step = 0;
-    while (step < detail::leafFlag && position.byteIndex < srcLength) {
-        int bitIndex = 7 - position.bitIndex;
-        step = detail::walkTree(table, tree, node, src[position.byteIndex], bitIndex);
-        position.bitIndex = static_cast<unsigned char>(bitIndex < 0 ? 0 : 7 - bitIndex);
-        position.byteIndex += bitIndex < 0 ? 1 : 0;
+// The part of a text that a caller gets: the characters from `skipCount` on, as far as the capacity goes.
+class KeptCharacters {
+public:
+    KeptCharacters(unsigned char *dst, unsigned int capacity, unsigned int skipCount)
+        : dst_(dst), capacity_(capacity), skipCount_(skipCount) {}
+
+    void append(const unsigned char *characters, unsigned int count) {
+        const unsigned int skipped = std::min(count, skipCount_ - std::min(position_, skipCount_));
+        const unsigned int at = position_ + skipped - std::min(skipCount_, position_ + skipped);
+        const unsigned int kept = std::min(count - skipped, capacity_ - std::min(at, capacity_));
+        if (kept != 0) {
+            std::copy_n(characters + skipped, kept, dst_ + at);
+        }
+        position_ += count;
     }
-    return step;
-}
+
+    // Characters so far, left out ones included.
+    unsigned int position() const { return position_; }
+
+private:
+    unsigned char *dst_;
+    unsigned int capacity_;
+    unsigned int skipCount_;
+    unsigned int position_ = 0;
+};
 
 } // namespace
 
@@ -47,32 +60,27 @@ int HuffmanDecoder::decode(const unsigned char *src, unsigned int srcLength, uns
         table_ == nullptr) {
         return badArguments;
     }
-    unsigned int capacity = *dstLength;
+    const unsigned int capacity = *dstLength;
     const unsigned int length = src[srcLength - 1] == 0 ? srcLength - 1 : srcLength;
-    unsigned int count = 0;
-    unsigned char character = 0;
-    for (_BitReaderPos_t position{}; position.byteIndex < length;) {
-        unsigned int leaf = detail::escapeLeaf;
-        if (character < detail::firstWithoutTree) {
-            leaf = readLeaf(table_, detail::treeAfter(table_, character), src, length, position);
-        }
-        if (leaf < detail::leafFlag) {
+    KeptCharacters kept(dst, capacity, skipCount_);
+    detail::ContextText text(table_, src, length);
+    for (std::array<unsigned char, 256> run;;) {
+        kept.append(run.data(), text.run(run.data(), run.size()));
+        const int character = text.next();
+        if (character == detail::ContextText::inputEnded) {
             break;
         }
-        if (leaf != detail::escapeLeaf) {
-            character = static_cast<unsigned char>(leaf - detail::leafFlag);
-        } else if (bitReader(bitsPerByte, src, length, &character, &position) != success) {
-            break;
-        }
-        byteWriter(character, dst, skipCount_, &capacity, &count);
+        run[0] = static_cast<unsigned char>(character);
+        kept.append(run.data(), 1);
     }
 
+    const unsigned int count = kept.position();
     if (count == 0) {
         *dstLength = 0;
         return success;
     }
-    unsigned int end = count;
-    byteWriter(0, dst, skipCount_, &capacity, &end);
+    constexpr unsigned char terminator = 0;
+    kept.append(&terminator, 1);
     if (count < skipCount_) {
         *dstLength = 0;
         return success;

@@ -1,5 +1,6 @@
 // The four tables of context-tree codes, expanded by the compiler from their readable form and checked against what is
 // known of the published codes.
+#include "tables/context_steps.h"
 #include "tables/context_tree.h"
 #include "tables/context_tree_check.h"
 #include "tables/huffman_description.h"
@@ -71,5 +72,32 @@ static_assert(onlyEscapesAfter(zelkDvbTable2, 0x01, 0x1F));
 static_assert(codesAfter(zelkDvbTable2, 0, {{"010", 'A'}, {"100", 'C'}, {"111", 'T'}, {"0001", 'J'}, {"0011", 'D'}}));
 static_assert(codesAfter(zelkDvbTable2, 'a', {{"01", 'n'}, {"001", 'r'}, {"101", 't'}}));
 
+#if !defined(ZELK_KERNELS_PORTABLE)
+constexpr std::size_t enoughStates = 1024;
+constexpr auto titleSteps = stepsOf<stepsOf<enoughStates>(zelkTitleTable).size>(zelkTitleTable);
+constexpr auto descriptionSteps = stepsOf<stepsOf<enoughStates>(zelkDescriptionTable).size>(zelkDescriptionTable);
+constexpr auto dvbSteps1 = stepsOf<stepsOf<enoughStates>(zelkDvbTable1).size>(zelkDvbTable1);
+constexpr auto dvbSteps2 = stepsOf<stepsOf<enoughStates>(zelkDvbTable2).size>(zelkDvbTable2);
+#endif
+
 } // namespace
+
+#if !defined(ZELK_KERNELS_PORTABLE)
+const StepState *wideStepsOf(const unsigned char *table) {
+    if (table == HuffmanDecodeTable_1) {
+        return dvbSteps1.states.data();
+    }
+    if (table == HuffmanDecodeTable_2) {
+        return dvbSteps2.states.data();
+    }
+    if (table == _title_dec_table) {
+        return titleSteps.states.data();
+    }
+    if (table == _desc_dec_table) {
+        return descriptionSteps.states.data();
+    }
+    return nullptr;
+}
+#endif
+
 } // namespace zelk::tables

@@ -1,0 +1,96 @@
+// Reads a whole text in a context-tree code, at two speeds.
+//
+// next() gives one character by the exact rule: it walks the published tree. run() gives many graphic characters by
+// wide steps (context_text.cpp). Whatever is rare makes run() stop at the end of a character, and next() goes on.
+#pragma once
+
+#include "detail/context_tree.h"
+#include "tables/context_steps.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zelk::detail {
+
+class ContextText {
+public:
+    static constexpr int inputEnded = -1;
+
+    // `table` is one of the published ones for run() to give anything.
+    ContextText(const unsigned char *table, const unsigned char *bytes, std::size_t count)
+        : ContextText(table, tables::wideStepsOf(table), bytes, count) {}
+
+    // For a text whose end only its code tells, `count` being no more than a limit: no byte is read before the code
+    // gets there.
+    static ContextText bitByBit(const unsigned char *table, const unsigned char *bytes, std::size_t count) {
+        return {table, nullptr, bytes, count};
+    }
+
+    // Writes characters of 0x20 to 0x7F and returns their number, at most `room`. Nothing follows from a 0: next() may
+    // still give such a character.
+    unsigned int run([[maybe_unused]] unsigned char *out, [[maybe_unused]] unsigned int room) {
+        if constexpr (tables::hasWideSteps) {
+            const bool mayBegin = character_ == 0 || character_ - tables::firstGraphic < tables::graphicCount;
+            if (states_ != nullptr && mayBegin && at_ / 8 < count_) {
+                return runBySteps(out, room);
+            }
+        }
+        return 0;
+    }
+
+    // The next character, 0 to 255, or inputEnded where bits of it are missing.
+    int next() {
+        if (character_ < firstWithoutTree) {
+            const unsigned int leaf = readLeaf();
+            if (leaf < leafFlag) {
+                return inputEnded;
+            }
+            if (leaf != escapeLeaf) {
+                character_ = leaf - leafFlag;
+                return static_cast<int>(character_);
+            }
+        }
+        const std::uint64_t byte = at_ / 8;
+        const auto bitIndex = static_cast<unsigned int>(at_ % 8);
+        if (byte + (bitIndex != 0 ? 1 : 0) >= count_) {
+            at_ = std::uint64_t{8} * count_;
+            return inputEnded;
+        }
+        const unsigned int first = bytes_[byte];
+        const unsigned int second = bitIndex != 0 ? bytes_[byte + 1] : 0;
+        character_ = (first << 8U | second) >> (8 - bitIndex) & 0xFFU;
+        at_ += 8;
+        return static_cast<int>(character_);
+    }
+
+    // Leaves out the next eight bits.
+    void skipByte() { at_ += 8; }
+
+private:
+    ContextText(const unsigned char *table, const tables::StepState *states, const unsigned char *bytes,
+                std::size_t count)
+        : table_(table), states_(states), bytes_(bytes), count_(count) {}
+
+    unsigned int readLeaf() {
+        const unsigned int tree = treeAfter(table_, character_);
+        unsigned int node = tree;
+        unsigned int step = 0;
+        while (step < leafFlag && at_ / 8 < count_) {
+            int bitIndex = 7 - static_cast<int>(at_ % 8);
+            step = walkTree(table_, tree, node, bytes_[at_ / 8], bitIndex);
+            at_ = at_ / 8 * 8 + static_cast<unsigned int>(7 - bitIndex);
+        }
+        return step;
+    }
+
+    unsigned int runBySteps(unsigned char *out, unsigned int room);
+
+    const unsigned char *table_;
+    const tables::StepState *states_;
+    const unsigned char *bytes_;
+    std::size_t count_;
+    std::uint64_t at_ = 0; // the next bit; may lie behind the text
+    unsigned int character_ = 0;
+};
+
+} // namespace zelk::detail
