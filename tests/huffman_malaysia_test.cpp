@@ -2,6 +2,7 @@
 #include "detail/huffman_malaysia.h"
 #include "zelk.h"
 
+#include "helpers/guard_pages.h"
 #include "helpers/guarded.h"
 #include "helpers/text.h"
 #include "reference/huffman_encoder.h"
@@ -289,6 +290,25 @@ TEST(HuffmanMalaysia, RandomBytes) {
             byte = static_cast<char>(random.below(256));
         }
         expectAsModel(random.chance(50) ? english : malay, input);
+    }
+}
+
+TEST(HuffmanMalaysia, NoByteOutsideTheInputIsRead) {
+    Random random(54);
+    GuardPages pages(64);
+    for (int round = 0; round < 1500; ++round) {
+        std::string input(random.below(40), '\0');
+        for (char &byte : input) {
+            byte = static_cast<char>(random.below(256));
+        }
+        const unsigned int tableId = random.chance(50) ? english : malay;
+        const std::string expected = decodeMalaysiaBits(rowsOf(tableId), bitsOf(input));
+        for (const unsigned char *place : {pages.atBack(input), pages.atFront(input)}) {
+            Guarded<unsigned char> out(expected.size());
+            ASSERT_EQ(malaysiaDecode(tableId, place, static_cast<int>(input.size()), out.data(), -1),
+                      static_cast<int>(expected.size()));
+            ASSERT_EQ(std::string(reinterpret_cast<const char *>(out.data()), expected.size()), expected);
+        }
     }
 }
 
