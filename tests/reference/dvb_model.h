@@ -3,37 +3,16 @@
 #pragma once
 
 #include "reference/latin_decompositions.h"
+#include "reference/single_byte.h"
 #include "reference/utf8_model.h"
 
-#include <gtest/gtest.h>
-#include <iconv.h>
-
+#include <algorithm>
 #include <array>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace zelk_test {
-
-// A set as published, by iconv: 256 code points, U+FFFD where it has none.
-inline std::array<unsigned int, 256> publishedSet(const char *name) {
-    std::array<unsigned int, 256> set{};
-    const iconv_t descriptor = iconv_open("UTF-16LE", name);
-    EXPECT_NE(reinterpret_cast<std::intptr_t>(descriptor), -1) << name;
-    for (unsigned int byte = 0; byte < 256; ++byte) {
-        char in = static_cast<char>(byte);
-        unsigned char out[8] = {};
-        char *source = &in;
-        char *target = reinterpret_cast<char *>(out);
-        std::size_t inLeft = 1;
-        std::size_t outLeft = sizeof out;
-        const bool known = iconv(descriptor, &source, &inLeft, &target, &outLeft) == 0 && outLeft == sizeof out - 2;
-        set[byte] = known ? static_cast<unsigned int>(out[0] | out[1] << 8) : 0xFFFDU;
-    }
-    iconv_close(descriptor);
-    return set;
-}
 
 // ETSI EN 300 468 Annex A, the default table as this receiver reads it: 0xA0 to 0xFF. A question mark: unassigned.
 inline constexpr std::u16string_view defaultTableUpperHalf = u"\u00A0¡¢£€¥?§¤‘“«←↑→↓"
@@ -44,6 +23,13 @@ inline constexpr std::u16string_view defaultTableUpperHalf = u"\u00A0¡¢£€¥
                                                              u"ĸæđðħıĳŀłøœßþŧŋ\u00AD";
 
 using DvbTables = std::array<std::array<unsigned int, 256>, 19>;
+
+inline std::array<unsigned int, 256> published(const std::string &name) {
+    const reference::Set set = reference::systemSet(name);
+    std::array<unsigned int, 256> result{};
+    std::copy(set.begin(), set.end(), result.begin());
+    return result;
+}
 
 inline DvbTables makeDvbTables() {
     DvbTables tables;
@@ -57,7 +43,7 @@ inline DvbTables makeDvbTables() {
     }
     for (unsigned int part = 1; part <= 16; ++part) {
         if (part != 12) {
-            tables[part < 12 ? part + 1 : part] = publishedSet(("ISO-8859-" + std::to_string(part)).c_str());
+            tables[part < 12 ? part + 1 : part] = published("ISO-8859-" + std::to_string(part));
         }
     }
     tables[8][0xA5] = tables[8][0xAA] = 0xFFFD;
