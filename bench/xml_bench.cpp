@@ -24,7 +24,7 @@ namespace {
 
 using XmlConversion = Conversion<char, char>;
 
-std::size_t keep(const char *text, char *out) {
+[[maybe_unused]] std::size_t keep(const char *text, char *out) {
     const std::size_t length = text == nullptr ? 0 : std::strlen(text);
     std::copy_n(text, length, out);
     return length;
