@@ -1,59 +1,55 @@
 #include "detail/byte_convert.h"
 
-#include "detail/sink.h"
+#include "detail/utf8_char.h"
 #include "kernels/byte_sets.h"
 
 namespace zelk::detail {
 
 namespace {
 
-// The plain loop, for whatever text and room.
-unsigned int convertBytes(tables::ByteSet set, char *out, int outSize, const char *in, int inLength) {
-    const tables::CodePoints &codePoints = tables::codePointsOf(set);
-    return convertUnits<Utf8Sink>(out, outSize, in, inLength, [&codePoints](char byte) -> unsigned int {
-        return codePoints[static_cast<unsigned char>(byte)];
-    });
+const unsigned char *bytesOf(const char *in) {
+    return reinterpret_cast<const unsigned char *>(in);
 }
 
-// The bytes of a text before its zero byte, or all that are counted.
-std::size_t lengthBeforeZero(const char *in, int inLength) {
-    if (inLength < 0) {
-        return std::strlen(in);
-    }
-    const void *zero = std::memchr(in, 0, static_cast<std::size_t>(inLength));
-    return zero != nullptr ? static_cast<std::size_t>(static_cast<const char *>(zero) - in)
-                           : static_cast<std::size_t>(inLength);
+template <class Unit>
+unsigned int empty(Unit *out) {
+    *out = 0;
+    return 0;
+}
+
+unsigned int toUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in, const unsigned char *inEnd) {
+    return ZELK_CHOOSE((set, out, bytesOf(in), std::min(inEnd, bytesOf(in) + outSize - 1)), byteSetToUcs2);
+}
+
+unsigned int toUtf8(tables::ByteSet set, char *out, int outSize, const char *in, const unsigned char *inEnd) {
+    return ZELK_CHOOSE((set, out, out + outSize, bytesOf(in), inEnd), byteSetToUtf8);
+}
+
+// The way of a text without a count is a function of its own: strlen() costs the other one registers.
+[[gnu::noinline]] unsigned int terminatedToUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in) {
+    return toUcs2(set, out, outSize, in, bytesOf(in) + std::strlen(in));
+}
+
+[[gnu::noinline]] unsigned int terminatedToUtf8(tables::ByteSet set, char *out, int outSize, const char *in) {
+    return toUtf8(set, out, outSize, in, bytesOf(in) + std::strlen(in));
 }
 
 } // namespace
 
 unsigned int bytesToUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in, int inLength) {
-    std::size_t length = 0;
-    if (in != nullptr && outSize > 1) {
-        length = std::min(lengthBeforeZero(in, inLength), static_cast<std::size_t>(outSize) - 1);
-        kernels::byteSetToUcs2(set, reinterpret_cast<const unsigned char *>(in), length, out);
+    if (in == nullptr || outSize < 2) {
+        return empty(out);
     }
-    out[length] = 0;
-    return static_cast<unsigned int>(length);
+    return inLength < 0 ? terminatedToUcs2(set, out, outSize, in)
+                        : toUcs2(set, out, outSize, in, bytesOf(in) + inLength);
 }
 
-// The kernel takes the text as far as it surely fits; near the end of the buffer the plain loop skips what does not.
 unsigned int bytesToUtf8(tables::ByteSet set, char *out, int outSize, const char *in, int inLength) {
-    kernels::Progress done;
-    if (in != nullptr && outSize > 1) {
-        const std::size_t length = lengthBeforeZero(in, inLength);
-        done = kernels::byteSetToUtf8(set, reinterpret_cast<const unsigned char *>(in), length, out,
-                                      static_cast<std::size_t>(outSize));
-        if (done.read == length) {
-            out[done.written] = 0;
-            return static_cast<unsigned int>(done.written);
-        }
-        in += done.read;
+    if (in == nullptr || outSize < 2) {
+        return empty(out);
     }
-    const auto read = static_cast<int>(done.read);
-    const auto written = static_cast<unsigned int>(done.written);
-    return written + convertBytes(set, out + written, outSize - static_cast<int>(written), in,
-                                  inLength < 0 ? inLength : inLength - read);
+    return inLength < 0 ? terminatedToUtf8(set, out, outSize, in)
+                        : toUtf8(set, out, outSize, in, bytesOf(in) + inLength);
 }
 
 unsigned int utf8LengthOfBytes(tables::ByteSet set, const char *in, int inLength) {

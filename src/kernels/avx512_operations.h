@@ -22,7 +22,9 @@
 // For functions that load blocks of terminated texts: what lies behind a terminator in its page is read and ignored.
 #define ZELK_READS_WHOLE_PAGES __attribute__((no_sanitize("address")))
 
-#define ZELK_OPERATION static inline __attribute__((always_inline))
+// Sanitized as the function that it becomes part of. GCC marks the scopes of an operation's variables by the attributes
+// of the operation itself, and they would stay marked in a function that reads whole pages.
+#define ZELK_OPERATION static inline __attribute__((always_inline, no_sanitize("address")))
 
 ZELK_AVX512_BEGIN
 
@@ -97,6 +99,10 @@ ZELK_OPERATION void store(void *to, Block block) {
     _mm512_storeu_si512(to, block);
 }
 
+ZELK_OPERATION bool all(Mask mask) {
+    return _kortestc_mask64_u8(mask, mask) != 0;
+}
+
 ZELK_OPERATION Mask highBits(Block block) {
     return _mm512_movepi8_mask(block);
 }
@@ -127,10 +133,9 @@ struct Table128 {
     ZELK_OPERATION Table128 from(const std::uint8_t (&bytes)[128]) { return {load(bytes), load(bytes + blockBytes)}; }
 };
 
-// table[index & 127] for every byte of `index` that the mask selects; the others are those of `otherwise`.
-ZELK_OPERATION Block look(const Table128 &table, Block index, Mask selected, Block otherwise) {
-    const Block found = _mm512_permutex2var_epi8(table.low, index, table.high);
-    return _mm512_mask_mov_epi8(otherwise, selected, found);
+// table[index & 127] for every byte of `index` that the mask selects; the others stay as they are, or become zero.
+ZELK_OPERATION Block lookOrKeep(const Table128 &table, Block index, Mask selected) {
+    return _mm512_mask2_permutex2var_epi8(table.low, index, selected, table.high);
 }
 
 ZELK_OPERATION Block lookOrZero(const Table128 &table, Block index, Mask selected) {

@@ -1,19 +1,40 @@
-// The kernels of the single-byte sets: text of one set to UTF-8 and to UCS-2, as far as it surely fits.
+// The kernels of the single-byte sets: text of one set to UTF-8 and to UCS-2.
 //
-// They serve every family whose text is one byte a character. A set's lower half is ASCII and its text holds no zero
-// byte; what does not surely fit is left to the plain loop, which knows the exact rule near the end of a buffer.
+// They serve every family whose text is one byte a character and whose lower half is ASCII. For names the way in and
+// out costs as much as the work, so that a text passes through stages: each goes as far as it can and ends in a call of
+// the next, the plain loop last.
+//
+// A zero byte ends a text before its end. Callers count beyond their terminators: a kernel reads no page that begins
+// behind the zero byte.
 #pragma once
 
+#include "kernels/dispatch.h"
 #include "kernels/progress.h"
 #include "tables/byte_sets.h"
 
 namespace zelk::kernels {
 
-// `room` counts the terminator, which the kernel leaves to its caller. Every kernel of this page gives the same bytes
-// for the text it consumes; they differ in how far they go before they leave the rest.
-Progress byteSetToUtf8(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out, std::size_t room);
+ZELK_OF_EACH_SET(
 
-// Converts all of the text: `out` holds `length` units.
-void byteSetToUcs2(tables::ByteSet set, const unsigned char *in, std::size_t length, unsigned short *out);
+    // Terminates and tells the bytes. There is room for one byte and the terminator at least.
+    unsigned int byteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
+                               const unsigned char *inEnd);
+
+    // Terminates and tells the units. There is room for all of the text and the terminator.
+    unsigned int byteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                               const unsigned char *inEnd);
+
+    // Of DVB text: up to the first control (0x00 to 0x1F, 0x80 to 0x9F), without a terminator, and to UTF-8 as far as
+    // the text surely fits. Kernels differ in how far they go.
+    Progress cleanByteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
+                                const unsigned char *inEnd);
+    std::size_t cleanByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                                   const unsigned char *inEnd);
+
+)
+
+// The plain loop, for whatever text and room: goes on at `out` and tells the bytes from `begin` on.
+unsigned int plainByteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
+                                const unsigned char *inEnd, const char *begin);
 
 } // namespace zelk::kernels

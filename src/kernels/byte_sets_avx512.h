@@ -1,11 +1,15 @@
-// Sixty-four characters at a time. The upper half of a set is five planes of 128 bytes: the three UTF-8 bytes of each
-// character, absent ones zero, and the two bytes of its code point; a plane is two registers, and one permutation looks
-// 64 characters up. Interleaved planes closed up over their zeros are the UTF-8 text. Included by byte_sets.cpp alone.
+// Sixty-four characters at a time. The upper half of a set lies in planes of 128 bytes, each two registers, in which
+// one permutation looks 64 characters up. The planes of a character's first and last UTF-8 byte in turn, closed up over
+// their zeros, are the text. A text of one block and a text with characters of three bytes have stages of their own.
+// Included by byte_sets.cpp and the tests alone.
 #pragma once
 
 #include "kernels/avx512_operations.h"
 #include "kernels/byte_sets.h"
+#include "kernels/dispatch.h"
 #include "tables/byte_set_planes.h"
+
+#include <array>
 
 ZELK_AVX512_BEGIN
 
@@ -13,90 +17,310 @@ namespace zelk::kernels::avx512 {
 
 using tables::BytePlanes;
 
-// Characters of up to three bytes: 16 at a time, each in a lane of four bytes whose zeros fall out.
-ZELK_OPERATION std::size_t storeTriples(char *out, __m256i firsts, __m256i pairs) {
-    const Block lanes = _mm512_or_si512(_mm512_cvtepu16_epi32(firsts), _mm512_slli_epi32(_mm512_cvtepu16_epi32(pairs), 8));
-    return storeKept<false>(out, nonZero(lanes), lanes);
+// What a text is converted up to.
+enum class UpTo { Zero, Control };
+
+template <UpTo end>
+ZELK_OPERATION Mask ordinaryBytes(Block text) {
+    return end == UpTo::Zero ? nonZero(text) : _mm512_test_epi8_mask(text, _mm512_set1_epi8(0x60));
 }
 
-ZELK_OPERATION std::size_t storeTriples(char *out, Block firsts, Block pairs) {
-    const std::size_t front = storeTriples(out, _mm512_castsi512_si256(firsts), _mm512_castsi512_si256(pairs));
-    return front + storeTriples(out + front, _mm512_extracti64x4_epi64(firsts, 1), _mm512_extracti64x4_epi64(pairs, 1));
+// Ordinary and ASCII at once: as signed numbers, the bytes above the last control.
+template <UpTo end>
+ZELK_OPERATION Mask ordinaryAscii(Block text) {
+    return _mm512_cmpgt_epi8_mask(text, _mm512_set1_epi8(end == UpTo::Zero ? 0 : 0x1F));
 }
 
-// One block with characters above ASCII; needs room for three bytes a character.
-ZELK_OPERATION std::size_t storeBlock(const BytePlanes &planes, char *out, Block text, std::size_t count) {
-    const Block order = spreadOrder();
-    const Block characters = spread(text, order);
-    const Mask upper = highBits(characters);
-    const Block third = look(Table128::from(planes.utf8Third), characters, upper, characters);
-    const Block second = lookOrZero(Table128::from(planes.utf8Second), characters, upper);
-    const Block first = lookOrZero(Table128::from(planes.utf8First), characters, upper);
-    const Block front = frontPairs(second, third);
-    const Block back = backPairs(second, third);
-    std::size_t written = 0;
-    if (nonZero(first) == 0) {
-        written = storeKept<false>(out, nonZero(front), front);
-        if (count > blockBytes / 2) {
-            written += storeKept<false>(out + written, nonZero(back), back);
-        }
-    } else {
-        const Block none = _mm512_setzero_si512();
-        written = storeTriples(out, frontPairs(first, none), front);
-        if (count > blockBytes / 2) {
-            written += storeTriples(out + written, backPairs(first, none), back);
-        }
+// The bytes of a block that may be read: of a text that may end before its end, none of the next page.
+template <UpTo end>
+ZELK_OPERATION std::size_t blockAt(const unsigned char *in, const unsigned char *inEnd) {
+    const auto left = static_cast<std::size_t>(inEnd - in);
+    const std::size_t count = left < blockBytes ? left : blockBytes;
+    return end == UpTo::Zero && !blockInPage(in) && bytesInPage(in) < count ? bytesInPage(in) : count;
+}
+
+// Two blocks of bytes in turn, as two blocks.
+struct Pairs {
+    Block front;
+    Block back;
+};
+
+struct Interleaving {
+    alignas(64) std::array<std::uint8_t, 64> front;
+    alignas(64) std::array<std::uint8_t, 64> back;
+};
+
+inline constexpr Interleaving interleaving = [] {
+    Interleaving result{};
+    for (unsigned int i = 0; i < 64; ++i) {
+        const unsigned int source = i % 2 * 64 + i / 2; // bit 6 selects the second block
+        result.front[i] = static_cast<std::uint8_t>(source);
+        result.back[i] = static_cast<std::uint8_t>(source + 32);
     }
-    return written;
+    return result;
+}();
+
+ZELK_OPERATION Pairs inTurn(Block first, Block second, const Pairs &order) {
+    return {_mm512_permutex2var_epi8(first, order.front, second), _mm512_permutex2var_epi8(first, order.back, second)};
 }
 
-inline Progress byteSetToUtf8(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out, std::size_t room) {
-    const BytePlanes &planes = tables::planesOf(set);
-    std::size_t read = 0;
-    std::size_t written = 0;
-    while (read < length) {
-        const std::size_t left = length - read;
-        const std::size_t count = left < blockBytes ? left : blockBytes;
-        const std::size_t roomLeft = room - written;
-        if (roomLeft <= count) {
-            break;
+// Two planes of a set and the order that puts them in turn: what a loop holds in registers.
+struct Registers {
+    Table128 first;
+    Table128 last;
+    Pairs order;
+};
+
+ZELK_OPERATION Registers registersOf(const std::uint8_t (&first)[128], const std::uint8_t (&last)[128]) {
+    return {
+        Table128::from(first), Table128::from(last), {load(interleaving.front.data()), load(interleaving.back.data())}};
+}
+
+ZELK_OPERATION Registers held(Registers r) {
+    return {{held(r.first.low), held(r.first.high)},
+            {held(r.last.low), held(r.last.high)},
+            {held(r.order.front), held(r.order.back)}};
+}
+
+template <bool freely>
+ZELK_OPERATION void storeNonZero(char *out, std::size_t count, Block block) {
+    const Block closedUp = _mm512_maskz_compress_epi8(nonZero(block), block);
+    if (freely) {
+        store(out, closedUp);
+    } else {
+        store(out, firstBytes(count), closedUp);
+    }
+}
+
+// A block of characters of one or two bytes; false, and nothing is written, if others or zeros are among its `bytes`.
+// `freely`: there is room for two blocks; else for the bytes that the characters take.
+template <bool freely>
+ZELK_OPERATION bool storePairs(const Registers &registers, char *out, Block text, Mask bytes, Mask upper) {
+    const Block first = lookOrZero(registers.first, text, upper);
+    const Block last = lookOrKeep(registers.last, text, upper);
+    if (freely ? !all(nonZero(last)) : nonZero(last) != bytes) {
+        return false;
+    }
+    const Pairs pairs = inTurn(first, last, registers.order);
+    const std::size_t frontBytes = countOf(bytes & 0xFFFFFFFFU) + countOf(upper & 0xFFFFFFFFU);
+    storeNonZero<freely>(out, frontBytes, pairs.front);
+    storeNonZero<freely>(out + frontBytes, countOf(bytes >> 32U) + countOf(upper >> 32U), pairs.back);
+    return true;
+}
+
+// Characters of up to three bytes: 16 at a time, each in a lane of four bytes whose zeros fall out.
+ZELK_OPERATION char *storeTriples(char *out, __m256i firsts, __m256i pairs) {
+    const Block lanes =
+        _mm512_or_si512(_mm512_cvtepu16_epi32(firsts), _mm512_slli_epi32(_mm512_cvtepu16_epi32(pairs), 8));
+    return out + storeKept<false>(out, nonZero(lanes), lanes);
+}
+
+ZELK_OPERATION char *storeTriples(char *out, Block firsts, Block pairs) {
+    out = storeTriples(out, _mm512_castsi512_si256(firsts), _mm512_castsi512_si256(pairs));
+    return storeTriples(out, _mm512_extracti64x4_epi64(firsts, 1), _mm512_extracti64x4_epi64(pairs, 1));
+}
+
+// There is room for three bytes a character.
+ZELK_OPERATION char *storeTriples(const BytePlanes &planes, char *out, Block text, Mask upper) {
+    const Registers two = registersOf(planes.first, planes.last);
+    const Block first = lookOrZero(Table128::from(planes.firstOfThree), text, upper);
+    const Block second = lookOrZero(two.first, text, upper);
+    const Block lastOfThree = lookOrZero(Table128::from(planes.lastOfThree), text, upper);
+    const Block last = _mm512_or_si512(lookOrKeep(two.last, text, upper), lastOfThree);
+    const Pairs firsts = inTurn(first, _mm512_setzero_si512(), two.order);
+    const Pairs pairs = inTurn(second, last, two.order);
+    return storeTriples(storeTriples(out, firsts.front, pairs.front), firsts.back, pairs.back);
+}
+
+inline constexpr auto whole = static_cast<std::ptrdiff_t>(blockBytes);
+
+// That 64 bytes may be read and, where they are no characters of three bytes, two blocks written.
+template <UpTo end>
+ZELK_OPERATION bool wholeBlockFits(const char *out, const char *outEnd, const unsigned char *in,
+                                   const unsigned char *inEnd) {
+    return inEnd - in >= whole && outEnd - out > 2 * whole && (end == UpTo::Control || blockInPage(in));
+}
+
+// Moves all; false when a block with characters of three bytes comes next and `wide` does not ask for them.
+template <UpTo end, bool wide>
+ZELK_OPERATION bool convert(const BytePlanes &planes, char *&out, char *outEnd, const unsigned char *&in,
+                            const unsigned char *&inEnd) {
+    const Registers registers = held(registersOf(planes.first, planes.last));
+    for (;;) {
+        while (wholeBlockFits<end>(out, outEnd, in, inEnd)) {
+            Block text = load(in);
+            const Mask upper = highBits(text);
+            if (end == UpTo::Control && !all(ordinaryBytes<end>(text))) {
+                break;
+            }
+            if (upper != 0) {
+                if (!storePairs<true>(registers, out, text, ~0ULL, upper)) {
+                    break;
+                }
+                in += whole;
+                out += blockBytes + countOf(upper);
+                continue;
+            }
+            if (!all(ordinaryAscii<end>(text))) {
+                break;
+            }
+            do {
+                store(out, text);
+                in += whole;
+                out += whole;
+                if (!wholeBlockFits<end>(out, outEnd, in, inEnd)) {
+                    break;
+                }
+                text = load(in);
+            } while (all(ordinaryAscii<end>(text)));
+        }
+        const std::size_t count = blockAt<end>(in, inEnd);
+        if (count == 0) {
+            return true;
         }
         const Mask bytes = firstBytes(count);
-        const Block text = load(in + read, bytes);
-        if (highBits(text) == 0) {
-            store(out + written, bytes, text);
-            written += count;
-        } else if (roomLeft > 3 * count) {
-            written += storeBlock(planes, out + written, text, count);
-        } else {
-            break;
+        const Block text = load(in, bytes);
+        const Mask ordinary = ordinaryBytes<end>(text);
+        if (ordinary != bytes) {
+            inEnd = in + __builtin_ctzll(~ordinary);
+            continue;
         }
-        read += count;
+        const Mask upper = highBits(text);
+        const auto room = static_cast<std::size_t>(outEnd - out);
+        const std::size_t written = count + countOf(upper);
+        if (written >= room) {
+            return true;
+        }
+        if (upper == 0) {
+            store(out, bytes, text);
+            out += written;
+        } else if (storePairs<false>(registers, out, text, bytes, upper)) {
+            out += written;
+        } else if (!wide) {
+            return false;
+        } else if (room > 3 * count) {
+            out = storeTriples(planes, out, text, upper);
+        } else {
+            return true;
+        }
+        in += count;
     }
-    return {read, written};
 }
 
-inline void byteSetToUcs2(tables::ByteSet set, const unsigned char *in, std::size_t length, unsigned short *out) {
-    const BytePlanes &planes = tables::planesOf(set);
-    const Table128 lows = Table128::from(planes.ucs2Low);
-    const Table128 highs = Table128::from(planes.ucs2High);
-    const Block order = spreadOrder();
-    for (std::size_t read = 0; read < length; read += blockBytes) {
-        const std::size_t left = length - read;
-        const Block characters = spread(left < blockBytes ? load(in + read, firstBytes(left)) : load(in + read), order);
-        const Mask upper = highBits(characters);
-        const Block low = look(lows, characters, upper, characters);
-        const Block high = lookOrZero(highs, characters, upper);
-        if (left >= blockBytes) {
-            store(out + read, frontPairs(low, high));
-            store(out + read + blockBytes / 2, backPairs(low, high));
-        } else {
-            store(out + read, firstBytes(2 * left), frontPairs(low, high));
-            if (left > blockBytes / 2) {
-                store(out + read + blockBytes / 2, firstBytes(2 * left - blockBytes), backPairs(low, high));
+template <bool wide>
+ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int blocksToUtf8(tables::ByteSet set, char *out, char *outEnd,
+                                                            const unsigned char *in, const unsigned char *inEnd,
+                                                            char *begin) {
+    if (!convert<UpTo::Zero, wide>(tables::planesOf(set), out, outEnd, in, inEnd)) {
+        return blocksToUtf8<true>(set, out, outEnd, in, inEnd, begin);
+    }
+    if (in != inEnd) {
+        return plainByteSetToUtf8(set, out, outEnd, in, inEnd, begin);
+    }
+    *out = 0;
+    return static_cast<unsigned int>(out - begin);
+}
+
+// The stage of names: one block, which is all of the text and fits.
+ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
+                                                  const unsigned char *inEnd) {
+    const auto count = static_cast<std::size_t>(inEnd - in);
+    if (count > blockBytes || !blockInPage(in)) {
+        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+    }
+    const Mask bytes = firstBytes(count);
+    const Block text = load(in, bytes);
+    const Mask upper = highBits(text);
+    const std::size_t written = count + countOf(upper);
+    if (written >= static_cast<std::size_t>(outEnd - out)) {
+        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+    }
+    if (upper == 0) {
+        if (nonZero(text) != bytes) {
+            return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+        }
+        store(out, bytes, text);
+    } else if (const BytePlanes &planes = tables::planesOf(set);
+               !storePairs<false>(registersOf(planes.first, planes.last), out, text, bytes, upper)) {
+        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+    }
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
+}
+
+Progress cleanByteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
+                            const unsigned char *inEnd) {
+    const char *const begin = out;
+    const unsigned char *const text = in;
+    convert<UpTo::Control, true>(tables::planesOf(set), out, outEnd, in, inEnd);
+    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
+}
+
+ZELK_OPERATION Pairs unitsOf(const Registers &registers, Block text, Mask upper) {
+    return inTurn(lookOrKeep(registers.last, text, upper), lookOrZero(registers.first, text, upper), registers.order);
+}
+
+ZELK_OPERATION void storeUnits(unsigned short *out, Mask characters, const Pairs &units) {
+    _mm512_mask_storeu_epi16(out, static_cast<__mmask32>(characters), units.front);
+    _mm512_mask_storeu_epi16(out + blockBytes / 2, static_cast<__mmask32>(characters >> 32U), units.back);
+}
+
+// Tells where the units end.
+template <UpTo end>
+ZELK_OPERATION unsigned short *convertToUnits(const BytePlanes &planes, unsigned short *out, const unsigned char *in,
+                                              const unsigned char *inEnd) {
+    const Registers registers = held(registersOf(planes.ucs2High, planes.ucs2Low));
+    for (;;) {
+        std::size_t count = blockAt<end>(in, inEnd);
+        for (; count == blockBytes; count = blockAt<end>(in, inEnd)) {
+            const Block text = load(in);
+            if (!all(ordinaryBytes<end>(text))) {
+                break;
             }
+            const Pairs units = unitsOf(registers, text, highBits(text));
+            store(out, units.front);
+            store(out + blockBytes / 2, units.back);
+            in += count;
+            out += count;
+        }
+        const Block text = load(in, firstBytes(count));
+        const auto before = static_cast<std::size_t>(__builtin_ctzll(~ordinaryBytes<end>(text)));
+        storeUnits(out, firstBytes(before), unitsOf(registers, text, highBits(text)));
+        in += before;
+        out += before;
+        if (before < count || in == inEnd) {
+            return out;
         }
     }
+}
+
+ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int blocksToUcs2(tables::ByteSet set, unsigned short *out,
+                                                            const unsigned char *in, const unsigned char *inEnd) {
+    unsigned short *const end = convertToUnits<UpTo::Zero>(tables::planesOf(set), out, in, inEnd);
+    *end = 0;
+    return static_cast<unsigned int>(end - out);
+}
+
+ZELK_READS_WHOLE_PAGES unsigned int byteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                                                  const unsigned char *inEnd) {
+    const auto count = static_cast<std::size_t>(inEnd - in);
+    if (count > blockBytes || !blockInPage(in)) {
+        return blocksToUcs2(set, out, in, inEnd);
+    }
+    const Mask bytes = firstBytes(count);
+    const Block text = load(in, bytes);
+    if (nonZero(text) != bytes) {
+        return blocksToUcs2(set, out, in, inEnd);
+    }
+    const BytePlanes &planes = tables::planesOf(set);
+    storeUnits(out, bytes, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), text, highBits(text)));
+    out[count] = 0;
+    return static_cast<unsigned int>(count);
+}
+
+std::size_t cleanByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                               const unsigned char *inEnd) {
+    return static_cast<std::size_t>(convertToUnits<UpTo::Control>(tables::planesOf(set), out, in, inEnd) - out);
 }
 
 } // namespace zelk::kernels::avx512

@@ -1,51 +1,123 @@
 // The kernels for every processor: eight ASCII bytes at a time, else a table entry that holds a character's UTF-8 bytes
-// and their number, so that a character costs one load, one store and no branch. Included by byte_sets.cpp alone.
+// and their number, so that a character costs one load, one store and no branch. Included by byte_sets.cpp and the
+// tests alone.
 #pragma once
 
 #include "kernels/byte_sets.h"
+#include "kernels/dispatch.h"
 #include "tables/byte_set_planes.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
 namespace zelk::kernels::portable {
 
-inline Progress byteSetToUtf8(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out, std::size_t room) {
-    constexpr std::size_t step = 8;
-    constexpr std::uint64_t highBits = 0x8080808080808080U;
-    const tables::PackedUtf8 &packed = tables::packedUtf8Of(set);
-    std::size_t read = 0;
-    std::size_t written = 0;
-    // An entry is stored whole, four bytes for at most three that count: a step of characters may touch one byte more
-    // than it needs, and the terminator's byte is there for it.
-    while (length - read >= step && room - written > 3 * step) {
-        std::uint64_t eight = 0;
-        std::memcpy(&eight, in + read, step);
-        if ((eight & highBits) == 0) {
-            std::memcpy(out + written, &eight, step);
-            written += step;
-        } else {
-            for (std::size_t i = 0; i < step; ++i) {
-                const tables::PackedCharacter &character = packed[in[read + i]];
-                std::memcpy(out + written, character.bytes, sizeof character);
-                written += character.count;
-            }
-        }
-        read += step;
-    }
-    while (read < length && room - written > 3) {
-        const tables::PackedCharacter &character = packed[in[read++]];
-        std::memcpy(out + written, character.bytes, sizeof character);
-        written += character.count;
-    }
-    return {read, written};
+inline constexpr std::ptrdiff_t step = 8; // bytes that one word holds
+inline constexpr std::uint64_t everyByte = 0x0101010101010101U;
+inline constexpr std::uint64_t highBits = 0x80 * everyByte;
+
+inline bool isAscii(const unsigned char *in) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, in, step);
+    return (word & highBits) == 0;
 }
 
-inline void byteSetToUcs2(tables::ByteSet set, const unsigned char *in, std::size_t length, unsigned short *out) {
-    const tables::CodePoints &codePoints = tables::codePointsOf(set);
-    for (std::size_t i = 0; i < length; ++i) {
-        out[i] = codePoints[in[i]];
+// An entry is stored whole, four bytes for at most three that count: a character may touch one byte more than it needs,
+// and the terminator's byte is there for it.
+inline constexpr std::ptrdiff_t entryBytes = 4;
+
+inline char *putPacked(char *out, const tables::PackedCharacter &character) {
+    std::memcpy(out, character.bytes, entryBytes);
+    return out + character.count;
+}
+
+// Moves both as far as the text surely fits.
+inline void convert(const tables::PackedUtf8 &packed, char *&out, const char *outEnd, const unsigned char *&in,
+                    const unsigned char *inEnd) {
+    while (inEnd - in >= step && outEnd - out > 3 * step) {
+        if (isAscii(in)) {
+            std::memcpy(out, in, step);
+            out += step;
+        } else {
+            for (std::ptrdiff_t i = 0; i < step; ++i) {
+                out = putPacked(out, packed[in[i]]);
+            }
+        }
+        in += step;
     }
+    while (in != inEnd && outEnd - out >= entryBytes) {
+        out = putPacked(out, packed[*in++]);
+    }
+}
+
+// Where the text ends; behind a zero byte nothing is read.
+inline const unsigned char *endOfText(const unsigned char *in, const unsigned char *inEnd) {
+    const void *zero = std::memchr(in, 0, static_cast<std::size_t>(inEnd - in));
+    return zero != nullptr ? static_cast<const unsigned char *>(zero) : inEnd;
+}
+
+unsigned int byteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
+                           const unsigned char *inEnd) {
+    char *const begin = out;
+    inEnd = endOfText(in, inEnd);
+    convert(tables::packedUtf8Of(set), out, outEnd, in, inEnd);
+    return plainByteSetToUtf8(set, out, outEnd, in, inEnd, begin);
+}
+
+// Four units with one store.
+inline void putFour(unsigned short *out, const tables::CodePoints &codePoints, const unsigned char *in) {
+    std::uint64_t units = 0;
+    for (int i = 0; i < 4; ++i) {
+        const int place = std::endian::native == std::endian::little ? i : 3 - i;
+        units |= std::uint64_t{codePoints[in[i]]} << 16 * place;
+    }
+    std::memcpy(out, &units, sizeof units);
+}
+
+inline unsigned short *convertToUnits(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                                      const unsigned char *inEnd) {
+    const tables::CodePoints &codePoints = tables::codePointsOf(set);
+    for (; inEnd - in >= step; in += step, out += step) {
+        putFour(out, codePoints, in);
+        putFour(out + 4, codePoints, in + 4);
+    }
+    return std::transform(in, inEnd, out, [&codePoints](unsigned char byte) { return codePoints[byte]; });
+}
+
+unsigned int byteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                           const unsigned char *inEnd) {
+    unsigned short *const end = convertToUnits(set, out, in, endOfText(in, inEnd));
+    *end = 0;
+    return static_cast<unsigned int>(end - out);
+}
+
+// Where the first control is: of its bits 0x60, both are zero.
+inline const unsigned char *firstControl(const unsigned char *in, const unsigned char *inEnd) {
+    constexpr std::uint64_t graphicBits = 0x60 * everyByte;
+    while (inEnd - in >= step) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, in, step);
+        if ((((word & graphicBits) + graphicBits) & highBits) != highBits) {
+            break;
+        }
+        in += step;
+    }
+    return std::find_if(in, inEnd, [](unsigned char byte) { return (byte & 0x60U) == 0; });
+}
+
+Progress cleanByteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
+                            const unsigned char *inEnd) {
+    const char *const begin = out;
+    const unsigned char *const text = in;
+    convert(tables::packedUtf8Of(set), out, outEnd, in, firstControl(in, inEnd));
+    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
+}
+
+std::size_t cleanByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                               const unsigned char *inEnd) {
+    return static_cast<std::size_t>(convertToUnits(set, out, in, firstControl(in, inEnd)) - out);
 }
 
 } // namespace zelk::kernels::portable

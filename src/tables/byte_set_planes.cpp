@@ -29,9 +29,14 @@ consteval std::array<BytePlanes, byteSetCount> spreadOut() {
             std::uint8_t bytes[3] = {};
             const unsigned int count = detail::utf8Encode(character, bytes, 4);
             BytePlanes &plane = planes[set];
-            plane.utf8Third[i] = bytes[count - 1];
-            plane.utf8Second[i] = count > 1 ? bytes[count - 2] : std::uint8_t{0};
-            plane.utf8First[i] = count > 2 ? bytes[0] : std::uint8_t{0};
+            if (count == 3) {
+                plane.firstOfThree[i] = bytes[0];
+                plane.first[i] = bytes[1];
+                plane.lastOfThree[i] = bytes[2];
+            } else {
+                plane.first[i] = bytes[0];
+                plane.last[i] = bytes[1];
+            }
             plane.ucs2Low[i] = static_cast<std::uint8_t>(character & 0xFFU);
             plane.ucs2High[i] = static_cast<std::uint8_t>(character >> 8U);
         }
@@ -45,6 +50,6 @@ constexpr std::array<PackedUtf8, byteSetCount> packedUtf8Pool = pack();
 constexpr std::array<BytePlanes, byteSetCount> bytePlanesPool = spreadOut();
 
 static_assert(sizeof packedUtf8Pool == std::size_t{byteSetCount} * 1024);
-static_assert(sizeof bytePlanesPool == std::size_t{byteSetCount} * 640);
+static_assert(sizeof bytePlanesPool == std::size_t{byteSetCount} * 768);
 
 } // namespace zelk::tables

@@ -4,8 +4,9 @@
 // PackedUtf8, 256 entries of 4 bytes a set: a character's UTF-8 bytes, then their number. Entry 0 counts no byte: a
 // character of value 0 is never written.
 //
-// BytePlanes, 5 planes of 128 bytes a set, for the upper half: the first, second and third of three UTF-8 bytes, aligned
-// at the end (a shorter sequence has zeros in front), and the low and high byte of the code point.
+// BytePlanes, 6 planes of 128 bytes a set, for the upper half: of characters of two UTF-8 bytes the first and the last;
+// of those of three bytes the second in the place of the first, and the others in planes of their own (absent bytes are
+// zero, so that a zero last byte tells three); the low and the high byte of the code point.
 #pragma once
 
 #include "tables/byte_sets.h"
@@ -23,9 +24,10 @@ struct PackedCharacter {
 using PackedUtf8 = std::array<PackedCharacter, 256>;
 
 struct alignas(64) BytePlanes {
-    std::uint8_t utf8First[128];
-    std::uint8_t utf8Second[128];
-    std::uint8_t utf8Third[128];
+    std::uint8_t first[128];
+    std::uint8_t last[128];
+    std::uint8_t firstOfThree[128];
+    std::uint8_t lastOfThree[128];
     std::uint8_t ucs2Low[128];
     std::uint8_t ucs2High[128];
 };
