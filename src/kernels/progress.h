@@ -11,4 +11,10 @@ struct Progress {
     std::size_t written = 0;
 };
 
+// The steps that a plain loop takes before it tries the kernel again: one, to pass what stopped it, or many where the
+// kernel made too little way to be worth its call.
+constexpr std::size_t plainSteps(std::size_t kernelRead) {
+    return kernelRead >= 64 ? 1 : 64;
+}
+
 } // namespace zelk::kernels

@@ -1,8 +1,9 @@
 // The kernels of UTF-8 and UCS-2 text: as far as the text is well-formed and surely fits.
 //
-// A kernel stops before the first block of text that holds anything out of the ordinary (a zero, a sequence that is
-// rejected, what a filter would change) and before the output might be full; its caller goes on with the plain loop and
-// may come back. Every kernel gives what the plain loop gives for the text it consumes.
+// A text ends at its count or before it at a zero, so that a count may be larger than the text: no kernel reads on
+// another page than the text lies on. A kernel stops in front of a zero, of what is out of the ordinary (a sequence
+// that is rejected, what a filter would change) and of what might not fit. Its caller goes on with the plain loop and
+// may come back. Every kernel gives what the plain loop gives for the text that it consumes.
 #pragma once
 
 #include "kernels/progress.h"
@@ -14,23 +15,34 @@ namespace zelk::kernels {
 // How the two bytes of a UCS-2 unit lie in memory.
 enum class UnitOrder { LowFirst, HighFirst };
 
-// What the text must not hold, besides zeros.
+// What is out of the ordinary, besides zeros.
 enum class Clean {
     Any,        // nothing: every other unit is converted
-    NoControls, // U+0000 to U+001F, U+0080 to U+009F and U+E080 to U+E09F, which DVB text filters
+    NoControls, // U+0000 to U+001F, U+0080 to U+009F and their images from U+E080 on, which DVB text filters
 };
 
 // `room` counts the terminator; `count` is in units, which may lie at any address.
 template <UnitOrder order, Clean clean>
 Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room);
 
-// `room` is the number of units that may be written.
+// The units before the end of a text (read) and the bytes of UTF-8 that they need (written).
+template <UnitOrder order>
+Progress measureUcs2(const unsigned char *text, std::size_t count);
+
+// Units with the high byte first to native ones; `room` is the number of units that may be written.
+template <Clean clean>
+Progress ucs2ToNative(const unsigned char *text, std::size_t count, unsigned short *out, std::size_t room);
+
+// `room` is the number of units that may be written. The text begins with a character.
 template <Clean clean>
 Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room);
 
-// The bytes at the front of the text, at most `length`, that are well-formed, without U+FFFD and clean; the characters
-// in them are added to `characters`.
+// The bytes at the front of the text that are well-formed and clean and hold none of U+FFC0 to U+FFFF: U+FFFD is the
+// answer for what is rejected.
 template <Clean clean>
-std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length, std::size_t &characters);
+std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length);
+
+// The bytes before the end of a text (read) and the steps of utf8Length() through them (written).
+Progress measureUtf8(const unsigned char *text, std::size_t length);
 
 } // namespace zelk::kernels

@@ -1,0 +1,65 @@
+// How the kernels of UTF-8 and UCS-2 read: by blocks that may reach behind the terminator of a text, and behind what
+// its caller described where its count is too large, but never onto another page than the one where the text surely
+// goes on.
+#pragma once
+
+#include "kernels/avx512_operations.h"
+
+#include <algorithm>
+#include <array>
+
+ZELK_AVX512_BEGIN
+
+namespace zelk::kernels::avx512 {
+
+inline constexpr std::size_t blockUnits = blockBytes / 2;
+
+// The sanitizers, which know no pages, do not see these two loads.
+ZELK_OPERATION Block loadText(const unsigned char *text) {
+    Block block;
+    __asm__("vmovdqu64 %1, %0" : "=v"(block) : "m"(*reinterpret_cast<const unsigned char(*)[blockBytes]>(text)));
+    return block;
+}
+
+ZELK_OPERATION Block loadText(const unsigned char *text, Mask bytes) {
+    Block block;
+    __asm__("vmovdqu8 %1, %0%{%2%}%{z%}"
+            : "=v"(block)
+            : "m"(*reinterpret_cast<const unsigned char(*)[blockBytes]>(text)), "Yk"(bytes));
+    return block;
+}
+
+// Whether whole blocks may be read, whatever they hold.
+ZELK_OPERATION bool mayRead(const unsigned char *text, std::size_t length, std::size_t bytes) {
+    return length >= bytes && bytesInPage(text) >= bytes;
+}
+
+ZELK_OPERATION std::size_t firstOf(Mask mask) {
+    return static_cast<std::size_t>(_tzcnt_u64(mask)); // 64 where there is none
+}
+
+// Of the next `bytes` of a text, at most a block, those that may be read: all of them, unless a page ends before them
+// and the text ends on that page.
+ZELK_OPERATION std::size_t readableBytes(const unsigned char *text, std::size_t bytes) {
+    const std::size_t onPage = bytesInPage(text);
+    if (bytes <= onPage) [[likely]] {
+        return bytes;
+    }
+    const Mask present = firstBytes(onPage);
+    return (nonZero(loadText(text, present)) & present) == present ? bytes : onPage;
+}
+
+// The same in units; a unit may lie across the end of the page.
+ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t units) {
+    const std::size_t onPage = bytesInPage(text) / 2;
+    if (units <= onPage) [[likely]] {
+        return units;
+    }
+    const Mask present = firstBytes(onPage);
+    const Block block = loadText(text, firstBytes(2 * onPage));
+    return (_mm512_test_epi16_mask(block, block) & present) == present ? units : onPage;
+}
+
+} // namespace zelk::kernels::avx512
+
+ZELK_AVX512_END

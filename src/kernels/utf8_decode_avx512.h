@@ -1,0 +1,436 @@
+// UTF-8 text 64 bytes at a time. Included by utf8.cpp alone.
+#pragma once
+
+#include "kernels/utf8.h"
+#include "kernels/utf8_blocks_avx512.h"
+
+ZELK_AVX512_BEGIN
+
+namespace zelk::kernels::avx512 {
+
+// ---- ASCII
+
+constexpr unsigned char leastByte(Clean clean) {
+    return clean == Clean::Any ? 0x01 : 0x20;
+}
+
+// The bytes that are no ordinary ASCII: as signed numbers all the others are less.
+ZELK_OPERATION Mask otherThanAscii(Block text, Block least) {
+    return _mm512_cmplt_epi8_mask(text, least);
+}
+
+// The bytes of whole blocks of ordinary ASCII at the front of a text.
+ZELK_OPERATION std::size_t asciiBlocks(const unsigned char *text, std::size_t length, Block least) {
+    constexpr std::size_t step = 4 * blockBytes;
+    std::size_t read = 0;
+    while (mayRead(text + read, length - read, blockBytes)) {
+        const unsigned char *at = text + read;
+        if (mayRead(at, length - read, step)) {
+            const Block front = _mm512_min_epi8(loadText(at), loadText(at + blockBytes));
+            const Block back = _mm512_min_epi8(loadText(at + 2 * blockBytes), loadText(at + 3 * blockBytes));
+            if (otherThanAscii(_mm512_min_epi8(front, back), least) == 0) {
+                read += step;
+                continue;
+            }
+        }
+        if (otherThanAscii(loadText(at), least) != 0) {
+            break;
+        }
+        read += blockBytes;
+    }
+    return read;
+}
+
+// ---- Sequences
+
+// What may be wrong with a byte and the one before it. Each fault is a bit; three tables by a half of one of the bytes
+// say which bits they allow, and a bit that all three allow is a fault.
+struct Fault {
+    unsigned char bit;
+    unsigned char beforeFirst, beforeLast;   // upper half of the byte before
+    unsigned char lowerFirst, lowerLast;     // its lower half
+    unsigned char currentFirst, currentLast; // upper half of the byte
+};
+
+inline constexpr unsigned char secondContinuation = 0x80; // due two bytes after E0 to EF, a fault elsewhere
+
+inline constexpr Fault faults[] = {
+    {0x01, 0x0, 0x7, 0x0, 0xF, 0x8, 0xB},               // a continuation byte after ASCII
+    {0x02, 0xC, 0xF, 0x0, 0xF, 0x0, 0x7},               // none after a lead
+    {0x02, 0xC, 0xF, 0x0, 0xF, 0xC, 0xF},               // the same
+    {0x04, 0xC, 0xC, 0x0, 0x1, 0x8, 0xB},               // overlong: C0 and C1
+    {0x08, 0xE, 0xE, 0x0, 0x0, 0x8, 0x9},               // overlong: E0 80 to E0 9F
+    {0x10, 0xF, 0xF, 0x0, 0xF, 0x0, 0xF},               // F0 to FF
+    {secondContinuation, 0x8, 0xB, 0x0, 0xF, 0x8, 0xB}, // one after another
+};
+
+// Taken for faults where controls are to be left alone.
+inline constexpr Fault controls[] = {
+    {0x20, 0xC, 0xC, 0x2, 0x2, 0x8, 0x9}, // U+0080 to U+009F
+    {0x40, 0xE, 0xE, 0xE, 0xE, 0x8, 0x8}, // U+E000 to U+E3FF, where their images lie
+};
+
+// By the low six bits of an index, of which the lower four count.
+struct FaultTables {
+    unsigned char before[blockBytes], lower[blockBytes], current[blockBytes];
+
+    constexpr void add(const Fault &fault) {
+        for (unsigned int i = 0; i < blockBytes; ++i) {
+            const unsigned int half = i % 16;
+            before[i] |= half >= fault.beforeFirst && half <= fault.beforeLast ? fault.bit : 0;
+            lower[i] |= half >= fault.lowerFirst && half <= fault.lowerLast ? fault.bit : 0;
+            current[i] |= half >= fault.currentFirst && half <= fault.currentLast ? fault.bit : 0;
+        }
+    }
+};
+
+template <Clean clean>
+alignas(blockBytes) inline constexpr FaultTables faultTables = [] {
+    FaultTables tables{};
+    for (const Fault &fault : faults) {
+        tables.add(fault);
+    }
+    if (clean == Clean::NoControls) {
+        for (const Fault &fault : controls) {
+            tables.add(fault);
+        }
+    }
+    return tables;
+}();
+
+// The constants of the loops below.
+struct Utf8Constants {
+    Block before, lower, current, dueLess, high, least;
+};
+
+template <Clean clean>
+ZELK_OPERATION Utf8Constants utf8Constants() {
+    constexpr const FaultTables &tables = faultTables<clean>;
+    return {load(tables.before), load(tables.lower), load(tables.current),
+            everyByte(0x60),     everyByte(0x80),    everyByte(leastByte(clean))};
+}
+
+// A block of UTF-8 together with the bytes one and two places before each of its own. A sequence is looked at where it
+// ends, so that blocks follow one another at fixed distances, wherever the sequences lie.
+struct Utf8Block {
+    Block text, before1, before2;
+};
+
+ZELK_OPERATION Utf8Block utf8BlockAt(const unsigned char *text) {
+    return {loadText(text), loadText(text - 1), loadText(text - 2)};
+}
+
+// A part of a block, at text + read; in front of the text the bytes before are zero.
+ZELK_OPERATION Utf8Block utf8PartAt(const unsigned char *text, std::size_t read, Mask present) {
+    const Mask missing = 3U >> std::min<std::size_t>(read, 2);
+    return {loadText(text + read, present), loadText(text + read - 1, present & ~(missing & 1U) & ~(missing >> 1U)),
+            loadText(text + read - 2, present & ~missing)};
+}
+
+// The bytes that do not follow the two before them as they should, or are less than ordinary.
+ZELK_OPERATION Mask wrongBytes(const Utf8Block &block, const Utf8Constants &constants) {
+    const Block byBefore = _mm512_permutexvar_epi8(_mm512_srli_epi16(block.before1, 4), constants.before);
+    const Block byLower = _mm512_permutexvar_epi8(block.before1, constants.lower);
+    const Block byCurrent = _mm512_permutexvar_epi8(_mm512_srli_epi16(block.text, 4), constants.current);
+    const Block allowed = _mm512_ternarylogic_epi32(byBefore, byLower, byCurrent, 0x80); // a & b & c
+    const Block due = _mm512_subs_epu8(block.before2, constants.dueLess);                // bit 7: after E0 and above
+    const Block found = _mm512_ternarylogic_epi32(allowed, due, constants.high, 0x78);   // a ^ (b & c)
+    return _kor_mask64(nonZero(found), _mm512_cmplt_epu8_mask(block.text, constants.least));
+}
+
+// The last bytes of U+FFC0 to U+FFFF.
+ZELK_OPERATION Mask lastCharacters(const Utf8Block &block) {
+    return _mm512_mask_cmpeq_epi8_mask(_mm512_cmpeq_epi8_mask(block.before2, everyByte(0xEF)), block.before1,
+                                       everyByte(0xBF));
+}
+
+// The bytes in front of `read` that belong to a sequence which does not end there: 0, 1 or 2.
+ZELK_OPERATION std::size_t unfinishedBytes(const unsigned char *text, std::size_t read) {
+    if (read >= 1 && text[read - 1] >= 0xC0) {
+        return 1;
+    }
+    return read >= 2 && text[read - 2] >= 0xE0 ? 2 : 0;
+}
+
+// ---- UTF-8 to UCS-2
+
+// Stores the first `count` units of two blocks.
+ZELK_OPERATION void storeUnits(unsigned short *out, std::size_t count, Block front, Block back) {
+    if (count <= blockUnits) {
+        store(out, firstBytes(2 * count), front);
+    } else {
+        store(out, front);
+        store(out + blockUnits, firstBytes(2 * (count - blockUnits)), back);
+    }
+}
+
+ZELK_OPERATION Block frontUnits(Block ascii) {
+    return _mm512_cvtepu8_epi16(_mm512_castsi512_si256(ascii));
+}
+
+ZELK_OPERATION Block backUnits(Block ascii) {
+    return _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(ascii, 1));
+}
+
+// What the bytes of a sequence put into a unit, by their low six bits.
+struct UnitParts {
+    Block middleLow;   // two bits of the byte before the last to the low byte, less the mark of the last byte
+    Block middleHigh;  // four bits of it to the high byte
+    Block front, back; // the order that makes units of low and high bytes
+    Block lead3, lead2, middleLess;
+};
+
+ZELK_OPERATION UnitParts unitParts() {
+    alignas(blockBytes) static constexpr auto parts = [] {
+        struct {
+            unsigned char middleLow[blockBytes], middleHigh[blockBytes], front[blockBytes], back[blockBytes];
+        } table{};
+        for (unsigned int i = 0; i < blockBytes; ++i) {
+            table.middleLow[i] = static_cast<unsigned char>((i << 6U) - 0x80U);
+            table.middleHigh[i] = static_cast<unsigned char>(i >> 2U);
+            table.front[i] = static_cast<unsigned char>(i / 2 + i % 2 * blockBytes);
+            table.back[i] = static_cast<unsigned char>(table.front[i] + blockUnits);
+        }
+        return table;
+    }();
+    return {load(parts.middleLow), load(parts.middleHigh), load(parts.front), load(parts.back),
+            everyByte(0xE0),       everyByte(0xC0),        everyByte(0x20)};
+}
+
+// The units of a block, their bytes apart, at the last byte of each sequence.
+struct Units {
+    Block low, high;
+    Mask ends;
+};
+
+ZELK_OPERATION Units unitsOf(const Utf8Block &block, const UnitParts &parts) {
+    const Mask several = highBits(block.text);
+    const Block low =
+        _mm512_add_epi8(block.text, _mm512_maskz_permutexvar_epi8(several, block.before1, parts.middleLow));
+    const Block lead = _mm512_slli_epi16(_mm512_subs_epu8(block.before2, parts.lead3), 4);
+    const Block high = _mm512_or_si512(lead, _mm512_maskz_permutexvar_epi8(several, block.before1, parts.middleHigh));
+    // No last bytes: leads, and the byte after a lead of three.
+    const Block open = _mm512_max_epu8(block.text, _mm512_subs_epu8(block.before1, parts.middleLess));
+    return {low, high, _mm512_cmplt_epu8_mask(open, parts.lead2)};
+}
+
+// Up to 64 bytes of any kind; false at the end.
+template <Clean clean>
+ZELK_OPERATION bool decodePart(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                               Progress &done) {
+    std::size_t bytes = readableBytes(text + done.read, std::min(length - done.read, blockBytes));
+    const Utf8Block block = utf8PartAt(text, done.read, firstBytes(bytes));
+    const Mask wrong = wrongBytes(block, utf8Constants<clean>()) & firstBytes(bytes);
+    if (wrong != 0) [[unlikely]] {
+        bytes = firstOf(wrong);
+    }
+    const UnitParts parts = unitParts();
+    const Units units = unitsOf(block, parts);
+    const Mask ends = units.ends & firstBytes(bytes);
+    const std::size_t characters = countOf(ends);
+    if (room - done.written < characters) {
+        return false;
+    }
+    const Block low = _mm512_maskz_compress_epi8(ends, units.low);
+    const Block high = _mm512_maskz_compress_epi8(ends, units.high);
+    storeUnits(out + done.written, characters, _mm512_permutex2var_epi8(low, parts.front, high),
+               _mm512_permutex2var_epi8(low, parts.back, high));
+    done.read += bytes;
+    done.written += characters;
+    return bytes == blockBytes && done.read < length;
+}
+
+// Blocks of ASCII, as long as they may be read and fit whole.
+ZELK_OPERATION void decodeAsciiBlocks(const unsigned char *text, std::size_t length, unsigned short *out,
+                                      std::size_t room, Progress &done, Block least) {
+    while (mayRead(text + done.read, length - done.read, blockBytes) && room - done.written >= blockBytes) {
+        const Block block = loadText(text + done.read);
+        if (otherThanAscii(block, least) != 0) {
+            break;
+        }
+        store(out + done.written, frontUnits(block));
+        store(out + done.written + blockUnits, backUnits(block));
+        done.read += blockBytes;
+        done.written += blockBytes;
+    }
+}
+
+// Blocks of any text, the same way, up to one that is all ASCII. There are two bytes at least in front of them.
+template <Clean clean>
+ZELK_STAGE Progress decodeBlocks(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                                 Progress done) {
+    const Utf8Constants constants = utf8Constants<clean>();
+    const UnitParts parts = unitParts();
+    while (mayRead(text + done.read, length - done.read, blockBytes) && room - done.written >= blockBytes) {
+        const Utf8Block block = utf8BlockAt(text + done.read);
+        const Units units = unitsOf(block, parts);
+        if (wrongBytes(block, constants) != 0 || units.ends == ~0ULL) {
+            break;
+        }
+        const Block low = _mm512_maskz_compress_epi8(units.ends, units.low);
+        const Block high = _mm512_maskz_compress_epi8(units.ends, units.high);
+        storeUnits(out + done.written, countOf(units.ends), _mm512_permutex2var_epi8(low, parts.front, high),
+                   _mm512_permutex2var_epi8(low, parts.back, high));
+        done.read += blockBytes;
+        done.written += countOf(units.ends);
+    }
+    return done;
+}
+
+template <Clean clean>
+ZELK_STAGE Progress decodeLong(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                               Progress done) {
+    do {
+        if (unfinishedBytes(text, done.read) == 0) {
+            decodeAsciiBlocks(text, length, out, room, done, everyByte(leastByte(clean)));
+        }
+        if (mayRead(text + done.read, length - done.read, blockBytes)) {
+            done = decodeBlocks<clean>(text, length, out, room, done);
+        }
+    } while (decodePart<clean>(text, length, out, room, done));
+    done.read -= unfinishedBytes(text, done.read);
+    return done;
+}
+
+template <Clean clean>
+ZELK_STAGE Progress decodeAny(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    Progress done;
+    if (decodePart<clean>(text, length, out, room, done)) {
+        return decodeLong<clean>(text, length, out, room, done);
+    }
+    done.read -= unfinishedBytes(text, done.read);
+    return done;
+}
+
+// Short texts of ASCII are done here; what they need not costs them nothing.
+template <Clean clean>
+ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    const std::size_t fitting = std::min(length, room);
+    std::size_t bytes = readableBytes(text, std::min(fitting, blockBytes));
+    const Block block = loadText(text, firstBytes(bytes));
+    const Mask others = otherThanAscii(block, everyByte(leastByte(clean))) & firstBytes(bytes);
+    if (others != 0) {
+        bytes = firstOf(others);
+        if (text[bytes] >= 0x80) {
+            return decodeAny<clean>(text, length, out, room);
+        }
+    }
+    storeUnits(out, bytes, frontUnits(block), backUnits(block));
+    const Progress done{bytes, bytes};
+    return others == 0 && bytes < fitting && bytes >= 2 ? decodeLong<clean>(text, length, out, room, done) : done;
+}
+
+// ---- Checking and measuring
+
+// Up to 64 bytes; false at the end.
+template <Clean clean>
+ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std::size_t &read) {
+    const std::size_t bytes = readableBytes(text + read, std::min(length - read, blockBytes));
+    const Utf8Block block = utf8PartAt(text, read, firstBytes(bytes));
+    const Mask wrong = (wrongBytes(block, utf8Constants<clean>()) | lastCharacters(block)) & firstBytes(bytes);
+    if (wrong != 0) [[unlikely]] {
+        read += firstOf(wrong);
+        return false;
+    }
+    read += bytes;
+    return bytes == blockBytes && read < length;
+}
+
+template <Clean clean>
+ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read) {
+    const Utf8Constants constants = utf8Constants<clean>();
+    while (mayRead(text + read, length - read, blockBytes)) {
+        const Utf8Block block = utf8BlockAt(text + read);
+        if (_kor_mask64(wrongBytes(block, constants), lastCharacters(block)) != 0) {
+            break;
+        }
+        read += blockBytes;
+    }
+    return read;
+}
+
+template <Clean clean>
+ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, std::size_t read) {
+    do {
+        if (unfinishedBytes(text, read) == 0) {
+            read += asciiBlocks(text + read, length - read, everyByte(leastByte(clean)));
+        }
+        if (mayRead(text + read, length - read, blockBytes)) {
+            read = checkBlocks<clean>(text, length, read);
+        }
+    } while (checkPart<clean>(text, length, read));
+    return read - unfinishedBytes(text, read);
+}
+
+template <Clean clean>
+ZELK_STAGE std::size_t checkAny(const unsigned char *text, std::size_t length) {
+    std::size_t read = 0;
+    const bool going = checkPart<clean>(text, length, read);
+    return going ? checkLong<clean>(text, length, read) : read - unfinishedBytes(text, read);
+}
+
+template <Clean clean>
+ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
+    const std::size_t bytes = readableBytes(text, std::min(length, blockBytes));
+    const Block block = loadText(text, firstBytes(bytes));
+    const Mask others = otherThanAscii(block, everyByte(leastByte(clean))) & firstBytes(bytes);
+    if (others != 0) {
+        const std::size_t plain = firstOf(others);
+        return text[plain] < 0x80 ? plain : checkAny<clean>(text, length);
+    }
+    return bytes == blockBytes && bytes < length ? checkLong<clean>(text, length, bytes) : bytes;
+}
+
+// The bytes that are no steps of their own: a continuation byte behind a lead, or behind a lead of three and another
+// continuation byte, be the text well-formed or not. Everything is worked out in bit 7 of each byte.
+ZELK_OPERATION Mask innerBytes(const Utf8Block &block) {
+    const Block toThree = everyByte(0x60);                       // from E0 on bit 7 stays
+    const Block toFour = everyByte(0x70);                        // from F0 on
+    const Block text2 = _mm512_add_epi8(block.text, block.text); // bit 6 to bit 7
+    const Block before2 = _mm512_add_epi8(block.before1, block.before1);
+    const Block beforeFour = _mm512_subs_epu8(block.before1, toFour);
+    const Block three =
+        _mm512_andnot_si512(_mm512_subs_epu8(block.before2, toFour), _mm512_subs_epu8(block.before2, toThree));
+    const Block follows = _mm512_ternarylogic_epi32(before2, beforeFour, three, 0x3A);            // a ? ~b : c
+    const Block continuation = _mm512_ternarylogic_epi32(block.text, text2, block.before1, 0x20); // a & ~b & c
+    return highBits(_mm512_and_si512(continuation, follows));
+}
+
+// Up to 64 bytes; false at the end.
+ZELK_OPERATION bool measurePart(const unsigned char *text, std::size_t length, Progress &done) {
+    std::size_t bytes = readableBytes(text + done.read, std::min(length - done.read, blockBytes));
+    const Utf8Block block = utf8PartAt(text, done.read, firstBytes(bytes));
+    const Mask zeros = ~nonZero(block.text) & firstBytes(bytes);
+    if (zeros != 0) [[unlikely]] {
+        bytes = firstOf(zeros);
+    }
+    done.read += bytes;
+    done.written += countOf(firstBytes(bytes) & ~innerBytes(block));
+    return bytes == blockBytes && done.read < length;
+}
+
+ZELK_STAGE Progress measureLong(const unsigned char *text, std::size_t length, Progress done) {
+    do {
+        const std::size_t ascii = asciiBlocks(text + done.read, length - done.read, everyByte(0x01));
+        done.read += ascii;
+        done.written += ascii;
+        while (mayRead(text + done.read, length - done.read, blockBytes)) {
+            const Utf8Block block = utf8BlockAt(text + done.read);
+            if (nonZero(block.text) != ~0ULL) {
+                break;
+            }
+            done.read += blockBytes;
+            done.written += blockBytes - countOf(innerBytes(block));
+        }
+    } while (measurePart(text, length, done));
+    return done;
+}
+
+ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
+    Progress done;
+    return measurePart(text, length, done) ? measureLong(text, length, done) : done;
+}
+
+} // namespace zelk::kernels::avx512
+
+ZELK_AVX512_END
