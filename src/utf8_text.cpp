@@ -5,27 +5,60 @@
 #include "detail/utf8_char.h"
 #include "detail/utf8_stream.h"
 #include "detail/wrap.h"
+#include "kernels/utf8.h"
 #include "zelk.h"
+
+#include <bit>
 
 namespace zelk::detail {
 
 namespace {
 
+using kernels::Clean;
+using kernels::UnitOrder;
+
+// The bytes of units, and how they lie.
+const unsigned char *bytesOf(const unsigned short *text) {
+    return reinterpret_cast<const unsigned char *>(text);
+}
+
+template <FirstByte order>
+const unsigned char *bytesOf(BytePairs<order> text) {
+    return text.bytes();
+}
+
+template <class Units>
+inline constexpr UnitOrder orderOf =
+    std::endian::native == std::endian::little ? UnitOrder::LowFirst : UnitOrder::HighFirst;
+template <>
+inline constexpr UnitOrder orderOf<HighByteFirst> = UnitOrder::HighFirst;
+template <>
+inline constexpr UnitOrder orderOf<LowByteFirst> = UnitOrder::LowFirst;
+
+// The kernel takes the text as far as it surely fits; near the end of the buffer the plain loop skips what does not.
 template <class Units>
 unsigned int encodeText(unsigned char *out, int size, Units text, int count) {
-    return convertUnits<Utf8Sink>(reinterpret_cast<char *>(out), size, text, count,
-                                  [](unsigned int unit) { return unit; });
+    const auto extent = static_cast<unsigned int>(count);
+    auto *at = reinterpret_cast<char *>(out);
+    kernels::Progress done;
+    if (text != nullptr && size > 1) {
+        done =
+            kernels::ucs2ToUtf8<orderOf<Units>, Clean::Any>(bytesOf(text), extent, at, static_cast<std::size_t>(size));
+        text += done.read;
+    }
+    const auto written = static_cast<unsigned int>(done.written);
+    return written + convertUnits<Utf8Sink>(at + written, size - static_cast<int>(written), text,
+                                            static_cast<int>(extent - static_cast<unsigned int>(done.read)),
+                                            [](unsigned int unit) { return unit; });
 }
 
 template <class Units>
 unsigned int encodedLength(Units text, int count) {
-    unsigned int length = 0;
-    if (text != nullptr) {
-        for (auto left = static_cast<unsigned int>(count); left != 0 && *text != 0; ++text, --left) {
-            length += utf8EncodedLength(*text);
-        }
+    if (text == nullptr) {
+        return 0;
     }
-    return length;
+    const auto extent = static_cast<unsigned int>(count);
+    return static_cast<unsigned int>(kernels::measureUcs2<orderOf<Units>>(bytesOf(text), extent).written);
 }
 
 // A result of 65,536 bytes or more is cut to its length modulo 65,536, as packets count.
@@ -110,10 +143,20 @@ unsigned int zelkUtf8DecodeText(unsigned short *out, int size, const unsigned ch
     unsigned short *at = out;
     if (text != nullptr) {
         auto available = static_cast<unsigned int>(length);
-        for (int room = size; room > 1 && available != 0 && *text != 0; --room) {
-            const unsigned int used = detail::utf8Decode(text, available, at++);
-            text += used;
-            available -= used;
+        int room = size;
+        while (room > 1 && available != 0 && *text != 0) {
+            const auto done =
+                kernels::utf8ToUcs2<kernels::Clean::Any>(text, available, at, static_cast<std::size_t>(room - 1));
+            text += done.read;
+            available -= static_cast<unsigned int>(done.read);
+            at += done.written;
+            room -= static_cast<int>(done.written);
+            for (std::size_t steps = kernels::plainSteps(done.read);
+                 steps != 0 && room > 1 && available != 0 && *text != 0; --steps, --room) {
+                const unsigned int used = detail::utf8Decode(text, available, at++);
+                text += used;
+                available -= used;
+            }
         }
     }
     *at = 0;

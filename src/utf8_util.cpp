@@ -2,6 +2,7 @@
 // the codec, so each rejected byte or sequence is a character too.
 #include "detail/control_filter.h"
 #include "detail/utf8_char.h"
+#include "kernels/utf8.h"
 #include "zelk.h"
 
 #include <algorithm>
@@ -118,16 +119,7 @@ unsigned int filterText(unsigned char *out, int size, const unsigned char *text,
 using namespace zelk;
 
 unsigned int zelkUtf8GetTextWidth(const unsigned char *text, unsigned int length) {
-    unsigned int width = 0;
-    if (text != nullptr) {
-        while (length != 0 && *text != 0) {
-            const unsigned int used = detail::utf8Length(text, length);
-            text += used;
-            length -= used;
-            ++width;
-        }
-    }
-    return width;
+    return text == nullptr ? 0 : static_cast<unsigned int>(kernels::measureUtf8(text, length).written);
 }
 
 unsigned int zelkUtf8Pos(const unsigned char *text, unsigned int characters) {
@@ -142,8 +134,15 @@ unsigned int zelkUtf8Pos(const unsigned char *text, unsigned int characters) {
 
 // A sequence that the length cuts off is valid: the codec stores nothing for it.
 int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length) {
-    if (text != nullptr) {
-        for (unsigned short character = 0; length != 0 && *text != 0;) {
+    if (text == nullptr) {
+        return 1;
+    }
+    while (length != 0 && *text != 0) {
+        const std::size_t wellFormed = kernels::wellFormedUtf8<kernels::Clean::Any>(text, length);
+        text += wellFormed;
+        length -= static_cast<unsigned int>(wellFormed);
+        unsigned short character = 0;
+        for (std::size_t steps = kernels::plainSteps(wellFormed); steps != 0 && length != 0 && *text != 0; --steps) {
             const unsigned int used = detail::utf8Decode(text, length, &character);
             if (character == detail::replacementCharacter) {
                 return 0;
@@ -161,17 +160,27 @@ unsigned int zelkUtf8CopyAndCheckIfValid(unsigned char *out, int size, const uns
     unsigned char *at = out;
     if (text != nullptr && *invalid == 0) {
         auto available = static_cast<unsigned int>(length);
-        unsigned short character = 0;
-        for (int room = size; room > 1 && available != 0 && *text != 0;) {
-            const unsigned int used = detail::utf8Decode(text, available, &character);
-            if (character == detail::replacementCharacter) {
-                *invalid = 1;
-                break;
+        int room = size;
+        while (*invalid == 0 && room > 1 && available != 0 && *text != 0) {
+            const std::size_t fitting = std::min(available, static_cast<unsigned int>(room - 1));
+            const std::size_t wellFormed = kernels::wellFormedUtf8<kernels::Clean::Any>(text, fitting);
+            at = std::copy_n(text, wellFormed, at);
+            text += wellFormed;
+            available -= static_cast<unsigned int>(wellFormed);
+            room -= static_cast<int>(wellFormed);
+            unsigned short character = 0;
+            for (std::size_t steps = kernels::plainSteps(wellFormed);
+                 steps != 0 && room > 1 && available != 0 && *text != 0; --steps) {
+                const unsigned int used = detail::utf8Decode(text, available, &character);
+                if (character == detail::replacementCharacter) {
+                    *invalid = 1;
+                    break;
+                }
+                for (unsigned int left = used; left != 0 && room > 1; --left, --room) {
+                    *at++ = *text++;
+                }
+                available -= used;
             }
-            for (unsigned int left = used; left != 0 && room > 1; --left, --room) {
-                *at++ = *text++;
-            }
-            available -= used;
         }
     }
     *at = 0;

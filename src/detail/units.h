@@ -21,6 +21,11 @@ public:
         at_ += 2;
         return *this;
     }
+    constexpr BytePairs &operator+=(std::size_t units) {
+        at_ += 2 * units;
+        return *this;
+    }
+    constexpr const unsigned char *bytes() const { return at_; }
     friend constexpr bool operator==(BytePairs units, std::nullptr_t) { return units.at_ == nullptr; }
 
 private:
