@@ -12,6 +12,7 @@
 #include "detail/sink.h"
 #include "detail/units.h"
 #include "detail/utf8_stream.h"
+#include "kernels/utf8.h"
 #include "tables/byte_sets.h"
 #include "tables/dvb_marks.h"
 #include "tables/dvb_tables.h"
@@ -185,18 +186,49 @@ void decodeTable(Sink &sink, const DvbText &text, unsigned int flags) {
 
 // ---- Two-byte, UTF-8 and prepared text ----
 
+// The kernels take the stretches without controls; what stops them is decoded character by character.
+kernels::Progress twoByteStretch(Ucs2Sink &sink, const unsigned char *text, std::size_t units) {
+    const auto room = static_cast<std::size_t>(sink.room() - 1);
+    return kernels::ucs2ToNative<kernels::Clean::NoControls>(text, units, sink.position(), room);
+}
+
+kernels::Progress twoByteStretch(Utf8Sink &sink, const unsigned char *text, std::size_t units) {
+    const auto room = static_cast<std::size_t>(sink.room());
+    return kernels::ucs2ToUtf8<kernels::UnitOrder::HighFirst, kernels::Clean::NoControls>(text, units, sink.position(),
+                                                                                          room);
+}
+
+kernels::Progress utf8Stretch(Ucs2Sink &sink, const unsigned char *text, std::size_t length) {
+    const auto room = static_cast<std::size_t>(sink.room() - 1);
+    return kernels::utf8ToUcs2<kernels::Clean::NoControls>(text, length, sink.position(), room);
+}
+
+kernels::Progress utf8Stretch(Utf8Sink &sink, const unsigned char *text, std::size_t length) {
+    const auto room = static_cast<std::size_t>(sink.room() - 1);
+    const std::size_t clean = kernels::wellFormedUtf8<kernels::Clean::NoControls>(text, std::min(length, room));
+    std::copy_n(text, clean, sink.position());
+    return {clean, clean};
+}
+
 // High byte first. A zero unit ends the text where there is no count; an odd last byte is no unit.
 template <class Sink>
 void decodeTwoByte(Sink &sink, const DvbText &text, unsigned int flags) {
     const bool counted = text.left > 0;
     HighByteFirst at(text.bytes);
-    for (unsigned int left = counted ? static_cast<unsigned int>(text.left) / 2 : unbounded; left != 0 && !sink.full();
-         --left, ++at) {
-        const unsigned int unit = *at;
-        if (unit == 0 && !counted) {
-            return;
+    unsigned int left = counted ? static_cast<unsigned int>(text.left) / 2 : unbounded;
+    while (left != 0 && !sink.full()) {
+        const kernels::Progress done = twoByteStretch(sink, at.bytes(), left);
+        at += done.read;
+        left -= static_cast<unsigned int>(done.read);
+        sink.advance(static_cast<int>(done.written));
+        for (auto steps = kernels::plainSteps(done.read); steps != 0 && left != 0 && !sink.full();
+             --steps, --left, ++at) {
+            const unsigned int unit = *at;
+            if (unit == 0 && !counted) {
+                return;
+            }
+            putUnlessDropped(sink, filterControls(unit, flags));
         }
-        putUnlessDropped(sink, filterControls(unit, flags));
     }
 }
 
@@ -210,8 +242,17 @@ void decodeUtf8(Sink &sink, const DvbText &text, unsigned int flags) {
     Utf8DecoderState state;
     utf8StreamReset(state);
     const unsigned char *at = text.bytes;
-    for (const unsigned char *const end = at + byteCount(at, text.left); at != end && !sink.full(); ++at) {
-        putUnlessDropped(sink, filterControls(laterUnit(utf8StreamDecode(state, *at)), flags));
+    const unsigned char *const end = at + byteCount(at, text.left);
+    while (at != end && !sink.full()) {
+        const kernels::Progress done = utf8Stretch(sink, at, static_cast<std::size_t>(end - at));
+        at += done.read;
+        sink.advance(static_cast<int>(done.written));
+        // The kernels begin with a character: a sequence that the steps begin is finished first.
+        for (auto steps = kernels::plainSteps(done.read);
+             (steps != 0 || state.remaining != 0) && at != end && !sink.full(); ++at) {
+            steps -= steps != 0 ? 1 : 0;
+            putUnlessDropped(sink, filterControls(laterUnit(utf8StreamDecode(state, *at)), flags));
+        }
     }
 }
 
