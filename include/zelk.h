@@ -15,8 +15,8 @@
  *   of 0 or more nothing behind the count is read.
  * - Sizes. An output size is in output units and includes the terminator. The output is always terminated, and the
  *   terminator is written even where the size is 0 or 1: give every output at least one unit. Results never count the
- *   terminator. A text that does not fit is cut without notice; a UTF-8 sequence that does not fit is skipped whole, and
- *   a later, shorter character may still be written. Each family has a function that tells the size needed.
+ *   terminator. A text that does not fit is cut without notice; a UTF-8 sequence that does not fit is skipped
+ *   whole, and a later, shorter character may still be written. Each family has a function that tells the size needed.
  * - Null. A null input text gives an empty output and 0, or a null packet. A null output is not accepted.
  * - Errors. There are none: whatever cannot be converted becomes U+FFFD, and no byte sequence is refused.
  * - Packets. A function that returns a CharPacket or WideCharPacket hands over one block of malloc; release it with
@@ -81,8 +81,8 @@ typedef struct WideCharPacket {
 
 /** The bytes that zelkUtf8Encode() has still to hand out. Set it up with zelkInitUtf8Encoder(). */
 typedef struct Utf8EncoderState {
-    int pendingCount;                /**< 0, 1 or 2 bytes are pending. */
-    unsigned short pendingBytes[2];  /**< Handed out from slot `pendingCount` - 1 downward. */
+    int pendingCount;               /**< 0, 1 or 2 bytes are pending. */
+    unsigned short pendingBytes[2]; /**< Handed out from slot `pendingCount` - 1 downward. */
 } Utf8EncoderState;
 
 /** The sequence that zelkUtf8Decode() is inside of. Set it up with zelkInitUtf8Decoder(). */
@@ -177,8 +177,8 @@ typedef int (*zelkUnitPutter)(unsigned int unit, void *context);
  * Makes a packet.
  *
  * - init null: an empty text with room for `size` characters (capacity `size` + 1).
- * - init given, size not 0: as much of `init` as fits in `size` characters. With a size of 65535 the capacity wraps to 0,
- *   so nothing is copied and `chars` stays unwritten.
+ * - init given, size not 0: as much of `init` as fits in `size` characters. With a size of 65535 the capacity wraps
+ *   to 0, so nothing is copied and `chars` stays unwritten.
  * - init given, size 0: a packet sized to `init`. A text of 65535 characters or more is dropped, not cut: the packet is
  *   empty with capacity 1.
  *
@@ -229,9 +229,9 @@ unsigned int zelk_strlcpy(char *dst, int size, const char *src, unsigned int max
 unsigned int zelk_wstrlcpy(unsigned short *dst, int size, const unsigned short *src, unsigned int max);
 
 /**
- * As zelk_wstrlcpy(), from units stored as byte pairs, high byte first, at any alignment (as they lie inside a broadcast
- * string). The two bytes of each unit are exchanged: `dst` holds the low byte first on every machine. A unit is zero when
- * both of its bytes are.
+ * As zelk_wstrlcpy(), from units stored as byte pairs, high byte first, at any alignment (as they lie inside a
+ * broadcast string). The two bytes of each unit are exchanged: `dst` holds the low byte first on every machine. A unit
+ * is zero when both of its bytes are.
  *
  * @param dst  receives `size` * 2 bytes at most, terminated by two zero bytes
  * @param size 16-bit units in `dst`, the terminator included
@@ -397,8 +397,8 @@ unsigned int zelkUtf8CharGetLength(const unsigned char *text, unsigned int avail
 /**
  * Reads one character.
  *
- * A sequence cut off by `available` stores nothing and consumes what is there: `*character` keeps its value, and callers
- * rely on it.
+ * A sequence cut off by `available` stores nothing and consumes what is there: `*character` keeps its value, and
+ * callers rely on it.
  *
  * @param available bytes that may be looked at; 0xFFFFFFFF for text bounded by its terminator only
  * @param character receives the character or U+FFFD; must not be null
@@ -495,14 +495,14 @@ void zelkInitUtf8Decoder(Utf8DecoderState *state);
  * Decodes one byte.
  *
  * @param byte 0 to 255; any larger value counts as a byte that begins no sequence
- * @return up to two units: the high 16 bits come first (U+FFFD for a sequence that this byte breaks off, or 0 for none),
- *         then the low 16 bits (0 for none yet). For a byte of 0 the low half is the character U+0000.
+ * @return up to two units: the high 16 bits come first (U+FFFD for a sequence that this byte breaks off, or 0 for
+ *         none), then the low 16 bits (0 for none yet). For a byte of 0 the low half is the character U+0000.
  */
 unsigned int zelkUtf8Decode(Utf8DecoderState *state, unsigned int byte);
 
 /**
- * Converts a stream of UCS-2 units to UTF-8 bytes, until the getter gives -1 or the putter a negative value. A zero unit
- * is a zero byte and ends nothing.
+ * Converts a stream of UCS-2 units to UTF-8 bytes, until the getter gives -1 or the putter a negative value. A zero
+ * unit is a zero byte and ends nothing.
  *
  * @return the bytes that the putter took
  */
@@ -525,7 +525,7 @@ int zelkUtf8DecodeStream(zelkUnitGetter getter, void *getterContext, zelkUnitPut
  */
 unsigned int zelkUtf8GetTextWidth(const unsigned char *text, unsigned int length);
 
-/** Gives the byte offset at which character number `characters` (from 0) begins, or the text's length if it ends first. */
+/** Gives the byte offset of character number `characters`, counted from 0, or the text's length behind its end. */
 unsigned int zelkUtf8Pos(const unsigned char *text, unsigned int characters);
 
 /**
@@ -539,8 +539,8 @@ unsigned int zelkUtf8Pos(const unsigned char *text, unsigned int characters);
 int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length);
 
 /**
- * Copies a text up to its first rejected byte or U+FFFD. The copy is cut byte by byte: a character that meets the end of
- * `out` is copied in part.
+ * Copies a text up to its first rejected byte or U+FFFD. The copy is cut byte by byte: a character that meets the end
+ * of `out` is copied in part.
  *
  * @param out     receives the bytes and a zero
  * @param size    bytes in `out`, the terminator included
@@ -558,8 +558,9 @@ unsigned int zelkUtf8CopyAndCheckIfValid(unsigned char *out, int size, const uns
  * @param out    receives the bytes and a zero
  * @param size   bytes in `out`, the terminator included
  * @param text   ended by a zero byte, or null for an empty text
- * @param length steps to take at most; negative: up to the zero byte. A quote of several bytes is one step, so that with
- *               such quotes the scan may pass `length` bytes: the text must then reach that far or end with its zero.
+ * @param length steps to take at most; negative: up to the zero byte. A quote of several bytes is one step, so that
+ *               with such quotes the scan may pass `length` bytes: the text must then reach that far or end with its
+ *               zero.
  * @param open,close the quote characters, as UCS-2 units
  * @return the bytes written
  */
@@ -586,8 +587,8 @@ unsigned int zelkUtf8RemoveQuotesFromString(unsigned char *out, int size, const 
                                             unsigned short open, unsigned short close);
 
 /**
- * Counts the bytes of a text after a filter: the bytes read for a character that it keeps, the length of the replacement
- * for one that it replaces.
+ * Counts the bytes of a text after a filter: the bytes read for a character that it keeps, the length of the
+ * replacement for one that it replaces.
  *
  * @param filter null selects zelk_filterControlChars(); it gets the terminating zero too
  */
@@ -751,8 +752,8 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
  *   text to the code's end of text, which must then be there);
  * - flags: bit 0 keeps the codes for emphasis on and off (U+0086 and U+0087).
  *
- * Of the controls, tab and line feed stay (neither in the default table), 0x8A becomes a line feed, also as the U+E08A of
- * two-byte text; all others are dropped. What a caller must guarantee for hostile input:
+ * Of the controls, tab and line feed stay (neither in the default table), 0x8A becomes a line feed, also as the U+E08A
+ * of two-byte text; all others are dropped. What a caller must guarantee for hostile input:
  *
  * - with a positive count, one byte behind the string must be readable (a mark looks at its letter);
  * - with a negative count, a string that begins 10 00 must have three readable bytes.
@@ -762,7 +763,7 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
  * Reads the selector bytes of a DVB string.
  *
  * @param text         the string, or null for the default
- * @param charSet      set to DvbCharSetStandard when a default code is given or a string has no selector; must not be null
+ * @param charSet      set to DvbCharSetStandard when a default code is given or a string has no selector; not null
  * @param code         receives the table code; must not be null
  * @param extra        receives the extra value (the encoding type of compressed text); may be null
  * @param defaultCode  what a string without a selector is coded in, or DvbCodeNone
@@ -816,8 +817,8 @@ int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode
 
 /**
  * Gives the bytes that zelk_dvb8ToUtf8() needs at most, the terminator not counted: by the code, three a character or
- * one a byte of UTF-8 (rejected bytes grow to U+FFFD, and a text full of them is cut); 511 for compressed text of types 5 and 6; the exact count of decoded bytes for types 1 and 2
- * (0 without a count). At most 2147483647.
+ * one a byte of UTF-8 (rejected bytes grow to U+FFFD, and a text full of them is cut); 511 for compressed text of types
+ * 5 and 6; the exact count of decoded bytes for types 1 and 2 (0 without a count). At most 2147483647.
  */
 int zelk_dvb8ToUtf8MaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
 
@@ -843,8 +844,8 @@ CharPacket *zelkPreprocessDvbStringToUtf8(dvbCharSet_t charSet, const char *in, 
 
 /**
  * zelk_dvb8ToUnicode() in a new packet made for the bound + 1 units (a capacity of the bound + 2). Where that is more
- * than 65535, capacity and length hold the low 16 bits while the block holds the whole text, terminated. Null for a null
- * string or without memory.
+ * than 65535, capacity and length hold the low 16 bits while the block holds the whole text, terminated. Null for a
+ * null string or without memory.
  */
 WideCharPacket *zelkConvertDvb8ToUnicode(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t defaultCode,
                                          int defaultExtra, unsigned int flags);
@@ -909,8 +910,8 @@ extern const unsigned char _desc_dec_table[1782];
 /* ==================================== Case, classes, collation, wildcards ==================================== */
 
 /*
- * Fixed tables for Latin (with chosen letters of Latin Extended Additional), Greek and Cyrillic: not Unicode's. A code of
- * 0x10000 and more comes back as its low 16 bits, with class 0.
+ * Fixed tables for Latin (with chosen letters of Latin Extended Additional), Greek and Cyrillic: not Unicode's. A code
+ * of 0x10000 and more comes back as its low 16 bits, with class 0.
  */
 
 /** Gives the capital of a small letter; other codes, and all above U+1EF9, come back unchanged. */
@@ -943,8 +944,9 @@ int zelkCollate(int selector, const char *a, const char *b);
 /**
  * Matches a text against a pattern, byte by byte: `*` stands for any bytes, `?` for one.
  *
- * The byte behind a `*` stands for itself, whatever it is: `*?` looks for a question mark and `**` for a star. Stars that
- * end the pattern match any rest. Time is at most text times pattern, linear for one star; the stack does not grow.
+ * The byte behind a `*` stands for itself, whatever it is: `*?` looks for a question mark and `**` for a star. Stars
+ * that end the pattern match any rest. Time is at most text times pattern, linear for one star; the stack does not
+ * grow.
  *
  * @param text,pattern zero-terminated; null is not accepted
  * @return 0 for a match, else a value other than 0

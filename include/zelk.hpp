@@ -84,8 +84,8 @@ public:
      * @param destLength   receives the length of the whole result; may be null
      * @param src          units; a zero unit is a character like others where there is a count
      * @param srcLength    units in `src`; -1: up to the zero unit
-     * @param status       a failure on entry makes the call do nothing; receives the status. Surrogates are checked over
-     *                     the whole source, also behind what fits.
+     * @param status       a failure on entry makes the call do nothing; receives the status. Surrogates are checked
+     *                     over the whole source, also behind what fits.
      * @return `dest`; null on InvalidCharFound, IllegalArgumentError, a null status or a failure on entry
      */
     static char *strToUTF8(char *dest, int destCapacity, int *destLength, const unsigned short *src, int srcLength,
@@ -95,8 +95,9 @@ public:
     static unsigned char *appendUTF8(unsigned char *position, int codePoint);
 
     /**
-     * Terminates a result of `length` bytes: a zero where there is room (which takes StringNotTerminatedWarning back), else
-     * StringNotTerminatedWarning or BufferOverflowError. Does nothing on a failure, a null status or a negative length.
+     * Terminates a result of `length` bytes: a zero where there is room (which takes StringNotTerminatedWarning back),
+     * else StringNotTerminatedWarning or BufferOverflowError. Does nothing on a failure, a null status or a negative
+     * length.
      */
     static void terminateChars(char *dest, int destCapacity, int length, UErrorCode *status);
 
@@ -210,8 +211,8 @@ struct _BitReaderPos_t {
 };
 
 /**
- * Text compressed by a context-tree table (ATSC A/65 Annex C); <zelk.h> tells the layout. The output is bytes; what they
- * are coded in is the caller's business.
+ * Text compressed by a context-tree table (ATSC A/65 Annex C); <zelk.h> tells the layout. The output is bytes; what
+ * they are coded in is the caller's business.
  */
 class HuffmanDecoder {
 public:
@@ -232,8 +233,8 @@ public:
     int decode(const unsigned char *src, unsigned int srcLength, unsigned char *dst, unsigned int *dstLength) const;
 
     /**
-     * Puts one byte at `*position` and moves on. Positions before `skipCount` and behind the capacity are passed without
-     * writing; a null `dst` with a capacity of 0 only counts.
+     * Puts one byte at `*position` and moves on. Positions before `skipCount` and behind the capacity are passed
+     * without writing; a null `dst` with a capacity of 0 only counts.
      *
      * @return 0; -1 for a null `dstCapacity` or `position`, or a null `dst` with a capacity
      */

@@ -40,7 +40,8 @@ std::string useEveryFamily() {
     zelk_pela_ttxConvertToUtf8(text, sizeof text, teletext, -1);
     all += text;
     const zelk::DvbConverter dvb(DvbCharSetStandard, 0);
-    all += dvb.convertDvb8ToUtf8("\xC2" "e");
+    all += dvb.convertDvb8ToUtf8("\xC2"
+                                 "e");
     all += dvb.convertDvb8ToUtf8(std::string("\x1F\x01\x00\x12\x34", 5));
     all += dvb.convertDvb8ToUtf8(std::string("\x1F\x05\xCA\x35\x81\x7F", 6));
     all += dvb.convertDvb8ToUtf8(std::string("\x1F\x06\x8C\x35\x81\x7F", 6));

@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <immintrin.h>
 
+// A pragma is one literal, however long.
+// clang-format off
+
 // The functions between these two are compiled for the instruction set, whatever the rest of the library is built for.
 #if defined(__clang__)
 #define ZELK_AVX512_BEGIN                                                                                              \
@@ -18,6 +21,7 @@
     _Pragma("GCC target(\"avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt\")")
 #define ZELK_AVX512_END _Pragma("GCC pop_options")
 #endif
+// clang-format on
 
 // For functions that load blocks of terminated texts: what lies behind a terminator in its page is read and ignored.
 #define ZELK_READS_WHOLE_PAGES __attribute__((no_sanitize("address")))

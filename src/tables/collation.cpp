@@ -346,13 +346,15 @@ static_assert([] {
 
 constinit const CollationKeys collationKeys = paged;
 
-static_assert([] {
-    unsigned int outsiders = 0;
-    for (unsigned int code = 0; code < 128; ++code) {
-        outsiders += expansionOf(keys[code]) != 0 || mainOf(keys[code]) == 0xFF ? 1 : 0;
-    }
-    return outsiders;
-}() == 1, "the percent sign alone stands for itself among the main keys of ASCII");
+static_assert(
+    [] {
+        unsigned int outsiders = 0;
+        for (unsigned int code = 0; code < 128; ++code) {
+            outsiders += expansionOf(keys[code]) != 0 || mainOf(keys[code]) == 0xFF ? 1 : 0;
+        }
+        return outsiders;
+    }() == 1,
+    "the percent sign alone stands for itself among the main keys of ASCII");
 
 constinit const AsciiCollation asciiCollation = [] {
     AsciiCollation planes{};

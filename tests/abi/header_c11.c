@@ -42,7 +42,10 @@ int main(void) {
     expect(zelk_winToUtf8(1252, 0, text, 64, "\x80", 1) == 3, "Windows code pages");
     const unsigned short teletext[] = {0xE210, 0};
     expect(zelk_pela_ttxConvertToUtf8(text, 64, teletext, -1) == 3, "teletext");
-    expect(zelk_dvb8ToUtf8(DvbCharSetStandard, text, 64, "\xC2" "e", -1, DvbCodeNone, 0, 0) == 2 &&
+    expect(zelk_dvb8ToUtf8(DvbCharSetStandard, text, 64,
+                           "\xC2"
+                           "e",
+                           -1, DvbCodeNone, 0, 0) == 2 &&
                strcmp(text, "\xC3\xA9") == 0,
            "DVB");
     HuffmanStreamState state;

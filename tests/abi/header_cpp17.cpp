@@ -16,8 +16,10 @@ int main() {
     const zelk::IsoConverter euro(15);
     const zelk::WinConverter windows(1252, 0);
     const zelk::DvbConverter dvb(DvbCharSetStandard, 0);
-    const bool holds = euro.convertIsoToUtf8("A\xA4") == "A\xE2\x82\xAC" && windows.convertWindowsToUtf8("\x8A") == "\xC5\xA0" &&
-                       dvb.convertDvb8ToUtf8("\xC2" "e") == "\xC3\xA9" && zelk::XmlConverter::xmlify("<") == "&lt;" &&
-                       zelk::Utf8Utilities::CopyQuoted("a'b'", '\'', '\'') == "b";
+    const bool holds =
+        euro.convertIsoToUtf8("A\xA4") == "A\xE2\x82\xAC" && windows.convertWindowsToUtf8("\x8A") == "\xC5\xA0" &&
+        dvb.convertDvb8ToUtf8("\xC2"
+                              "e") == "\xC3\xA9" &&
+        zelk::XmlConverter::xmlify("<") == "&lt;" && zelk::Utf8Utilities::CopyQuoted("a'b'", '\'', '\'') == "b";
     return holds ? 0 : 1;
 }
