@@ -45,8 +45,8 @@ inline constexpr std::size_t blockBytes = 64;
 using Block = __m512i;
 using Mask = std::uint64_t; // one bit a byte of a block, the first byte lowest
 
-// The bytes from an address to the end of its memory page, for texts that end at an unknown place: their terminator lies
-// in this page, or the page is read to its end.
+// The bytes from an address to the end of its memory page, for texts that end at an unknown place: their terminator
+// lies in this page, or the page is read to its end.
 ZELK_OPERATION std::size_t bytesInPage(const void *at) {
     constexpr std::size_t pageBytes = 4096; // the smallest that the processor has
     return pageBytes - (reinterpret_cast<std::uintptr_t>(at) & (pageBytes - 1));
