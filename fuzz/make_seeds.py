@@ -10,7 +10,8 @@ LEGACY = [word.encode(name, "replace") for word, name in zip(
     WORDS, ["iso8859-1", "iso8859-15", "iso8859-7", "iso8859-5", "iso8859-2", "iso8859-9"])]
 UTF8 = [word.encode() for word in WORDS]
 PAIRS = [word.encode("utf-16-be") for word in WORDS]
-BROKEN = [b"\xC3", b"\xE2\x82", b"\xC0\x80\xE0\x80\xAF", b"\xF0\x9F\x98\x80", b"a\x80b\xFFc", b"\xED\xA0\x80\xEF\xBF\xBD", b""]
+BROKEN = [b"\xC3", b"\xE2\x82", b"\xC0\x80\xE0\x80\xAF", b"\xF0\x9F\x98\x80", b"a\x80b\xFFc", b"\xED\xA0\x80\xEF\xBF\xBD", b"",
+          b"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", b"\xC1\xBF\xE0\x9F\xBF\xE0\xA0\xBF\xF0"]
 # The DVB default table: marks and letters, a line break, emphasis; each selector; two-byte, prepared and compressed.
 DVB = [b"\xC2e\xC8o\xCFs \x8A \x86x\x87 \xE1\xFB\xC1", b"\xC1\xC1", b"plain text that is longer than one block of the kernels\x8A" * 2]
 DVB += [bytes([selector]) + text for selector, text in zip(range(1, 12), LEGACY * 2)]
