@@ -34,6 +34,11 @@ ZELK_OPERATION bool mayRead(const unsigned char *text, std::size_t length, std::
     return length >= bytes && bytesInPage(text) >= bytes;
 }
 
+// The bytes up to the next line of the cache, for long texts: blocks then lie each in a line of its own.
+ZELK_OPERATION std::size_t bytesToLine(const unsigned char *text, std::size_t length) {
+    return length >= 16 * blockBytes ? -reinterpret_cast<std::uintptr_t>(text) % blockBytes : 0;
+}
+
 ZELK_OPERATION std::size_t firstOf(Mask mask) {
     return static_cast<std::size_t>(_tzcnt_u64(mask)); // 64 where there is none
 }

@@ -255,31 +255,64 @@ ZELK_OPERATION void decodeAsciiBlocks(const unsigned char *text, std::size_t len
     }
 }
 
+// The units of a block, closed up, that wait for the next block: where that one's units cover what whole stores would
+// leave behind these, no mask is needed, which makes a store slow.
+struct WaitingUnits {
+    unsigned short *out;
+    std::size_t count;
+    Block low, high;
+
+    ZELK_OPERATION void store(const WaitingUnits &units, std::size_t next, const UnitParts &parts) {
+        const Block front = _mm512_permutex2var_epi8(units.low, parts.front, units.high);
+        if (units.count <= blockUnits && units.count + next >= blockUnits) {
+            avx512::store(units.out, front);
+            return;
+        }
+        const Block back = _mm512_permutex2var_epi8(units.low, parts.back, units.high);
+        if (units.count + next >= blockBytes) {
+            avx512::store(units.out, front);
+            avx512::store(units.out + blockUnits, back);
+        } else {
+            storeUnits(units.out, units.count, front, back);
+        }
+    }
+};
+
 // Blocks of any text, the same way, up to one that is all ASCII. There are two bytes at least in front of them.
 template <Clean clean>
 ZELK_STAGE Progress decodeBlocks(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
                                  Progress done) {
     const Utf8Constants constants = utf8Constants<clean>();
     const UnitParts parts = unitParts();
+    WaitingUnits waiting{out + done.written, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
     while (mayRead(text + done.read, length - done.read, blockBytes) && room - done.written >= blockBytes) {
         const Utf8Block block = utf8BlockAt(text + done.read);
         const Units units = unitsOf(block, parts);
         if (wrongBytes(block, constants) != 0 || units.ends == ~0ULL) {
             break;
         }
-        const Block low = _mm512_maskz_compress_epi8(units.ends, units.low);
-        const Block high = _mm512_maskz_compress_epi8(units.ends, units.high);
-        storeUnits(out + done.written, countOf(units.ends), _mm512_permutex2var_epi8(low, parts.front, high),
-                   _mm512_permutex2var_epi8(low, parts.back, high));
+        const std::size_t count = countOf(units.ends);
+        WaitingUnits::store(waiting, count, parts);
+        waiting = {out + done.written, count, _mm512_maskz_compress_epi8(units.ends, units.low),
+                   _mm512_maskz_compress_epi8(units.ends, units.high)};
         done.read += blockBytes;
-        done.written += countOf(units.ends);
+        done.written += count;
     }
+    WaitingUnits::store(waiting, 0, parts);
     return done;
 }
 
 template <Clean clean>
 ZELK_STAGE Progress decodeLong(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
                                Progress done) {
+    const std::size_t line = done.read + bytesToLine(text + done.read, length - done.read);
+    if (line != done.read) {
+        decodePart<clean>(text, line, out, room, done);
+    }
+    if (done.read != line) {
+        done.read -= unfinishedBytes(text, done.read);
+        return done;
+    }
     do {
         if (unfinishedBytes(text, done.read) == 0) {
             decodeAsciiBlocks(text, length, out, room, done, everyByte(leastByte(clean)));
@@ -287,7 +320,7 @@ ZELK_STAGE Progress decodeLong(const unsigned char *text, std::size_t length, un
         if (mayRead(text + done.read, length - done.read, blockBytes)) {
             done = decodeBlocks<clean>(text, length, out, room, done);
         }
-    } while (decodePart<clean>(text, length, out, room, done));
+    } while (done.read < length && decodePart<clean>(text, length, out, room, done));
     done.read -= unfinishedBytes(text, done.read);
     return done;
 }
@@ -351,6 +384,13 @@ ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length
 
 template <Clean clean>
 ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, std::size_t read) {
+    const std::size_t line = read + bytesToLine(text + read, length - read);
+    if (line != read) {
+        checkPart<clean>(text, line, read);
+    }
+    if (read != line) {
+        return read - unfinishedBytes(text, read);
+    }
     do {
         if (unfinishedBytes(text, read) == 0) {
             read += asciiBlocks(text + read, length - read, everyByte(leastByte(clean)));
@@ -358,7 +398,7 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, 
         if (mayRead(text + read, length - read, blockBytes)) {
             read = checkBlocks<clean>(text, length, read);
         }
-    } while (checkPart<clean>(text, length, read));
+    } while (read < length && checkPart<clean>(text, length, read));
     return read - unfinishedBytes(text, read);
 }
 
@@ -422,7 +462,7 @@ ZELK_STAGE Progress measureLong(const unsigned char *text, std::size_t length, P
             done.read += blockBytes;
             done.written += blockBytes - countOf(innerBytes(block));
         }
-    } while (measurePart(text, length, done));
+    } while (done.read < length && measurePart(text, length, done));
     return done;
 }
 

@@ -133,7 +133,10 @@ ZELK_OPERATION std::size_t storeTriples(char *out, Block units, Block order, con
 // The same for 32 units.
 ZELK_OPERATION void storeAllTriples(char *out, Block units, const Widths &widths, const Triples &triples) {
     const std::size_t front = storeTriples(out, units, triples.units, widths, triples);
-    storeTriples(out + front, units, triples.nextUnits, Widths::after(widths), triples);
+    const Widths back = Widths::after(widths);
+    if (back.all != 0) { // an empty store may be slow
+        storeTriples(out + front, units, triples.nextUnits, back, triples);
+    }
 }
 
 // Up to 32 units of any kind; false at the end.
@@ -214,12 +217,19 @@ ZELK_STAGE Progress encodeBlocks(const unsigned char *text, std::size_t count, c
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room,
                                Progress done) {
+    const std::size_t line = done.read + bytesToLine(text + 2 * done.read, 2 * (count - done.read)) / 2;
+    if (line != done.read) {
+        encodePart<order, clean>(text, line, out, room, done);
+    }
+    if (done.read != line) {
+        return done;
+    }
     do {
         encodeAsciiBlocks<order, clean>(text, count, out, room, done);
         if (mayRead(text + 2 * done.read, 2 * (count - done.read), blockBytes)) {
             done = encodeBlocks<order, clean>(text, count, out, room, done);
         }
-    } while (encodePart<order, clean>(text, count, out, room, done));
+    } while (done.read < count && encodePart<order, clean>(text, count, out, room, done));
     return done;
 }
 
