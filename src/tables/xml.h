@@ -46,4 +46,29 @@ static_assert(std::ranges::all_of(xmlEntities, [](const XmlEntity &entity) {
     return entity.text[entity.length - 1] == ';' && entity.text[entity.length] == 0;
 }));
 
+// What stands for each character: itself or its entity. Eight bytes an entry, to be loaded and stored at once.
+struct XmlCharacter {
+    char text[7];
+    std::uint8_t length;
+};
+static_assert(sizeof(XmlCharacter) == 8);
+
+inline constexpr std::size_t longestXmlEntity = 6;
+
+inline constexpr std::array<XmlCharacter, 256> xmlCharacters = [] {
+    std::array<XmlCharacter, 256> characters{};
+    for (unsigned int code = 0; code < characters.size(); ++code) {
+        characters[code] = {{static_cast<char>(code)}, 1};
+    }
+    for (const XmlEntity &entity : xmlEntities) {
+        XmlCharacter &character = characters[static_cast<unsigned char>(entity.character)];
+        std::copy_n(entity.text, entity.length, character.text);
+        character.length = entity.length;
+    }
+    return characters;
+}();
+
+static_assert(std::ranges::all_of(xmlCharacters,
+                                  [](const XmlCharacter &character) { return character.length <= longestXmlEntity; }));
+
 } // namespace zelk::tables
