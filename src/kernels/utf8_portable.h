@@ -140,7 +140,8 @@ std::size_t walk(const unsigned char *text, std::size_t length, TakeAscii takeAs
     Extent extent(text, length);
     std::size_t read = 0;
     while (read < extent.length()) {
-        if (extent.hasStepAt(read) && plainAscii(eightBytes(text + read), leastUnit(clean)) && takeAscii(text + read)) {
+        if (text[read] < 0x80 && extent.hasStepAt(read) && plainAscii(eightBytes(text + read), leastUnit(clean)) &&
+            takeAscii(text + read)) {
             read += step;
             continue;
         }
@@ -187,7 +188,7 @@ ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
     Extent extent(text, length);
     Progress done;
     while (done.read < extent.length()) {
-        if (extent.hasStepAt(done.read) && plainAscii(eightBytes(text + done.read), 1)) {
+        if (text[done.read] < 0x80 && extent.hasStepAt(done.read) && plainAscii(eightBytes(text + done.read), 1)) {
             done.read += step;
             done.written += step;
             continue;
