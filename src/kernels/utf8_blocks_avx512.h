@@ -34,9 +34,16 @@ ZELK_OPERATION bool mayRead(const unsigned char *text, std::size_t length, std::
     return length >= bytes && bytesInPage(text) >= bytes;
 }
 
+// The whole blocks that may be read without another look.
+ZELK_OPERATION std::size_t readableBlocks(const unsigned char *text, std::size_t length) {
+    return std::min(length, bytesInPage(text)) / blockBytes;
+}
+
+inline constexpr std::size_t longText = 16 * blockBytes;
+
 // The bytes up to the next line of the cache, for long texts: blocks then lie each in a line of its own.
 ZELK_OPERATION std::size_t bytesToLine(const unsigned char *text, std::size_t length) {
-    return length >= 16 * blockBytes ? -reinterpret_cast<std::uintptr_t>(text) % blockBytes : 0;
+    return length >= longText ? -reinterpret_cast<std::uintptr_t>(text) % blockBytes : 0;
 }
 
 ZELK_OPERATION std::size_t firstOf(Mask mask) {

@@ -255,6 +255,17 @@ ZELK_OPERATION void decodeAsciiBlocks(const unsigned char *text, std::size_t len
     }
 }
 
+// Up to 64 bytes of ASCII; false if others are among them.
+template <Clean clean>
+ZELK_OPERATION bool decodeAsciiPart(const unsigned char *text, std::size_t bytes, unsigned short *out) {
+    const Block block = loadText(text, firstBytes(bytes));
+    if ((otherThanAscii(block, everyByte(leastByte(clean))) & firstBytes(bytes)) != 0) {
+        return false;
+    }
+    storeUnits(out, bytes, frontUnits(block), backUnits(block));
+    return true;
+}
+
 // The units of a block, closed up, that wait for the next block: where that one's units cover what whole stores would
 // leave behind these, no mask is needed, which makes a store slow.
 struct WaitingUnits {
@@ -278,19 +289,27 @@ struct WaitingUnits {
     }
 };
 
-// Blocks of any text, the same way, up to one that is all ASCII. There are two bytes at least in front of them.
+// Blocks of any text, the same way, up to two that are all ASCII. There are two bytes at least in front of them.
 template <Clean clean>
 ZELK_STAGE Progress decodeBlocks(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
                                  Progress done) {
     const Utf8Constants constants = utf8Constants<clean>();
     const UnitParts parts = unitParts();
     WaitingUnits waiting{out + done.written, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
-    while (mayRead(text + done.read, length - done.read, blockBytes) && room - done.written >= blockBytes) {
+    Mask asciiBefore = 0;
+    for (std::size_t blocks = 0;; --blocks) {
+        if (blocks == 0) {
+            blocks = std::min(readableBlocks(text + done.read, length - done.read), (room - done.written) / blockBytes);
+            if (blocks == 0) {
+                break;
+            }
+        }
         const Utf8Block block = utf8BlockAt(text + done.read);
         const Units units = unitsOf(block, parts);
-        if (wrongBytes(block, constants) != 0 || units.ends == ~0ULL) {
+        if (wrongBytes(block, constants) != 0 || (units.ends & asciiBefore) == ~0ULL) {
             break;
         }
+        asciiBefore = units.ends;
         const std::size_t count = countOf(units.ends);
         WaitingUnits::store(waiting, count, parts);
         waiting = {out + done.written, count, _mm512_maskz_compress_epi8(units.ends, units.low),
@@ -316,6 +335,11 @@ ZELK_STAGE Progress decodeLong(const unsigned char *text, std::size_t length, un
     do {
         if (unfinishedBytes(text, done.read) == 0) {
             decodeAsciiBlocks(text, length, out, room, done, everyByte(leastByte(clean)));
+            const std::size_t rest = length - done.read;
+            if (rest - 1 < blockBytes - 1 && rest <= room - done.written && rest <= bytesInPage(text + done.read) &&
+                decodeAsciiPart<clean>(text + done.read, rest, out + done.written)) {
+                return {done.read + rest, done.written + rest};
+            }
         }
         if (mayRead(text + done.read, length - done.read, blockBytes)) {
             done = decodeBlocks<clean>(text, length, out, room, done);
@@ -326,10 +350,23 @@ ZELK_STAGE Progress decodeLong(const unsigned char *text, std::size_t length, un
 }
 
 template <Clean clean>
+ZELK_STAGE Progress decodeFurther(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                                  Progress done) {
+    if (length < longText) {
+        done = decodeBlocks<clean>(text, length, out, room, done);
+        if (done.read == length || !decodePart<clean>(text, length, out, room, done)) {
+            done.read -= unfinishedBytes(text, done.read);
+            return done;
+        }
+    }
+    return decodeLong<clean>(text, length, out, room, done);
+}
+
+template <Clean clean>
 ZELK_STAGE Progress decodeAny(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
     Progress done;
     if (decodePart<clean>(text, length, out, room, done)) {
-        return decodeLong<clean>(text, length, out, room, done);
+        return decodeFurther<clean>(text, length, out, room, done);
     }
     done.read -= unfinishedBytes(text, done.read);
     return done;

@@ -63,6 +63,16 @@ ZELK_OPERATION AsciiBytes asciiBytes(Block front, Block back, const AsciiUnits &
 
 // ---- All units
 
+// Bytes at the front of a block.
+struct ClosedUp {
+    std::size_t count;
+    Block bytes;
+};
+
+ZELK_OPERATION ClosedUp closedUp(Mask kept, Block bytes) {
+    return {countOf(kept), _mm512_maskz_compress_epi8(kept, bytes)};
+}
+
 // A unit of two bytes as lead and continuation: six bits of it by place, and a mark.
 struct Pairs {
     Block bits, mask, marks;
@@ -117,8 +127,7 @@ struct Widths {
     }
 };
 
-ZELK_OPERATION std::size_t storeTriples(char *out, Block units, Block order, const Widths &widths,
-                                        const Triples &triples) {
+ZELK_OPERATION ClosedUp closedUpTriples(Block units, Block order, const Widths &widths, const Triples &triples) {
     constexpr Mask lasts = 0x4924924924924924U;
     const Mask last = _pdep_u64(widths.all, lasts);
     const Mask middle = _pdep_u64(widths.two, lasts >> 1U);
@@ -127,16 +136,7 @@ ZELK_OPERATION std::size_t storeTriples(char *out, Block units, Block order, con
     Block bytes = _mm512_ternarylogic_epi32(bits, triples.mask, triples.marks, 0xEA); // (a & b) | c
     bytes = _mm512_mask_mov_epi8(bytes, last & ~(middle << 1U), bits);                // ASCII
     bytes = _mm512_mask_add_epi8(bytes, middle & ~(first << 1U), bytes, triples.twoByteLead);
-    return storeKept<false>(out, last | middle | first, bytes);
-}
-
-// The same for 32 units.
-ZELK_OPERATION void storeAllTriples(char *out, Block units, const Widths &widths, const Triples &triples) {
-    const std::size_t front = storeTriples(out, units, triples.units, widths, triples);
-    const Widths back = Widths::after(widths);
-    if (back.all != 0) { // an empty store may be slow
-        storeTriples(out + front, units, triples.nextUnits, back, triples);
-    }
+    return closedUp(last | middle | first, bytes);
 }
 
 // Up to 32 units of any kind; false at the end.
@@ -162,7 +162,13 @@ ZELK_OPERATION bool encodePart(const unsigned char *text, std::size_t count, cha
         const Mask kept = nonZero(bytePairs) & firstBytes(2 * units);
         store(out + done.written, firstBytes(bytes), _mm512_maskz_compress_epi8(kept, bytePairs));
     } else {
-        storeAllTriples(out + done.written, block, widths, triples());
+        const Triples t = triples();
+        const ClosedUp front = closedUpTriples(block, t.units, widths, t);
+        store(out + done.written, firstBytes(front.count), front.bytes);
+        if (units > tripleUnits) { // an empty store may be slow
+            const ClosedUp back = closedUpTriples(block, t.nextUnits, Widths::after(widths), t);
+            store(out + done.written + front.count, firstBytes(back.count), back.bytes);
+        }
     }
     done.read += units;
     done.written += bytes;
@@ -186,7 +192,22 @@ ZELK_OPERATION void encodeAsciiBlocks(const unsigned char *text, std::size_t cou
     }
 }
 
-// Blocks of any units, the same way, up to one that is all ASCII.
+// Bytes that wait for those behind them: where these cover what a whole store leaves behind the bytes that wait, no
+// mask is needed, which makes a store slow.
+struct WaitingBytes {
+    char *out;
+    ClosedUp bytes;
+
+    ZELK_OPERATION void store(const WaitingBytes &waiting, std::size_t next) {
+        if (waiting.bytes.count + next >= blockBytes) {
+            avx512::store(waiting.out, waiting.bytes.bytes);
+        } else if (waiting.bytes.count != 0) {
+            avx512::store(waiting.out, firstBytes(waiting.bytes.count), waiting.bytes.bytes);
+        }
+    }
+};
+
+// Blocks of any units, the same way, up to two that are all ASCII.
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress encodeBlocks(const unsigned char *text, std::size_t count, char *out, std::size_t room,
                                  Progress done) {
@@ -194,24 +215,55 @@ ZELK_STAGE Progress encodeBlocks(const unsigned char *text, std::size_t count, c
     const Block three = everyUnit(0x800);
     const Pairs p = pairs();
     const Triples t = triples();
-    while (mayRead(text + 2 * done.read, 2 * (count - done.read), blockBytes) && room - done.written > 3 * blockUnits) {
+    WaitingBytes waiting{out + done.written, {0, _mm512_setzero_si512()}};
+    UnitMask asciiBefore = 0;
+    for (std::size_t blocks = 0;; --blocks) {
+        if (blocks == 0) {
+            blocks = std::min(readableBlocks(text + 2 * done.read, 2 * (count - done.read)),
+                              (room - done.written - 1) / (3 * blockUnits));
+            if (blocks == 0) {
+                break;
+            }
+        }
         const Block block = inNativeOrder<order>(loadText(text + 2 * done.read));
         const UnitMask ascii = _mm512_cmplt_epu16_mask(block, two);
         const UnitMask wide = _mm512_cmpge_epu16_mask(block, three);
-        if (extraordinaryUnits<clean>(block) != 0 || ascii == static_cast<UnitMask>(~0U)) {
+        if (extraordinaryUnits<clean>(block) != 0 || (ascii & asciiBefore) == static_cast<UnitMask>(~0U)) {
             break;
         }
+        asciiBefore = ascii;
+        done.read += blockUnits;
+        ClosedUp last;
         if (wide == 0) {
             const Block bytes = pairsOf(block, ascii, p);
-            done.written += storeKept<false>(out + done.written, nonZero(bytes), bytes);
+            last = closedUp(nonZero(bytes), bytes);
+            WaitingBytes::store(waiting, last.count);
         } else {
             const Widths widths{~0U, static_cast<UnitMask>(~ascii), wide};
-            storeAllTriples(out + done.written, block, widths, t);
-            done.written += blockUnits + countOf(widths.two) + countOf(widths.three);
+            const ClosedUp first = closedUpTriples(block, t.units, widths, t);
+            last = closedUpTriples(block, t.nextUnits, Widths::after(widths), t);
+            WaitingBytes::store(waiting, first.count + last.count);
+            WaitingBytes::store({out + done.written, first}, last.count);
+            done.written += first.count;
         }
-        done.read += blockUnits;
+        waiting = {out + done.written, last};
+        done.written += last.count;
     }
+    WaitingBytes::store(waiting, 0);
     return done;
+}
+
+// Up to 64 units of ASCII; false if others are among them.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION bool encodeAsciiPart(const unsigned char *text, std::size_t units, char *out) {
+    const Block front = loadText(text, firstBytes(2 * units));
+    const Block back = loadText(text + blockBytes, units > blockUnits ? firstBytes(2 * units - blockBytes) : 0);
+    const AsciiBytes ascii = asciiBytes(front, back, asciiUnits<order, clean>());
+    if ((ascii.others & firstBytes(units)) != 0) {
+        return false;
+    }
+    store(out, firstBytes(units), ascii.bytes);
+    return true;
 }
 
 template <UnitOrder order, Clean clean>
@@ -226,7 +278,13 @@ ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, cha
     }
     do {
         encodeAsciiBlocks<order, clean>(text, count, out, room, done);
-        if (mayRead(text + 2 * done.read, 2 * (count - done.read), blockBytes)) {
+        const unsigned char *rest = text + 2 * done.read;
+        const std::size_t units = count - done.read;
+        if (units - 1 < blockBytes - 1 && units < room - done.written && 2 * units <= bytesInPage(rest) &&
+            encodeAsciiPart<order, clean>(rest, units, out + done.written)) {
+            return {done.read + units, done.written + units};
+        }
+        if (mayRead(rest, 2 * units, blockBytes)) {
             done = encodeBlocks<order, clean>(text, count, out, room, done);
         }
     } while (done.read < count && encodePart<order, clean>(text, count, out, room, done));
@@ -234,7 +292,22 @@ ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, cha
 }
 
 template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeSeveral(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    Progress done;
+    if (2 * count < longText) {
+        done = encodeBlocks<order, clean>(text, count, out, room, done);
+        if (done.read == count || !encodePart<order, clean>(text, count, out, room, done)) {
+            return done;
+        }
+    }
+    return encodeLong<order, clean>(text, count, out, room, done);
+}
+
+template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress encodeAny(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    if (count >= 2 * blockUnits) {
+        return encodeSeveral<order, clean>(text, count, out, room);
+    }
     Progress done;
     const bool going = encodePart<order, clean>(text, count, out, room, done);
     return going ? encodeLong<order, clean>(text, count, out, room, done) : done;
