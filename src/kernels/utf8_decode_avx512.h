@@ -297,13 +297,10 @@ ZELK_STAGE Progress decodeBlocks(const unsigned char *text, std::size_t length, 
     const UnitParts parts = unitParts();
     WaitingUnits waiting{out + done.written, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
     Mask asciiBefore = 0;
-    for (std::size_t blocks = 0;; --blocks) {
-        if (blocks == 0) {
-            blocks = std::min(readableBlocks(text + done.read, length - done.read), (room - done.written) / blockBytes);
-            if (blocks == 0) {
-                break;
-            }
-        }
+    const auto fittingBlocks = [&] {
+        return std::min(readableBlocks(text + done.read, length - done.read), (room - done.written) / blockBytes);
+    };
+    for (std::size_t blocks = 0; blocks != 0 || (blocks = fittingBlocks()) != 0; --blocks) {
         const Utf8Block block = utf8BlockAt(text + done.read);
         const Units units = unitsOf(block, parts);
         if (wrongBytes(block, constants) != 0 || (units.ends & asciiBefore) == ~0ULL) {
@@ -409,7 +406,7 @@ ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std
 template <Clean clean>
 ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read) {
     const Utf8Constants constants = utf8Constants<clean>();
-    while (mayRead(text + read, length - read, blockBytes)) {
+    for (std::size_t blocks = 0; blocks != 0 || (blocks = readableBlocks(text + read, length - read)) != 0; --blocks) {
         const Utf8Block block = utf8BlockAt(text + read);
         if (_kor_mask64(wrongBytes(block, constants), lastCharacters(block)) != 0) {
             break;
@@ -440,10 +437,21 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, 
 }
 
 template <Clean clean>
+ZELK_STAGE std::size_t checkFurther(const unsigned char *text, std::size_t length, std::size_t read) {
+    if (length < longText) {
+        read = checkBlocks<clean>(text, length, read);
+        if (read == length || !checkPart<clean>(text, length, read)) {
+            return read - unfinishedBytes(text, read);
+        }
+    }
+    return checkLong<clean>(text, length, read);
+}
+
+template <Clean clean>
 ZELK_STAGE std::size_t checkAny(const unsigned char *text, std::size_t length) {
     std::size_t read = 0;
     const bool going = checkPart<clean>(text, length, read);
-    return going ? checkLong<clean>(text, length, read) : read - unfinishedBytes(text, read);
+    return going ? checkFurther<clean>(text, length, read) : read - unfinishedBytes(text, read);
 }
 
 template <Clean clean>

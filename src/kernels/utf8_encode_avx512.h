@@ -217,14 +217,11 @@ ZELK_STAGE Progress encodeBlocks(const unsigned char *text, std::size_t count, c
     const Triples t = triples();
     WaitingBytes waiting{out + done.written, {0, _mm512_setzero_si512()}};
     UnitMask asciiBefore = 0;
-    for (std::size_t blocks = 0;; --blocks) {
-        if (blocks == 0) {
-            blocks = std::min(readableBlocks(text + 2 * done.read, 2 * (count - done.read)),
-                              (room - done.written - 1) / (3 * blockUnits));
-            if (blocks == 0) {
-                break;
-            }
-        }
+    const auto fittingBlocks = [&] {
+        return std::min(readableBlocks(text + 2 * done.read, 2 * (count - done.read)),
+                        (room - done.written - 1) / (3 * blockUnits));
+    };
+    for (std::size_t blocks = 0; blocks != 0 || (blocks = fittingBlocks()) != 0; --blocks) {
         const Block block = inNativeOrder<order>(loadText(text + 2 * done.read));
         const UnitMask ascii = _mm512_cmplt_epu16_mask(block, two);
         const UnitMask wide = _mm512_cmpge_epu16_mask(block, three);
