@@ -202,6 +202,7 @@ def document(build, results, by_family, portable, effort, seconds):
     rows = {family: table(cells, portable) for family, cells in by_family.items()}
     met, judged = count_met([row for family in rows.values() for row in family])
     flags_used = " ".join(filter(None, [cache_entry(build, "CMAKE_CXX_FLAGS"), cache_entry(build, "CMAKE_CXX_FLAGS_RELEASE")]))
+    hardened = ", hardened (`ZELK_HARDENED`)" if cache_entry(build, "ZELK_HARDENED") == "ON" else ""
     yield "# Benchmarks" + (" of the portable build" if portable else "")
     yield ""
     yield (f"Written by `./dev bench{' --portable' if portable else ''}`, which measures every figure of this page anew; "
@@ -209,7 +210,7 @@ def document(build, results, by_family, portable, effort, seconds):
     yield ""
     yield f"- Date: {datetime.date.today().isoformat()}; the run took {seconds:.0f} s."
     yield f"- Processor: {processor}, one pinned core of {os.cpu_count()}."
-    yield f"- Compiler: {compiler(build)}, `{flags_used}`."
+    yield f"- Compiler: {compiler(build)}, `{flags_used}`{hardened}."
     yield f"- Kernels: {kernels(build, flags)}."
     yield f"- Targets met: {met} of {judged}."
     yield ""

@@ -1,4 +1,4 @@
-# cmake -DREADELF=readelf -DLIBRARY=libmurn-zelk.so -P check_elf.cmake
+# cmake -DREADELF=readelf -DLIBRARY=libmurn-zelk.so [-DGUARDED_OBJECTS=LIST] -P check_elf.cmake
 # What the shared object asks of the loader and leaves writable: the stack is not executable, code and constants need no
 # relocation, all that is relocated is bound at load time and write-protected then, nothing but the runtime libraries is
 # needed, and no table or state of ours is writable.
@@ -21,6 +21,13 @@ endif()
 if(NOT listing MATCHES "\\(FLAGS\\) +[A-Z_ ]*BIND_NOW" AND NOT listing MATCHES "\\(FLAGS_1\\) +Flags: [A-Z_ ]*NOW")
   list(APPEND defects "symbols are bound late (no -z now)")
 endif()
+# The objects, for the mark of the whole is lost to start files of the C library that lack it.
+foreach(object IN LISTS GUARDED_OBJECTS)
+  execute_process(COMMAND ${READELF} --notes --wide ${object} OUTPUT_VARIABLE notes COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT notes MATCHES "x86 feature: IBT, SHSTK" AND NOT notes MATCHES "AArch64 feature: BTI, PAC")
+    list(APPEND defects "no landing pads for indirect jumps: ${object}")
+  endif()
+endforeach()
 if(listing MATCHES "R(UN)?PATH")
   list(APPEND defects "a search path is built in")
 endif()
