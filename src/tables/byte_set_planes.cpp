@@ -9,17 +9,33 @@ namespace {
 
 constexpr std::array<CodePoints, byteSetCount> pool = expandByteSets();
 
-consteval std::array<PackedUtf8, byteSetCount> pack() {
-    std::array<PackedUtf8, byteSetCount> packed{};
-    for (unsigned int set = 0; set < byteSetCount; ++set) {
-        for (unsigned int byte = 0; byte < 256; ++byte) {
-            const unsigned int character = pool[set][byte];
-            PackedCharacter &entry = packed[set][byte];
-            entry.count = static_cast<std::uint8_t>(character == 0 ? 0 : detail::utf8Encode(character, entry.bytes, 4));
+constexpr PackedCharacter pack(unsigned int character) {
+    PackedCharacter entry{};
+    entry.count = static_cast<std::uint8_t>(character == 0 ? 0 : detail::utf8Encode(character, entry.bytes, 4));
+    return entry;
+}
+
+consteval auto packHalves() {
+    std::array<PackedCharacter, (1 + byteSetCount) * halfOfSet> packed{};
+    for (unsigned int i = 0; i < halfOfSet; ++i) {
+        packed[i] = pack(i);
+        for (unsigned int set = 0; set < byteSetCount; ++set) {
+            packed[(1 + set) * halfOfSet + i] = pack(pool[set][halfOfSet + i]);
         }
     }
     return packed;
 }
+
+consteval bool lowerHalvesAreAscii() {
+    for (unsigned int set = 0; set < byteSetCount; ++set) {
+        const bool isDvbDefault = set == static_cast<unsigned int>(ByteSet::DvbDefault);
+        if (!isRun(pool[set], isDvbDefault ? Run{0x20, 0x7E, 0x20} : Run{0x00, 0x7F, 0x00})) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(lowerHalvesAreAscii());
 
 consteval std::array<BytePlanes, byteSetCount> spreadOut() {
     std::array<BytePlanes, byteSetCount> planes{};
@@ -46,10 +62,10 @@ consteval std::array<BytePlanes, byteSetCount> spreadOut() {
 
 } // namespace
 
-constexpr std::array<PackedUtf8, byteSetCount> packedUtf8Pool = pack();
+constexpr std::array<PackedCharacter, (1 + byteSetCount) *halfOfSet> packedUtf8Pool = packHalves();
 constexpr std::array<BytePlanes, byteSetCount> bytePlanesPool = spreadOut();
 
-static_assert(sizeof packedUtf8Pool == std::size_t{byteSetCount} * 1024);
+static_assert(sizeof packedUtf8Pool == std::size_t{1 + byteSetCount} * 512);
 static_assert(sizeof bytePlanesPool == std::size_t{byteSetCount} * 768);
 
 } // namespace zelk::tables

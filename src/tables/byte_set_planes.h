@@ -1,8 +1,8 @@
 // The single-byte sets once more, in the two forms that the kernels read. Both follow from the code points of
 // byte_sets.h when the library is compiled.
 //
-// PackedUtf8, 256 entries of 4 bytes a set: a character's UTF-8 bytes, then their number. Entry 0 counts no byte: a
-// character of value 0 is never written.
+// PackedUtf8, 128 entries of 4 bytes for the upper half of each set and for ASCII, which all sets share: a character's
+// UTF-8 bytes, then their number. Entry 0 counts no byte: a character of value 0 is never written.
 //
 // BytePlanes, 6 planes of 128 bytes a set, for the upper half: of characters of two UTF-8 bytes the first and the last;
 // of those of three bytes the second in the place of the first, and the others in planes of their own (absent bytes are
@@ -21,7 +21,24 @@ struct PackedCharacter {
     std::uint8_t count;
 };
 
-using PackedUtf8 = std::array<PackedCharacter, 256>;
+inline constexpr unsigned int halfOfSet = 128;
+
+// ASCII, then the upper halves.
+extern const std::array<PackedCharacter, (1 + byteSetCount) * halfOfSet> packedUtf8Pool;
+
+// The controls of the default table of DVB text are those of ASCII here.
+class PackedUtf8 {
+public:
+    explicit PackedUtf8(ByteSet set) : positions_((1 + static_cast<unsigned int>(set)) * halfOfSet + halfOfSet - 1) {}
+
+    // A byte of the upper half has a sign, in which the mask leaves the number of the half.
+    const PackedCharacter &operator[](unsigned char byte) const {
+        return packedUtf8Pool[static_cast<std::size_t>(static_cast<signed char>(byte)) & positions_];
+    }
+
+private:
+    std::size_t positions_;
+};
 
 struct alignas(64) BytePlanes {
     std::uint8_t first[128];
@@ -32,11 +49,10 @@ struct alignas(64) BytePlanes {
     std::uint8_t ucs2High[128];
 };
 
-extern const std::array<PackedUtf8, byteSetCount> packedUtf8Pool;
 extern const std::array<BytePlanes, byteSetCount> bytePlanesPool;
 
-inline const PackedUtf8 &packedUtf8Of(ByteSet set) {
-    return packedUtf8Pool[static_cast<unsigned int>(set)];
+inline PackedUtf8 packedUtf8Of(ByteSet set) {
+    return PackedUtf8(set);
 }
 
 inline const BytePlanes &planesOf(ByteSet set) {
