@@ -156,8 +156,12 @@ std::string IsoConverter::convertIsoToUtf8Checked(const std::string &text) const
     return detail::utf8String(detail::countedText(text), detail::checkedUtf8Of(part_));
 }
 
+// Without memory for the result the flag stays as it was, so that the same piece may be offered again.
 std::string IsoConverter::convertIsoToUtf8Tolerant(const std::string &text, int *flag) const {
-    return detail::utf8String(detail::countedText(text), detail::tolerantUtf8Of(part_, flag));
+    int flagAfter = *flag;
+    std::string result = detail::utf8String(detail::countedText(text), detail::tolerantUtf8Of(part_, &flagAfter));
+    *flag = flagAfter;
+    return result;
 }
 
 } // namespace zelk

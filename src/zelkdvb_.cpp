@@ -148,21 +148,22 @@ std::string DvbConverter::IconvConvert(const char *fromcode, const char *tocode,
     if (in == nullptr && len != 0) {
         throw std::logic_error("basic_string::_M_construct null not valid");
     }
-    const IconvDescriptor descriptor(tocode, fromcode);
-    bool converted = false;
-    std::string result;
-    if (descriptor.isOpen()) {
+    if (const IconvDescriptor descriptor(tocode, fromcode); descriptor.isOpen()) {
         const std::size_t room = std::size_t{3} * len + 10;
-        result = detail::filledString<char>(room + 1, 0, [&](char *buffer) {
+        bool converted = false;
+        std::string result = detail::filledString<char>(room + 1, 0, [&](char *buffer) {
             converted = descriptor.convert(in, len, buffer, room);
             if (const detail::Trace trace; converted && trace.enabled()) {
                 trace.print("%s:%d:%s(): convert result:  inbuf is %s and outbuf  is  %s\n", traceSource,
                             iconvTraceLine, "IconvConvert", std::string(in == nullptr ? "" : in, len).c_str(), buffer);
             }
-            return std::strlen(buffer);
+            return converted ? std::strlen(buffer) : 0;
         });
+        if (converted) {
+            return result;
+        }
     }
-    return converted ? result : std::string(in == nullptr ? "" : in, len);
+    return std::string(in == nullptr ? "" : in, len);
 }
 
 // One-byte selectors, then those of three bytes; the literal's own terminator is the last byte.
