@@ -1,4 +1,4 @@
-# cmake -DSOURCE=root -DBUILD=directory -DGENERATOR=... -DC=... -DCXX=... -DFLAGS=... -DSTRIP=strip -DLIMIT=bytes
+# cmake -DSOURCE=root -DBUILD=directory -DGENERATOR=... -DC=... -DCXX=... -DHARDENED=ON -DSTRIP=strip -DLIMIT=bytes
 #       -P check_portable_size.cmake
 # Builds the library as a receiver's maker does, without vector kernels, and checks its size.
 function(run)
@@ -9,7 +9,7 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD} -G ${GENERATOR} -DCMAKE_BUILD_TYPE=Release -DCMAKE_C_COMPILER=${C}
-    -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_CXX_FLAGS=${FLAGS} -DZELK_KERNELS=portable -DBUILD_TESTING=OFF
+    -DCMAKE_CXX_COMPILER=${CXX} -DZELK_HARDENED=${HARDENED} -DZELK_KERNELS=portable -DBUILD_TESTING=OFF
     -DZELK_BUILD_TOOLS=OFF)
 run(${CMAKE_COMMAND} --build ${BUILD} --target murn-zelk)
 
