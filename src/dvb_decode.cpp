@@ -355,8 +355,9 @@ int decompressedBytes(const DvbText &text) {
     return saturated(bytes);
 }
 
-template <class Sink>
-unsigned int decode(Sink sink, const DvbText &text, unsigned int flags) {
+template <class Sink, class Character>
+unsigned int decode(Character *out, int outSize, const DvbText &text, unsigned int flags) {
+    Sink sink(out, outSize);
     if (text.left != 0 && !sink.full()) {
         switch (text.code) {
         case DvbCodeUtf8Prepared:
@@ -421,11 +422,11 @@ int utf8Bound(const DvbText &text) {
 }
 
 unsigned int decodeToUcs2(const DvbText &text, unsigned short *out, int outSize, unsigned int flags) {
-    return decode(Ucs2Sink(out, outSize), text, flags);
+    return decode<Ucs2Sink>(out, outSize, text, flags);
 }
 
 unsigned int decodeToUtf8(const DvbText &text, char *out, int outSize, unsigned int flags) {
-    return decode(Utf8Sink(out, outSize), text, flags);
+    return decode<Utf8Sink>(out, outSize, text, flags);
 }
 
 } // namespace zelk::detail
