@@ -205,8 +205,8 @@ kernels::Progress utf8Stretch(Ucs2Sink &sink, const unsigned char *text, std::si
 
 kernels::Progress utf8Stretch(Utf8Sink &sink, const unsigned char *text, std::size_t length) {
     const auto room = static_cast<std::size_t>(sink.room() - 1);
-    const std::size_t clean = kernels::wellFormedUtf8<kernels::Clean::NoControls>(text, std::min(length, room));
-    std::copy_n(text, clean, sink.position());
+    const std::size_t clean =
+        kernels::copyWellFormedUtf8<kernels::Clean::NoControls>(text, std::min(length, room), sink.position());
     return {clean, clean};
 }
 

@@ -34,6 +34,11 @@ std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
     return ZELK_CHOOSE((text, length), wellFormedUtf8<clean>);
 }
 
+template <Clean clean>
+std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t length, char *out) {
+    return ZELK_CHOOSE((text, length, out), copyWellFormedUtf8<clean>);
+}
+
 Progress measureUtf8(const unsigned char *text, std::size_t length) {
     return ZELK_CHOOSE((text, length), measureUtf8);
 }
@@ -48,6 +53,6 @@ template Progress ucs2ToNative<Clean::NoControls>(const unsigned char *, std::si
 template Progress utf8ToUcs2<Clean::Any>(const unsigned char *, std::size_t, unsigned short *, std::size_t);
 template Progress utf8ToUcs2<Clean::NoControls>(const unsigned char *, std::size_t, unsigned short *, std::size_t);
 template std::size_t wellFormedUtf8<Clean::Any>(const unsigned char *, std::size_t);
-template std::size_t wellFormedUtf8<Clean::NoControls>(const unsigned char *, std::size_t);
+template std::size_t copyWellFormedUtf8<Clean::NoControls>(const unsigned char *, std::size_t, char *);
 
 } // namespace zelk::kernels

@@ -42,6 +42,10 @@ Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned shor
 template <Clean clean>
 std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length);
 
+// The same bytes, copied, of a text of at most `length` bytes to a place for as many.
+template <Clean clean>
+std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t length, char *out);
+
 // The bytes before the end of a text (read) and the steps of utf8Length() through them (written).
 Progress measureUtf8(const unsigned char *text, std::size_t length);
 

@@ -466,6 +466,30 @@ ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t len
     return bytes == blockBytes && bytes < length ? checkLong<clean>(text, length, bytes) : bytes;
 }
 
+// Names are checked and copied here at once.
+template <Clean clean>
+ZELK_STAGE std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t length, char *out) {
+    if (length - 1 >= blockBytes || length > bytesInPage(text)) {
+        const std::size_t bytes = wellFormedUtf8<clean>(text, length);
+        std::memcpy(out, text, bytes);
+        return bytes;
+    }
+    const Mask all = firstBytes(length);
+    const Block block = loadText(text, all);
+    std::size_t bytes = length;
+    if ((otherThanAscii(block, everyByte(leastByte(clean))) & all) != 0) {
+        const Utf8Block sequences = utf8PartAt(text, 0, all);
+        const Mask wrong = wrongBytes(sequences, utf8Constants<clean>()) | lastCharacters(sequences);
+        bytes = std::min(bytes, firstOf(wrong));
+        bytes -= unfinishedBytes(text, bytes);
+        if (bytes == 0) { // an empty store may be slow
+            return 0;
+        }
+    }
+    store(out, firstBytes(bytes), block);
+    return bytes;
+}
+
 // The bytes that are no steps of their own: a continuation byte behind a lead, or behind a lead of three and another
 // continuation byte, be the text well-formed or not. Everything is worked out in bit 7 of each byte.
 ZELK_OPERATION Mask innerBytes(const Utf8Block &block) {

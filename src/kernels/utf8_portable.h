@@ -184,6 +184,13 @@ ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t len
         text, length, [](const unsigned char *) { return true; }, [](unsigned int unit) { return unit < 0xFFC0; });
 }
 
+template <Clean clean>
+ZELK_STAGE std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t length, char *out) {
+    const std::size_t bytes = wellFormedUtf8<clean>(text, length);
+    std::memcpy(out, text, bytes);
+    return bytes;
+}
+
 ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
     Extent extent(text, length);
     Progress done;

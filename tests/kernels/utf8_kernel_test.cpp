@@ -39,6 +39,7 @@ struct Kernels {
     Progress (*toNative)(const unsigned char *, std::size_t, unsigned short *, std::size_t);
     std::array<Progress (*)(const unsigned char *, std::size_t, unsigned short *, std::size_t), 2> decode;
     std::array<std::size_t (*)(const unsigned char *, std::size_t), 2> wellFormed;
+    std::size_t (*copyWellFormed)(const unsigned char *, std::size_t, char *);
     Progress (*measureBytes)(const unsigned char *, std::size_t);
 };
 
@@ -53,7 +54,7 @@ struct Kernels {
             {kernels::instructions::utf8ToUcs2<Clean::Any>, kernels::instructions::utf8ToUcs2<Clean::NoControls>},     \
             {kernels::instructions::wellFormedUtf8<Clean::Any>,                                                        \
              kernels::instructions::wellFormedUtf8<Clean::NoControls>},                                                \
-            kernels::instructions::measureUtf8,                                                                        \
+            kernels::instructions::copyWellFormedUtf8<Clean::NoControls>, kernels::instructions::measureUtf8,          \
     }
 
 // The instruction sets that this processor has.
@@ -261,6 +262,10 @@ protected:
                                              expected.units.begin() + static_cast<std::ptrdiff_t>(characters),
                                              [](unsigned int unit) { return unit >= 0xFFC0; }));
                 }
+                auto *const out = reinterpret_cast<char *>(out_.back(text.size()));
+                const std::size_t copied = kernels.copyWellFormed(in, std::min(count, text.size()), out);
+                ASSERT_EQ(copied, kernels.wellFormed[1](in, std::min(count, text.size()))) << hex(text);
+                ASSERT_EQ(std::string(out, copied), text.substr(0, copied));
             }
         }
     }
