@@ -23,6 +23,7 @@ import time
 sys.dont_write_bytecode = True  # the two modules below lie in the source tree
 
 import chart
+import limits
 import targets
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -170,6 +171,16 @@ def markdown_table(headings, rows):
                                 for field in row) + " |"
 
 
+def missed(rows):
+    """What was tried for the rows that miss their target, each text once with the lengths or texts that it is about."""
+    about = {}
+    for work, text, length, *_, met in rows:
+        if met == "**no**":
+            about.setdefault(limits.tried(work, text, length), []).append(f"{text}, {length}" if length != "-" else text)
+    for tried, cells in about.items():
+        yield f"- {'; '.join(cells)}: {tried}"
+
+
 def machine():
     cpu = pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8")
     found = re.search(r"model name\s*:\s*(.*)", cpu)
@@ -232,7 +243,11 @@ def document(build, results, by_family, portable, effort, seconds):
             yield ""
             yield f"### {work[0].upper() + work[1:]}"
             yield ""
-            yield from markdown_table(HEADINGS[1:], [row[1:] for row in rows[family] if row[0] == work])
+            of_work = [row for row in rows[family] if row[0] == work]
+            yield from markdown_table(HEADINGS[1:], [row[1:] for row in of_work])
+            behind = list(missed(of_work))
+            if behind and not portable:
+                yield from ["", "Behind the target, with what was tried and what limits it:", "", *behind]
         yield ""
         yield "<details><summary>Every contender: ns for one string, spread</summary>"
         yield ""
