@@ -21,7 +21,7 @@ inline constexpr unsigned int lastDvbIso8859Part = 16;
 
 // Selectors of one byte, by that byte; 0x10 and 0x1F stand here with what they mean when nothing more is said. The run
 // of +4 holds to its end: 0x0E is no code and 0x0F is prepared UTF-8.
-inline constexpr std::array<std::uint8_t, lastDvbSelector + 1> dvbSelectorCodes = [] {
+inline constexpr std::array<std::uint8_t, lastDvbSelector + 1> dvbSelectorCodes = []() {
     std::array<std::uint8_t, lastDvbSelector + 1> codes{};
     codes.fill(DvbCodeNone);
     for (unsigned int selector = 0x01; selector <= 0x0F; ++selector) {

@@ -29,7 +29,7 @@ inline bool isAscii(const unsigned char *in) {
 inline constexpr std::ptrdiff_t entryBytes = 4;
 
 inline char *putPacked(char *out, const tables::PackedCharacter &character) {
-    std::memcpy(out, character.bytes, entryBytes);
+    std::memcpy(out, &character, entryBytes);
     return out + character.count;
 }
 

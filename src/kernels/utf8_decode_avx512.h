@@ -85,7 +85,7 @@ struct FaultTables {
 };
 
 template <Clean clean>
-alignas(blockBytes) inline constexpr FaultTables faultTables = [] {
+alignas(blockBytes) inline constexpr FaultTables faultTables = []() {
     FaultTables tables{};
     for (const Fault &fault : faults) {
         tables.add(fault);
@@ -181,7 +181,7 @@ struct UnitParts {
 };
 
 ZELK_OPERATION UnitParts unitParts() {
-    alignas(blockBytes) static constexpr auto parts = [] {
+    alignas(blockBytes) static constexpr auto parts = []() {
         struct {
             unsigned char middleLow[blockBytes], middleHigh[blockBytes], front[blockBytes], back[blockBytes];
         } table{};

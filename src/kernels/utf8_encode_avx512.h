@@ -38,7 +38,7 @@ struct AsciiUnits {
 
 template <UnitOrder order, Clean clean>
 ZELK_OPERATION AsciiUnits asciiUnits() {
-    alignas(blockBytes) static constexpr auto places = [] {
+    alignas(blockBytes) static constexpr auto places = []() {
         std::array<unsigned char, blockBytes> table{};
         for (std::size_t i = 0; i < blockBytes; ++i) {
             table[i] = static_cast<unsigned char>(2 * i + (order == UnitOrder::HighFirst ? 1 : 0));
@@ -97,7 +97,7 @@ struct Triples {
 };
 
 ZELK_OPERATION Triples triples() {
-    alignas(blockBytes) static constexpr auto places = [] {
+    alignas(blockBytes) static constexpr auto places = []() {
         struct {
             unsigned short units[blockUnits], nextUnits[blockUnits];
             unsigned char bits[blockBytes], mask[blockBytes], marks[blockBytes];

@@ -24,7 +24,7 @@ struct Run {
 };
 
 // Every byte is its own code point, that of U+0000 to U+00FF: ISO 8859-1 and the lower part of most other sets.
-inline constexpr CodePoints identity = [] {
+inline constexpr CodePoints identity = []() {
     CodePoints set{};
     for (unsigned int byte = 0; byte < set.size(); ++byte) {
         set[byte] = static_cast<std::uint16_t>(byte);

@@ -91,7 +91,7 @@ consteval CaseDeltas expandRuns(const auto &runs) {
     return deltas;
 }
 
-inline constexpr auto upperDeltas = inPages<casePageSize, [] { return expandRuns(upperRuns); }>();
-inline constexpr auto lowerDeltas = inPages<casePageSize, [] { return expandRuns(lowerRuns); }>();
+inline constexpr auto upperDeltas = inPages<casePageSize, []() { return expandRuns(upperRuns); }>();
+inline constexpr auto lowerDeltas = inPages<casePageSize, []() { return expandRuns(lowerRuns); }>();
 
 } // namespace zelk::tables

@@ -95,6 +95,6 @@ consteval CharClasses expandClasses() {
 }
 // clang-format on
 
-inline constexpr auto charClasses = inPages<classPageSize, [] { return expandClasses(); }>();
+inline constexpr auto charClasses = inPages<classPageSize, []() { return expandClasses(); }>();
 
 } // namespace zelk::tables

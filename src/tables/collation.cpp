@@ -332,8 +332,8 @@ static_assert(keys[0x0391] == 0x13000000 && keys[0x0410] == 0x13000000 && keys[0
 static_assert(keys[0x0392] == 0x15000000 && keys[0x0411] == 0x15000000 && keys[0x0431] == 0x15000100);
 static_assert(keys[0x039F] == 0x27000000 && keys[0x041E] == 0x27000000 && keys[0x2122] == 0x2F080000);
 
-constexpr CollationKeys paged = inPages<collationPageSize, [] { return keys; }>();
-static_assert([] {
+constexpr CollationKeys paged = inPages<collationPageSize, []() { return keys; }>();
+static_assert([]() {
     for (unsigned int page = 0; page < directlyIndexed / collationPageSize; ++page) {
         if (paged.pageOf[page] != page) {
             return false;
@@ -347,7 +347,7 @@ static_assert([] {
 constinit const CollationKeys collationKeys = paged;
 
 static_assert(
-    [] {
+    []() {
         unsigned int outsiders = 0;
         for (unsigned int code = 0; code < 128; ++code) {
             outsiders += expansionOf(keys[code]) != 0 || mainOf(keys[code]) == 0xFF ? 1 : 0;
@@ -356,7 +356,7 @@ static_assert(
     }() == 1,
     "the percent sign alone stands for itself among the main keys of ASCII");
 
-constinit const AsciiCollation asciiCollation = [] {
+constinit const AsciiCollation asciiCollation = []() {
     AsciiCollation planes{};
     for (unsigned int code = 0; code < 128; ++code) {
         const std::uint32_t key = keys[code];

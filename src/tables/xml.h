@@ -26,7 +26,7 @@ inline constexpr std::array<XmlEntity, 5> xmlEntities = {{
 }};
 
 // By character code: the number of the record, counted from 1; 0 where there is none. Codes of 64 and more have none.
-inline constexpr std::array<std::uint8_t, 64> xmlEntityIndex = [] {
+inline constexpr std::array<std::uint8_t, 64> xmlEntityIndex = []() {
     std::array<std::uint8_t, 64> index{};
     std::uint8_t record = 0;
     for (const XmlEntity &entity : xmlEntities) {
@@ -55,7 +55,7 @@ static_assert(sizeof(XmlCharacter) == 8);
 
 inline constexpr std::size_t longestXmlEntity = 6;
 
-inline constexpr std::array<XmlCharacter, 256> xmlCharacters = [] {
+inline constexpr std::array<XmlCharacter, 256> xmlCharacters = []() {
     std::array<XmlCharacter, 256> characters{};
     for (unsigned int code = 0; code < characters.size(); ++code) {
         characters[code] = {{static_cast<char>(code)}, 1};
