@@ -116,11 +116,11 @@ PORTABLE = each(Ahead, 2, 1.5, 1.5)
 
 
 def conditions(work, text, length, portable):
+    if portable and work != "Huffman":
+        return PORTABLE.get(length, PORTABLE["desc"])
     by_text = BY_TEXT.get((work, text))
     if by_text is not None:
         return by_text.get(length, []) if isinstance(by_text, dict) else by_text
-    if portable and work != "Huffman":
-        return PORTABLE[length]
     for (named, language), limits in BY_LANGUAGE.items():
         if work == named and text.endswith(language) and length in limits:
             return limits[length]
