@@ -1,84 +1,141 @@
 // The wide steps of context-tree codes: run() of detail/context_text.h.
 //
-// A window of 64 bits is good for a batch of steps, which depend on nothing else: they test for no end of the input,
-// and no branch tells a step that ends a character from one inside a longer code. Each step is one lookup, and its bits
-// tell where the next one looks.
+// Each step is one lookup, and its bits tell where the next one looks: a text takes as long as this chain, which is
+// therefore kept bare. A window of 64 bits is good for a batch of steps, which test for no end of the input; what they
+// give is put in order afterwards, without a branch, while the processor is on its way through the next batch.
 #include "detail/context_text.h"
 
 #include "detail/bit_window.h"
+
+#include <array>
+#include <bit>
+#include <cstring>
 
 #if !defined(ZELK_KERNELS_PORTABLE)
 
 namespace zelk::detail {
 namespace {
 
+using tables::Step;
+using tables::StepState;
 using tables::usedBits;
 using tables::usedMask;
 
 constexpr unsigned int batch = 56 / tables::stepBits;
+constexpr unsigned int batchesOfRun = 24;
 
-// A step without its low bits is the offset of the next state.
-static_assert(sizeof(tables::StepState) == 1U << usedBits);
-const tables::StepState &stateAt(const tables::StepState *states, unsigned int offset) {
-    const auto *state = reinterpret_cast<const tables::StepState *>(reinterpret_cast<const char *>(states) + offset);
-    return *state;
+// Where a step leads: without its low bits it is the offset of a state.
+static_assert(sizeof(StepState) == 1U << usedBits);
+const char *stateAfter(const StepState *states, unsigned int step) {
+    const char *state = reinterpret_cast<const char *>(states) + (step & ~usedMask);
+    __asm__("" : "+r"(state)); // the place in the state is known last, and to be added last
+    return state;
+}
+
+struct Batch {
+    unsigned int count; // of steps, less than a batch in front of one that gives no character
+    unsigned int bits;  // that they use
+    Step last;          // that step
+};
+
+// Takes the steps for the next bits of the text, zeros behind its end.
+inline Batch takeSteps(const StepState *states, const char *&state, std::uint64_t bits, Step *steps) {
+    constexpr std::uint64_t places = sizeof(StepState) - sizeof(Step);
+    Batch taken{0, 0, 0};
+    bits = std::rotl(bits, tables::stepBits + 1);
+    for (; taken.count < batch; ++taken.count) {
+        std::memcpy(&taken.last, state + (bits & places), sizeof taken.last);
+        if (taken.last >= tables::noCharacter) [[unlikely]] {
+            break;
+        }
+        steps[taken.count] = taken.last;
+        bits = std::rotl(bits, taken.last & usedMask);
+        taken.bits += taken.last;
+        state = stateAfter(states, taken.last);
+    }
+    taken.bits &= usedMask; // no sum of the low bits reaches beyond them
+    return taken;
+}
+
+// Keeps the steps that the text has bits for.
+void endWithText(Batch &taken, const Step *steps, unsigned int left) {
+    taken.count = 0;
+    taken.bits = 0;
+    while (taken.bits + (steps[taken.count] & usedMask) <= left) {
+        taken.bits += steps[taken.count++] & usedMask;
+    }
+}
+
+// Tells where the characters end. Each step is written, and the next one upon it if it has given nothing yet.
+inline unsigned char *putCharacters(unsigned char *out, const Step *steps, unsigned int count) {
+    for (unsigned int i = 0; i < count; ++i) {
+        *out = static_cast<unsigned char>(steps[i] >> usedBits);
+        out += tables::givesCharacter(steps[i]) ? 1 : 0;
+    }
+    return out;
+}
+
+// The bits behind the last character, of steps inside a code.
+unsigned int bitsInCode(const Step *begin, const Step *end) {
+    unsigned int bits = 0;
+    for (; end != begin && !tables::givesCharacter(end[-1]); --end) {
+        bits += end[-1] & usedMask;
+    }
+    return bits;
 }
 
 } // namespace
 
 unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
-    const tables::StepState *const states = states_;
-    unsigned int total = 0;
-    unsigned int state = character_ << usedBits;
+    const StepState *const states = states_;
+    std::array<Step, batchesOfRun * batch> steps;
+    Step *end = steps.data();
+    const Step *const lastBegin = steps.data() + steps.size() - batch;
+    unsigned char *to = out;
     BitWindow window(bytes_, count_, at_);
-    std::uint64_t at = at_;
-    while (room - total > batch) {
-        unsigned int count = 0;
-        unsigned int step = 0;
-        signed char left[batch]; // in the window, behind each character
-        for (unsigned int i = 0; i < batch; ++i) {
-            step = stateAt(states, state).byBits[window.bits() >> (64 - tables::stepBits)];
-            if (step >= tables::noCharacter) [[unlikely]] {
-                break;
-            }
-            window.drop(step & usedMask);
-            out[total + count] = static_cast<unsigned char>(step >> usedBits);
-            left[count] = static_cast<signed char>(window.left());
-            count += tables::givesCharacter(step) ? 1 : 0;
-            state = step & ~usedMask;
+    const char *state = stateAfter(states, character_ << usedBits);
+    endBits_ = 0;
+    bool ended = false;
+    while (room - static_cast<unsigned int>(to - out) > batch && end <= lastBegin) {
+        Batch taken = takeSteps(states, state, window.bits(), end);
+        ended = static_cast<int>(taken.bits) > window.left();
+        if (ended) [[unlikely]] {
+            endWithText(taken, end, static_cast<unsigned int>(window.left()));
         }
-        // What came of the zero bits behind the text is taken back.
-        const bool ended = window.left() < 0;
-        while (ended && count != 0 && left[count - 1] < 0) {
-            --count;
-        }
-        if (count != 0) {
-            total += count;
-            at = window.position(left[count - 1]);
-        }
+        // The compiler unrolls the first of the two.
+        to = taken.count == batch ? putCharacters(to, end, batch) : putCharacters(to, end, taken.count);
+        end += taken.count;
+        window.drop(taken.bits);
         if (ended) {
             break;
         }
-        if (step >= tables::noCharacter) [[unlikely]] {
-            // Graphic characters that have no code in their context are common enough to go on behind them.
-            const unsigned int escape = step & usedMask;
-            window.drop(escape);
-            const auto literal = static_cast<unsigned int>(window.bits() >> 56U);
-            window.drop(8);
-            if (escape == 0 || window.left() < 0 || literal - tables::firstGraphic >= tables::graphicCount) {
+        if (taken.count < batch) [[unlikely]] {
+            BitWindow behind = window;
+            behind.drop(taken.last & usedMask);
+            if (taken.last >> usedBits == tables::endOfText) {
+                endBits_ = behind.left() < 0 ? 0 : taken.last & usedMask;
                 break;
             }
-            at = window.position(window.left());
-            out[total++] = static_cast<unsigned char>(literal);
-            state = literal << usedBits;
+            // Graphic characters that have no code in their context are common enough to go on behind them.
+            const auto literal = static_cast<unsigned int>(behind.bits() >> 56U);
+            behind.drop(8);
+            if (behind.left() < 0 || literal - tables::firstGraphic >= tables::graphicCount) {
+                break;
+            }
+            window = behind;
+            *to++ = static_cast<unsigned char>(literal);
+            *end++ = static_cast<Step>(literal << usedBits);
+            state = stateAfter(states, literal << usedBits);
         }
         window.fill();
     }
-    if (total != 0) {
-        at_ = at;
-        character_ = out[total - 1];
+    const unsigned int inCode = bitsInCode(steps.data(), end);
+    at_ = ended ? std::uint64_t{8} * count_ : window.position(window.left() + static_cast<int>(inCode));
+    endBits_ += endBits_ != 0 ? inCode : 0;
+    if (to != out) {
+        character_ = to[-1];
     }
-    return total;
+    return static_cast<unsigned int>(to - out);
 }
 
 } // namespace zelk::detail

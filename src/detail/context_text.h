@@ -1,7 +1,8 @@
 // Reads a whole text in a context-tree code, at two speeds.
 //
 // next() gives one character by the exact rule: it walks the published tree. run() gives many graphic characters by
-// wide steps (context_text.cpp). Whatever is rare makes run() stop at the end of a character, and next() goes on.
+// wide steps (context_text.cpp). Whatever is rare makes run() stop at the end of a character, and next() goes on. Where
+// the text ends run() knows already, and next() only says so.
 #pragma once
 
 #include "detail/context_tree.h"
@@ -40,6 +41,12 @@ public:
 
     // The next character, 0 to 255, or inputEnded where bits of it are missing.
     int next() {
+        if (endBits_ != 0) {
+            at_ += endBits_;
+            endBits_ = 0;
+            character_ = 0;
+            return 0;
+        }
         if (character_ < firstWithoutTree) {
             const unsigned int leaf = readLeaf();
             if (leaf < leafFlag) {
@@ -64,7 +71,10 @@ public:
     }
 
     // Leaves out the next eight bits.
-    void skipByte() { at_ += 8; }
+    void skipByte() {
+        at_ += 8;
+        endBits_ = 0;
+    }
 
 private:
     ContextText(const unsigned char *table, const tables::StepState *states, const unsigned char *bytes,
@@ -91,6 +101,7 @@ private:
     std::size_t count_;
     std::uint64_t at_ = 0; // the next bit; may lie behind the text
     unsigned int character_ = 0;
+    unsigned int endBits_ = 0; // where a run has stopped at a character 0: its code
 };
 
 } // namespace zelk::detail

@@ -27,9 +27,9 @@ struct alignas(64) StepState {
 
 inline constexpr unsigned int firstGraphic = 0x20;
 inline constexpr unsigned int graphicCount = 0x60;
-inline constexpr unsigned int noState = 0x3FF;
-inline constexpr unsigned int noCharacter = noState << usedBits; // this step and those above, which use the bits of an
-                                                                 // escape; this one itself is the end of a text
+inline constexpr unsigned int endOfText = 0x3FE; // not states: what follows is not for the machine to say
+inline constexpr unsigned int escape = 0x3FF;
+inline constexpr unsigned int noCharacter = endOfText << usedBits; // these steps are not below
 
 // What a step gives: a character (its state), or nothing yet.
 constexpr bool givesCharacter(unsigned int step) {
@@ -71,15 +71,14 @@ private:
             int left = stepBits - 1;
             const unsigned int leaf = detail::walkTree(table.data(), tree, end, bits, left);
             unsigned int next = leaf - detail::leafFlag;
-            auto used = static_cast<unsigned int>(static_cast<int>(stepBits) - 1 - left);
+            const auto used = static_cast<unsigned int>(static_cast<int>(stepBits) - 1 - left);
             if (leaf < detail::leafFlag) {
                 next = newState();
                 expand(table, next, tree, end);
             } else if (leaf == detail::escapeLeaf) {
-                next = noState;
+                next = escape;
             } else if (next == 0) {
-                next = noState;
-                used = 0;
+                next = endOfText;
             } else if (next < firstGraphic) {
                 codeGivesControlCharacter();
             }
@@ -92,7 +91,7 @@ private:
         if (controls_ + 1 < firstGraphic) {
             return ++controls_;
         }
-        if (result_.size == noState) {
+        if (result_.size == endOfText) {
             tooManyStepStates();
         }
         return static_cast<unsigned int>(result_.size++);
