@@ -7,6 +7,7 @@
 
 #include "detail/bit_window.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
@@ -22,7 +23,7 @@ using tables::usedBits;
 using tables::usedMask;
 
 constexpr unsigned int batch = 56 / tables::stepBits;
-constexpr unsigned int batchesOfRun = 24;
+constexpr std::size_t batchesKept = 8;
 
 // Where a step leads: without its low bits it is the offset of a state.
 static_assert(sizeof(StepState) == 1U << usedBits);
@@ -88,15 +89,17 @@ unsigned int bitsInCode(const Step *begin, const Step *end) {
 
 unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
     const StepState *const states = states_;
-    std::array<Step, batchesOfRun * batch> steps;
+    std::array<Step, batchesKept * batch + 1> steps; // the last ones
     Step *end = steps.data();
-    const Step *const lastBegin = steps.data() + steps.size() - batch;
     unsigned char *to = out;
     BitWindow window(bytes_, count_, at_);
     const char *state = stateAfter(states, character_ << usedBits);
     endBits_ = 0;
     bool ended = false;
-    while (room - static_cast<unsigned int>(to - out) > batch && end <= lastBegin) {
+    while (room - static_cast<unsigned int>(to - out) > batch) {
+        if (static_cast<std::size_t>(end - steps.data()) > steps.size() - batch - 1) {
+            end = std::copy(end - batch, end, steps.data()); // more than the longest code takes
+        }
         Batch taken = takeSteps(states, state, window.bits(), end);
         ended = static_cast<int>(taken.bits) > window.left();
         if (ended) [[unlikely]] {

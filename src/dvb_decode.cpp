@@ -273,11 +273,25 @@ const unsigned char *compressionTable(const DvbText &text) {
     return text.extra == 1 ? HuffmanDecodeTable_1 : text.extra == 2 ? HuffmanDecodeTable_2 : nullptr;
 }
 
+constexpr int shortRun = 256;
+
+// Characters of ASCII, as many as come at once: where they go, if there is room for many, else by way of a buffer.
 template <class Sink>
-void putAscii(Sink &sink, const unsigned char *characters, unsigned int count) {
+bool putRun(Sink &sink, ContextText &characters) {
+    if constexpr (std::is_same_v<Sink, Utf8Sink>) {
+        if (sink.room() > shortRun) {
+            auto *const out = reinterpret_cast<unsigned char *>(sink.position());
+            const unsigned int count = characters.run(out, static_cast<unsigned int>(sink.room() - 1));
+            sink.advance(static_cast<int>(count));
+            return count != 0;
+        }
+    }
+    std::array<unsigned char, shortRun> run;
+    const unsigned int count = characters.run(run.data(), run.size());
     const int fits = std::min(static_cast<int>(count), sink.room() - 1);
-    std::copy_n(characters, fits, sink.position());
+    std::copy_n(run.data(), fits, sink.position());
     sink.advance(fits);
+    return count != 0;
 }
 
 // The characters are bytes of UTF-8. To UTF-8 the end of the text ends everything; to UCS-2 a counted text goes on
@@ -295,10 +309,9 @@ void decompress(Sink &sink, const DvbText &text, unsigned int flags) {
         text.left < 0 ? ContextText::bitByBit(table, text.bytes, left) : ContextText(table, text.bytes, left);
     Utf8DecoderState utf8;
     utf8StreamReset(utf8);
-    for (std::array<unsigned char, 256> run; !sink.full();) {
-        if (const unsigned int count = characters.run(run.data(), run.size()); count != 0) {
+    while (!sink.full()) {
+        if (putRun(sink, characters)) {
             utf8StreamReset(utf8);
-            putAscii(sink, run.data(), count);
             if (sink.full()) {
                 return;
             }

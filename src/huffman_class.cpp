@@ -22,6 +22,24 @@ public:
     KeptCharacters(unsigned char *dst, unsigned int capacity, unsigned int skipCount)
         : dst_(dst), capacity_(capacity), skipCount_(skipCount) {}
 
+    // Characters as many as come at once: where they go, if there is room for many, else by way of a buffer.
+    void appendRun(detail::ContextText &text) {
+        constexpr unsigned int shortRun = 256;
+        const unsigned int at = position_ - std::min(skipCount_, position_);
+        const unsigned int room = capacity_ - std::min(at, capacity_);
+        if (position_ >= skipCount_ && room >= shortRun) {
+            const unsigned char before = dst_[at];
+            const unsigned int count = text.run(dst_ + at, room);
+            if (count == 0) {
+                dst_[at] = before; // that nothing follows, not even a terminator, is no reason to write
+            }
+            position_ += count;
+        } else {
+            std::array<unsigned char, shortRun> run;
+            append(run.data(), text.run(run.data(), run.size()));
+        }
+    }
+
     void append(const unsigned char *characters, unsigned int count) {
         const unsigned int skipped = std::min(count, skipCount_ - std::min(position_, skipCount_));
         const unsigned int at = position_ + skipped - std::min(skipCount_, position_ + skipped);
@@ -64,14 +82,14 @@ int HuffmanDecoder::decode(const unsigned char *src, unsigned int srcLength, uns
     const unsigned int length = src[srcLength - 1] == 0 ? srcLength - 1 : srcLength;
     KeptCharacters kept(dst, capacity, skipCount_);
     detail::ContextText text(table_, src, length);
-    for (std::array<unsigned char, 256> run;;) {
-        kept.append(run.data(), text.run(run.data(), run.size()));
+    for (;;) {
+        kept.appendRun(text);
         const int character = text.next();
         if (character == detail::ContextText::inputEnded) {
             break;
         }
-        run[0] = static_cast<unsigned char>(character);
-        kept.append(run.data(), 1);
+        const auto byte = static_cast<unsigned char>(character);
+        kept.append(&byte, 1);
     }
 
     const unsigned int count = kept.position();

@@ -519,7 +519,7 @@ TEST(DvbCompressed, RandomBytesAndEveryOutputSize) {
         const Characters units = modelDecompressed(type, text, false, flags);
         const Characters characters = modelDecompressed(type, text, true, flags);
         const int full = static_cast<int>(units.size()) + 2;
-        const int sizes[] = {0, 1, 2, static_cast<int>(random.below(static_cast<std::uint32_t>(full))), full};
+        const int sizes[] = {0, 1, 2, static_cast<int>(random.below(static_cast<std::uint32_t>(full))), full, 150};
         for (const int size : sizes) {
             ASSERT_EQ(toUcs2(Input(in, true, 0), size, {.flags = flags}), cut(units, size));
             ASSERT_EQ(toUtf8(Input(in, true, 0), 3 * size, {.flags = flags}),

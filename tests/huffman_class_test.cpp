@@ -227,9 +227,10 @@ TEST(HuffmanClass, EveryCapacityAndSkipCount) {
 TEST(HuffmanClass, InputsOfOneAndTwoBytes) {
     for (const Kind kind : {Kind::Title, Kind::Description}) {
         for (unsigned int first = 0; first < 0x100; ++first) {
-            expectDecoding(kind, 0, std::string(1, static_cast<char>(first)), 24);
+            const unsigned int capacity = first % 2 == 0 ? 24 : 300;
+            expectDecoding(kind, 0, std::string(1, static_cast<char>(first)), capacity);
             for (unsigned int second = first % 5; second < 0x100; second += 5) {
-                expectDecoding(kind, 0, {static_cast<char>(first), static_cast<char>(second)}, 24);
+                expectDecoding(kind, 0, {static_cast<char>(first), static_cast<char>(second)}, capacity);
             }
         }
     }
@@ -259,7 +260,7 @@ TEST(HuffmanClass, RandomBytes) {
             byte = random.chance(5) ? '\0' : static_cast<char>(random.below(256));
         }
         expectDecoding(random.chance(50) ? Kind::Title : Kind::Description, random.chance(50) ? 0 : random.below(12),
-                       input, random.below(80));
+                       input, random.below(random.chance(50) ? 80 : 600));
     }
 }
 

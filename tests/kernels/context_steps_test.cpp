@@ -137,6 +137,14 @@ TEST(ContextSteps, EightBitsLeftOutShiftTheRest) {
                 for (unsigned int characters = random.below(6); characters != 0; --characters) {
                     ASSERT_EQ(stepping.next(), plain.next());
                 }
+                std::array<unsigned char, 40> run;
+                const unsigned int count = stepping.run(run.data(), random.below(40));
+                for (unsigned int i = 0; i < count; ++i) {
+                    ASSERT_EQ(run[i], plain.next());
+                }
+                if (random.chance(50)) {
+                    ASSERT_EQ(stepping.next(), plain.next());
+                }
                 plain.skipByte();
                 stepping.skipByte();
             }
