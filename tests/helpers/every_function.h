@@ -247,6 +247,7 @@ inline constexpr StringFunction iconvFunctions[] = {
 struct PlainFunction {
     const char *name;
     void (*call)(const AnyText &, AnyRoom &);
+    bool takesText = true; // of any length; false for those that look at one character or at settings
 };
 
 inline void decodeHuffman(const AnyText &in, AnyRoom &room, unsigned int table) {
@@ -299,13 +300,13 @@ inline constexpr PlainFunction plainFunctions[] = {
          to.sum += zelkRemoveQuotesFromWideString(to.units(), to.size, in.units.data(), '"', '"');
      }},
     {"zelk_filterControlCode0",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterControlCode0(in.units[0]); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterControlCode0(in.units[0]); }, false},
     {"zelk_filterMapControlCode8",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterMapControlCode8(in.units[0]); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterMapControlCode8(in.units[0]); }, false},
     {"zelk_filterMapControlCode8Restricted",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterMapControlCode8Restricted(in.units[0]); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterMapControlCode8Restricted(in.units[0]); }, false},
     {"zelk_filterControlChars",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterControlChars(in.units[0]); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterControlChars(in.units[0]); }, false},
     {"zelkFilterString",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelkFilterString(to.chars(), to.size, in.text(), nullptr); }},
     {"zelkFilterWideString",
@@ -317,13 +318,13 @@ inline constexpr PlainFunction plainFunctions[] = {
          to.sum += zelk_bitsRevertSequence(to.utf8(), in.utf8(), static_cast<int>(in.bytes.size()));
      }},
     {"zelkUtf8CharGetLength",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharGetLength(in.utf8(), ~0U); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharGetLength(in.utf8(), ~0U); }, false},
     {"zelkUtf8CharDecode",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharDecode(in.utf8(), ~0U, to.units()); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharDecode(in.utf8(), ~0U, to.units()); }, false},
     {"zelkUtf8CharGetEncodedLength",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharGetEncodedLength(in.units[0]); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharGetEncodedLength(in.units[0]); }, false},
     {"zelkUtf8CharEncode",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharEncode(in.units[0], to.utf8(), to.size); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharEncode(in.units[0], to.utf8(), to.size); }, false},
     {"zelkUtf8EncodeText",
      [](const AnyText &in, AnyRoom &to) {
          to.sum += zelkUtf8EncodeText(to.utf8(), to.size, in.units.data(), in.count);
@@ -354,7 +355,7 @@ inline constexpr PlainFunction plainFunctions[] = {
      [](const AnyText & /*in*/, AnyRoom & /*to*/) {
          Utf8EncoderState state;
          zelkInitUtf8Encoder(&state);
-     }},
+     }, false},
     {"zelkUtf8Encode",
      [](const AnyText &in, AnyRoom &to) {
          Utf8EncoderState state;
@@ -369,7 +370,7 @@ inline constexpr PlainFunction plainFunctions[] = {
      [](const AnyText & /*in*/, AnyRoom & /*to*/) {
          Utf8DecoderState state;
          zelkInitUtf8Decoder(&state);
-     }},
+     }, false},
     {"zelkUtf8Decode",
      [](const AnyText &in, AnyRoom &to) {
          Utf8DecoderState state;
@@ -412,9 +413,9 @@ inline constexpr PlainFunction plainFunctions[] = {
      [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8GetFilteredStringLength(in.utf8(), nullptr); }},
     {"zelkUtf8FilterString",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8FilterString(to.utf8(), to.size, in.utf8(), capitalA); }},
-    {"combiningMapIso", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += combiningMapIso(2); }},
+    {"combiningMapIso", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += combiningMapIso(2); }, false},
     {"zelk_isoConvertSingleChar",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoConvertSingleChar(2, in.utf8()[0]); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoConvertSingleChar(2, in.utf8()[0]); }, false},
     {"zelk_isoToUnicodeMaxLength",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoToUnicodeMaxLength(in.text(), in.count); }},
     {"zelk_isoToUtf8MaxLength",
@@ -436,8 +437,8 @@ inline constexpr PlainFunction plainFunctions[] = {
          int flag = 0;
          to.sum += zelk_isoToUtf8Tolerant(2, to.chars(), to.size, in.text(), in.count, &flag);
      }},
-    {"zelk_winGetCodeTable", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += zelk_winGetCodeTable(1250, 0); }},
-    {"zelk_winMapCode", [](const AnyText &in, AnyRoom &to) { to.sum += zelk_winMapCode(1, in.utf8()[0]); }},
+    {"zelk_winGetCodeTable", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += zelk_winGetCodeTable(1250, 0); }, false},
+    {"zelk_winMapCode", [](const AnyText &in, AnyRoom &to) { to.sum += zelk_winMapCode(1, in.utf8()[0]); }, false},
     {"zelk_winToUnicodeMaxLength",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_winToUnicodeMaxLength(in.text(), in.count); }},
     {"zelk_winToUtf8MaxLength",
@@ -465,10 +466,10 @@ inline constexpr PlainFunction plainFunctions[] = {
          dvbCharSet_t region = in.region;
          DvbCode_t code = DvbCodeNone;
          to.sum += zelk_dvbGetDvbCode(in.text(), &region, &code, nullptr, DvbCodeNone, 0);
-     }},
+     }, false},
     {"zelkCombineCharWithDiacriticalMark",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkCombineCharWithDiacriticalMark(0, in.utf8()[0], 0xC2); }},
-    {"combiningMapDvb", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += combiningMapDvb(2); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkCombineCharWithDiacriticalMark(0, in.utf8()[0], 0xC2); }, false},
+    {"combiningMapDvb", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += combiningMapDvb(2); }, false},
     {"zelk_dvb8ToUnicode",
      [](const AnyText &in, AnyRoom &to) {
          to.sum += zelk_dvb8ToUnicode(in.region, to.units(), to.size, in.text(), in.count, DvbCodeNone, 0, 0);
@@ -501,7 +502,7 @@ inline constexpr PlainFunction plainFunctions[] = {
      [](const AnyText & /*in*/, AnyRoom & /*to*/) {
          HuffmanStreamState state;
          zelkInitHuffmanDecoder(&state, 2);
-     }},
+     }, false},
     {"zelkHuffmanDecode",
      [](const AnyText &in, AnyRoom &to) { decodeHuffman(in, to, 2); }},
     {"decompressMalaysiaHuffmanTable",
@@ -510,11 +511,11 @@ inline constexpr PlainFunction plainFunctions[] = {
          decompressMalaysiaHuffmanTable(6, in.utf8(), static_cast<int>(in.bytes.size()), to.utf8(), &length);
          to.sum += length;
      }},
-    {"zelk2upperChar", [](const AnyText &in, AnyRoom &to) { to.sum += zelk2upperChar(in.units[0]); }},
-    {"zelk2lowerChar", [](const AnyText &in, AnyRoom &to) { to.sum += zelk2lowerChar(in.units[0]); }},
-    {"zelkcharGetClass", [](const AnyText &in, AnyRoom &to) { to.sum += zelkcharGetClass(in.units[0]); }},
+    {"zelk2upperChar", [](const AnyText &in, AnyRoom &to) { to.sum += zelk2upperChar(in.units[0]); }, false},
+    {"zelk2lowerChar", [](const AnyText &in, AnyRoom &to) { to.sum += zelk2lowerChar(in.units[0]); }, false},
+    {"zelkcharGetClass", [](const AnyText &in, AnyRoom &to) { to.sum += zelkcharGetClass(in.units[0]); }, false},
     {"zelkCollateCharsByMainKey",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkCollateCharsByMainKey(0, in.units[0], 'e'); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkCollateCharsByMainKey(0, in.units[0], 'e'); }, false},
     {"zelkCollate", [](const AnyText &in, AnyRoom &to) { to.sum += zelkCollate(0, in.text(), in.other.c_str()); }},
     {"zelk_patternWildcardMatch",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_patternWildcardMatch(in.text(), in.pattern); }},
@@ -537,7 +538,7 @@ inline constexpr PlainFunction plainFunctions[] = {
          to.sum += zelk_patternCompareIgnoreCaseAndControlChars(in.text(), in.other.c_str());
      }},
     {"zelk_xmlescape",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_xmlescape(in.utf8()[0]) == nullptr ? 0 : 1; }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_xmlescape(in.utf8()[0]) == nullptr ? 0 : 1; }, false},
     {"zelk_xmlifiedLength",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_xmlifiedLength(in.text(), in.count); }},
     {"zelk_xmlify",
@@ -552,12 +553,12 @@ inline constexpr PlainFunction plainFunctions[] = {
          to.sum += length;
      }},
     {"CodeConversion::appendUTF8(unsigned char*, int)",
-     [](const AnyText & /*in*/, AnyRoom &to) { to.sum += *zelk::CodeConversion::appendUTF8(to.utf8(), 0x1F600); }},
+     [](const AnyText & /*in*/, AnyRoom &to) { to.sum += *zelk::CodeConversion::appendUTF8(to.utf8(), 0x1F600); }, false},
     {"CodeConversion::terminateChars(char*, int, int, UErrorCode*)",
      [](const AnyText & /*in*/, AnyRoom &to) {
          zelk::UErrorCode status = zelk::ZeroError;
          zelk::CodeConversion::terminateChars(to.chars(), to.size, 1, &status);
-     }},
+     }, false},
     {"CodeConversion::convertUTF16ToUTF8Str(unsigned short const*, char*, int)",
      [](const AnyText &in, AnyRoom &to) {
          to.sum += zelk::CodeConversion::convertUTF16ToUTF8Str(in.units.data(), to.chars(), to.size);
@@ -566,7 +567,7 @@ inline constexpr PlainFunction plainFunctions[] = {
      [](const AnyText &in, AnyRoom & /*to*/) {
          zelk::DvbConverter converter(DvbCharSetStandard, in.text(), 0);
          converter.ResetConverter(DvbCharSetStandard, DvbCodeNone, 0);
-     }},
+     }, false},
     {"HuffmanDecoder::decode(unsigned char const*, unsigned int, unsigned char*, unsigned int*) const",
      [](const AnyText &in, AnyRoom &to) {
          decodeGuide(zelk::ProgramTitleDecoder(0), in, to);
@@ -577,13 +578,13 @@ inline constexpr PlainFunction plainFunctions[] = {
          auto capacity = static_cast<unsigned int>(to.size);
          unsigned int position = 0;
          zelk::ProgramTitleDecoder(0).byteWriter(in.utf8()[0], to.utf8(), 0, &capacity, &position);
-     }},
+     }, false},
     {"HuffmanDecoder::bitReader(unsigned char, unsigned char const*, unsigned int, unsigned char*, _BitReaderPos_t*) "
      "const",
      [](const AnyText &in, AnyRoom &to) {
          zelk::_BitReaderPos_t position{0, 0};
          zelk::ProgramTitleDecoder(0).bitReader(7, in.utf8(), 1, to.utf8(), &position);
-     }},
+     }, false},
 };
 
 // A name of the list of exports as the lists above have it: C names as they are, C++ names without `zelk::` and with
