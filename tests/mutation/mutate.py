@@ -1,0 +1,320 @@
+#!/usr/bin/env python3
+"""Changes the library in one place at a time and tells which changes no test notices.
+
+A mutant is one change: a comparison, an arithmetic, bitwise or boolean operator, a constant one up or down, or one
+character of a table or of another string. It is made in a copy of the source tree, compiled, and tried on the tests of
+its file; a mutant that survives these is tried on the whole suite. Mutants that do not compile (a failed static_assert
+among the reasons) and those that compile to the very same library are counted apart: neither can be found by a test.
+Survivors that explained.txt lists, each with its reason, are named and left out of the rate.
+
+The sample is the same on every run: it depends on the seed, on the file's name and on its text.
+"""
+import argparse
+import dataclasses
+import hashlib
+import random
+import re
+import resource
+import shutil
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+TOKEN = re.compile(r"""
+    (?P<skip>//[^\n]*|/\*.*?\*/|^[ ]*\#(?:[^\\\n]|\\.)*|\[\[.*?\]\]|\b(?:alignas|__attribute__)\s*\((?:[^()]|\([^()]*\))*\))
+  | (?P<raw>R"(?P<delimiter>\w*)\(.*?\)(?P=delimiter)")
+  | (?P<string>"(?:\\.|[^"\\\n])*")
+  | (?P<character>'(?:\\.|[^'\\\n])+')
+  | (?P<number>\b(?:0[xX][\dA-Fa-f']+|\d[\d']*)[uUlL]*\b)
+  | (?P<word>[A-Za-z_]\w*)
+  | (?P<binary>(?<=[ ])(?:<<=|>>=|<=|>=|==|!=|&&|\|\||<<|>>|\+=|-=|\*=|/=|%=|&=|\|=|\^=|<|>|\+|-|\*|/|%|&|\||\^)(?=[ \n]))
+  | (?P<unary>\+\+|--|!(?!=))
+  | .
+""", re.VERBOSE | re.DOTALL | re.MULTILINE)
+
+# The formatter puts blanks around binary operators and around no other use of their signs.
+BINARY = {
+    "<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==", "&&": "||", "||": "&&", "<<": ">>", ">>": "<<",
+    "+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "&": "|", "|": "&", "^": "|", "+=": "-=", "-=": "+=", "*=": "/=",
+    "/=": "*=", "%=": "*=", "&=": "|=", "|=": "&=", "^=": "|=", "<<=": ">>=", ">>=": "<<=",
+}
+UNARY = {"++": "--", "--": "++", "!": ""}
+WORDS = {"true": "false", "false": "true"}
+
+# What notices a change first, by the path below src/; the first match counts. Programs below kernels/ are linked with
+# the objects, the others with the shared library.
+TESTS = [
+    (r"packet", ["packet_test", "allocation_test"]),
+    (r"detail/(wrap|twins)", ["packet_test", "allocation_test", "utf8_class_test", "utf8_text_test", "substr_test"]),
+    (r"quote", ["quote_test"]),
+    (r"substr|bit_reversal", ["substr_test"]),
+    (r"control_filter", ["substr_test", "utf8_util_test", "dvb_decode_test"]),
+    (r"utf8_char", ["utf8_char_test", "utf8_text_test", "utf8_util_test"]),
+    (r"utf8_text|utf8_stream|detail/units", ["utf8_text_test", "packet_test", "dvb_decode_test"]),
+    (r"utf8_util", ["utf8_util_test"]),
+    (r"utf8_class", ["utf8_class_test"]),
+    (r"utf16", ["utf16_test"]),
+    (r"kernels/utf8", ["utf8_kernel_test", "utf8_text_test", "utf8_util_test"]),
+    (r"kernels/byte_set|byte_convert", ["byte_sets_kernel_test", "iso8859_test", "windows_test", "byte_sets_test"]),
+    (r"tables/byte_set", ["byte_sets_test", "byte_sets_kernel_test", "iso8859_test", "windows_test", "teletext_test"]),
+    (r"iso", ["iso8859_test", "byte_sets_test"]),
+    (r"windows", ["windows_test", "byte_sets_test"]),
+    (r"teletext|page_table", ["teletext_test"]),
+    (r"dvb_select", ["dvb_select_test"]),
+    (r"dvb_prepare", ["dvb_prepare_test"]),
+    (r"zelkdvb_|trace", ["dvb_converter_test", "dvb_trace_test", "allocation_test"]),
+    (r"dvb", ["dvb_decode_test", "byte_sets_test", "dvb_select_test"]),
+    (r"huffman_malaysia", ["huffman_malaysia_test"]),
+    (r"huffman_stream", ["huffman_stream_test", "dvb_decode_test"]),
+    (r"huffman_(title|description|class)", ["huffman_table_test", "huffman_class_test"]),
+    (r"huffman_dvb|context_tree|context_trees", ["huffman_table_test", "huffman_stream_test", "huffman_class_test"]),
+    (r"context|bit_window", ["context_steps_test", "huffman_class_test", "dvb_decode_test", "huffman_malaysia_test"]),
+    (r"casemap|char_class", ["casemap_test"]),
+    (r"collat", ["collation_kernel_test", "collation_test"]),
+    (r"wildcard", ["wildcard_kernel_test", "wildcard_test"]),
+    (r"xml", ["xml_kernel_test", "xml_test"]),
+    (r"sink", ["teletext_test", "dvb_decode_test", "utf8_text_test"]),
+    (r"", ["byte_sets_kernel_test", "utf8_kernel_test", "xml_kernel_test", "collation_kernel_test"]),
+]
+NESTED_BUILDS = "^(package|size|size_portable|growth|malaysia_table)$"  # they build or measure; no answers in them
+
+
+@dataclasses.dataclass(frozen=True)
+class Mutant:
+    path: str
+    line: int
+    start: int
+    end: int
+    text: str
+    change: str
+
+
+def number_changes(literal: str):
+    digits, suffix = re.fullmatch(r"(0[xX][\dA-Fa-f']+|[\d']+)([uUlL]*)", literal).groups()
+    value = int(digits.replace("'", ""), 0) if not re.fullmatch(r"0\d+", digits) else int(digits, 8)
+    form = "0x{:X}{}" if digits[:2].lower() == "0x" else "{}{}"
+    for changed in (value + 1, value - 1):
+        if changed >= 0:
+            yield form.format(changed, suffix)
+
+
+def neighbour(character: str) -> str:
+    return chr(ord(character) - 1) if character in "19fFzZ" else chr(ord(character) + 1)
+
+
+def static_assertions(text: str) -> list[tuple[int, int]]:
+    spans = []
+    for found in re.finditer(r"\bstatic_assert\s*\(", text):
+        depth, at = 1, found.end()
+        while depth and at < len(text):
+            depth += {"(": 1, ")": -1}.get(text[at], 0)
+            at += 1
+        spans.append((found.start(), at))
+    return spans
+
+
+def mutants_of(path: str, text: str) -> list[Mutant]:
+    asserted = static_assertions(text)
+    mutants = []
+
+    def add(start: int, end: int, changed: str):
+        if not any(first <= start < last for first, last in asserted):
+            line = text.count("\n", 0, start) + 1
+            begin = text.rfind("\n", 0, start) + 1
+            rest = text.find("\n", end)
+            shown = f"{text[begin:start].lstrip()}[{text[start:end]} -> {changed}]{text[end:rest]}"
+            mutants.append(Mutant(path, line, start, end, changed, shown))
+
+    for token in TOKEN.finditer(text):
+        start, end, kind, found = token.start(), token.end(), token.lastgroup, token.group()
+        if kind == "binary":
+            add(start, end, BINARY[found])
+        elif kind == "unary":
+            add(start, end, UNARY[found])
+        elif kind == "word" and found in WORDS:
+            add(start, end, WORDS[found])
+        elif kind == "number":
+            for changed in number_changes(found):
+                add(start, end, changed)
+        elif kind == "character" and len(found) == 3:
+            add(start + 1, end - 1, neighbour(found[1]))
+        elif token.group("raw") or kind == "string":
+            first = text.index("(" if token.group("raw") else '"', start) + 1
+            for at in range(first, text.rindex(")" if token.group("raw") else '"', first, end)):
+                if text[at].isascii() and text[at].isalnum() and text[at - 1] != "\\":
+                    add(at, at + 1, neighbour(text[at]))
+    return mutants
+
+
+def explanations() -> dict[str, str]:
+    """The survivors that are known, as `path: change`, with the reason that follows each, indented."""
+    known, name = {}, None
+    for line in (Path(__file__).parent / "explained.txt").read_text().splitlines():
+        if line.startswith("#") or not line:
+            continue
+        if line.startswith(" "):
+            known[name] = f"{known[name]} {line.strip()}".strip()
+        else:
+            name = line
+            known[name] = ""
+    return known
+
+
+class Tree:
+    """A copy of the sources and its build."""
+
+    def __init__(self, root: Path, work: Path):
+        self.source, self.build = work / "tree", work / "build"
+        if self.source.exists():
+            shutil.rmtree(self.source)
+        files = subprocess.run(["git", "ls-files", "-z"], cwd=root, check=True, capture_output=True, text=True).stdout
+        for name in filter(None, files.split("\0")):
+            target = self.source / name
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy2(root / name, target)  # with its time, so that a second run builds little
+        subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
+                        "-DCMAKE_CXX_FLAGS=-O1", "-DZELK_BUILD_TOOLS=OFF", "-DZELK_WERROR=OFF"],
+                       check=True, stdout=subprocess.DEVNULL)
+
+    def compile(self, targets: list[str]) -> bool:
+        command = ["cmake", "--build", self.build, "-j2", "--target", *targets]
+        return subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
+
+    def library(self) -> str:
+        return hashlib.sha256((self.build / "src/libmurn-zelk.so").read_bytes()).hexdigest()
+
+    def passes(self, program: str, seconds: float) -> bool:
+        """False for a failure, a crash, and for no end in time."""
+        path = self.build / "tests" / program
+        try:
+            return subprocess.run([path, "--gtest_brief=1"], cwd=self.build, timeout=seconds, stdout=subprocess.DEVNULL,
+                                  stderr=subprocess.DEVNULL, preexec_fn=limit_memory).returncode == 0
+        except subprocess.TimeoutExpired:
+            return False
+
+    def whole_suite_passes(self, seconds: float) -> bool:
+        command = ["ctest", "--test-dir", self.build, "--stop-on-failure", "--timeout", "300", "-E", NESTED_BUILDS]
+        try:
+            return subprocess.run(command, timeout=seconds, stdout=subprocess.DEVNULL,
+                                  stderr=subprocess.DEVNULL).returncode == 0
+        except subprocess.TimeoutExpired:
+            return False
+
+
+def limit_memory():
+    resource.setrlimit(resource.RLIMIT_AS, (4 << 30, 4 << 30))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
+@dataclasses.dataclass
+class Tally:
+    killed: int = 0
+    survivors: list[Mutant] = dataclasses.field(default_factory=list)
+    explained: list[Mutant] = dataclasses.field(default_factory=list)
+    uncompiled: int = 0
+    same: int = 0
+
+    def judged(self) -> int:
+        return self.killed + len(self.survivors)
+
+    def add(self, other: "Tally"):
+        self.killed += other.killed
+        self.survivors += other.survivors
+        self.explained += other.explained
+        self.uncompiled += other.uncompiled
+        self.same += other.same
+
+    def __str__(self):
+        return (f"{self.killed} of {self.judged()} killed ({len(self.explained)} survive for a known reason, "
+                f"{self.same} make the same library, {self.uncompiled} do not compile)")
+
+
+class Run:
+    def __init__(self, tree: Tree, options):
+        self.tree, self.options = tree, options
+        self.explained = explanations()
+        self.seconds = {}  # what each test program takes without a mutant
+
+    def tests_of(self, path: str) -> list[str]:
+        named = next(tests for pattern, tests in TESTS if re.search(pattern, path.removeprefix("src/")))
+        return [test for test in named if list((self.tree.source / "tests").glob(f"**/{test}.cpp"))]
+
+    def file(self, path: str) -> Tally:
+        tests = self.tests_of(path)
+        source = self.tree.source / path
+        original = source.read_text()
+        mutants = mutants_of(path, original)
+        random.Random(f"{self.options.seed} {path}").shuffle(mutants)
+        if not self.tree.compile(["murn-zelk", *tests]):
+            sys.exit(f"{path}: the tree does not compile")
+        for test in tests:
+            if test not in self.seconds:
+                start = time.monotonic()
+                if not self.tree.passes(test, 600):
+                    sys.exit(f"{test} fails without a mutant")
+                self.seconds[test] = time.monotonic() - start
+        library = self.tree.library()
+        tally = Tally()
+        for mutant in mutants[:self.options.number * 3]:
+            if tally.judged() + len(tally.explained) == self.options.number:
+                break
+            source.write_text(original[:mutant.start] + mutant.text + original[mutant.end:])
+            self.judge(mutant, tests, library, tally)
+        source.write_text(original)
+        return tally
+
+    def judge(self, mutant: Mutant, tests: list[str], library: str, tally: Tally):
+        if not self.tree.compile(["murn-zelk"]):
+            tally.uncompiled += 1
+        elif self.tree.library() == library:
+            tally.same += 1
+        elif not self.tree.compile(tests) or not all(self.tree.passes(test, 10 + 5 * self.seconds[test]) for test in tests):
+            tally.killed += 1
+        elif self.options.suite and not (self.tree.compile(["all"]) and self.tree.whole_suite_passes(1800)):
+            tally.killed += 1
+        elif f"{mutant.path}: {mutant.change}" in self.explained:
+            tally.explained.append(mutant)
+        else:
+            tally.survivors.append(mutant)
+            print(f"  survived: {mutant.path}:{mutant.line}: {mutant.change}", flush=True)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
+    parser.add_argument("files", nargs="*", help="sources below src/ (all of them)")
+    parser.add_argument("--number", type=int, default=6, help="mutants to judge in each file (6)")
+    parser.add_argument("--seed", default="1", help="of the sample (1)")
+    parser.add_argument("--work", type=Path, default=Path("build/mutation"), help="where the copy and its build go")
+    parser.add_argument("--no-suite", dest="suite", action="store_false",
+                        help="do not try survivors on the whole suite")
+    parser.add_argument("--list", action="store_true", help="only count the places that can be changed")
+    options = parser.parse_args()
+    root = Path(__file__).resolve().parents[2]
+    listed = subprocess.run(["git", "ls-files", "src"], cwd=root, check=True, capture_output=True, text=True).stdout
+    files = options.files or [name for name in listed.split() if name.endswith((".cpp", ".h"))]
+    if options.list:
+        for name in files:
+            print(f"{len(mutants_of(name, (root / name).read_text())):6} {name}")
+        return
+    run = Run(Tree(root, options.work.resolve()), options)
+    total = Tally()
+    for name in files:
+        start = time.monotonic()
+        tally = run.file(name)
+        total.add(tally)
+        print(f"{name}: {tally}, {time.monotonic() - start:.0f} s", flush=True)
+    print(f"total: {total}")
+    for mutant in total.explained:
+        name = f"{mutant.path}: {mutant.change}"
+        print(f"  survives for a reason: {name}\n      {run.explained[name]}")
+    for mutant in total.survivors:
+        print(f"  survived: {mutant.path}:{mutant.line}: {mutant.change}")
+    if total.judged():
+        rate = total.killed / total.judged()
+        print(f"{rate:.1%} killed")
+        sys.exit(0 if rate >= 0.95 else 1)
+
+
+if __name__ == "__main__":
+    main()
