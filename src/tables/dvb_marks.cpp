@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace zelk::tables {
 namespace {
@@ -140,6 +141,151 @@ constexpr std::size_t composedLetters() {
 } // namespace
 
 constexpr DvbMarks dvbMarks = expand();
+
+namespace {
+
+// The characters U+00C0 to U+017F and U+0200 to U+023F by their upper bits, which UTF-8 puts into the first byte.
+constexpr std::uint8_t pages[] = {0x00C0 >> 6, 0x0100 >> 6, 0x0140 >> 6, 0x0200 >> 6};
+
+constexpr int noCode = -1;
+
+// Eight bits for one of these characters: the number of its page and the six bits that UTF-8 puts into the last byte.
+constexpr int codeOf(unsigned int character) {
+    const auto *const page = std::ranges::find(pages, character >> 6U);
+    return page == std::end(pages) ? noCode : static_cast<int>((page - pages) << 6U | (character & 0x3FU));
+}
+
+constexpr int codeOfPair(unsigned int mark, unsigned int letter) {
+    return codeOf(composeIn(dvbMarks, 0, letter, mark));
+}
+
+// A letter of each case by the five bits that both have.
+constexpr unsigned int capital(unsigned int bits) {
+    return 0x40 | bits;
+}
+constexpr unsigned int small(unsigned int bits) {
+    return 0x60 | bits;
+}
+
+constexpr bool composesWith(unsigned int mark, unsigned int bits) {
+    return codeOfPair(mark, capital(bits)) != noCode || codeOfPair(mark, small(bits)) != noCode;
+}
+
+constexpr unsigned int firstMark = 0xC0;
+constexpr unsigned int lastMark = 0xCF;
+
+using Letters = std::array<bool, 32>; // by five bits
+
+constexpr Letters lettersOf(unsigned int mark) {
+    Letters letters{};
+    for (unsigned int bits = 0; bits < letters.size(); ++bits) {
+        letters[bits] = composesWith(mark, bits);
+    }
+    return letters;
+}
+
+// Finds a row for each mark, those with the most letters first.
+class Rows {
+public:
+    constexpr unsigned int place(const Letters &letters) {
+        unsigned int row = 0;
+        while (!isFree(row, letters)) {
+            ++row; // past the end of the plane there is a position too many, and the table does not compile
+        }
+        for (unsigned int bits = 0; bits < letters.size(); ++bits) {
+            taken_[(row + bits) % taken_.size()] |= letters[bits];
+        }
+        return row;
+    }
+
+private:
+    constexpr bool isFree(unsigned int row, const Letters &letters) const {
+        if (row >= taken_.size()) {
+            throw "no place for a row";
+        }
+        for (unsigned int bits = 0; bits < letters.size(); ++bits) {
+            if (letters[bits] && taken_[(row + bits) % taken_.size()]) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    std::array<bool, 128> taken_{};
+};
+
+constexpr void putCode(MarkPlanes &planes, unsigned int mark, unsigned int letter, std::uint8_t (&characters)[128]) {
+    const int code = codeOfPair(mark, letter);
+    if (code == noCode) {
+        return;
+    }
+    characters[(planes.rows[mark & 0x3FU] + letter) % 128] = static_cast<std::uint8_t>(code);
+    const bool isFirst = mark < firstMark + 8;
+    (isFirst ? planes.firstMarks : planes.lastMarks)[letter & 0x3FU] |= planes.bits[mark & 0x7FU];
+}
+
+consteval MarkPlanes spreadOut() {
+    MarkPlanes planes{};
+    for (unsigned int i = 0; i < 64; ++i) {
+        const std::uint8_t page = pages[i >> 4U];
+        planes.leads[i] = 0xC0 | page;
+        planes.lows[i] = static_cast<std::uint8_t>(page << 6U);
+        planes.highs[i] = page >> 2U;
+    }
+    std::array<std::pair<std::ptrdiff_t, unsigned int>, 16> byLetters{};
+    for (unsigned int mark = firstMark; mark <= lastMark; ++mark) {
+        const bool isMark = dvbMarks.sets[0].columnOf[mark] != 0;
+        planes.bits[mark & 0x7FU] = static_cast<std::uint8_t>(isMark ? 1U << (mark & 7U) : 0);
+        byLetters[mark - firstMark] = {-std::ranges::count(lettersOf(mark), true), mark};
+    }
+    std::ranges::sort(byLetters);
+    Rows rows;
+    for (const auto &[letters, mark] : byLetters) {
+        planes.rows[mark & 0x3FU] = static_cast<std::uint8_t>(rows.place(lettersOf(mark)));
+        for (unsigned int bits = 0; bits < 32; ++bits) {
+            putCode(planes, mark, capital(bits), planes.capitals);
+            putCode(planes, mark, small(bits), planes.smalls);
+        }
+    }
+    return planes;
+}
+
+} // namespace
+
+constexpr MarkPlanes markPlanes = spreadOut();
+
+namespace {
+
+// What a kernel finds for a mark and a letter; 0 where the planes do not have the pair.
+constexpr unsigned int found(unsigned int mark, unsigned int letter) {
+    const auto &sets = (mark & 8U) == 0 ? markPlanes.firstMarks : markPlanes.lastMarks;
+    if ((sets[letter & 0x3FU] & markPlanes.bits[mark & 0x7FU]) == 0) {
+        return 0;
+    }
+    const auto &characters = (letter & 0x20U) == 0 ? markPlanes.capitals : markPlanes.smalls;
+    const unsigned int code = characters[(markPlanes.rows[mark & 0x3FU] + letter) % 128];
+    const unsigned int page = code >> 2U;
+    return markPlanes.highs[page] << 8U | markPlanes.lows[page] | (code & 0x3FU);
+}
+
+// Of all pairs, those in the planes; none if one is wrong there.
+constexpr unsigned int pairsFound() {
+    unsigned int count = 0;
+    for (unsigned int mark = firstMark; mark <= lastMark; ++mark) {
+        for (unsigned int letter = 0x40; letter < 0x80; ++letter) {
+            const unsigned int expected = codeOfPair(mark, letter) != noCode ? composeIn(dvbMarks, 0, letter, mark) : 0;
+            if (found(mark, letter) != expected) {
+                return 0;
+            }
+            count += expected != 0 ? 1U : 0U;
+        }
+    }
+    return count;
+}
+
+static_assert(pairsFound() == 177);
+
+} // namespace
 
 static_assert(everyLetterHasItsPartner() && composedLetters() == 263);
 static_assert(std::size(iso6937Marks) == 13 && latinBases.size() == latinRows && composedCount == 840);

@@ -50,4 +50,23 @@ constexpr char16_t composeIn(const DvbMarks &marks, unsigned int set, unsigned i
     return marks.composed[markSet.grid + (row - 1) * markSet.columns + column - 1];
 }
 
+// The same for kernels that look up 64 bytes at once, of the marks of ISO/IEC 6937 alone: the pairs with a letter whose
+// character has two UTF-8 bytes, the first of which is one of four. Indices are the low bits of a byte, six or seven.
+//
+// A letter knows the marks that it composes with, so that a mark's row in a plane of characters is no wider than its
+// letters: rows lie across each other where the letters of one are gaps of the other.
+struct alignas(64) MarkPlanes {
+    std::uint8_t bits[128];      // by byte of the upper half: a mark's bit in the sets of marks, or zero
+    std::uint8_t rows[64];       // by mark: where its row begins
+    std::uint8_t firstMarks[64]; // by letter: the set of those of 0xC0 to 0xC7 that it composes with
+    std::uint8_t lastMarks[64];  // the same of 0xC8 to 0xCF
+    std::uint8_t capitals[128];  // by row plus letter, modulo 128: six bits of the character and the number of its page
+    std::uint8_t smalls[128];
+    std::uint8_t leads[64]; // by page, and four bits that do not matter: the first byte of its UTF-8
+    std::uint8_t lows[64];  // the bits 6 and 7 of the character
+    std::uint8_t highs[64]; // its high byte
+};
+
+extern const MarkPlanes markPlanes;
+
 } // namespace zelk::tables
