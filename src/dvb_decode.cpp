@@ -12,6 +12,7 @@
 #include "detail/sink.h"
 #include "detail/units.h"
 #include "detail/utf8_stream.h"
+#include "kernels/byte_sets.h"
 #include "kernels/utf8.h"
 #include "tables/byte_sets.h"
 #include "tables/dvb_marks.h"
@@ -39,38 +40,18 @@ int byteCount(const unsigned char *text, int count) {
     return count >= 0 ? count : saturated(static_cast<long long>(std::strlen(reinterpret_cast<const char *>(text))));
 }
 
-constexpr bool isMalaysia(const DvbText &text) {
-    return text.code == DvbCodeCompressed && (text.extra == 5 || text.extra == 6);
+// What the ways of decoding need of a string: small enough for two registers.
+struct Body {
+    const unsigned char *bytes;
+    int left;  // negative: up to the terminator
+    int extra; // the type of compression
+};
+
+constexpr bool isMalaysia(int compression) {
+    return compression == 5 || compression == 6;
 }
 
 // ---- Tables ----
-
-constexpr unsigned int tableOf(dvbCharSet_t charSet, DvbCode_t code) {
-    const auto row = static_cast<unsigned int>(charSet);
-    const auto column = static_cast<unsigned int>(code);
-    if (row >= tables::dvbSelectionMatrix.size()) {
-        return tables::dvbOtherRegionTable;
-    }
-    const auto &cells = tables::dvbSelectionMatrix[row];
-    return cells[column < cells.size() ? column : 0];
-}
-
-constexpr int noMarks = -1;
-
-// Kept on purpose: the Greek marks belong to table 7, which is Arabic, and tables 16 and 18 lose letters to marks.
-constexpr int markSetOf(unsigned int table) {
-    switch (table) {
-    case 0:
-    case 16:
-    case 17:
-    case 18:
-        return 0;
-    case 7:
-        return 1;
-    default:
-        return noMarks;
-    }
-}
 
 // What the table path does with a byte before any table is asked.
 enum class Role : std::uint8_t { Character, Mark, Control0, Control8, Dropped };
@@ -116,22 +97,6 @@ void putUnlessDropped(Sink &sink, unsigned int character) {
     }
 }
 
-constexpr bool isGraphicAscii(unsigned int byte) {
-    return byte - 0x20U < 0x5FU;
-}
-
-constexpr int block = 8;
-
-// All bytes of a block: graphic ASCII is itself in every table, so that blocks of it are copied.
-bool isGraphicAsciiBlock(const unsigned char *text) {
-    constexpr std::uint64_t ones = 0x0101010101010101U;
-    constexpr std::uint64_t highBits = 0x80 * ones;
-    std::uint64_t bytes = 0;
-    std::memcpy(&bytes, text, block);
-    const std::uint64_t low = bytes & ~highBits; // no byte's sum carries into its neighbour
-    return ((bytes | (low + ones) | ~(low + 0x60 * ones)) & highBits) == 0;
-}
-
 constexpr unsigned int byRole(Role role, unsigned int byte, unsigned int character, unsigned int flags) {
     switch (role) {
     case Role::Control0:
@@ -145,43 +110,115 @@ constexpr unsigned int byRole(Role role, unsigned int byte, unsigned int charact
     }
 }
 
-// A mark and the byte after it are one character where they compose; else the mark is a character of its own. The last
-// mark of a counted string looks at the byte behind the count, and is lost where the two would compose.
+constexpr const Roles &rolesOf(tables::ByteSet set) {
+    return set == tables::ByteSet::DvbDefault ? defaultTableRoles : otherTableRoles;
+}
+
+// One character by the rule; tells where the next begins. A mark and the byte after it are one character where they
+// compose; else the mark is a character of its own. The last mark of a counted string looks at the byte behind the
+// count, and is lost where the two would compose.
 template <class Sink>
-void decodeTable(Sink &sink, const DvbText &text, unsigned int flags) {
-    const unsigned int table = tableOf(text.charSet, text.code);
-    const tables::CodePoints &characters = tables::codePointsOf(tables::dvbTableSets[table]);
-    const Roles &roles = table == 0 ? defaultTableRoles : otherTableRoles;
-    const int marks = markSetOf(table);
-    const unsigned char *at = text.bytes;
-    const unsigned char *const end = at + byteCount(at, text.left);
-    while (at != end && !sink.full()) {
-        const unsigned int byte = *at;
-        if (isGraphicAscii(byte)) {
-            if (end - at >= block && sink.room() > block && isGraphicAsciiBlock(at)) {
-                std::copy_n(at, block, sink.position());
-                sink.advance(block);
-                at += block;
-            } else {
-                sink.put(byte);
+const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned int flags, const unsigned char *at,
+                                  const unsigned char *end) {
+    const unsigned int byte = *at++;
+    const Role role = rolesOf(table.set)[byte];
+    if (role == Role::Mark && table.marks != tables::noMarks) {
+        const auto marks = static_cast<unsigned int>(table.marks);
+        if (const unsigned int composed = composeIn(tables::dvbMarks, marks, *at, byte); composed != 0) {
+            if (at != end) {
+                sink.put(composed);
                 ++at;
             }
-            continue;
+            return at;
         }
-        ++at;
-        unsigned int character = byRole(roles[byte], byte, characters[byte], flags);
-        if (roles[byte] == Role::Mark && marks != noMarks) {
-            const unsigned int composed = composeIn(tables::dvbMarks, static_cast<unsigned int>(marks), *at, byte);
-            if (composed != 0) {
-                if (at == end) {
-                    return;
-                }
-                ++at;
-                character = composed;
-            }
-        }
-        putUnlessDropped(sink, character);
     }
+    putUnlessDropped(sink, byRole(role, byte, tables::codePointsOf(table.set)[byte], flags));
+    return at;
+}
+
+// Arabic text has none: the loop is for what wears the Greek marks on purpose.
+const unsigned char *findGreekMark(const unsigned char *at, const unsigned char *end) {
+    const auto &columns = tables::dvbMarks.sets[tables::greekMarks].columnOf;
+    return std::find_if(at, end, [&columns](unsigned char byte) { return columns[byte] != 0; });
+}
+
+// The kernels take the stretches of plain characters; what stops them is decoded by the rule. They read no further than
+// the rule would: of the text that is left, as many bytes as surely fit.
+
+kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end,
+                          unsigned short *out, int room) {
+    const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, room - 1);
+    if (table.marks == tables::latinMarks) {
+        return ZELK_CHOOSE((table.set, out, at, fitting), markedByteSetToUcs2);
+    }
+    const unsigned char *const stretchEnd = table.marks == tables::noMarks ? fitting : findGreekMark(at, fitting);
+    const std::size_t done = ZELK_CHOOSE((table.set, out, at, stretchEnd), cleanByteSetToUcs2);
+    return {done, done};
+}
+
+kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end, char *out,
+                          int room) {
+    constexpr int longestSequence = 3; // bytes of UTF-8 a character
+    const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, (room - 1) / longestSequence);
+    if (table.marks == tables::latinMarks) {
+        return ZELK_CHOOSE((table.set, out, at, fitting), markedByteSetToUtf8);
+    }
+    const unsigned char *const stretchEnd = table.marks == tables::noMarks ? fitting : findGreekMark(at, fitting);
+    return ZELK_CHOOSE((table.set, out, out + room, at, stretchEnd), cleanByteSetToUtf8);
+}
+
+// The steps by the rule before a kernel is tried again: one, to pass what stopped it, or some where it made so little
+// way that its call was not worth it.
+constexpr int stepsBehind(const kernels::Progress &done) {
+    return done.read >= 8 ? 1 : 8;
+}
+
+template <class Sink>
+unsigned int decodeTable(typename Sink::Unit *out, int outSize, const unsigned char *at, int length,
+                         tables::DvbTable table, unsigned int flags, kernels::Progress done) {
+    Sink sink(out, outSize);
+    const unsigned char *const end = at + length;
+    for (;;) {
+        at += done.read;
+        sink.advance(static_cast<int>(done.written));
+        for (auto steps = stepsBehind(done); steps != 0 && at != end && !sink.full(); --steps) {
+            at = putCharacter(sink, table, flags, at, end);
+        }
+        if (at == end || sink.full()) {
+            return sink.finish();
+        }
+        done = stretch(table, at, end, sink.position(), sink.room());
+    }
+}
+
+unsigned int decodeCounted(unsigned short *out, int outSize, const unsigned char *at, int length,
+                           tables::DvbTable table, unsigned int flags) {
+    switch (table.marks) {
+    case tables::noMarks:
+        return ZELK_CHOOSE((out, outSize, at, length, table, flags), cleanTextToUcs2);
+    case tables::latinMarks:
+        return ZELK_CHOOSE((out, outSize, at, length, table, flags), markedTextToUcs2);
+    default:
+        return kernels::dvbTextToUcs2(out, outSize, at, length, table, flags);
+    }
+}
+
+unsigned int decodeCounted(char *out, int outSize, const unsigned char *at, int length, tables::DvbTable table,
+                           unsigned int flags) {
+    switch (table.marks) {
+    case tables::noMarks:
+        return ZELK_CHOOSE((out, outSize, at, length, table, flags), cleanTextToUtf8);
+    case tables::latinMarks:
+        return ZELK_CHOOSE((out, outSize, at, length, table, flags), markedTextToUtf8);
+    default:
+        return kernels::dvbTextToUtf8(out, outSize, at, length, table, flags);
+    }
+}
+
+template <class Unit>
+ZELK_STAGE unsigned int decodeTerminated(Unit *out, int outSize, const unsigned char *at, tables::DvbTable table,
+                                         unsigned int flags) {
+    return decodeCounted(out, outSize, at, byteCount(at, -1), table, flags);
 }
 
 // ---- Two-byte, UTF-8 and prepared text ----
@@ -212,7 +249,7 @@ kernels::Progress utf8Stretch(Utf8Sink &sink, const unsigned char *text, std::si
 
 // High byte first. A zero unit ends the text where there is no count; an odd last byte is no unit.
 template <class Sink>
-void decodeTwoByte(Sink &sink, const DvbText &text, unsigned int flags) {
+void decodeTwoByte(Sink &sink, Body text, unsigned int flags) {
     const bool counted = text.left > 0;
     HighByteFirst at(text.bytes);
     unsigned int left = counted ? static_cast<unsigned int>(text.left) / 2 : unbounded;
@@ -238,7 +275,7 @@ constexpr unsigned int laterUnit(unsigned int units) {
 }
 
 template <class Sink>
-void decodeUtf8(Sink &sink, const DvbText &text, unsigned int flags) {
+void decodeUtf8(Sink &sink, Body text, unsigned int flags) {
     Utf8DecoderState state;
     utf8StreamReset(state);
     const unsigned char *at = text.bytes;
@@ -257,11 +294,11 @@ void decodeUtf8(Sink &sink, const DvbText &text, unsigned int flags) {
 }
 
 // Controls pass: who prepared the text has filtered it.
-void copyPrepared(Ucs2Sink &sink, const DvbText &text) {
+void copyPrepared(Ucs2Sink &sink, Body text, unsigned int /*flags*/) {
     sink.advance(static_cast<int>(zelkUtf8DecodeText(sink.position(), sink.room(), text.bytes, text.left)));
 }
 
-void copyPrepared(Utf8Sink &sink, const DvbText &text) {
+void copyPrepared(Utf8Sink &sink, Body text, unsigned int /*flags*/) {
     sink.advance(static_cast<int>(zelk_strlcpy(sink.position(), sink.room(), reinterpret_cast<const char *>(text.bytes),
                                                static_cast<unsigned int>(text.left))));
 }
@@ -269,8 +306,8 @@ void copyPrepared(Utf8Sink &sink, const DvbText &text) {
 // ---- Compressed text ----
 
 // The table of encoding types 1 and 2, null for other types: their texts are empty.
-const unsigned char *compressionTable(const DvbText &text) {
-    return text.extra == 1 ? HuffmanDecodeTable_1 : text.extra == 2 ? HuffmanDecodeTable_2 : nullptr;
+const unsigned char *compressionTable(int compression) {
+    return compression == 1 ? HuffmanDecodeTable_1 : compression == 2 ? HuffmanDecodeTable_2 : nullptr;
 }
 
 constexpr int shortRun = 256;
@@ -298,8 +335,8 @@ bool putRun(Sink &sink, ContextText &characters) {
 // eight bits later. So does any text after U+FFFE, and U+FFFF counts as an end: the streaming decoder's answers of
 // these values mean as much.
 template <class Sink>
-void decompress(Sink &sink, const DvbText &text, unsigned int flags) {
-    const unsigned char *table = compressionTable(text);
+void decompress(Sink &sink, Body text, unsigned int flags) {
+    const unsigned char *table = compressionTable(text.extra);
     if (table == nullptr) {
         return;
     }
@@ -334,12 +371,12 @@ void decompress(Sink &sink, const DvbText &text, unsigned int flags) {
 }
 
 // Encoding types 5 and 6 decode to UTF-8 only; to UCS-2 they are an unknown type, which gives an empty text.
-void decodeCompressed(Ucs2Sink &sink, const DvbText &text, unsigned int flags) {
+void decodeCompressed(Ucs2Sink &sink, Body text, unsigned int flags) {
     decompress(sink, text, flags);
 }
 
-void decodeCompressed(Utf8Sink &sink, const DvbText &text, unsigned int flags) {
-    if (!isMalaysia(text)) {
+void decodeCompressed(Utf8Sink &sink, Body text, unsigned int flags) {
+    if (!isMalaysia(text.extra)) {
         decompress(sink, text, flags);
         return;
     }
@@ -352,7 +389,7 @@ int decompressedBytes(const DvbText &text) {
     if (text.count <= 0) {
         return 0;
     }
-    const unsigned char *table = compressionTable(text);
+    const unsigned char *table = compressionTable(text.extra);
     if (table == nullptr) {
         return 0;
     }
@@ -368,34 +405,50 @@ int decompressedBytes(const DvbText &text) {
     return saturated(bytes);
 }
 
-template <class Sink, class Character>
-unsigned int decode(Character *out, int outSize, const DvbText &text, unsigned int flags) {
+template <class Sink>
+using Way = void (*)(Sink &, Body, unsigned int);
+
+// The ways are functions of their own, so that the registers that one saves do not burden the others.
+template <class Sink, auto way>
+ZELK_STAGE unsigned int decodeBy(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
     Sink sink(out, outSize);
-    if (text.left != 0 && !sink.full()) {
-        switch (text.code) {
-        case DvbCodeUtf8Prepared:
-            copyPrepared(sink, text);
-            break;
-        case DvbCodeUcs2:
-            decodeTwoByte(sink, text, flags);
-            break;
-        case DvbCodeUtf8:
-            decodeUtf8(sink, text, flags);
-            break;
-        case DvbCodeCompressed:
-            decodeCompressed(sink, text, flags);
-            break;
-        default:
-            decodeTable(sink, text, flags);
-            break;
-        }
-    }
+    way(sink, text, flags);
     return sink.finish();
 }
 
-} // namespace
+constexpr bool isTable(DvbCode_t code) {
+    return code < DvbCodeUtf8Prepared || code > DvbCodeCompressed;
+}
 
-DvbText openDvbText(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra) {
+template <class Sink>
+[[gnu::always_inline]] inline unsigned int decode(const DvbText &text, typename Sink::Unit *out, int outSize,
+                                                  unsigned int flags) {
+    if (text.left == 0 || outSize < 2) {
+        *out = 0;
+        return 0;
+    }
+    if (isTable(text.code)) [[likely]] {
+        const tables::DvbTable table =
+            tables::selectedDvbTable(static_cast<unsigned int>(text.charSet), static_cast<unsigned int>(text.code));
+        return text.left < 0 ? decodeTerminated(out, outSize, text.bytes, table, flags)
+                             : decodeCounted(out, outSize, text.bytes, text.left, table, flags);
+    }
+    const Body body{text.bytes, text.left, text.extra};
+    switch (text.code) {
+    case DvbCodeUtf8Prepared:
+        return decodeBy<Sink, static_cast<Way<Sink>>(copyPrepared)>(out, outSize, body, flags);
+    case DvbCodeUcs2:
+        return decodeBy<Sink, decodeTwoByte<Sink>>(out, outSize, body, flags);
+    case DvbCodeUtf8:
+        return decodeBy<Sink, decodeUtf8<Sink>>(out, outSize, body, flags);
+    default:
+        return decodeBy<Sink, static_cast<Way<Sink>>(decodeCompressed)>(out, outSize, body, flags);
+    }
+}
+
+// A selector longer than a counted string leaves an empty text.
+[[gnu::always_inline]] inline DvbText open(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t defaultCode,
+                                           int defaultExtra) {
     const DvbSelection selection = selectDvbCode(in, inLen, charSet, defaultCode, defaultExtra);
     const int available = inLen < 0 ? INT_MAX : inLen;
     const int consumed = std::min(static_cast<int>(selection.consumed), available);
@@ -405,6 +458,50 @@ DvbText openDvbText(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t d
             .count = inLen,
             .left = inLen < 0 ? inLen : inLen - consumed,
             .bytes = reinterpret_cast<const unsigned char *>(in) + consumed};
+}
+
+template <class Sink>
+ZELK_STAGE unsigned int decodeSelected(dvbCharSet_t charSet, typename Sink::Unit *out, int outSize, const char *in,
+                                       int inLen, DvbCode_t defaultCode, int defaultExtra, unsigned int flags) {
+    return decode<Sink>(open(charSet, in, inLen, defaultCode, defaultExtra), out, outSize, flags);
+}
+
+// One byte that selects a table: 0x01 to 0x0B.
+constexpr bool isShortTableSelector(unsigned int byte) {
+    return byte - 1 < 0x0B;
+}
+
+static_assert(isTable(static_cast<DvbCode_t>(dvbSelectorCodes[0x01])) &&
+              isTable(static_cast<DvbCode_t>(dvbSelectorCodes[0x0B])));
+
+// Most strings are counted and have no selector or a short one: those go straight to their table. Null is an empty
+// text.
+template <class Sink>
+[[gnu::always_inline]] inline unsigned int decodeString(dvbCharSet_t charSet, typename Sink::Unit *out, int outSize,
+                                                        const char *in, int inLen, DvbCode_t defaultCode,
+                                                        int defaultExtra, unsigned int flags) {
+    if (in == nullptr) {
+        *out = 0;
+        return 0;
+    }
+    if (inLen > 1 && defaultCode == DvbCodeNone) [[likely]] {
+        const auto *const bytes = reinterpret_cast<const unsigned char *>(in);
+        if (*bytes > lastDvbSelector) {
+            return decodeCounted(out, outSize, bytes, inLen, tables::dvbTables[0], flags);
+        }
+        if (isShortTableSelector(*bytes)) {
+            const tables::DvbTable table =
+                tables::selectedDvbTable(static_cast<unsigned int>(charSet), dvbSelectorCodes[*bytes]);
+            return decodeCounted(out, outSize, bytes + 1, inLen - 1, table, flags);
+        }
+    }
+    return decodeSelected<Sink>(charSet, out, outSize, in, inLen, defaultCode, defaultExtra, flags);
+}
+
+} // namespace
+
+DvbText openDvbText(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra) {
+    return open(charSet, in, inLen, defaultCode, defaultExtra);
 }
 
 // With a count the selector's bytes are not taken off, and compressed text, which grows, gets no more: its buffer is
@@ -428,21 +525,47 @@ int utf8Bound(const DvbText &text) {
     case DvbCodeUtf8:
         return byteCount(text.bytes, text.count);
     case DvbCodeCompressed:
-        return isMalaysia(text) ? malaysiaBound : decompressedBytes(text);
+        return isMalaysia(text.extra) ? malaysiaBound : decompressedBytes(text);
     default:
         return saturated(3LL * ucs2Bound(text));
     }
 }
 
 unsigned int decodeToUcs2(const DvbText &text, unsigned short *out, int outSize, unsigned int flags) {
-    return decode<Ucs2Sink>(out, outSize, text, flags);
+    return decode<Ucs2Sink>(text, out, outSize, flags);
 }
 
 unsigned int decodeToUtf8(const DvbText &text, char *out, int outSize, unsigned int flags) {
-    return decode<Utf8Sink>(out, outSize, text, flags);
+    return decode<Utf8Sink>(text, out, outSize, flags);
 }
 
 } // namespace zelk::detail
+
+namespace zelk::kernels {
+
+unsigned int restOfDvbTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
+                                 unsigned int flags, Progress done) {
+    return detail::decodeTable<detail::Utf8Sink>(out, outSize, in, length, table, flags, done);
+}
+
+unsigned int restOfDvbTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
+                                 tables::DvbTable table, unsigned int flags, Progress done) {
+    return detail::decodeTable<detail::Ucs2Sink>(out, outSize, in, length, table, flags, done);
+}
+
+unsigned int dvbTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
+                           unsigned int flags) {
+    const Progress first = outSize < 2 ? Progress{} : detail::stretch(table, in, in + length, out, outSize);
+    return restOfDvbTextToUtf8(out, outSize, in, length, table, flags, first);
+}
+
+unsigned int dvbTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
+                           tables::DvbTable table, unsigned int flags) {
+    const Progress first = outSize < 2 ? Progress{} : detail::stretch(table, in, in + length, out, outSize);
+    return restOfDvbTextToUcs2(out, outSize, in, length, table, flags, first);
+}
+
+} // namespace zelk::kernels
 
 using namespace zelk;
 
@@ -451,27 +574,17 @@ unsigned short zelkCombineCharWithDiacriticalMark(int set, unsigned int base, un
 }
 
 int combiningMapDvb(unsigned int table) {
-    return detail::markSetOf(table);
+    return table < tables::dvbTableCount ? tables::dvbTables[table].marks : tables::noMarks;
 }
 
 unsigned int zelk_dvb8ToUnicode(dvbCharSet_t charSet, unsigned short *out, int outSize, const char *in, int inLen,
                                 DvbCode_t defaultCode, int defaultExtra, unsigned int flags) {
-    if (in == nullptr) {
-        *out = 0;
-        return 0;
-    }
-    return detail::decodeToUcs2(detail::openDvbText(charSet, in, inLen, defaultCode, defaultExtra), out, outSize,
-                                flags);
+    return detail::decodeString<detail::Ucs2Sink>(charSet, out, outSize, in, inLen, defaultCode, defaultExtra, flags);
 }
 
 unsigned int zelk_dvb8ToUtf8(dvbCharSet_t charSet, char *out, int outSize, const char *in, int inLen,
                              DvbCode_t defaultCode, int defaultExtra, unsigned int flags) {
-    if (in == nullptr) {
-        *out = 0;
-        return 0;
-    }
-    return detail::decodeToUtf8(detail::openDvbText(charSet, in, inLen, defaultCode, defaultExtra), out, outSize,
-                                flags);
+    return detail::decodeString<detail::Utf8Sink>(charSet, out, outSize, in, inLen, defaultCode, defaultExtra, flags);
 }
 
 int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra,

@@ -1,9 +1,11 @@
 #include "kernels/byte_sets.h"
 
 #include "detail/sink.h"
+#include "kernels/byte_sets_dvb_portable.h"
 #include "kernels/byte_sets_portable.h"
 #if defined(ZELK_HAS_AVX512_KERNELS)
 #include "kernels/byte_sets_avx512.h"
+#include "kernels/byte_sets_dvb_avx512.h"
 #endif
 
 #include <climits>

@@ -92,6 +92,15 @@ ZELK_OPERATION void storeNonZero(char *out, std::size_t count, Block block) {
     }
 }
 
+// The UTF-8 of the `bytes` of a block: the first bytes of characters of two, which are at `upper`, and all last bytes.
+template <bool freely>
+ZELK_OPERATION void storeInTurn(const Pairs &order, char *out, Block first, Block last, Mask bytes, Mask upper) {
+    const Pairs pairs = inTurn(first, last, order);
+    const std::size_t frontBytes = countOf(bytes & 0xFFFFFFFFU) + countOf(upper & 0xFFFFFFFFU);
+    storeNonZero<freely>(out, frontBytes, pairs.front);
+    storeNonZero<freely>(out + frontBytes, countOf(bytes >> 32U) + countOf(upper >> 32U), pairs.back);
+}
+
 // A block of characters of one or two bytes; false, and nothing is written, if others or zeros are among its `bytes`.
 // `freely`: there is room for two blocks; else for the bytes that the characters take.
 template <bool freely>
@@ -101,10 +110,7 @@ ZELK_OPERATION bool storePairs(const Registers &registers, char *out, Block text
     if (freely ? !all(nonZero(last)) : nonZero(last) != bytes) {
         return false;
     }
-    const Pairs pairs = inTurn(first, last, registers.order);
-    const std::size_t frontBytes = countOf(bytes & 0xFFFFFFFFU) + countOf(upper & 0xFFFFFFFFU);
-    storeNonZero<freely>(out, frontBytes, pairs.front);
-    storeNonZero<freely>(out + frontBytes, countOf(bytes >> 32U) + countOf(upper >> 32U), pairs.back);
+    storeInTurn<freely>(registers.order, out, first, last, bytes, upper);
     return true;
 }
 

@@ -1,0 +1,498 @@
+// DVB text of a table: stretches of plain characters, and names whole. Where a table has the marks of ISO/IEC 6937, a
+// mark and its letter are two bytes, and so is the UTF-8 of what they compose: the composed character takes their
+// place, and only the other characters of the upper half make the text longer. Included by byte_sets.cpp alone.
+#pragma once
+
+#include "kernels/byte_sets_avx512.h"
+#include "tables/dvb_marks.h"
+
+ZELK_AVX512_BEGIN
+
+namespace zelk::kernels::avx512 {
+
+using tables::markPlanes;
+
+// The bytes behind and in front of every byte of a block; behind the last is the first of a second block.
+struct Neighbours {
+    alignas(64) std::array<std::uint8_t, 64> next;
+    alignas(64) std::array<std::uint8_t, 64> previous;
+};
+
+inline constexpr Neighbours neighbours = [] {
+    Neighbours result{};
+    for (unsigned int i = 0; i < 64; ++i) {
+        result.next[i] = static_cast<std::uint8_t>(i + 1);
+        result.previous[i] = static_cast<std::uint8_t>((i + 63) % 64);
+    }
+    return result;
+}();
+
+ZELK_OPERATION Block tableOf16(const std::uint8_t (&bytes)[16]) {
+    return nibbleTable(_mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)));
+}
+
+// Every byte of `index`, its six low bits, looked up in a table of 64 bytes.
+ZELK_OPERATION Block look64(Block table, Block index) {
+    return _mm512_permutexvar_epi8(index, table);
+}
+
+ZELK_OPERATION Block lookOrKeep64(Block table, Block index, Mask selected, Block kept) {
+    return _mm512_mask_permutexvar_epi8(kept, selected, index, table);
+}
+
+// A constant from memory: GCC would make it in an integer register, which costs a name more than a load.
+template <unsigned char byte>
+ZELK_OPERATION Block everyByteOf() {
+    static constexpr std::uint32_t four = 0x01010101U * byte;
+    Block block;
+    __asm__("vpbroadcastd %1, %0" : "=v"(block) : "m"(four));
+    return block;
+}
+
+// Masks are combined and compared where they are: the way to an integer register and back is long.
+ZELK_OPERATION Mask either(Mask a, Mask b) {
+    return _kor_mask64(a, b);
+}
+
+ZELK_OPERATION Mask both(Mask a, Mask b) {
+    return _kand_mask64(a, b);
+}
+
+ZELK_OPERATION Mask butNot(Mask a, Mask b) {
+    return _kandn_mask64(b, a);
+}
+
+ZELK_OPERATION bool none(Mask mask) {
+    return _kortestz_mask64_u8(mask, mask) != 0;
+}
+
+ZELK_OPERATION bool same(Mask a, Mask b) {
+    return none(_kxor_mask64(a, b));
+}
+
+// 0x20 to 0x7E are themselves in every table. Moved up by one they are, as signed numbers, those above 0x20.
+struct Graphic {
+    Block one;
+    Block space;
+};
+
+ZELK_OPERATION Graphic graphic() {
+    return {everyByteOf<0x01>(), everyByteOf<0x20>()};
+}
+
+ZELK_OPERATION Mask graphicAscii(const Graphic &constants, Block text) {
+    return _mm512_cmpgt_epi8_mask(_mm512_add_epi8(text, constants.one), constants.space);
+}
+
+// What it takes to compose: in a loop, registers.
+struct Composer {
+    Table128 bits, capitals, smalls;
+    Block rows, firstMarks, lastMarks, next, previous, lastMark, beforeLetters, caseBit, ordinaryBits;
+};
+
+ZELK_OPERATION Composer composer() {
+    return {Table128::from(markPlanes.bits),
+            Table128::from(markPlanes.capitals),
+            Table128::from(markPlanes.smalls),
+            load(markPlanes.rows),
+            load(markPlanes.firstMarks),
+            load(markPlanes.lastMarks),
+            load(neighbours.next.data()),
+            load(neighbours.previous.data()),
+            everyByteOf<0x08>(),
+            everyByteOf<0x3F>(),
+            everyByteOf<0x20>(),
+            everyByteOf<0x60>()};
+}
+
+// Where marks are, which of them compose with the letters behind them, and in their places the codes of the characters.
+struct Composed {
+    Mask marks;
+    Mask leads;
+    Block codes;
+};
+
+// A mark in the last place has no letter.
+ZELK_OPERATION Composed composed(const Composer &c, Block text, Mask high) {
+    const Block bits = lookOrZero(c.bits, text, high);
+    const Block letters = _mm512_permutex2var_epi8(text, c.next, _mm512_setzero_si512());
+    const Mask lettered = _mm512_cmpgt_epi8_mask(letters, c.beforeLetters); // signed
+    const Block sets =
+        lookOrKeep64(c.lastMarks, letters, _mm512_test_epi8_mask(text, c.lastMark), look64(c.firstMarks, letters));
+    const Block places = _mm512_add_epi8(look64(c.rows, text), letters);
+    const Block codes = _mm512_mask_mov_epi8(_mm512_permutex2var_epi8(c.capitals.low, places, c.capitals.high),
+                                             _mm512_test_epi8_mask(letters, c.caseBit),
+                                             _mm512_permutex2var_epi8(c.smalls.low, places, c.smalls.high));
+    return {nonZero(bits), _mm512_mask_test_epi8_mask(lettered, sets, bits), codes};
+}
+
+// The number of a character's page and four bits below, for look64().
+ZELK_OPERATION Block pagesOf(Block codes) {
+    return _mm512_srli_epi16(codes, 2);
+}
+
+// Marked text with composed characters as UTF-8.
+struct Utf8Composer {
+    Composer composer;
+    Block leads, trailBits, trailMark;
+};
+
+ZELK_OPERATION Utf8Composer utf8Composer() {
+    return {composer(), load(markPlanes.leads), everyByteOf<0x3F>(), everyByteOf<0x80>()};
+}
+
+struct MarkedUtf8 {
+    Block bytes;
+    Mask marks;
+    Mask leads;
+    Mask upper; // others of the upper half
+};
+
+ZELK_OPERATION MarkedUtf8 markedUtf8(const Utf8Composer &c, Block text) {
+    const Mask high = highBits(text);
+    const Composed pairs = composed(c.composer, text, high);
+    const Block trails = _mm512_ternarylogic_epi32(pairs.codes, c.trailBits, c.trailMark, 0xEA); // (a & b) | c
+    const Block withLeads = lookOrKeep64(c.leads, pagesOf(pairs.codes), pairs.leads, text);
+    const Block bytes = lookOrKeep64(trails, c.composer.previous, _kshiftli_mask64(pairs.leads, 1), withLeads);
+    return {bytes, pairs.marks, pairs.leads, butNot(high, pairs.marks)};
+}
+
+// The same with the characters of two bytes in the place of one: first and last bytes in turn.
+struct InTurn {
+    Block first;
+    Block last;
+    Mask plain; // of those characters the ones that have two bytes
+};
+
+ZELK_OPERATION InTurn upperInTurn(const Registers &planes, const Utf8Composer &c, Block text, const MarkedUtf8 &block) {
+    const Block last = lookOrKeep(planes.last, block.bytes, block.upper);
+    const Mask noControls = _mm512_mask_test_epi8_mask(block.upper, text, c.composer.ordinaryBits);
+    return {lookOrZero(planes.first, text, block.upper), last, _mm512_mask_test_epi8_mask(noControls, last, last)};
+}
+
+// A mark in the last place of a whole block waits for its letter, which begins the next block. Where that is the
+// loops find by the byte, so that a block need not wait for the one before it.
+inline constexpr Mask lastPlace = 1ULL << (blockBytes - 1);
+
+ZELK_OPERATION std::ptrdiff_t bytesInFront(const unsigned char *in) {
+    return whole - ((in[whole - 1] & 0xF0U) == 0xC0U ? 1 : 0);
+}
+
+// Whole blocks up to one that is not plain. There is room for three bytes a character.
+ZELK_OPERATION void convertMarked(const Registers &planes, const Utf8Composer &c, const Graphic &ascii, char *&out,
+                                  const unsigned char *&in, const unsigned char *inEnd) {
+    while (inEnd - in >= whole) {
+        const Block text = load(in);
+        const Mask graphic = graphicAscii(ascii, text);
+        if (all(graphic)) {
+            store(out, text);
+            in += whole;
+            out += whole;
+            continue;
+        }
+        const MarkedUtf8 block = markedUtf8(c, text);
+        const Mask plain = either(either(graphic, block.leads), both(block.marks, lastPlace));
+        const std::ptrdiff_t count = bytesInFront(in);
+        if (none(block.upper)) {
+            if (!all(plain)) {
+                break;
+            }
+            store(out, block.bytes);
+        } else {
+            const InTurn turns = upperInTurn(planes, c, text, block);
+            if (!all(either(plain, turns.plain))) {
+                break;
+            }
+            storeInTurn<true>(planes.order, out, turns.first, turns.last, ~0ULL, block.upper);
+            out += countOf(block.upper);
+        }
+        in += count;
+        out += count;
+    }
+}
+
+// What is left, a block at most: as far as it is plain.
+ZELK_OPERATION void convertMarkedPart(const Registers &planes, const Utf8Composer &c, const Graphic &ascii, char *&out,
+                                      const unsigned char *&in, const unsigned char *inEnd) {
+    const auto left = static_cast<std::size_t>(inEnd - in);
+    const Block text = load(in, firstBytes(left < blockBytes ? left : blockBytes));
+    const MarkedUtf8 block = markedUtf8(c, text);
+    const InTurn turns = upperInTurn(planes, c, text, block);
+    const Mask plain = graphicAscii(ascii, text) | block.leads | turns.plain;
+    const std::size_t count = _tzcnt_u64(~plain);
+    if (count == 0) {
+        return;
+    }
+    const Mask bytes = firstBytes(count);
+    const Mask upper = block.upper & bytes;
+    if (upper == 0) {
+        store(out, bytes, block.bytes);
+    } else {
+        storeInTurn<false>(planes.order, out, _mm512_maskz_mov_epi8(upper, turns.first),
+                           _mm512_maskz_mov_epi8(bytes, turns.last), bytes, upper);
+    }
+    in += count;
+    out += count + countOf(upper);
+}
+
+Progress markedByteSetToUtf8(tables::ByteSet set, char *out, const unsigned char *in, const unsigned char *inEnd) {
+    const BytePlanes &bytePlanes = tables::planesOf(set);
+    const Registers planes = held(registersOf(bytePlanes.first, bytePlanes.last));
+    const Utf8Composer c = utf8Composer();
+    const Graphic ascii = graphic();
+    const char *const begin = out;
+    const unsigned char *const text = in;
+    convertMarked(planes, c, ascii, out, in, inEnd);
+    if (in != inEnd) {
+        convertMarkedPart(planes, c, ascii, out, in, inEnd);
+    }
+    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
+}
+
+// ---- UCS-2: a composed character is one unit in the place of its mark, and its letter's place falls out.
+
+struct UnitPlanes {
+    Registers planes;
+    Block lows, highs, sixBits, unassigned;
+};
+
+// The units of a block in planes of their bytes; `kept` tells the places that hold one, `plain` the bytes converted.
+struct MarkedUnits {
+    Block low;
+    Block high;
+    Mask marks;
+    Mask kept;
+    Mask plain;
+};
+
+ZELK_OPERATION MarkedUnits markedUnits(const UnitPlanes &planes, const Composer &c, Block text, Mask graphic) {
+    const Mask highs = highBits(text);
+    const Composed pairs = composed(c, text, highs);
+    const Mask upper = butNot(highs, pairs.marks);
+    const Block page = pagesOf(pairs.codes);
+    const Block composedLow =
+        _mm512_ternarylogic_epi32(pairs.codes, planes.sixBits, look64(planes.lows, page), 0xEA); // (a & b) | c
+    const Block low = lookOrKeep(planes.planes.last, _mm512_mask_mov_epi8(text, pairs.leads, composedLow), upper);
+    const Block high = lookOrKeep64(planes.highs, page, pairs.leads, lookOrZero(planes.planes.first, text, upper));
+    const Mask known =
+        _mm512_mask_cmpneq_epi8_mask(_mm512_mask_test_epi8_mask(upper, text, c.ordinaryBits), high, planes.unassigned);
+    return {low, high, pairs.marks, ~_kshiftli_mask64(pairs.leads, 1), either(either(graphic, pairs.leads), known)};
+}
+
+// The units of the first `count` bytes. Tells their number; `freely`: there is room for a whole block.
+template <bool freely>
+ZELK_OPERATION std::size_t storeMarkedUnits(const Pairs &order, unsigned short *out, const MarkedUnits &block,
+                                            std::size_t count) {
+    const Mask kept = block.kept & firstBytes(count);
+    const Pairs units = inTurn(block.low, block.high, order);
+    const auto frontKept = static_cast<__mmask32>(kept);
+    const auto backKept = static_cast<__mmask32>(kept >> 32U);
+    const std::size_t frontUnits = countOf(frontKept);
+    const std::size_t backUnits = countOf(backKept);
+    const Block front = _mm512_maskz_compress_epi16(frontKept, units.front);
+    const Block back = _mm512_maskz_compress_epi16(backKept, units.back);
+    if (freely) {
+        store(out, front);
+        store(out + frontUnits, back);
+    } else {
+        store(out, firstBytes(2 * frontUnits), front);
+        if (backUnits != 0) {
+            store(out + frontUnits, firstBytes(2 * backUnits), back);
+        }
+    }
+    return frontUnits + backUnits;
+}
+
+Progress markedByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                             const unsigned char *inEnd) {
+    const BytePlanes &bytePlanes = tables::planesOf(set);
+    const UnitPlanes planes{held(registersOf(bytePlanes.ucs2High, bytePlanes.ucs2Low)), load(markPlanes.lows),
+                            load(markPlanes.highs), everyByteOf<0x3F>(), everyByteOf<0xFF>()};
+    const Composer c = composer();
+    const Graphic ascii = graphic();
+    unsigned short *const begin = out;
+    const unsigned char *const text = in;
+    for (; inEnd - in >= whole;) {
+        const Block block = load(in);
+        const MarkedUnits units = markedUnits(planes, c, block, graphicAscii(ascii, block));
+        if (!all(either(units.plain, both(units.marks, lastPlace)))) {
+            break;
+        }
+        const std::ptrdiff_t count = bytesInFront(in);
+        out += storeMarkedUnits<true>(planes.planes.order, out, units, static_cast<std::size_t>(count));
+        in += count;
+    }
+    if (in != inEnd) {
+        const auto left = static_cast<std::size_t>(inEnd - in);
+        const Block block = load(in, firstBytes(left < blockBytes ? left : blockBytes));
+        const MarkedUnits units = markedUnits(planes, c, block, graphicAscii(ascii, block));
+        const std::size_t count = _tzcnt_u64(~units.plain);
+        if (count != 0) {
+            out += storeMarkedUnits<false>(planes.planes.order, out, units, count);
+            in += count;
+        }
+    }
+    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
+}
+
+// ---- Texts from beginning to end, if they are plain and surely fit. Names are one block; what they need is not held
+// in registers.
+
+ZELK_OPERATION bool isName(int outSize, int length) {
+    return static_cast<unsigned int>(length) <= blockBytes && outSize > static_cast<int>(3 * blockBytes);
+}
+
+ZELK_OPERATION bool surelyFits(int outSize, int length) {
+    return 3LL * length < outSize;
+}
+
+template <class Unit>
+ZELK_OPERATION unsigned int finished(Unit *out, std::size_t written) {
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
+}
+
+ZELK_STAGE unsigned int longCleanTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
+                                            tables::DvbTable table, unsigned int flags) {
+    if (!surelyFits(outSize, length)) {
+        return dvbTextToUtf8(out, outSize, in, length, table, flags);
+    }
+    const auto count = static_cast<std::size_t>(length);
+    const Progress done = cleanByteSetToUtf8(table.set, out, out + outSize, in, in + count);
+    return done.read == count ? finished(out, done.written)
+                              : restOfDvbTextToUtf8(out, outSize, in, length, table, flags, done);
+}
+
+unsigned int cleanTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
+                             unsigned int flags) {
+    if (!isName(outSize, length)) {
+        return longCleanTextToUtf8(out, outSize, in, length, table, flags);
+    }
+    const auto count = static_cast<std::size_t>(length);
+    const Mask bytes = firstBytes(count);
+    const Block text = load(in, bytes);
+    const Mask upper = highBits(text);
+    const BytePlanes &planes = tables::planesOf(table.set);
+    const Registers registers = registersOf(planes.first, planes.last);
+    const Block first = lookOrZero(registers.first, text, upper);
+    const Block last = lookOrKeep(registers.last, text, upper);
+    const Mask ordinary = _mm512_mask_test_epi8_mask(ordinaryBytes<UpTo::Control>(text), last, last);
+    if (!same(ordinary, bytes)) {
+        return longCleanTextToUtf8(out, outSize, in, length, table, flags);
+    }
+    storeInTurn<true>(registers.order, out, first, last, bytes, upper);
+    return finished(out, count + countOf(upper));
+}
+
+// The bytes in front of `done` are ASCII and written.
+ZELK_STAGE unsigned int restOfMarkedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
+                                               tables::DvbTable table, unsigned int flags, std::size_t done) {
+    const auto count = static_cast<std::size_t>(length);
+    const Progress rest = markedByteSetToUtf8(table.set, out + done, in + done, in + count);
+    const Progress all{done + rest.read, done + rest.written};
+    return all.read == count ? finished(out, all.written)
+                             : restOfDvbTextToUtf8(out, outSize, in, length, table, flags, all);
+}
+
+ZELK_STAGE unsigned int longMarkedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
+                                             tables::DvbTable table, unsigned int flags) {
+    if (!surelyFits(outSize, length)) {
+        return dvbTextToUtf8(out, outSize, in, length, table, flags);
+    }
+    const auto count = static_cast<std::size_t>(length);
+    const Graphic ascii = graphic();
+    std::size_t done = 0;
+    for (; count - done >= blockBytes; done += blockBytes) {
+        const Block text = load(in + done);
+        if (!all(graphicAscii(ascii, text))) {
+            return restOfMarkedTextToUtf8(out, outSize, in, length, table, flags, done);
+        }
+        store(out + done, text);
+    }
+    if (done != count) {
+        const Mask bytes = firstBytes(count - done);
+        const Block text = load(in + done, bytes);
+        if (!same(graphicAscii(ascii, text), bytes)) {
+            return restOfMarkedTextToUtf8(out, outSize, in, length, table, flags, done);
+        }
+        store(out + done, bytes, text);
+    }
+    return finished(out, count);
+}
+
+unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
+                              unsigned int flags) {
+    if (!isName(outSize, length)) {
+        return longMarkedTextToUtf8(out, outSize, in, length, table, flags);
+    }
+    const auto count = static_cast<std::size_t>(length);
+    const Mask bytes = firstBytes(count);
+    const Block text = load(in, bytes);
+    const Mask graphic = graphicAscii(avx512::graphic(), text);
+    if (same(graphic, bytes)) {
+        store(out, text);
+        return finished(out, count);
+    }
+    const Utf8Composer c = utf8Composer();
+    const MarkedUtf8 block = markedUtf8(c, text);
+    const Mask plain = either(graphic, block.leads);
+    if (none(block.upper)) {
+        if (!same(plain, bytes)) {
+            return dvbTextToUtf8(out, outSize, in, length, table, flags);
+        }
+        store(out, block.bytes);
+        return finished(out, count);
+    }
+    const BytePlanes &bytePlanes = tables::planesOf(table.set);
+    const Registers planes = registersOf(bytePlanes.first, bytePlanes.last);
+    const InTurn turns = upperInTurn(planes, c, text, block);
+    if (!same(either(plain, turns.plain), bytes)) {
+        return dvbTextToUtf8(out, outSize, in, length, table, flags);
+    }
+    storeInTurn<true>(planes.order, out, turns.first, turns.last, bytes, block.upper);
+    return finished(out, count + countOf(block.upper));
+}
+
+ZELK_STAGE unsigned int longCleanTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
+                                            tables::DvbTable table, unsigned int flags) {
+    if (length >= outSize) {
+        return dvbTextToUcs2(out, outSize, in, length, table, flags);
+    }
+    const auto count = static_cast<std::size_t>(length);
+    const std::size_t done = cleanByteSetToUcs2(table.set, out, in, in + count);
+    return done == count ? finished(out, count)
+                         : restOfDvbTextToUcs2(out, outSize, in, length, table, flags, {done, done});
+}
+
+unsigned int cleanTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
+                             tables::DvbTable table, unsigned int flags) {
+    if (static_cast<unsigned int>(length) > blockBytes || outSize <= static_cast<int>(blockBytes)) {
+        return longCleanTextToUcs2(out, outSize, in, length, table, flags);
+    }
+    const auto count = static_cast<std::size_t>(length);
+    const Mask bytes = firstBytes(count);
+    const Block text = load(in, bytes);
+    if (!same(ordinaryBytes<UpTo::Control>(text), bytes)) {
+        return longCleanTextToUcs2(out, outSize, in, length, table, flags);
+    }
+    const BytePlanes &planes = tables::planesOf(table.set);
+    const Pairs units = unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), text, highBits(text));
+    store(out, units.front);
+    store(out + blockBytes / 2, units.back);
+    return finished(out, count);
+}
+
+unsigned int markedTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
+                              tables::DvbTable table, unsigned int flags) {
+    if (length >= outSize) {
+        return dvbTextToUcs2(out, outSize, in, length, table, flags);
+    }
+    const Progress done = markedByteSetToUcs2(table.set, out, in, in + length);
+    return done.read == static_cast<std::size_t>(length)
+               ? finished(out, done.written)
+               : restOfDvbTextToUcs2(out, outSize, in, length, table, flags, done);
+}
+
+} // namespace zelk::kernels::avx512
+
+ZELK_AVX512_END

@@ -1,0 +1,108 @@
+// DVB text of a table, for every processor: up to eight ASCII bytes with one store, then the character that comes
+// behind them. Included by byte_sets.cpp alone.
+#pragma once
+
+#include "detail/utf8_char.h"
+#include "kernels/byte_sets_portable.h"
+#include "tables/byte_set_notation.h"
+#include "tables/dvb_marks.h"
+
+namespace zelk::kernels::portable {
+
+// Of the next eight bytes, those in front of the first that is no graphic ASCII (0x20 to 0x7E).
+inline std::ptrdiff_t graphicAsciiBytes(const unsigned char *in) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, in, step);
+    const std::uint64_t low = word & ~highBits; // no byte's sum carries into its neighbour
+    const std::uint64_t others = (word | (low + everyByte) | ~(low + 0x60 * everyByte)) & highBits;
+    return (std::endian::native == std::endian::little ? std::countr_zero(others) : std::countl_zero(others)) / 8;
+}
+
+// There is room for all: three bytes a character.
+struct Utf8Out {
+    char *at;
+
+    void putEight(const unsigned char *in) { std::memcpy(at, in, step); }
+    void put(unsigned int character) { at += detail::utf8Encode(character, at, 4); }
+};
+
+struct Ucs2Out {
+    unsigned short *at;
+
+    void putEight(const unsigned char *in) { std::copy_n(in, step, at); }
+    void put(unsigned int character) { *at++ = static_cast<unsigned short>(character); }
+};
+
+// A character; false, and nothing moves, at a control, at what has no character and at a mark that does not compose.
+template <class Out>
+inline bool putMarked(const tables::CodePoints &codePoints, Out &out, const unsigned char *&in,
+                      const unsigned char *inEnd) {
+    const unsigned int byte = *in;
+    unsigned int character = codePoints[byte];
+    std::ptrdiff_t taken = 1;
+    if (tables::dvbMarks.sets[0].columnOf[byte] != 0) {
+        character = inEnd - in > 1 ? composeIn(tables::dvbMarks, 0, in[1], byte) : 0U;
+        taken = 2;
+    }
+    if ((byte & 0x60U) == 0 || character == 0 || character == tables::unassigned) {
+        return false;
+    }
+    out.put(character);
+    in += taken;
+    return true;
+}
+
+template <class Out>
+inline const unsigned char *convertMarked(tables::ByteSet set, Out &out, const unsigned char *in,
+                                          const unsigned char *inEnd) {
+    const tables::CodePoints &codePoints = tables::codePointsOf(set);
+    while (inEnd - in >= step) {
+        const std::ptrdiff_t ascii = graphicAsciiBytes(in);
+        out.putEight(in);
+        out.at += ascii;
+        in += ascii;
+        if (ascii != step && !putMarked(codePoints, out, in, inEnd)) {
+            return in;
+        }
+    }
+    while (in != inEnd && putMarked(codePoints, out, in, inEnd)) {
+    }
+    return in;
+}
+
+Progress markedByteSetToUtf8(tables::ByteSet set, char *out, const unsigned char *in, const unsigned char *inEnd) {
+    Utf8Out utf8{out};
+    const unsigned char *const end = convertMarked(set, utf8, in, inEnd);
+    return {static_cast<std::size_t>(end - in), static_cast<std::size_t>(utf8.at - out)};
+}
+
+Progress markedByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
+                             const unsigned char *inEnd) {
+    Ucs2Out units{out};
+    const unsigned char *const end = convertMarked(set, units, in, inEnd);
+    return {static_cast<std::size_t>(end - in), static_cast<std::size_t>(units.at - out)};
+}
+
+// The stages of names save nothing here.
+
+unsigned int cleanTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
+                             unsigned int flags) {
+    return dvbTextToUtf8(out, outSize, in, length, table, flags);
+}
+
+unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
+                              unsigned int flags) {
+    return dvbTextToUtf8(out, outSize, in, length, table, flags);
+}
+
+unsigned int cleanTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
+                             tables::DvbTable table, unsigned int flags) {
+    return dvbTextToUcs2(out, outSize, in, length, table, flags);
+}
+
+unsigned int markedTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
+                              tables::DvbTable table, unsigned int flags) {
+    return dvbTextToUcs2(out, outSize, in, length, table, flags);
+}
+
+} // namespace zelk::kernels::portable
