@@ -18,37 +18,44 @@ inline std::ptrdiff_t graphicAsciiBytes(const unsigned char *in) {
     return (std::endian::native == std::endian::little ? std::countr_zero(others) : std::countl_zero(others)) / 8;
 }
 
-// There is room for all: three bytes a character.
+// There is room for all: three bytes a character, and one that a whole entry may touch.
 struct Utf8Out {
+    const tables::PackedUtf8 &packed;
     char *at;
 
     void putEight(const unsigned char *in) { std::memcpy(at, in, step); }
-    void put(unsigned int character) { at += detail::utf8Encode(character, at, 4); }
+    void put(unsigned char byte, unsigned int /*character*/) { at = putPacked(at, packed[byte]); }
+    void putComposed(unsigned int character) { at += detail::utf8Encode(character, at, entryBytes); }
 };
 
 struct Ucs2Out {
     unsigned short *at;
 
     void putEight(const unsigned char *in) { std::copy_n(in, step, at); }
-    void put(unsigned int character) { *at++ = static_cast<unsigned short>(character); }
+    void put(unsigned char /*byte*/, unsigned int character) { putComposed(character); }
+    void putComposed(unsigned int character) { *at++ = static_cast<unsigned short>(character); }
 };
 
 // A character; false, and nothing moves, at a control, at what has no character and at a mark that does not compose.
 template <class Out>
 inline bool putMarked(const tables::CodePoints &codePoints, Out &out, const unsigned char *&in,
                       const unsigned char *inEnd) {
-    const unsigned int byte = *in;
-    unsigned int character = codePoints[byte];
-    std::ptrdiff_t taken = 1;
+    const unsigned char byte = *in;
     if (tables::dvbMarks.sets[0].columnOf[byte] != 0) {
-        character = inEnd - in > 1 ? composeIn(tables::dvbMarks, 0, in[1], byte) : 0U;
-        taken = 2;
+        const unsigned int composed = inEnd - in > 1 ? composeIn(tables::dvbMarks, 0, in[1], byte) : 0U;
+        if (composed == 0) {
+            return false;
+        }
+        out.putComposed(composed);
+        in += 2;
+        return true;
     }
-    if ((byte & 0x60U) == 0 || character == 0 || character == tables::unassigned) {
+    const unsigned int character = codePoints[byte];
+    if ((byte & 0x60U) == 0 || character == tables::unassigned) {
         return false;
     }
-    out.put(character);
-    in += taken;
+    out.put(byte, character);
+    ++in;
     return true;
 }
 
@@ -71,7 +78,7 @@ inline const unsigned char *convertMarked(tables::ByteSet set, Out &out, const u
 }
 
 Progress markedByteSetToUtf8(tables::ByteSet set, char *out, const unsigned char *in, const unsigned char *inEnd) {
-    Utf8Out utf8{out};
+    Utf8Out utf8{tables::packedUtf8Of(set), out};
     const unsigned char *const end = convertMarked(set, utf8, in, inEnd);
     return {static_cast<std::size_t>(end - in), static_cast<std::size_t>(utf8.at - out)};
 }
@@ -83,16 +90,37 @@ Progress markedByteSetToUcs2(tables::ByteSet set, unsigned short *out, const uns
     return {static_cast<std::size_t>(end - in), static_cast<std::size_t>(units.at - out)};
 }
 
-// The stages of names save nothing here.
+// A text of one stretch that surely fits ends here. To UCS-2 that saves nothing.
+
+inline bool surelyFits(int outSize, int length) {
+    return 3LL * length < outSize;
+}
+
+inline unsigned int finishedOrRest(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
+                                   unsigned int flags, const Progress &done) {
+    if (done.read != static_cast<std::size_t>(length)) {
+        return restOfDvbTextToUtf8(out, outSize, in, length, table, flags, done);
+    }
+    out[done.written] = 0;
+    return static_cast<unsigned int>(done.written);
+}
 
 unsigned int cleanTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
                              unsigned int flags) {
-    return dvbTextToUtf8(out, outSize, in, length, table, flags);
+    if (!surelyFits(outSize, length)) {
+        return dvbTextToUtf8(out, outSize, in, length, table, flags);
+    }
+    const Progress done = cleanByteSetToUtf8(table.set, out, out + outSize, in, in + length);
+    return finishedOrRest(out, outSize, in, length, table, flags, done);
 }
 
 unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
                               unsigned int flags) {
-    return dvbTextToUtf8(out, outSize, in, length, table, flags);
+    if (!surelyFits(outSize, length)) {
+        return dvbTextToUtf8(out, outSize, in, length, table, flags);
+    }
+    const Progress done = markedByteSetToUtf8(table.set, out, in, in + length);
+    return finishedOrRest(out, outSize, in, length, table, flags, done);
 }
 
 unsigned int cleanTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
