@@ -466,9 +466,13 @@ ZELK_STAGE unsigned int decodeSelected(dvbCharSet_t charSet, typename Sink::Unit
     return decode<Sink>(open(charSet, in, inLen, defaultCode, defaultExtra), out, outSize, flags);
 }
 
-// One byte that selects a table: 0x01 to 0x0B.
-constexpr bool isShortTableSelector(unsigned int byte) {
-    return byte - 1 < 0x0B;
+// Selectors of tables: of one byte, 0x01 to 0x0B, and of three.
+constexpr bool isShortTableSelector(const unsigned char *bytes) {
+    return bytes[0] - 1U < 0x0B;
+}
+
+constexpr bool isLongTableSelector(const unsigned char *bytes) {
+    return bytes[0] == 0x10 && bytes[1] == 0 && bytes[2] <= lastDvbIso8859Part;
 }
 
 static_assert(isTable(static_cast<DvbCode_t>(dvbSelectorCodes[0x01])) &&
@@ -489,10 +493,13 @@ template <class Sink>
         if (*bytes > lastDvbSelector) {
             return decodeCounted(out, outSize, bytes, inLen, tables::dvbTables[0], flags);
         }
-        if (isShortTableSelector(*bytes)) {
-            const tables::DvbTable table =
-                tables::selectedDvbTable(static_cast<unsigned int>(charSet), dvbSelectorCodes[*bytes]);
+        const auto region = static_cast<unsigned int>(charSet);
+        if (isShortTableSelector(bytes)) {
+            const tables::DvbTable table = tables::selectedDvbTable(region, dvbSelectorCodes[*bytes]);
             return decodeCounted(out, outSize, bytes + 1, inLen - 1, table, flags);
+        }
+        if (inLen > 3 && isLongTableSelector(bytes)) {
+            return decodeCounted(out, outSize, bytes + 3, inLen - 3, tables::selectedDvbTable(region, bytes[2]), flags);
         }
     }
     return decodeSelected<Sink>(charSet, out, outSize, in, inLen, defaultCode, defaultExtra, flags);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kernels/byte_sets_avx512.h"
+#include "kernels/byte_sets_dvb_portable.h"
 #include "tables/dvb_marks.h"
 
 ZELK_AVX512_BEGIN
@@ -235,6 +236,14 @@ ZELK_OPERATION void convertMarkedPart(const Registers &planes, const Utf8Compose
     out += count + countOf(upper);
 }
 
+// Characters of three bytes are put one by one.
+ZELK_OPERATION bool putRare(tables::ByteSet set, char *&out, const unsigned char *&in, const unsigned char *inEnd) {
+    portable::Utf8Out utf8{tables::packedUtf8Of(set), out};
+    const bool done = putMarked(tables::codePointsOf(set), utf8, in, inEnd);
+    out = utf8.at;
+    return done;
+}
+
 Progress markedByteSetToUtf8(tables::ByteSet set, char *out, const unsigned char *in, const unsigned char *inEnd) {
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const Registers planes = held(registersOf(bytePlanes.first, bytePlanes.last));
@@ -242,10 +251,12 @@ Progress markedByteSetToUtf8(tables::ByteSet set, char *out, const unsigned char
     const Graphic ascii = graphic();
     const char *const begin = out;
     const unsigned char *const text = in;
-    convertMarked(planes, c, ascii, out, in, inEnd);
-    if (in != inEnd) {
-        convertMarkedPart(planes, c, ascii, out, in, inEnd);
-    }
+    do {
+        convertMarked(planes, c, ascii, out, in, inEnd);
+        if (in != inEnd) {
+            convertMarkedPart(planes, c, ascii, out, in, inEnd);
+        }
+    } while (in != inEnd && putRare(set, out, in, inEnd));
     return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
 }
 
@@ -384,14 +395,12 @@ unsigned int cleanTextToUtf8(char *out, int outSize, const unsigned char *in, in
     return finished(out, count + countOf(upper));
 }
 
-// The bytes in front of `done` are ASCII and written.
-ZELK_STAGE unsigned int restOfMarkedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
-                                               tables::DvbTable table, unsigned int flags, std::size_t done) {
+ZELK_STAGE unsigned int accentedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
+                                           tables::DvbTable table, unsigned int flags) {
     const auto count = static_cast<std::size_t>(length);
-    const Progress rest = markedByteSetToUtf8(table.set, out + done, in + done, in + count);
-    const Progress all{done + rest.read, done + rest.written};
-    return all.read == count ? finished(out, all.written)
-                             : restOfDvbTextToUtf8(out, outSize, in, length, table, flags, all);
+    const Progress done = markedByteSetToUtf8(table.set, out, in, in + count);
+    return done.read == count ? finished(out, done.written)
+                              : restOfDvbTextToUtf8(out, outSize, in, length, table, flags, done);
 }
 
 ZELK_STAGE unsigned int longMarkedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
@@ -405,7 +414,7 @@ ZELK_STAGE unsigned int longMarkedTextToUtf8(char *out, int outSize, const unsig
     for (; count - done >= blockBytes; done += blockBytes) {
         const Block text = load(in + done);
         if (!all(graphicAscii(ascii, text))) {
-            return restOfMarkedTextToUtf8(out, outSize, in, length, table, flags, done);
+            return accentedTextToUtf8(out, outSize, in, length, table, flags);
         }
         store(out + done, text);
     }
@@ -413,7 +422,7 @@ ZELK_STAGE unsigned int longMarkedTextToUtf8(char *out, int outSize, const unsig
         const Mask bytes = firstBytes(count - done);
         const Block text = load(in + done, bytes);
         if (!same(graphicAscii(ascii, text), bytes)) {
-            return restOfMarkedTextToUtf8(out, outSize, in, length, table, flags, done);
+            return accentedTextToUtf8(out, outSize, in, length, table, flags);
         }
         store(out + done, bytes, text);
     }
@@ -438,7 +447,7 @@ unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, i
     const Mask plain = either(graphic, block.leads);
     if (none(block.upper)) {
         if (!same(plain, bytes)) {
-            return dvbTextToUtf8(out, outSize, in, length, table, flags);
+            return accentedTextToUtf8(out, outSize, in, length, table, flags);
         }
         store(out, block.bytes);
         return finished(out, count);
@@ -447,7 +456,7 @@ unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, i
     const Registers planes = registersOf(bytePlanes.first, bytePlanes.last);
     const InTurn turns = upperInTurn(planes, c, text, block);
     if (!same(either(plain, turns.plain), bytes)) {
-        return dvbTextToUtf8(out, outSize, in, length, table, flags);
+        return accentedTextToUtf8(out, outSize, in, length, table, flags);
     }
     storeInTurn<true>(planes.order, out, turns.first, turns.last, bytes, block.upper);
     return finished(out, count + countOf(block.upper));
