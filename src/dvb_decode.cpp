@@ -58,7 +58,7 @@ enum class Role : std::uint8_t { Character, Mark, Control0, Control8, Dropped };
 
 using Roles = std::array<Role, 256>;
 
-constexpr Roles otherTableRoles = [] {
+constexpr Roles otherTableRoles = []() {
     Roles roles{};
     std::fill(roles.begin(), roles.begin() + 0x20, Role::Control0);
     std::fill(roles.begin() + 0x80, roles.begin() + 0xA0, Role::Control8);
@@ -67,7 +67,7 @@ constexpr Roles otherTableRoles = [] {
 }();
 
 // The default table drops the first control range whole, tab and line feed included, and its unassigned positions.
-constexpr Roles defaultTableRoles = [] {
+constexpr Roles defaultTableRoles = []() {
     Roles roles = otherTableRoles;
     std::fill(roles.begin(), roles.begin() + 0x20, Role::Dropped);
     for (const unsigned int byte : {0xA6U, 0xC0U, 0xC9U, 0xCCU, 0xD8U, 0xD9U, 0xDAU, 0xDBU, 0xE5U}) {
@@ -191,8 +191,8 @@ unsigned int decodeTable(typename Sink::Unit *out, int outSize, const unsigned c
     }
 }
 
-unsigned int decodeCounted(unsigned short *out, int outSize, const unsigned char *at, int length,
-                           tables::DvbTable table, unsigned int flags) {
+[[gnu::always_inline]] inline unsigned int decodeCounted(unsigned short *out, int outSize, const unsigned char *at,
+                                                         int length, tables::DvbTable table, unsigned int flags) {
     switch (table.marks) {
     case tables::noMarks:
         return ZELK_CHOOSE((out, outSize, at, length, table, flags), cleanTextToUcs2);
@@ -203,8 +203,8 @@ unsigned int decodeCounted(unsigned short *out, int outSize, const unsigned char
     }
 }
 
-unsigned int decodeCounted(char *out, int outSize, const unsigned char *at, int length, tables::DvbTable table,
-                           unsigned int flags) {
+[[gnu::always_inline]] inline unsigned int decodeCounted(char *out, int outSize, const unsigned char *at, int length,
+                                                         tables::DvbTable table, unsigned int flags) {
     switch (table.marks) {
     case tables::noMarks:
         return ZELK_CHOOSE((out, outSize, at, length, table, flags), cleanTextToUtf8);
@@ -490,7 +490,7 @@ template <class Sink>
     }
     if (inLen > 1 && defaultCode == DvbCodeNone) [[likely]] {
         const auto *const bytes = reinterpret_cast<const unsigned char *>(in);
-        if (*bytes > lastDvbSelector) {
+        if (*bytes > lastDvbSelector) [[likely]] {
             return decodeCounted(out, outSize, bytes, inLen, tables::dvbTables[0], flags);
         }
         const auto region = static_cast<unsigned int>(charSet);
@@ -560,14 +560,14 @@ unsigned int restOfDvbTextToUcs2(unsigned short *out, int outSize, const unsigne
     return detail::decodeTable<detail::Ucs2Sink>(out, outSize, in, length, table, flags, done);
 }
 
-unsigned int dvbTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
-                           unsigned int flags) {
+[[gnu::noinline]] unsigned int dvbTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
+                                             tables::DvbTable table, unsigned int flags) {
     const Progress first = outSize < 2 ? Progress{} : detail::stretch(table, in, in + length, out, outSize);
     return restOfDvbTextToUtf8(out, outSize, in, length, table, flags, first);
 }
 
-unsigned int dvbTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
-                           tables::DvbTable table, unsigned int flags) {
+[[gnu::noinline]] unsigned int dvbTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
+                                             tables::DvbTable table, unsigned int flags) {
     const Progress first = outSize < 2 ? Progress{} : detail::stretch(table, in, in + length, out, outSize);
     return restOfDvbTextToUcs2(out, outSize, in, length, table, flags, first);
 }

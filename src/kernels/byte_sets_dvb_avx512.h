@@ -19,7 +19,7 @@ struct Neighbours {
     alignas(64) std::array<std::uint8_t, 64> previous;
 };
 
-inline constexpr Neighbours neighbours = [] {
+inline constexpr Neighbours neighbours = []() {
     Neighbours result{};
     for (unsigned int i = 0; i < 64; ++i) {
         result.next[i] = static_cast<std::uint8_t>(i + 1);

@@ -20,7 +20,7 @@ inline std::ptrdiff_t graphicAsciiBytes(const unsigned char *in) {
 
 // There is room for all: three bytes a character, and one that a whole entry may touch.
 struct Utf8Out {
-    const tables::PackedUtf8 &packed;
+    tables::PackedUtf8 packed;
     char *at;
 
     void putEight(const unsigned char *in) { std::memcpy(at, in, step); }

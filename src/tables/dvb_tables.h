@@ -64,7 +64,7 @@ inline constexpr std::array<std::array<std::uint8_t, dvbCodeCount>, dvbRegionCou
 inline constexpr unsigned int dvbSelectedRows = dvbRegionCount + 1;
 inline constexpr unsigned int dvbSelectedColumns = 32;
 
-inline constexpr auto dvbSelectedTables = [] {
+inline constexpr auto dvbSelectedTables = []() {
     std::array<std::array<DvbTable, dvbSelectedColumns>, dvbSelectedRows> tables{};
     for (unsigned int row = 0; row < dvbSelectedRows; ++row) {
         for (unsigned int column = 0; column < dvbSelectedColumns; ++column) {
