@@ -223,50 +223,68 @@ ZELK_STAGE unsigned int decodeTerminated(Unit *out, int outSize, const unsigned 
 
 // ---- Two-byte, UTF-8 and prepared text ----
 
-// The kernels take the stretches without controls; what stops them is decoded character by character.
-kernels::Progress twoByteStretch(Ucs2Sink &sink, const unsigned char *text, std::size_t units) {
-    const auto room = static_cast<std::size_t>(sink.room() - 1);
-    return kernels::ucs2ToNative<kernels::Clean::NoControls>(text, units, sink.position(), room);
+// The kernels take the stretches without controls; what stops them is decoded character by character. Most texts are
+// one stretch, and end where they began.
+
+kernels::Progress twoByteStretch(const unsigned char *text, std::size_t units, unsigned short *out, int room) {
+    return kernels::ucs2ToNative<kernels::Clean::NoControls>(text, units, out, static_cast<std::size_t>(room - 1));
 }
 
-kernels::Progress twoByteStretch(Utf8Sink &sink, const unsigned char *text, std::size_t units) {
-    const auto room = static_cast<std::size_t>(sink.room());
-    return kernels::ucs2ToUtf8<kernels::UnitOrder::HighFirst, kernels::Clean::NoControls>(text, units, sink.position(),
-                                                                                          room);
+kernels::Progress twoByteStretch(const unsigned char *text, std::size_t units, char *out, int room) {
+    return kernels::ucs2ToUtf8<kernels::UnitOrder::HighFirst, kernels::Clean::NoControls>(
+        text, units, out, static_cast<std::size_t>(room));
 }
 
-kernels::Progress utf8Stretch(Ucs2Sink &sink, const unsigned char *text, std::size_t length) {
-    const auto room = static_cast<std::size_t>(sink.room() - 1);
-    return kernels::utf8ToUcs2<kernels::Clean::NoControls>(text, length, sink.position(), room);
+kernels::Progress utf8Stretch(const unsigned char *text, std::size_t length, unsigned short *out, int room) {
+    return kernels::utf8ToUcs2<kernels::Clean::NoControls>(text, length, out, static_cast<std::size_t>(room - 1));
 }
 
-kernels::Progress utf8Stretch(Utf8Sink &sink, const unsigned char *text, std::size_t length) {
-    const auto room = static_cast<std::size_t>(sink.room() - 1);
-    const std::size_t clean =
-        kernels::copyWellFormedUtf8<kernels::Clean::NoControls>(text, std::min(length, room), sink.position());
+kernels::Progress utf8Stretch(const unsigned char *text, std::size_t length, char *out, int room) {
+    const std::size_t fitting = std::min(length, static_cast<std::size_t>(room - 1));
+    const std::size_t clean = kernels::copyWellFormedUtf8<kernels::Clean::NoControls>(text, fitting, out);
     return {clean, clean};
+}
+
+template <class Unit>
+unsigned int finished(Unit *out, std::size_t written) {
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
 }
 
 // High byte first. A zero unit ends the text where there is no count; an odd last byte is no unit.
 template <class Sink>
-void decodeTwoByte(Sink &sink, Body text, unsigned int flags) {
-    const bool counted = text.left > 0;
+ZELK_STAGE unsigned int restOfTwoByte(typename Sink::Unit *out, int outSize, Body text, unsigned int left,
+                                      unsigned int flags, kernels::Progress done) {
+    Sink sink(out, outSize);
     HighByteFirst at(text.bytes);
-    unsigned int left = counted ? static_cast<unsigned int>(text.left) / 2 : unbounded;
-    while (left != 0 && !sink.full()) {
-        const kernels::Progress done = twoByteStretch(sink, at.bytes(), left);
+    for (;;) {
         at += done.read;
         left -= static_cast<unsigned int>(done.read);
         sink.advance(static_cast<int>(done.written));
         for (auto steps = kernels::plainSteps(done.read); steps != 0 && left != 0 && !sink.full();
              --steps, --left, ++at) {
             const unsigned int unit = *at;
-            if (unit == 0 && !counted) {
-                return;
+            if (unit == 0 && text.left < 0) {
+                return sink.finish();
             }
             putUnlessDropped(sink, filterControls(unit, flags));
         }
+        if (left == 0 || sink.full()) {
+            return sink.finish();
+        }
+        done = twoByteStretch(at.bytes(), left, sink.position(), sink.room());
     }
+}
+
+template <class Sink>
+ZELK_STAGE unsigned int decodeTwoByte(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
+    const unsigned int units = text.left < 0 ? unbounded : static_cast<unsigned int>(text.left) / 2;
+    if (units == 0 || outSize < 2) {
+        return finished(out, 0);
+    }
+    const kernels::Progress done = twoByteStretch(text.bytes, units, out, outSize);
+    return done.read == units ? finished(out, done.written)
+                              : restOfTwoByte<Sink>(out, outSize, text, units, flags, done);
 }
 
 // The later unit of the two that the stream decoder may give: the U+FFFD before it is not written.
@@ -275,13 +293,12 @@ constexpr unsigned int laterUnit(unsigned int units) {
 }
 
 template <class Sink>
-void decodeUtf8(Sink &sink, Body text, unsigned int flags) {
+ZELK_STAGE unsigned int restOfUtf8(typename Sink::Unit *out, int outSize, const unsigned char *at,
+                                   const unsigned char *end, unsigned int flags, kernels::Progress done) {
+    Sink sink(out, outSize);
     Utf8DecoderState state;
     utf8StreamReset(state);
-    const unsigned char *at = text.bytes;
-    const unsigned char *const end = at + byteCount(at, text.left);
-    while (at != end && !sink.full()) {
-        const kernels::Progress done = utf8Stretch(sink, at, static_cast<std::size_t>(end - at));
+    for (;;) {
         at += done.read;
         sink.advance(static_cast<int>(done.written));
         // The kernels begin with a character: a sequence that the steps begin is finished first.
@@ -290,7 +307,22 @@ void decodeUtf8(Sink &sink, Body text, unsigned int flags) {
             steps -= steps != 0 ? 1 : 0;
             putUnlessDropped(sink, filterControls(laterUnit(utf8StreamDecode(state, *at)), flags));
         }
+        if (at == end || sink.full()) {
+            return sink.finish();
+        }
+        done = utf8Stretch(at, static_cast<std::size_t>(end - at), sink.position(), sink.room());
     }
+}
+
+template <class Sink>
+ZELK_STAGE unsigned int decodeUtf8(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
+    const auto length = static_cast<std::size_t>(byteCount(text.bytes, text.left));
+    if (length == 0 || outSize < 2) {
+        return finished(out, 0);
+    }
+    const kernels::Progress done = utf8Stretch(text.bytes, length, out, outSize);
+    return done.read == length ? finished(out, done.written)
+                               : restOfUtf8<Sink>(out, outSize, text.bytes, text.bytes + length, flags, done);
 }
 
 // Controls pass: who prepared the text has filtered it.
@@ -438,9 +470,9 @@ template <class Sink>
     case DvbCodeUtf8Prepared:
         return decodeBy<Sink, static_cast<Way<Sink>>(copyPrepared)>(out, outSize, body, flags);
     case DvbCodeUcs2:
-        return decodeBy<Sink, decodeTwoByte<Sink>>(out, outSize, body, flags);
+        return decodeTwoByte<Sink>(out, outSize, body, flags);
     case DvbCodeUtf8:
-        return decodeBy<Sink, decodeUtf8<Sink>>(out, outSize, body, flags);
+        return decodeUtf8<Sink>(out, outSize, body, flags);
     default:
         return decodeBy<Sink, static_cast<Way<Sink>>(decodeCompressed)>(out, outSize, body, flags);
     }
@@ -500,6 +532,12 @@ template <class Sink>
         }
         if (inLen > 3 && isLongTableSelector(bytes)) {
             return decodeCounted(out, outSize, bytes + 3, inLen - 3, tables::selectedDvbTable(region, bytes[2]), flags);
+        }
+        if (dvbSelectorCodes[*bytes] == DvbCodeUcs2) {
+            return decodeTwoByte<Sink>(out, outSize, {bytes + 1, inLen - 1, 0}, flags);
+        }
+        if (dvbSelectorCodes[*bytes] == DvbCodeUtf8) {
+            return decodeUtf8<Sink>(out, outSize, {bytes + 1, inLen - 1, 0}, flags);
         }
     }
     return decodeSelected<Sink>(charSet, out, outSize, in, inLen, defaultCode, defaultExtra, flags);
