@@ -1,0 +1,273 @@
+// The plain rule of wildcard patterns, and of comparison that passes over bytes.
+//
+// Seen from its stars, a pattern is a head, pieces and a tail. The head lies at the start of the text and the tail at
+// its end, so neither is searched for; the pieces follow each other between them, each taken where it fits first. That
+// misses nothing: a piece covers the same number of bytes wherever it fits, so its first place leaves the longest rest
+// of text; what follows in the pattern begins with a star, and what a star finds in a rest it finds in every longer
+// rest. No place but the latest piece's is ever given up, so there is no recursion and time is at most text times
+// pattern.
+#pragma once
+
+#include <bit>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace zelk::detail {
+
+using Byte = unsigned char;
+
+// Rules tell what a variant passes over and which bytes it takes for equal.
+class ExactBytes {
+public:
+    static constexpr bool ignoresBytes = false;
+    static int fold(Byte byte) { return byte; }
+    static bool ignores(Byte /*byte*/) { return false; }
+};
+
+// A zero-terminated text read forward; it stands on a byte that counts, or on the terminator.
+template <class Rules>
+class Cursor {
+public:
+    Cursor(const Rules &rules, const char *text) : rules_(rules), at_(reinterpret_cast<const Byte *>(text)) {
+        settle();
+    }
+
+    Byte operator*() const { return *at_; }
+    Cursor &operator++() {
+        ++at_;
+        settle();
+        return *this;
+    }
+    const Byte *position() const { return at_; }
+
+private:
+    void settle() {
+        while (rules_.ignores(*at_) && *at_ != 0) {
+            ++at_;
+        }
+    }
+
+    const Rules &rules_;
+    const Byte *at_;
+};
+
+// The high bits of those of eight bytes that are zero.
+constexpr std::uint64_t zeroBytes(std::uint64_t eight) {
+    constexpr std::uint64_t lowBits = 0x7F7F7F7F7F7F7F7FU;
+    return ~(((eight & lowBits) + lowBits) | eight | lowBits);
+}
+
+inline std::uint64_t eightBytes(const Byte *bytes) {
+    std::uint64_t eight = 0;
+    std::memcpy(&eight, bytes, sizeof eight);
+    return eight;
+}
+
+// The first place at which one byte lies and the other one `distance` bytes on, by eight places at a time; the end
+// where there is none.
+inline const Byte *findPair(const ExactBytes & /*rules*/, const Byte *at, const Byte *end, Byte first, Byte last,
+                            std::size_t distance) {
+    constexpr std::uint64_t ones = 0x0101010101010101U;
+    constexpr std::size_t step = sizeof ones;
+    while (static_cast<std::size_t>(end - at) >= distance + step) {
+        const std::uint64_t pairs =
+            zeroBytes((eightBytes(at) ^ first * ones) | (eightBytes(at + distance) ^ last * ones));
+        if (pairs != 0) {
+            const int bits =
+                std::endian::native == std::endian::little ? std::countr_zero(pairs) : std::countl_zero(pairs);
+            return at + bits / CHAR_BIT;
+        }
+        at += step;
+    }
+    for (; static_cast<std::size_t>(end - at) > distance; ++at) {
+        if (*at == first && at[distance] == last) {
+            return at;
+        }
+    }
+    return end;
+}
+
+template <class Rules>
+const Byte *findPair(const Rules &rules, const Byte *at, const Byte *end, Byte first, Byte last, std::size_t distance) {
+    const int foldedFirst = rules.fold(first);
+    const int foldedLast = rules.fold(last);
+    for (; static_cast<std::size_t>(end - at) > distance; ++at) {
+        if (((rules.fold(*at) ^ foldedFirst) | (rules.fold(at[distance]) ^ foldedLast)) == 0) {
+            return at;
+        }
+    }
+    return end;
+}
+
+// The rest of a text between two bytes that count, to be taken from either end.
+template <class Rules>
+class Span {
+public:
+    Span(const Rules &rules, const Byte *start)
+        : rules_(&rules), first_(start), last_(start + std::strlen(reinterpret_cast<const char *>(start))) {
+        settleBack();
+    }
+
+    bool empty() const { return first_ == last_; }
+    Byte front() const { return *first_; }
+    Byte back() const { return last_[-1]; }
+    bool startsWith(Byte byte) const { return !empty() && front() == byte; }
+    void dropFront() {
+        ++first_;
+        while (first_ != last_ && rules_->ignores(*first_)) {
+            ++first_;
+        }
+    }
+    void dropBack() {
+        --last_;
+        settleBack();
+    }
+
+    // Moves to the first byte equal to the given one, which counts; false, and empty, where there is none.
+    bool seek(Byte byte) {
+        for (const int folded = rules_->fold(byte); !empty() && rules_->fold(front()) != folded;) {
+            dropFront();
+        }
+        return !empty();
+    }
+
+    // Moves to the first place where the piece that opens `pattern` may fit; false, and empty, where there is none.
+    bool seekPiece(const Span &pattern) {
+        if constexpr (Rules::ignoresBytes) {
+            return seek(pattern.front());
+        } else {
+            // Two literals of the piece, as far apart as they may be, seldom lie so by chance.
+            const Byte *last = pattern.first_;
+            while (last[1] != '*' && last[1] != '?') {
+                ++last;
+            }
+            first_ = findPair(*rules_, first_, last_, *pattern.first_, *last,
+                              static_cast<std::size_t>(last - pattern.first_));
+            return !empty();
+        }
+    }
+
+private:
+    void settleBack() {
+        while (last_ != first_ && rules_->ignores(last_[-1])) {
+            --last_;
+        }
+    }
+
+    const Rules *rules_;
+    const Byte *first_;
+    const Byte *last_;
+};
+
+// Takes what follows the last star off the ends of both; false where it does not fit.
+template <class Rules>
+bool takeTail(const Rules &rules, Span<Rules> &text, Span<Rules> &pattern) {
+    while (pattern.back() != '*') {
+        const Byte wanted = pattern.back();
+        pattern.dropBack();
+        const bool any = wanted == '?' && pattern.back() != '*';
+        if (text.empty() || (!any && rules.fold(text.back()) != rules.fold(wanted))) {
+            return false;
+        }
+        text.dropBack();
+    }
+    return true;
+}
+
+// Takes the piece that opens the pattern, up to the next star, and the text through its first place; false where it
+// fits nowhere.
+template <class Rules>
+bool takePiece(const Rules &rules, Span<Rules> &text, Span<Rules> &pattern) {
+    for (; text.seekPiece(pattern); text.dropFront()) {
+        Span<Rules> textAt = text;
+        Span<Rules> patternAt = pattern;
+        do {
+            textAt.dropFront();
+            patternAt.dropFront();
+        } while (patternAt.front() != '*' && !textAt.empty() &&
+                 (patternAt.front() == '?' || rules.fold(textAt.front()) == rules.fold(patternAt.front())));
+        if (patternAt.front() == '*') {
+            text = textAt;
+            pattern = patternAt;
+            return true;
+        }
+        if (textAt.empty()) {
+            return false; // every later place is shorter still
+        }
+    }
+    return false;
+}
+
+// The text behind the head against a pattern that begins with a star and is not all stars.
+//
+// The byte right behind a star stands for itself. A star there looks for a star in the text, and the next one in the
+// row finds that same star again; but stars that end the pattern match whatever is left. No part of match(), whose way
+// to the star is short.
+template <class Rules>
+[[gnu::noinline]] bool matchesFromStar(Rules rules, const Byte *textStart, const Byte *patternStart) {
+    Span<Rules> text(rules, textStart);
+    Span<Rules> pattern(rules, patternStart);
+    const bool hasTail = pattern.back() != '*';
+    if (!takeTail(rules, text, pattern)) {
+        return false;
+    }
+    for (;;) {
+        pattern.dropFront();
+        if (pattern.startsWith('*')) {
+            do {
+                pattern.dropFront();
+            } while (pattern.startsWith('*'));
+            if ((hasTail || !pattern.empty()) && !text.seek('*')) {
+                return false;
+            }
+        }
+        if (pattern.empty()) {
+            return true;
+        }
+        if (!takePiece(rules, text, pattern)) {
+            return false;
+        }
+    }
+}
+
+template <class Rules>
+Byte byteBehindStars(Cursor<Rules> pattern) {
+    while (*pattern == '*') {
+        ++pattern;
+    }
+    return *pattern;
+}
+
+template <class Rules>
+int match(const Rules &rules, const char *text, const char *pattern) {
+    Cursor<Rules> textAt(rules, text);
+    Cursor<Rules> patternAt(rules, pattern);
+    for (; *textAt != 0 && *patternAt != '*'; ++textAt, ++patternAt) {
+        const int difference = *patternAt == '?' ? 0 : rules.fold(*textAt) - rules.fold(*patternAt);
+        if (difference != 0) {
+            return difference;
+        }
+    }
+    const Byte wanted = byteBehindStars(patternAt);
+    if (*textAt == 0 || wanted == 0) {
+        return wanted;
+    }
+    return matchesFromStar(rules, textAt.position(), patternAt.position()) ? 0 : wanted;
+}
+
+template <class Rules>
+int compare(const Rules &rules, const char *a, const char *b) {
+    Cursor<Rules> aAt(rules, a);
+    Cursor<Rules> bAt(rules, b);
+    for (; *aAt != 0; ++aAt, ++bAt) {
+        const int difference = rules.fold(*aAt) - rules.fold(*bAt);
+        if (difference != 0) {
+            return difference;
+        }
+    }
+    return *bAt;
+}
+
+} // namespace zelk::detail

@@ -1,0 +1,278 @@
+// The kernels of wildcard patterns, each instruction set's own, against a matcher that fills a table of all places of
+// text and pattern: every short pair, every length and alignment, and neither string's page left.
+#include "kernels/wildcard.h"
+
+#include "helpers/guard_pages.h"
+#include "helpers/text.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cctype>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace zelk;
+using namespace zelk_test;
+
+using SmallLetters = std::array<int, 256>;
+
+struct Kernels {
+    const char *name;
+    int (*match)(const char *, const char *);
+    int (*matchInAnyCase)(const char *, const char *, const int *);
+};
+
+std::vector<Kernels> kernelsOfThisMachine() {
+    using namespace kernels;
+    std::vector<Kernels> all{{"portable", portable::matchWildcards, portable::matchWildcardsInAnyCase}};
+#if defined(ZELK_HAS_AVX512_KERNELS)
+    if (instructionSet() == InstructionSet::Avx512) {
+        all.push_back({"avx512", avx512::matchWildcards, avx512::matchWildcardsInAnyCase});
+    }
+#endif
+    return all;
+}
+
+constexpr SmallLetters noLetters = [] {
+    SmallLetters letters{};
+    for (int code = 0; code < 256; ++code) {
+        letters[static_cast<std::size_t>(code)] = code;
+    }
+    return letters;
+}();
+
+constexpr SmallLetters asciiLetters = [] {
+    SmallLetters letters = noLetters;
+    for (int code = 'A'; code <= 'Z'; ++code) {
+        letters[static_cast<std::size_t>(code)] = code + 'a' - 'A';
+    }
+    return letters;
+}();
+
+// As in Turkish: pairs in both halves of the table, and two that cross from one to the other.
+constexpr SmallLetters turkishLetters = [] {
+    SmallLetters letters = asciiLetters;
+    for (int code = 0xC0; code <= 0xDE; ++code) {
+        letters[static_cast<std::size_t>(code)] = code + 0x20;
+    }
+    letters['I'] = 0xFD;
+    letters[0xDD] = 'i';
+    return letters;
+}();
+
+std::string folded(std::string text, const SmallLetters &letters) {
+    for (char &byte : text) {
+        byte = static_cast<char>(letters[static_cast<unsigned char>(byte)]);
+    }
+    return text;
+}
+
+// matches[t] for one place of the pattern after the other, from the last: the text from t on matches the pattern from
+// there on. The byte behind a star is looked for as it is; stars at the end match any rest. Both are folded already.
+bool matchesByTable(const std::string &text, const std::string &pattern) {
+    const std::size_t lastStars = pattern.find_last_not_of('*') + 1;
+    std::vector<char> behind(text.size() + 1);
+    behind.back() = 1;
+    for (std::size_t p = pattern.size(); p-- > 0;) {
+        std::vector<char> matches(text.size() + 1);
+        matches.back() = p >= lastStars;
+        for (std::size_t t = text.size(); t-- > 0;) {
+            if (pattern[p] != '*') {
+                matches[t] = (pattern[p] == '?' || pattern[p] == text[t]) && behind[t + 1] != 0;
+            } else if (p + 1 == pattern.size()) {
+                matches[t] = 1;
+            } else {
+                matches[t] = matches[t + 1] != 0 || (pattern[p + 1] == text[t] && behind[t] != 0);
+            }
+        }
+        behind = matches;
+    }
+    return behind[0] != 0;
+}
+
+// What differs in front of the first star; behind it, the byte that is wanted there.
+int expectedResult(const std::string &text, const std::string &pattern, const SmallLetters &letters) {
+    const auto code = [](const std::string &string, std::size_t at) {
+        return at < string.size() ? static_cast<unsigned char>(string[at]) : static_cast<unsigned char>(0);
+    };
+    std::size_t at = 0;
+    for (; at < text.size() && code(pattern, at) != '*'; ++at) {
+        const std::size_t left = code(text, at);
+        const std::size_t right = code(pattern, at);
+        if (right != '?' && letters[left] != letters[right]) {
+            return letters[left] - letters[right];
+        }
+    }
+    if (matchesByTable(folded(text, letters), folded(pattern, letters))) {
+        return 0;
+    }
+    const std::size_t wanted = pattern.find_first_not_of('*', at);
+    return wanted == std::string::npos ? 0 : code(pattern, wanted);
+}
+
+// Text and pattern in front of unreadable pages, `distance` bytes from them, and behind the terminators what would
+// match.
+class Sides {
+public:
+    void expectAsModel(const std::string &text, const std::string &pattern, std::size_t textDistance = 0,
+                       std::size_t patternDistance = 0) {
+        const char *left = place(text_, text, textDistance);
+        const char *right = place(pattern_, pattern, patternDistance);
+        const auto where = [&] {
+            return testing::PrintToString(text) + " against " + testing::PrintToString(pattern) + ", " +
+                   std::to_string(textDistance) + " and " + std::to_string(patternDistance) + " bytes from the page";
+        };
+        const int exact = expectedResult(text, pattern, noLetters);
+        for (const Kernels &kernel : all_) {
+            ASSERT_EQ(kernel.match(left, right), exact) << kernel.name << ' ' << where();
+        }
+        for (const SmallLetters *letters : {&asciiLetters, &turkishLetters}) {
+            const int anyCase = expectedResult(text, pattern, *letters);
+            for (const Kernels &kernel : all_) {
+                ASSERT_EQ(kernel.matchInAnyCase(left, right, letters->data()), anyCase)
+                    << kernel.name << ' ' << where();
+            }
+        }
+    }
+
+private:
+    static const char *place(GuardPages &pages, const std::string &string, std::size_t distance) {
+        std::string bytes = string;
+        bytes.push_back(0);
+        for (std::size_t i = 0; i < distance; ++i) {
+            bytes.push_back(string.empty() ? 'a' : string[i % string.size()]);
+        }
+        return reinterpret_cast<const char *>(pages.atBack(bytes));
+    }
+
+    GuardPages text_{8192};
+    GuardPages pattern_{8192};
+    std::vector<Kernels> all_ = kernelsOfThisMachine();
+};
+
+std::vector<std::string> allStrings(const std::string &alphabet, std::size_t longest) {
+    std::vector<std::string> result{""};
+    for (std::size_t i = 0; i < result.size() && result[i].size() < longest; ++i) {
+        for (const char character : alphabet) {
+            result.push_back(result[i] + character);
+        }
+    }
+    return result;
+}
+
+TEST(WildcardKernels, EveryShortPair) {
+    Sides sides;
+    for (const std::string &text : allStrings("ab*?", 4)) {
+        for (const std::string &pattern : allStrings("ab*?", 4)) {
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, pattern, text.size() * 40 % 64, pattern.size()));
+        }
+    }
+    for (const std::string &text : allStrings("aAiI\xDD\xFD", 3)) {
+        for (const std::string &pattern : allStrings("aAI\xDD*?", 3)) {
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, pattern));
+        }
+    }
+}
+
+TEST(WildcardKernels, EveryPairOfBytes) {
+    Sides sides;
+    for (int a = 1; a < 256; ++a) {
+        for (int b = 1; b < 256; ++b) {
+            const std::string text = {'x', static_cast<char>(a), 'z'};
+            const std::string byte(1, static_cast<char>(b));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "x" + byte + "z"));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + byte + "*"));
+            if ((a - b) % 4 == 0) {
+                ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*x" + byte + "z"));
+            }
+        }
+    }
+}
+
+// The part lies at every place over three blocks, or breaks off with the text; texts and patterns end at every distance
+// from their pages' ends.
+TEST(WildcardKernels, EveryPlaceOfAPart) {
+    Sides sides;
+    for (const std::string part : {"q", "needle", "ne?dle", "a?", "n?????????????????e", "?aaaa"}) {
+        for (std::size_t before = 0; before < 200; ++before) {
+            std::string text = std::string(before, before % 3 == 0 ? 'n' : 'a') + part;
+            const std::size_t distance = before % 70;
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + part + "*", distance, distance / 2));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + part, distance, 64 - distance % 64));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + part + "e*"));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "?*" + part + "e", 1, distance));
+            text += std::string(before / 2, 'e');
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + part + "*e*", distance, 0));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + part, distance, 63));
+            text.back() = '\xE9';
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + part + "*\xC9", distance, 0));
+        }
+    }
+}
+
+TEST(WildcardKernels, EveryLengthOfHeadPartAndTail) {
+    Sides sides;
+    for (std::size_t length = 1; length < 200; length += 1 + length / 40) {
+        std::string word(length, 'a');
+        for (std::size_t i = 0; i < length; i += 7) {
+            word[i] = static_cast<char>('A' + i % 26);
+        }
+        const std::string text = "begin" + word + "end";
+        for (const std::size_t distance : {std::size_t{0}, length % 64}) {
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "begin" + word + "*", distance, distance));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "begin" + word + "end", distance, 0));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + word + "*", distance, 0));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + word + "end", 0, distance));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "b*" + word + "?nd", 0, distance));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + word + "begin", 0, distance));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text + text, "*" + word + "*" + word + "e*", distance, 0));
+        }
+    }
+}
+
+std::string drawn(Random &random, const std::string &alphabet, std::size_t length) {
+    std::string result(length, ' ');
+    for (char &byte : result) {
+        byte = alphabet[random.below(static_cast<std::uint32_t>(alphabet.size()))];
+    }
+    return result;
+}
+
+// Parts of two letters over the end of the first block, among many places that look like theirs.
+TEST(WildcardKernels, PartsOverTheEndOfABlock) {
+    Sides sides;
+    Random random(81);
+    for (int round = 0; round < 1'500; ++round) {
+        const std::string part = drawn(random, "ne", 2 + random.below(22));
+        const std::string text = drawn(random, "ne", 40 + random.below(26)) + part + drawn(random, "ne", 60);
+        ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + part + "*"));
+        ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*n*" + part + "*" + part));
+    }
+}
+
+// Texts of few letters, in which parts fit nearly everywhere.
+TEST(WildcardKernels, RandomPairs) {
+    Sides sides;
+    Random random(82);
+    const std::vector<std::string> alphabets = {"a", "ab", "aA", "abc*", "aA\xC1\xE1", "iI\xDD\xFD", "abcdefgh ?"};
+    for (int round = 0; round < 5'000; ++round) {
+        const std::string &alphabet = alphabets[random.below(static_cast<std::uint32_t>(alphabets.size()))];
+        const std::string text = drawn(random, alphabet, random.below(random.chance(70) ? 70 : 250));
+        std::string pattern;
+        for (std::uint32_t parts = random.below(6); parts > 0; --parts) {
+            const std::size_t from = random.below(static_cast<std::uint32_t>(text.size()) + 1);
+            pattern +=
+                random.chance(60) ? text.substr(from, random.below(90)) : drawn(random, alphabet, random.below(10));
+            for (char &byte : pattern) {
+                byte = random.chance(3) ? '?' : byte;
+            }
+            pattern += random.chance(90) ? "*" : random.chance(50) ? "**" : "";
+        }
+        ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, pattern, random.below(100), random.below(100)));
+    }
+}
+
+} // namespace
