@@ -62,7 +62,7 @@ public:
     // Steps over what two texts have side by side and is surely alike, as far as whole characters go.
     friend void passAlike(KeyReader &a, KeyReader &b, kernels::LesserDifferences &differences) {
         if (a.pending_ == 0 && b.pending_ == 0) {
-            const std::size_t passed = wholeCharacters(a.at_, kernels::alikeBytes(a.at_, b.at_, differences));
+            const std::size_t passed = wholeCharacters(a.at_, ZELK_CHOOSE((a.at_, b.at_, differences), alikeBytes));
             a.at_ += passed;
             b.at_ += passed;
         }
@@ -94,18 +94,21 @@ private:
     }
 }
 
-int compareKeys(std::uint32_t left, std::uint32_t right) {
+// The key of a character beyond ASCII of two bytes, which most letters are, or of one; 0 where it takes a longer look.
+inline std::uint32_t keyOfPair(const unsigned char *at) {
+    if (*at < 0x80) {
+        return tables::collationKeyOf(*at);
+    }
+    const bool isPair = *at >= 0xC2 && *at < 0xE0 && detail::isContinuation(at[1]);
+    return isPair ? tables::collationKeys[(*at & 0x1FU) << 6U | (at[1] & 0x3FU)] : 0;
+}
+
+// The answer where the next characters are letters and not the same; 0 where it takes a longer look.
+inline int compareLetters(const unsigned char *a, const unsigned char *b) {
+    const bool isAscii = (*a | *b) < 0x80;
+    const std::uint32_t left = isAscii ? tables::collationKeyOf(*a) : keyOfPair(a);
+    const std::uint32_t right = isAscii ? tables::collationKeyOf(*b) : keyOfPair(b);
     return left != 0 && right != 0 ? tables::mainOf(left) - tables::mainOf(right) : 0;
-}
-
-[[gnu::noinline]] int compareLettersBeyondAscii(const unsigned char *a, const unsigned char *b) {
-    return compareKeys(tables::collationKeyOf(decode(a)), tables::collationKeyOf(decode(b)));
-}
-
-// The answer where the first characters are letters and not the same; 0 where it takes a longer look.
-int compareLetters(const unsigned char *a, const unsigned char *b) {
-    return (*a | *b) < 0x80 ? compareKeys(tables::collationKeyOf(*a), tables::collationKeyOf(*b))
-                            : compareLettersBeyondAscii(a, b);
 }
 
 // As zelkCollate(), of texts that part behind so many equal bytes. Equal characters say the same, whatever expands
@@ -115,11 +118,6 @@ int compareBehind(const unsigned char *a, const unsigned char *b, std::size_t sh
     const std::size_t skipped = atCharacters ? shared : wholeCharacters(a, shared);
     const int letters = compareLetters(a + skipped, b + skipped);
     return letters != 0 ? letters : compareByKeys(a + skipped, b + skipped);
-}
-
-// As most texts of an unsorted list do: in the first letter.
-bool partAtOnce(const unsigned char *a, const unsigned char *b) {
-    return *a != *b || (*a >= 0x80 && a[1] != b[1]);
 }
 
 const unsigned char *bytesOf(const char *text) {
@@ -135,10 +133,10 @@ int zelkCollateCharsByMainKey(int /*selector*/, unsigned int a, unsigned int b) 
 int zelkCollate(int /*selector*/, const char *a, const char *b) {
     const unsigned char *const left = bytesOf(a);
     const unsigned char *const right = bytesOf(b);
-    if (partAtOnce(left, right)) {
+    if (*left != *right) [[unlikely]] { // as those of an unsorted list do: the others shall not pay for it
         if (const int letters = compareLetters(left, right); letters != 0) {
             return letters;
         }
     }
-    return kernels::compareBehindShared(left, right, compareBehind);
+    return ZELK_CHOOSE((left, right, compareBehind), compareBehindShared);
 }

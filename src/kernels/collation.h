@@ -2,6 +2,7 @@
 // stepped over in blocks.
 #pragma once
 
+#include "kernels/dispatch.h"
 #include "tables/collation.h"
 
 #include <cstddef>
@@ -26,13 +27,18 @@ private:
     int cases_ = 0;
 };
 
-// The result of compare(a, b, shared), where `shared` is the number of bytes that the texts have in common before they
-// part; 0 where they are the same to their ends.
 using CompareBehind = int(const unsigned char *a, const unsigned char *b, std::size_t shared);
-int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareBehind *compare);
 
-// How many bytes of the texts, terminators not counted, are the same or differing ASCII characters of one main key that
-// do not expand; the lesser differences among them are noted.
-std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences);
+ZELK_OF_EACH_SET(
+
+    // The result of compare(a, b, shared), where `shared` is the number of bytes that the texts have in common before
+    // they part; 0 where they are the same to their ends.
+    int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareBehind *compare);
+
+    // How many bytes of the texts, terminators not counted, are the same or differing ASCII characters of one main key
+    // that do not expand; the lesser differences among them are noted.
+    std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences);
+
+)
 
 } // namespace zelk::kernels

@@ -1,4 +1,4 @@
-// Texts side by side, a block of either at a time. Included by collation.cpp and its test alone.
+// Texts side by side, a block of either at a time. Included by collation.cpp alone.
 //
 // Where the texts end is known only when they are read: a block may reach behind a terminator, but never out of the
 // memory page in which it begins, just as the C library's own string functions read.
@@ -44,26 +44,30 @@ struct BlockPair {
     }
 };
 
-ZELK_STAGE ZELK_READS_WHOLE_PAGES std::size_t sharedBlocks(const unsigned char *a, const unsigned char *b) {
+ZELK_STAGE ZELK_READS_WHOLE_PAGES int compareBehindBlocks(const unsigned char *a, const unsigned char *b,
+                                                          CompareBehind *compare) {
     for (std::size_t shared = 0;;) {
         const BlockPair pair = BlockPair::at(a + shared, b + shared);
         const auto count = static_cast<std::size_t>(std::countr_one(pair.same()));
         shared += count;
         if (count < pair.count) {
-            return shared;
+            return a[shared] == b[shared] ? 0 : compare(a, b, shared);
         }
     }
 }
 
 // The first block decides most comparisons, and its page is seldom left.
-ZELK_STAGE ZELK_READS_WHOLE_PAGES int compareBehindShared(const unsigned char *a, const unsigned char *b,
-                                                          CompareBehind *compare) {
-    Mask same = ~Mask{0};
+ZELK_READS_WHOLE_PAGES int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareBehind *compare) {
     if (blockInPage(a) && blockInPage(b)) [[likely]] {
-        same = BlockPair{load(a), load(b), blockBytes}.same();
+        const Block left = load(a);
+        const Mask unequal = _mm512_cmpneq_epi8_mask(left, load(b));
+        const Mask stops = unequal | _mm512_testn_epi8_mask(left, left);
+        if (stops != 0) [[likely]] {
+            const bool same = (unequal & _blsi_u64(stops)) == 0;
+            return same ? 0 : compare(a, b, static_cast<std::size_t>(std::countr_zero(stops)));
+        }
     }
-    const std::size_t shared = same != ~Mask{0} ? static_cast<std::size_t>(std::countr_one(same)) : sharedBlocks(a, b);
-    return a[shared] == b[shared] ? 0 : compare(a, b, shared);
+    return compareBehindBlocks(a, b, compare);
 }
 
 ZELK_OPERATION void noteFirst(Mask places, const unsigned char *a, const unsigned char *b,
@@ -74,8 +78,8 @@ ZELK_OPERATION void noteFirst(Mask places, const unsigned char *a, const unsigne
     }
 }
 
-ZELK_STAGE ZELK_READS_WHOLE_PAGES std::size_t alikeBytes(const unsigned char *a, const unsigned char *b,
-                                                         LesserDifferences &differences) {
+ZELK_READS_WHOLE_PAGES std::size_t alikeBytes(const unsigned char *a, const unsigned char *b,
+                                              LesserDifferences &differences) {
     const tables::AsciiCollation &planes = tables::asciiCollation;
     for (std::size_t passed = 0;;) {
         const BlockPair pair = BlockPair::at(a + passed, b + passed);

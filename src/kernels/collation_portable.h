@@ -1,6 +1,6 @@
 // Shared bytes on every processor: memchr finds how far both texts reach and reads nothing behind a terminator; inside
 // that, eight bytes at a time. Characters of ASCII that are only alike are looked at one by one. Included by
-// collation.cpp and its test alone.
+// collation.cpp alone.
 #pragma once
 
 #include "kernels/collation.h"
@@ -56,12 +56,12 @@ inline std::size_t sharedBytes(const unsigned char *a, const unsigned char *b) {
     }
 }
 
-ZELK_STAGE int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareBehind *compare) {
+int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareBehind *compare) {
     const std::size_t shared = sharedBytes(a, b);
     return a[shared] == b[shared] ? 0 : compare(a, b, shared);
 }
 
-ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
+std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
     constexpr int promising = 4; // equal bytes in a row: many more may be
     int equal = 0;
     for (std::size_t passed = 0;; ++passed) {

@@ -14,7 +14,7 @@
 // ZELK_CHOOSE((arguments), function) calls the function of the chosen instruction set's namespace.
 #if defined(ZELK_HAS_AVX512_KERNELS)
 #define ZELK_CHOOSE(arguments, ...)                                                                                    \
-    (zelk::kernels::instructionSet() == zelk::kernels::InstructionSet::Avx512                                          \
+    (__builtin_expect(zelk::kernels::instructionSet() == zelk::kernels::InstructionSet::Avx512, 1)                     \
          ? zelk::kernels::avx512::__VA_ARGS__ arguments                                                                \
          : zelk::kernels::portable::__VA_ARGS__ arguments)
 #else

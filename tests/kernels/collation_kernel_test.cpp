@@ -1,10 +1,6 @@
 // The kernels of collation, each instruction set's own: against loops over single bytes, at every alignment, and with
 // both texts ending right in front of an unreadable page.
-#include "kernels/collation_portable.h"
-#include "kernels/dispatch.h"
-#if defined(ZELK_HAS_AVX512_KERNELS)
-#include "kernels/collation_avx512.h"
-#endif
+#include "kernels/collation.h"
 
 #include "helpers/guard_pages.h"
 #include "helpers/text.h"
