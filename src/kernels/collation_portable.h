@@ -56,7 +56,13 @@ inline std::size_t sharedBytes(const unsigned char *a, const unsigned char *b) {
     }
 }
 
+// Texts that are the same are many among those that begin alike, and the C library finds them fastest.
 int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareBehind *compare) {
+    const auto *const left = reinterpret_cast<const char *>(a);
+    const auto *const right = reinterpret_cast<const char *>(b);
+    if (*a == *b && std::strcmp(left, right) == 0) {
+        return 0;
+    }
     const std::size_t shared = sharedBytes(a, b);
     return a[shared] == b[shared] ? 0 : compare(a, b, shared);
 }
