@@ -36,10 +36,52 @@ struct Piece {
     std::uint8_t length;
 };
 
+// Where a bit leads inside a code: to another node, or to the row of a piece; 0 where no code goes on.
+using Branch = std::uint16_t;
+constexpr unsigned int atRow = 0x8000; // the row, from 1, stands below
+
 struct Node {
+    std::array<Branch, 2> branch; // by the next bit
+};
+
+// The code tree as the rows make it, for the compiler alone.
+struct TreeNode {
     std::array<std::uint16_t, 2> child; // by the next bit; 0 where no code goes on
     std::uint16_t row;                  // of the piece, from 1; 0 for a node that ends no code
+
+    constexpr bool branches() const { return child[0] != 0 || child[1] != 0; }
 };
+
+constexpr std::size_t enoughNodes = 1024;
+
+struct Tree {
+    std::array<TreeNode, enoughNodes> nodes{}; // the root first
+    std::size_t size = 1;
+
+    consteval std::size_t branchingNodes() const {
+        return static_cast<std::size_t>(
+            std::count_if(nodes.begin(), nodes.end(), [](const TreeNode &node) { return node.branches(); }));
+    }
+};
+
+// A node may both carry a piece and branch: one Malay code is the beginning of another.
+template <std::size_t Rows>
+consteval Tree treeOf(const Row (&rows)[Rows]) {
+    Tree tree;
+    std::uint16_t number = 0;
+    for (const Row &row : rows) {
+        std::size_t node = 0;
+        for (const char bit : row.code) {
+            std::uint16_t &child = tree.nodes[node].child[bit == '1' ? 1 : 0];
+            if (child == 0) {
+                child = static_cast<std::uint16_t>(tree.size++);
+            }
+            node = child;
+        }
+        tree.nodes[node].row = ++number;
+    }
+    return tree;
+}
 
 // A lookup by the next bits: the bits of the code in the low six bits, the row of its piece above them. 0 where the
 // tree must be asked: for longer codes, for escapes, and where one more bit may tell a longer code.
@@ -55,53 +97,66 @@ constexpr unsigned int usedMask = (1U << usedBits) - 1;
 template <std::size_t Rows, std::size_t Nodes>
 struct Code {
     std::array<Piece, Rows + 1> pieces{}; // by row; none is row 0
-    std::array<Node, Nodes> nodes{};      // the root first
+    std::array<Node, Nodes> nodes{};      // those that branch, the root first
+    std::size_t pieceNode = 0;            // the node that carries a piece although it branches, none is 0
+    std::uint16_t pieceRow = 0;           // its row
     std::array<Lookup, 1U << lookupBits> lookups{};
-    std::size_t size = 1;
 };
 
-constexpr Lookup lookUp(const Node *nodes, unsigned int bits) {
+constexpr Lookup lookUp(const Tree &tree, unsigned int bits) {
     std::size_t node = 0;
-    for (unsigned int used = 0; used < lookupBits; ++used) {
-        const std::size_t next = nodes[node].child[bits >> (lookupBits - 1 - used) & 1U];
+    unsigned int used = 0;
+    for (; used < lookupBits; ++used) {
+        const std::size_t next = tree.nodes[node].child[bits >> (lookupBits - 1 - used) & 1U];
         if (next == 0) {
-            return nodes[node].row == 0 ? Lookup{0} : static_cast<Lookup>(unsigned{nodes[node].row} << usedBits | used);
+            break;
         }
         node = next;
     }
-    const bool branches = nodes[node].child[0] != 0 || nodes[node].child[1] != 0;
-    return nodes[node].row == 0 || branches ? Lookup{0}
-                                            : static_cast<Lookup>(unsigned{nodes[node].row} << usedBits | lookupBits);
+    const bool open = used == lookupBits && tree.nodes[node].branches();
+    const unsigned int row = tree.nodes[node].row;
+    return row == 0 || open ? Lookup{0} : static_cast<Lookup>(row << usedBits | used);
 }
 
-// A node may both carry a piece and branch: one Malay code is the beginning of another.
 template <std::size_t Nodes, std::size_t Rows>
-consteval Code<Rows, Nodes> codeOf(const Row (&rows)[Rows]) {
+consteval Code<Rows, Nodes> codeOf(const Row (&rows)[Rows], const Tree &tree) {
     Code<Rows, Nodes> code;
-    std::uint16_t number = 0;
-    for (const Row &row : rows) {
-        std::size_t node = 0;
-        for (const char bit : row.code) {
-            std::uint16_t &child = code.nodes[node].child[bit == '1' ? 1 : 0];
-            if (child == 0) {
-                child = static_cast<std::uint16_t>(code.size++);
-            }
-            node = child;
+    for (std::size_t row = 0; row < Rows; ++row) {
+        const std::string_view piece = rows[row].piece;
+        std::copy(piece.begin(), piece.end(), code.pieces[row + 1].characters.begin());
+        code.pieces[row + 1].length = static_cast<std::uint8_t>(piece.size());
+    }
+    std::array<std::uint16_t, enoughNodes> number{}; // of the nodes that branch
+    std::uint16_t count = 0;
+    for (std::size_t node = 0; node < tree.size; ++node) {
+        number[node] = tree.nodes[node].branches() ? count++ : std::uint16_t{0};
+    }
+    for (std::size_t node = 0; node < tree.size; ++node) {
+        const TreeNode &from = tree.nodes[node];
+        for (std::size_t bit = 0; bit < 2 && from.branches(); ++bit) {
+            const TreeNode &to = tree.nodes[from.child[bit]];
+            code.nodes[number[node]].branch[bit] = from.child[bit] == 0 ? Branch{0}
+                                                   : to.branches()      ? number[from.child[bit]]
+                                                                        : static_cast<Branch>(atRow + to.row);
         }
-        Piece &piece = code.pieces[++number];
-        std::copy(row.piece.begin(), row.piece.end(), piece.characters.begin());
-        piece.length = static_cast<std::uint8_t>(row.piece.size());
-        code.nodes[node].row = number;
+        if (from.branches() && from.row != 0) {
+            if (code.pieceNode != 0) {
+                throw "more than one piece inside the code";
+            }
+            code.pieceNode = number[node];
+            code.pieceRow = from.row;
+        }
     }
     for (unsigned int bits = 0; bits < code.lookups.size(); ++bits) {
-        code.lookups[bits] = lookUp(code.nodes.data(), bits);
+        code.lookups[bits] = lookUp(tree, bits);
     }
     return code;
 }
 
-constexpr std::size_t enoughNodes = 1024;
-constexpr auto englishCode = codeOf<codeOf<enoughNodes>(englishRows).size>(englishRows);
-constexpr auto malayCode = codeOf<codeOf<enoughNodes>(malayRows).size>(malayRows);
+constexpr Tree englishTree = treeOf(englishRows);
+constexpr Tree malayTree = treeOf(malayRows);
+constexpr auto englishCode = codeOf<englishTree.branchingNodes()>(englishRows, englishTree);
+constexpr auto malayCode = codeOf<malayTree.branchingNodes()>(malayRows, malayTree);
 
 struct Figures {
     std::size_t entries;
@@ -114,8 +169,8 @@ struct Figures {
     constexpr bool operator==(const Figures &) const = default;
 };
 
-template <std::size_t Rows, std::size_t Nodes>
-consteval Figures figuresOf(const Row (&rows)[Rows], const Code<Rows, Nodes> &code) {
+template <std::size_t Rows>
+consteval Figures figuresOf(const Row (&rows)[Rows], const Tree &tree) {
     Figures figures{0, 12, 0, {}, 0, 0};
     for (const Row &row : rows) {
         figures.shortestCode = std::min(figures.shortestCode, row.code.size());
@@ -123,7 +178,7 @@ consteval Figures figuresOf(const Row (&rows)[Rows], const Code<Rows, Nodes> &co
         ++figures.pieces.at(row.piece.size() - 1);
         figures.sum += 1U << (12 - row.code.size());
     }
-    for (const Node &node : code.nodes) {
+    for (const TreeNode &node : tree.nodes) {
         if (node.row != 0) {
             ++figures.entries;
             figures.codesInCodes += (node.child[0] != 0 ? 1 : 0) + (node.child[1] != 0 ? 1 : 0);
@@ -132,8 +187,8 @@ consteval Figures figuresOf(const Row (&rows)[Rows], const Code<Rows, Nodes> &co
     return figures;
 }
 
-static_assert(figuresOf(englishRows, englishCode) == Figures{258, 4, 11, {93, 126, 20, 19}, 3968, 0});
-static_assert(figuresOf(malayRows, malayCode) == Figures{265, 4, 12, {93, 130, 21, 21}, 3833, 1});
+static_assert(figuresOf(englishRows, englishTree) == Figures{258, 4, 11, {93, 126, 20, 19}, 3968, 0});
+static_assert(figuresOf(malayRows, malayTree) == Figures{265, 4, 12, {93, 130, 21, 21}, 3833, 1});
 
 constexpr unsigned int malayTable = 6;
 constexpr unsigned int endPath = 0x7F; // a 1 bit that leads nowhere after this path ends the text
@@ -203,29 +258,39 @@ struct Tables {
     const Node *nodes;
     const Piece *pieces;
     const Lookup *lookups;
+    std::size_t pieceNode;
+    unsigned int pieceRow;
 };
 
 template <std::size_t Rows, std::size_t Nodes>
 constexpr Tables tablesOf(const Code<Rows, Nodes> &code) {
-    return {code.nodes.data(), code.pieces.data(), code.lookups.data()};
+    return {code.nodes.data(), code.pieces.data(), code.lookups.data(), code.pieceNode, code.pieceRow};
 }
 
 // One code by the exact rule, or one literal. False where the text ends.
 bool decodeOne(const Tables &tables, BitInput &bits, BoundedOutput &output) {
-    const Node *node = tables.nodes;
+    std::size_t node = 0;
+    unsigned int row = 0;
     unsigned int path = 0;
-    while (!bits.atEnd()) {
+    while (row == 0 && !bits.atEnd()) {
         const unsigned int bit = bits.peek();
-        if (node->child[bit] == 0) {
+        const unsigned int branch = tables.nodes[node].branch[bit];
+        if (branch == 0) {
             break;
         }
-        node = tables.nodes + node->child[bit];
+        if (branch >= atRow) {
+            row = branch - atRow;
+        } else {
+            node = branch;
+        }
         path = path << 1U | bit;
         bits.step();
     }
-    if (node->row != 0) {
-        // The bit that ended the walk has not been used: it is the first of the next code.
-        const Piece &piece = tables.pieces[node->row];
+    if (row == 0 && node == tables.pieceNode) {
+        row = tables.pieceRow; // the bit that ended the walk has not been used: it is the first of the next code
+    }
+    if (row != 0) {
+        const Piece &piece = tables.pieces[row];
         return output.append(piece.characters.data(), piece.length);
     }
     if (bits.atEnd() || (bits.peek() == 1 && path == endPath)) {
