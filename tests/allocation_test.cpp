@@ -186,6 +186,17 @@ TEST_F(Allocation, StringsCostTheirOwnBlockAndOneForALongText) {
     }
 }
 
+// The scratch of an escaped text is as long as its result and the terminator: up to 1 KiB of it costs nothing.
+TEST_F(Allocation, ScratchOfAKibibyteCostsNothing) {
+    for (const std::size_t length : {std::size_t{1022}, std::size_t{1023}, std::size_t{1024}}) {
+        const std::string text(length, 'x');
+        const AllocationWatch watch;
+        const std::string result = zelk::XmlConverter::xmlify(text);
+        AllocationWatch::stop();
+        EXPECT_EQ(AllocationWatch::requests() - ownBlocks(result), length < 1024 ? 0 : 1) << "length " << length;
+    }
+}
+
 TEST_F(Allocation, StringsAreTheAllocatorsExceptionWithoutMemory) {
     for (const std::size_t length : lengths) {
         const AnyText text(textOfLength(length));
