@@ -63,7 +63,7 @@ TESTS = [
     (r"teletext|page_table", ["teletext_test"]),
     (r"dvb_select", ["dvb_select_test"]),
     (r"dvb_prepare", ["dvb_prepare_test"]),
-    (r"zelkdvb_|trace", ["dvb_converter_test", "dvb_trace_test", "allocation_test"]),
+    (r"zelkdvb_|trace|detail/dvb_decode", ["dvb_decode_test", "dvb_converter_test", "dvb_trace_test", "allocation_test"]),
     (r"dvb", ["dvb_decode_test", "byte_sets_test", "dvb_select_test"]),
     (r"huffman_malaysia", ["huffman_malaysia_test"]),
     (r"huffman_stream", ["huffman_stream_test", "dvb_decode_test"]),
