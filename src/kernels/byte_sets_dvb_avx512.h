@@ -176,7 +176,7 @@ ZELK_OPERATION InTurn upperInTurn(const Registers &planes, const Utf8Composer &c
 inline constexpr Mask lastPlace = 1ULL << (blockBytes - 1);
 
 ZELK_OPERATION std::ptrdiff_t bytesInFront(const unsigned char *in) {
-    return whole - ((in[whole - 1] & 0xF0U) == 0xC0U ? 1 : 0);
+    return whole - (tables::dvbMarks.sets[tables::latinMarks].columnOf[in[whole - 1]] != 0 ? 1 : 0);
 }
 
 // Whole blocks up to one that is not plain. There is room for three bytes a character.
