@@ -17,6 +17,27 @@ namespace zelk::kernels::avx512 {
 
 using tables::BytePlanes;
 
+// Masks are combined and compared where they are: the way to an integer register and back is long.
+ZELK_OPERATION Mask either(Mask a, Mask b) {
+    return _kor_mask64(a, b);
+}
+
+ZELK_OPERATION Mask both(Mask a, Mask b) {
+    return _kand_mask64(a, b);
+}
+
+ZELK_OPERATION Mask butNot(Mask a, Mask b) {
+    return _kandn_mask64(b, a);
+}
+
+ZELK_OPERATION bool none(Mask mask) {
+    return _kortestz_mask64_u8(mask, mask) != 0;
+}
+
+ZELK_OPERATION bool same(Mask a, Mask b) {
+    return none(_kxor_mask64(a, b));
+}
+
 // What a text is converted up to.
 enum class UpTo { Zero, Control };
 
@@ -227,13 +248,11 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int blocksToUtf8(tables::ByteSet set,
     return static_cast<unsigned int>(out - begin);
 }
 
-// The stage of names: one block, which is all of the text and fits.
-ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
-                                                  const unsigned char *inEnd) {
+// The stages of names: one block, which is all of the text and fits; in most rooms two blocks would.
+
+ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int fittingNameToUtf8(tables::ByteSet set, char *out, char *outEnd,
+                                                                 const unsigned char *in, const unsigned char *inEnd) {
     const auto count = static_cast<std::size_t>(inEnd - in);
-    if (count > blockBytes || !blockInPage(in)) {
-        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
-    }
     const Mask bytes = firstBytes(count);
     const Block text = load(in, bytes);
     const Mask upper = highBits(text);
@@ -250,6 +269,38 @@ ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out
                !storePairs<false>(registersOf(planes.first, planes.last), out, text, bytes, upper)) {
         return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
     }
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
+}
+
+ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
+                                                  const unsigned char *inEnd) {
+    const auto count = static_cast<std::size_t>(inEnd - in);
+    if (count > blockBytes || !blockInPage(in)) {
+        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+    }
+    if (outEnd - out <= 2 * whole) {
+        return fittingNameToUtf8(set, out, outEnd, in, inEnd);
+    }
+    const Mask bytes = firstBytes(count);
+    const Block text = load(in, bytes);
+    const Mask upper = highBits(text);
+    if (none(upper)) {
+        if (!same(nonZero(text), bytes)) {
+            return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+        }
+        store(out, text);
+        out[count] = 0;
+        return static_cast<unsigned int>(count);
+    }
+    const BytePlanes &planes = tables::planesOf(set);
+    const Registers registers = registersOf(planes.first, planes.last);
+    const Block last = lookOrKeep(registers.last, text, upper);
+    if (!same(nonZero(last), bytes)) {
+        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+    }
+    storeInTurn<true>(registers.order, out, lookOrZero(registers.first, text, upper), last, bytes, upper);
+    const std::size_t written = count + countOf(upper);
     out[written] = 0;
     return static_cast<unsigned int>(written);
 }

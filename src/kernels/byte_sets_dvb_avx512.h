@@ -50,27 +50,6 @@ ZELK_OPERATION Block everyByteOf() {
     return block;
 }
 
-// Masks are combined and compared where they are: the way to an integer register and back is long.
-ZELK_OPERATION Mask either(Mask a, Mask b) {
-    return _kor_mask64(a, b);
-}
-
-ZELK_OPERATION Mask both(Mask a, Mask b) {
-    return _kand_mask64(a, b);
-}
-
-ZELK_OPERATION Mask butNot(Mask a, Mask b) {
-    return _kandn_mask64(b, a);
-}
-
-ZELK_OPERATION bool none(Mask mask) {
-    return _kortestz_mask64_u8(mask, mask) != 0;
-}
-
-ZELK_OPERATION bool same(Mask a, Mask b) {
-    return none(_kxor_mask64(a, b));
-}
-
 // 0x20 to 0x7E are themselves in every table. Moved up by one they are, as signed numbers, those above 0x20.
 struct Graphic {
     Block one;
