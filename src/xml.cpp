@@ -22,9 +22,7 @@ std::size_t boundOf(int inLength) {
     return inLength < 0 ? static_cast<std::size_t>(PTRDIFF_MAX) : static_cast<std::size_t>(inLength);
 }
 
-unsigned int escape(char *out, int outSize, const char *in, int inLength) {
-    const std::size_t length = boundOf(inLength);
-    const auto room = static_cast<std::size_t>(outSize) - 1;
+unsigned int escape(const char *in, std::size_t length, char *out, std::size_t room) {
     auto [read, written] = kernels::escapeXml(in, length, out, room);
     for (; read != length && in[read] != 0 && written != room; ++read) {
         const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(in[read])];
@@ -70,9 +68,7 @@ const tables::XmlEntity *entityNamed(const char *name, std::size_t length) {
     return nullptr;
 }
 
-unsigned int unescape(char *out, int outSize, const char *in, int inLength) {
-    const std::size_t length = boundOf(inLength);
-    const auto room = static_cast<std::size_t>(outSize) - 1;
+unsigned int unescape(const char *in, std::size_t length, char *out, std::size_t room) {
     std::size_t read = 0;
     std::size_t written = 0;
     for (;;) {
@@ -99,10 +95,17 @@ unsigned int unescape(char *out, int outSize, const char *in, int inLength) {
     return static_cast<unsigned int>(written);
 }
 
-using Conversion = unsigned int(char *out, int outSize, const char *in, int inLength);
+unsigned int escapeText(const char *in, std::size_t length, char *out, std::size_t room) {
+    return kernels::escapeShortXml(in, length, out, room, escape);
+}
+
+unsigned int unescapeText(const char *in, std::size_t length, char *out, std::size_t room) {
+    return kernels::unescapeShortXml(in, length, out, room, unescape);
+}
 
 // What both directions refuse in the same way.
-unsigned int convert(Conversion conversion, char *out, int outSize, const char *in, int inLength) {
+template <kernels::XmlConversion conversion>
+unsigned int convert(char *out, int outSize, const char *in, int inLength) {
     if (outSize < 1) {
         return 0;
     }
@@ -110,8 +113,10 @@ unsigned int convert(Conversion conversion, char *out, int outSize, const char *
         *out = 0;
         return 0;
     }
-    return conversion(out, outSize, in, inLength);
+    return conversion(in, boundOf(inLength), out, static_cast<std::size_t>(outSize) - 1);
 }
+
+using Conversion = unsigned int(char *out, int outSize, const char *in, int inLength);
 
 std::string convertedString(Conversion conversion, std::size_t needed, const char *in, int inLength) {
     const std::size_t size = std::min<std::size_t>(needed, INT_MAX - 1) + 1;
@@ -143,11 +148,11 @@ unsigned int zelk_xmlifiedLength(const char *in, int inLen) {
 }
 
 unsigned int zelk_xmlify(char *out, int outSize, const char *in, int inLen) {
-    return detail::convert(detail::escape, out, outSize, in, inLen);
+    return detail::convert<detail::escapeText>(out, outSize, in, inLen);
 }
 
 unsigned int zelk_unxml(char *out, int outSize, const char *in, int inLen) {
-    return detail::convert(detail::unescape, out, outSize, in, inLen);
+    return detail::convert<detail::unescapeText>(out, outSize, in, inLen);
 }
 
 CharPacket *zelkXmlify(const char *in, int inLen) {

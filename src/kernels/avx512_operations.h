@@ -3,6 +3,7 @@
 // result is written, not even for a moment.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <immintrin.h>
@@ -153,6 +154,25 @@ ZELK_OPERATION Block look16(Block table, Block nibbles) {
 
 ZELK_OPERATION Block highNibbles(Block block, Block lowNibble) {
     return _mm512_and_si512(_mm512_srli_epi16(block, 4), lowNibble);
+}
+
+// 0, factor, 2 * factor and so on, modulo 256.
+template <std::size_t factor>
+ZELK_OPERATION Block multiples() {
+    static constexpr auto bytes = [] {
+        std::array<std::uint8_t, blockBytes> result{};
+        for (std::size_t i = 0; i < blockBytes; ++i) {
+            result[i] = static_cast<std::uint8_t>(i * factor);
+        }
+        return result;
+    }();
+    return load(bytes.data());
+}
+
+// The bytes of a block from a place on, and behind them its front again.
+ZELK_OPERATION Block startingAt(Block block, std::size_t place) {
+    const Block places = _mm512_add_epi8(multiples<1>(), _mm512_set1_epi8(static_cast<char>(place)));
+    return _mm512_permutexvar_epi8(places, block);
 }
 
 // Reorders the eight quarter-lanes of a block so that pairs come out in text order.

@@ -15,7 +15,6 @@
 #include "kernels/wildcard.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 
 ZELK_AVX512_BEGIN
@@ -65,25 +64,6 @@ ZELK_OPERATION Mask zeros(Block block) {
 ZELK_OPERATION Mask specials(Block bytes) {
     const Block table = nibbleTable(_mm_setr_epi8(0, -1, -1, -1, -1, -1, -1, -1, -1, -1, '*', -1, -1, -1, -1, '?'));
     return equal(look16(table, bytes), bytes);
-}
-
-// 0, factor, 2 * factor and so on, modulo 256.
-template <std::size_t factor>
-ZELK_OPERATION Block multiples() {
-    static constexpr auto bytes = [] {
-        std::array<std::uint8_t, blockBytes> result{};
-        for (std::size_t i = 0; i < blockBytes; ++i) {
-            result[i] = static_cast<std::uint8_t>(i * factor);
-        }
-        return result;
-    }();
-    return load(bytes.data());
-}
-
-// The bytes of a block from a place on, and behind them its front again.
-ZELK_OPERATION Block from(Block block, std::size_t place) {
-    const Block places = _mm512_add_epi8(multiples<1>(), _mm512_set1_epi8(static_cast<char>(place)));
-    return _mm512_permutexvar_epi8(places, block);
 }
 
 ZELK_OPERATION Block everyOf(Block block, std::size_t place) {
@@ -188,7 +168,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION const Byte *behindPart(const Byte *const t
             return text;
         }
         const Block folded = Rule::fold(rule, block);
-        const Mask found = _mm512_mask_cmpeq_epi8_mask(equal(folded, first), from(folded, reach), last);
+        const Mask found = _mm512_mask_cmpeq_epi8_mask(equal(folded, first), startingAt(folded, reach), last);
         std::size_t step = blockBytes;
         for (Mask marks = _kor_mask64(found, ends); marks != 0; marks &= marks - 1) {
             const std::size_t place = firstOf(marks);
@@ -199,7 +179,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION const Byte *behindPart(const Byte *const t
                 step = std::min(place + reach, blockBytes);
                 break;
             }
-            if (fits(part, from(folded, place))) {
+            if (fits(part, startingAt(folded, place))) {
                 const bool allLiterals = part.literals == firstBytes(part.size);
                 const bool isInText = allLiterals || (ends & firstBytes(place + part.size)) == 0;
                 return isInText ? at + place + part.size : nullptr;

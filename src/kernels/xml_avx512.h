@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <climits>
 #include <cstring>
 
 ZELK_AVX512_BEGIN
@@ -49,22 +50,35 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t storeEscaped(char *out, char c
     return entry >> 56U;
 }
 
+// Stores what a block holds from a place on. `freely` says that there is room for a whole block more, so that anything
+// may be written behind the result.
+template <bool freely>
+ZELK_OPERATION void storeFrom(char *out, const TextBlock &block, std::size_t place) {
+    if (freely) {
+        store(out, startingAt(block.bytes, place));
+    } else if (place != block.count) { // an empty store may be slow
+        store(out, firstBytes(block.count - place), startingAt(block.bytes, place));
+    }
+}
+
+// More special characters in a block than these are replaced one by one with all that is between them.
+inline constexpr std::size_t mostInRuns = 16;
+
 // A special character now and then: the run up to it is stored with what follows, which the next store overwrites.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeRuns(const char *text, std::size_t count, Mask special,
+template <bool freely>
+ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special,
                                                              char *out) {
     std::size_t read = 0;
     std::size_t written = 0;
-    for (;; special &= special - 1) {
-        const Mask rest = firstBytes(count - read);
-        store(out + written, rest, load(text + read, rest));
-        if (special == 0) {
-            return written + count - read;
-        }
+    for (; special != 0; special &= special - 1) {
+        storeFrom<freely>(out + written, block, read);
         const auto place = static_cast<std::size_t>(std::countr_zero(special));
         written += place - read;
         written += storeEscaped(out + written, text[place]);
         read = place + 1;
     }
+    storeFrom<freely>(out + written, block, read);
+    return written + block.count - read;
 }
 
 // Special characters all over: each character by its entry, without a branch.
@@ -81,36 +95,67 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeEach(const char *text, s
 ZELK_READS_WHOLE_PAGES ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special,
                                                        char *out, std::size_t room, Progress &done) {
     const std::size_t places = countOf(special);
-    if (room - done.written < block.count + places * tables::longestXmlEntity + sizeof(tables::XmlCharacter)) {
+    const std::size_t needed = block.count + places * tables::longestXmlEntity;
+    if (room - done.written < needed + sizeof(tables::XmlCharacter)) {
         return false;
     }
-    done.written += 4 * places <= block.count ? escapeRuns(text + done.read, block.count, special, out + done.written)
-                                              : escapeEach(text + done.read, block.count, out + done.written);
+    text += done.read;
+    out += done.written;
+    if (places > mostInRuns) {
+        done.written += escapeEach(text, block.count, out);
+    } else if (room - done.written >= needed + blockBytes) {
+        done.written += escapeRuns<true>(text, block, special, out);
+    } else {
+        done.written += escapeRuns<false>(text, block, special, out);
+    }
     done.read += block.count;
     return true;
+}
+
+ZELK_OPERATION void add(Progress &done, const Progress &more) {
+    done.read += more.read;
+    done.written += more.written;
+}
+
+// Whole blocks with special characters here and there, without a wait for where the text might end in them.
+ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress escapeBlocks(const char *text, std::size_t length, char *out,
+                                                        std::size_t room) {
+    constexpr std::size_t roomOfBlock = 2 * blockBytes + mostInRuns * tables::longestXmlEntity;
+    const std::size_t readable = std::min(length, bytesInPage(text));
+    if (readable < blockBytes || room < roomOfBlock) {
+        return {};
+    }
+    const char *at = text;
+    const char *const lastAt = text + readable - blockBytes;
+    char *to = out;
+    char *const lastTo = out + room - roomOfBlock;
+    do {
+        const Block bytes = load(at);
+        const Mask special = specials(bytes);
+        if (special == 0) {
+            store(to, bytes);
+            to += blockBytes;
+        } else if (_mm512_testn_epi8_mask(bytes, bytes) != 0 || countOf(special) > mostInRuns) {
+            break;
+        } else {
+            to += escapeRuns<true>(at, {bytes, blockBytes, blockBytes}, special, to);
+        }
+        at += blockBytes;
+    } while (at <= lastAt && to <= lastTo);
+    return {static_cast<std::size_t>(at - text), static_cast<std::size_t>(to - out)};
 }
 
 ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress escapeXml(const char *text, std::size_t length, char *out,
                                                      std::size_t room) {
     Progress done;
     for (;;) {
-        // Whole blocks go by without a wait for where the text might end in them.
-        while (length - done.read >= blockBytes && room - done.written >= blockBytes && blockInPage(text + done.read)) {
-            const TextBlock block = {load(text + done.read), blockBytes, blockBytes};
-            const Mask special = specials(block.bytes);
-            if (special == 0) {
-                store(out + done.written, block.bytes);
-                done.written += blockBytes;
-                done.read += blockBytes;
-            } else if (_mm512_testn_epi8_mask(block.bytes, block.bytes) != 0 ||
-                       !escapeBlock(text, block, special, out, room, done)) {
-                break;
-            }
+        add(done, escapeBlocks(text + done.read, length - done.read, out + done.written, room - done.written));
+        if (done.read == length) {
+            return done;
         }
         const TextBlock block = textBlock(text + done.read, length - done.read);
         const Mask special = specials(block.bytes) & firstBytes(block.count);
-        if (!escapeBlock(text, block, special, out, room, done) || block.count < block.readable ||
-            done.read == length) {
+        if (!escapeBlock(text, block, special, out, room, done) || block.count < block.readable) {
             return done;
         }
     }
@@ -159,82 +204,229 @@ ZELK_OPERATION Block bySecond(Block second, char p, char t, char u, char m) {
     return look16(nibbleTable(_mm_setr_epi8(p, -1, -1, -1, t, u, -1, -1, -1, -1, -1, -1, -1, m, -1, -1)), second);
 }
 
-ZELK_OPERATION Mask same(Mask among, Block a, Block b) {
-    return _mm512_mask_cmpeq_epi8_mask(among, a, b);
+// The differences noted so far and those between a and b.
+ZELK_OPERATION Block orDifferent(Block differences, Block a, Block b) {
+    return _mm512_ternarylogic_epi64(differences, a, b, 0xF6); // differences | (a ^ b)
 }
 
+// Whole entities are found by what differs from the one that the second letter tells. They end at the next ';': adding
+// their '&' to what is no ';' carries through the name.
 ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references) {
     const Block first = ahead<1>(bytes);
     const Block second = ahead<2>(bytes);
-    const Mask known = same(references & firstBytes(entityStarts), second, bySecond(second, 'p', 't', 'u', 'm'));
-    const Mask named = same(known, ahead<3>(bytes), bySecond(second, 'o', ';', 'o', 'p'));
-    const Mask begun = same(named, first, bySecond(second, 'a', 'l', 'q', 'a'));
-    const Mask longer = same(begun, ahead<4>(bytes), bySecond(second, 's', -1, 't', ';'));
-    const Mask less = same(begun, second, everyByte('t'));
-    const Mask greater = same(same(named, second, everyByte('t')), first, everyByte('g'));
-    const Mask ampersand = same(longer, second, everyByte('m'));
-    const Mask five = same(longer & ~ampersand, ahead<5>(bytes), everyByte(';'));
-    const Mask four = ampersand | five;
-    const Mask three = less | greater | four;
-    const Block meant = bySecond(second, '\'', '<', '"', '&');
-    return {_mm512_mask_mov_epi8(_mm512_mask_mov_epi8(bytes, three, meant), greater, everyByte('>')),
-            three << 1U | three << 2U | three << 3U | four << 4U | five << 5U, references & ~three};
+    const Mask g = _mm512_cmpeq_epi8_mask(first, everyByte('g'));
+    const Block gAsL = _mm512_mask_mov_epi8(first, g, everyByte('l'));
+    Block different = _mm512_xor_si512(second, bySecond(second, 'p', 't', 'u', 'm'));
+    different = orDifferent(different, gAsL, bySecond(second, 'a', 'l', 'q', 'a'));
+    different = orDifferent(different, ahead<3>(bytes), bySecond(second, 'o', ';', 'o', 'p'));
+    const Block fourth = _mm512_or_si512(ahead<4>(bytes), bySecond(second, 0, -1, 0, 0));
+    different = orDifferent(different, fourth, bySecond(second, 's', -1, 't', ';'));
+    const Block fifth = _mm512_or_si512(ahead<5>(bytes), bySecond(second, 0, -1, 0, -1));
+    different = orDifferent(different, fifth, bySecond(second, ';', -1, ';', -1));
+    const Mask entities = _mm512_testn_epi8_mask(different, different) & references & firstBytes(entityStarts);
+    const Block meant = _mm512_mask_mov_epi8(bySecond(second, '\'', '<', '"', '&'), g, everyByte('>'));
+    const Mask inNames = ~_mm512_cmpeq_epi8_mask(bytes, everyByte(';'));
+    return {_mm512_mask_mov_epi8(bytes, entities, meant), ((inNames + entities) ^ inNames) & ~entities,
+            references & ~entities};
 }
 
-// Whole blocks, in steps that leave room for the longest name: a reference is looked at where all of it is in the
-// block, and what its name covers of the next block is carried there. So no step waits for the last one's result.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION void unescapeBlocks(const char *text, std::size_t length, char *out,
-                                                          std::size_t room, Progress &done) {
-    constexpr std::size_t stride = entityStarts;
-    Mask carried = 0;
-    while (length - done.read >= blockBytes && room - done.written >= blockBytes && blockInPage(text + done.read)) {
-        const Block bytes = load(text + done.read);
-        const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte('&')) & firstBytes(stride);
-        if (_mm512_testn_epi8_mask(bytes, bytes) != 0) {
-            break;
+// The entity that eight bytes begin with; null for none.
+ZELK_OPERATION const tables::XmlReference *referenceIn(std::uint64_t eight) {
+    const tables::XmlReference &reference =
+        tables::xmlReferences[tables::xmlReferenceIndex(eight >> 8U & 0xFFU, eight >> 16U & 0xFFU)];
+    std::uint64_t text = 0;
+    std::uint64_t mask = 0;
+    std::memcpy(&text, reference.text, sizeof text);
+    std::memcpy(&mask, reference.mask, sizeof mask);
+    return (eight & mask) == text ? &reference : nullptr;
+}
+
+ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::uint64_t eightBytesAt(const char *text) {
+    std::uint64_t eight = 0;
+    std::memcpy(&eight, text, sizeof eight);
+    return eight;
+}
+
+// How far a block is unescaped: where its text goes on, behind the last reference and perhaps behind the block, and
+// whether what follows there is a reference that is no whole entity.
+struct UnescapedRuns {
+    Progress done;
+    bool stopped;
+};
+
+// References now and then: the run up to one is stored with what follows, which the next store overwrites. Eight bytes
+// behind the block may be read.
+ZELK_READS_WHOLE_PAGES ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask references,
+                                                                 char *out) {
+    Progress done;
+    for (; references != 0; references &= references - 1) {
+        const auto place = static_cast<std::size_t>(std::countr_zero(references));
+        store(out + done.written, startingAt(bytes, done.read));
+        done.written += place - done.read;
+        const tables::XmlReference *reference = referenceIn(eightBytesAt(text + place));
+        if (reference == nullptr) {
+            return {{place, done.written}, true};
         }
-        if ((references | carried) == 0) {
-            store(out + done.written, bytes);
-            done.written += stride;
-        } else {
-            const Unescaped block = unescaped(bytes, references);
-            if (block.others != 0) {
+        out[done.written++] = reference->character;
+        done.read = place + reference->length;
+    }
+    return {done, false};
+}
+
+// More references in a block than these are replaced all at once.
+inline constexpr std::size_t mostReferencesInRuns = 3;
+
+// Where an unescaper stands, and how far it may go by whole blocks.
+struct Unescaper {
+    const char *at;
+    char *to;
+    const char *lastAt; // where a block may begin that is read with the eight bytes behind it
+    char *lastTo;       // where two blocks may be written
+
+    // A block with few references; false in front of one that is no whole entity.
+    ZELK_READS_WHOLE_PAGES ZELK_OPERATION bool byRuns(Unescaper &self, Block bytes, Mask references) {
+        const UnescapedRuns runs = unescapeRuns(self.at, bytes, references, self.to);
+        self.to += runs.done.written;
+        if (runs.stopped || runs.done.read > blockBytes) {
+            self.at += runs.done.read;
+            return !runs.stopped;
+        }
+        store(self.to, startingAt(bytes, runs.done.read));
+        self.to += blockBytes - runs.done.read;
+        self.at += blockBytes; // known before the lengths of the references are
+        return true;
+    }
+
+    // Whole blocks. Where references are many, in steps that leave room for the longest name: a reference is looked at
+    // where all of it is in the block, and what its name covers of the next block is carried there. So no step waits
+    // for the last one's result.
+    ZELK_READS_WHOLE_PAGES ZELK_OPERATION void byBlocks(Unescaper &self) {
+        constexpr std::size_t stride = entityStarts;
+        Mask carried = 0;
+        while (self.at <= self.lastAt && self.to <= self.lastTo) {
+            const Block bytes = load(self.at);
+            const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte('&'));
+            if (_mm512_testn_epi8_mask(bytes, bytes) != 0) {
                 break;
             }
-            done.written +=
-                storeKept<true>(out + done.written, firstBytes(stride) & ~block.names & ~carried, block.bytes);
-            carried = block.names >> stride;
+            if ((references | carried) == 0) {
+                store(self.to, bytes);
+                self.at += blockBytes;
+                self.to += blockBytes;
+            } else if (carried == 0 && countOf(references) <= mostReferencesInRuns) {
+                if (!byRuns(self, bytes, references)) {
+                    break;
+                }
+            } else {
+                const Unescaped block = unescaped(bytes, references & firstBytes(stride));
+                if (block.others != 0) {
+                    break;
+                }
+                self.to += storeKept<true>(self.to, firstBytes(stride) & ~block.names & ~carried, block.bytes);
+                self.at += stride;
+                carried = block.names >> stride;
+            }
         }
-        done.read += stride;
+        self.at += countOf(carried);
     }
-    done.read += countOf(carried);
+};
+
+// The last block of a text, or of what of it lies in a page: as far as its references are whole entities.
+ZELK_READS_WHOLE_PAGES ZELK_OPERATION Progress unescapeLast(const TextBlock &block, Mask references, char *out) {
+    if (block.count == 0) {
+        return {}; // an empty store may be slow
+    }
+    if (references == 0) {
+        store(out, firstBytes(block.count), block.bytes);
+        return {block.count, block.count};
+    }
+    const Unescaped result = unescaped(block.bytes, references);
+    const std::size_t end = std::min(block.count, static_cast<std::size_t>(std::countr_zero(result.others)));
+    return {end, end == 0 ? 0 : storeKept<false>(out, firstBytes(end) & ~result.names, result.bytes)};
 }
 
 ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress unescapeXml(const char *text, std::size_t length, char *out,
                                                        std::size_t room) {
-    Progress done;
+    Unescaper self = {text, out, text, out};
+    char *const outEnd = out + room;
     for (;;) {
-        unescapeBlocks(text, length, out, room, done);
-        const TextBlock block = textBlock(text + done.read, length - done.read);
-        if (room - done.written < block.count) {
-            return done;
+        std::size_t left = length - static_cast<std::size_t>(self.at - text);
+        const std::size_t readable = std::min(left, bytesInPage(self.at));
+        if (readable >= blockBytes + sizeof(std::uint64_t) &&
+            static_cast<std::size_t>(outEnd - self.to) >= 2 * blockBytes) {
+            self.lastAt = self.at + readable - blockBytes - sizeof(std::uint64_t);
+            self.lastTo = outEnd - 2 * blockBytes;
+            Unescaper::byBlocks(self);
+            left = length - static_cast<std::size_t>(self.at - text);
         }
-        const Mask present = firstBytes(block.count);
-        const Mask references = _mm512_cmpeq_epi8_mask(block.bytes, everyByte('&'));
-        std::size_t count = block.count;
-        if (references == 0) {
-            store(out + done.written, present, block.bytes);
-            done.written += count;
-        } else {
-            const Unescaped result = unescaped(block.bytes, references);
-            count = std::min(count, static_cast<std::size_t>(std::countr_zero(result.others)));
-            done.written += storeKept<false>(out + done.written, firstBytes(count) & ~result.names, result.bytes);
+        const TextBlock block = textBlock(self.at, left);
+        Progress last;
+        if (static_cast<std::size_t>(outEnd - self.to) >= block.count) {
+            const Mask references = _mm512_cmpeq_epi8_mask(block.bytes, everyByte('&')) & firstBytes(block.count);
+            last = unescapeLast(block, references, self.to);
         }
-        done.read += count;
-        if (count == 0 || block.count < block.readable || done.read == length) {
-            return done;
+        self.at += last.read;
+        self.to += last.written;
+        if (last.read == 0 || block.count < block.readable || last.read == left) {
+            return {static_cast<std::size_t>(self.at - text), static_cast<std::size_t>(self.to - out)};
         }
     }
+}
+
+// Texts whose count is known to go over a block are no short ones.
+ZELK_OPERATION bool mayBeShort(std::size_t length) {
+    return length <= blockBytes || length > INT_MAX;
+}
+
+ZELK_OPERATION bool endsIn(const TextBlock &block, std::size_t length) {
+    return block.count < block.readable || block.count == length;
+}
+
+// A text that ends in its first block, in one go.
+ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int escapeShortXml(const char *text, std::size_t length, char *out,
+                                                              std::size_t room, XmlConversion *otherwise) {
+    if (!mayBeShort(length)) {
+        return otherwise(text, length, out, room);
+    }
+    const TextBlock block = textBlock(text, length);
+    const Mask special = specials(block.bytes) & firstBytes(block.count);
+    if (!endsIn(block, length) || room < block.count + countOf(special) * tables::longestXmlEntity + blockBytes) {
+        return otherwise(text, length, out, room);
+    }
+    const std::size_t written = escapeRuns<true>(text, block, special, out);
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
+}
+
+// A text without references keeps what it needs in few registers; with them, a stage of its own goes on.
+ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortReferences(Block bytes, std::size_t count, const char *text,
+                                                                       std::size_t length, char *out, std::size_t room,
+                                                                       XmlConversion *otherwise) {
+    const Mask present = firstBytes(count);
+    const Unescaped result = unescaped(bytes, _mm512_cmpeq_epi8_mask(bytes, everyByte('&')) & present);
+    if (result.others != 0) {
+        return otherwise(text, length, out, room);
+    }
+    const std::size_t written = storeKept<true>(out, present & ~result.names, result.bytes);
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
+}
+
+ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortXml(const char *text, std::size_t length, char *out,
+                                                                std::size_t room, XmlConversion *otherwise) {
+    if (!mayBeShort(length) || room < blockBytes) {
+        return otherwise(text, length, out, room);
+    }
+    const TextBlock block = textBlock(text, length);
+    if (!endsIn(block, length)) {
+        return otherwise(text, length, out, room);
+    }
+    if ((_mm512_cmpeq_epi8_mask(block.bytes, everyByte('&')) & firstBytes(block.count)) != 0) {
+        return unescapeShortReferences(block.bytes, block.count, text, length, out, room, otherwise);
+    }
+    store(out, block.bytes);
+    out[block.count] = 0;
+    return static_cast<unsigned int>(block.count);
 }
 
 } // namespace zelk::kernels::avx512

@@ -45,6 +45,17 @@ inline std::size_t lengthInWindow(const char *text, std::size_t left) {
     return strnlen(text, std::min(left, window));
 }
 
+// Short texts have no way of their own.
+ZELK_STAGE unsigned int escapeShortXml(const char *text, std::size_t length, char *out, std::size_t room,
+                                       XmlConversion *otherwise) {
+    return otherwise(text, length, out, room);
+}
+
+ZELK_STAGE unsigned int unescapeShortXml(const char *text, std::size_t length, char *out, std::size_t room,
+                                         XmlConversion *otherwise) {
+    return otherwise(text, length, out, room);
+}
+
 inline const tables::XmlCharacter &escaped(char character) {
     return tables::xmlCharacters[static_cast<unsigned char>(character)];
 }

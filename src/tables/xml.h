@@ -46,6 +46,43 @@ static_assert(std::ranges::all_of(xmlEntities, [](const XmlEntity &entity) {
     return entity.text[entity.length - 1] == ';' && entity.text[entity.length] == 0;
 }));
 
+// The one entity that eight bytes may begin with, by the sum of the two letters behind its '&'. It is there where the
+// bytes under the mask are its text; entries without an entity fit nothing.
+struct XmlReference {
+    char text[8];
+    std::uint8_t mask[8];
+    char character;
+    std::uint8_t length;
+};
+
+constexpr std::size_t xmlReferenceIndex(unsigned int firstLetter, unsigned int secondLetter) {
+    return (firstLetter + secondLetter) % 16;
+}
+
+inline constexpr std::array<XmlReference, 16> xmlReferences = [] {
+    std::array<XmlReference, 16> references{};
+    for (XmlReference &reference : references) {
+        reference.text[0] = '&';
+    }
+    for (const XmlEntity &entity : xmlEntities) {
+        const auto letter = [&](std::size_t at) { return static_cast<unsigned char>(entity.text[at]); };
+        XmlReference &reference = references[xmlReferenceIndex(letter(1), letter(2))];
+        std::copy_n(entity.text, entity.length, reference.text);
+        std::fill_n(reference.mask, entity.length, std::uint8_t{0xFF});
+        reference.character = entity.character;
+        reference.length = entity.length;
+    }
+    return references;
+}();
+
+static_assert(std::ranges::all_of(xmlEntities,
+                                  [](const XmlEntity &entity) {
+                                      return std::ranges::any_of(xmlReferences, [&](const XmlReference &reference) {
+                                          return reference.character == entity.character;
+                                      });
+                                  }),
+              "each entity has an index of its own");
+
 // What stands for each character: itself or its entity. Eight bytes an entry, to be loaded and stored at once.
 struct XmlCharacter {
     char text[7];

@@ -26,14 +26,18 @@ struct Kernels {
     Progress (*escape)(const char *, std::size_t, char *, std::size_t);
     Progress (*unescape)(const char *, std::size_t, char *, std::size_t);
     std::uint64_t (*escapedLength)(const char *, std::size_t);
+    decltype(&kernels::portable::escapeShortXml) escapeShort;
+    decltype(&kernels::portable::unescapeShortXml) unescapeShort;
 };
 
 std::vector<Kernels> kernelsOfThisMachine() {
     using namespace kernels;
-    std::vector<Kernels> all{{"portable", portable::escapeXml, portable::unescapeXml, portable::escapedXmlLength}};
+    std::vector<Kernels> all{{"portable", portable::escapeXml, portable::unescapeXml, portable::escapedXmlLength,
+                              portable::escapeShortXml, portable::unescapeShortXml}};
 #if defined(ZELK_HAS_AVX512_KERNELS)
     if (instructionSet() == InstructionSet::Avx512) {
-        all.push_back({"avx512", avx512::escapeXml, avx512::unescapeXml, avx512::escapedXmlLength});
+        all.push_back({"avx512", avx512::escapeXml, avx512::unescapeXml, avx512::escapedXmlLength,
+                       avx512::escapeShortXml, avx512::unescapeShortXml});
     }
 #endif
     return all;
@@ -92,6 +96,12 @@ std::string unescaped(const std::string &text) {
     return result;
 }
 
+// Stands for the conversion that goes on where a text is not for the short way.
+constexpr unsigned int leftToOthers = UINT_MAX;
+unsigned int otherwise(const char * /*text*/, std::size_t /*length*/, char * /*out*/, std::size_t /*room*/) {
+    return leftToOthers;
+}
+
 class Places {
 public:
     // The text right in front of an unreadable page: counted, or ended by its zero byte, then perhaps `behind` bytes.
@@ -104,7 +114,7 @@ public:
         const auto *const in = reinterpret_cast<const char *>(in_.atBack(bytes));
         const std::size_t limit = behind > 0 ? static_cast<std::size_t>(PTRDIFF_MAX) : text.size();
         auto *const out = reinterpret_cast<char *>(out_.back(room));
-        const std::size_t ample = 6 * text.size() + 128;
+        const std::size_t ample = 6 * text.size() + 256;
         const std::size_t odd = firstOddReference(text);
         for (const Kernels &kernel : all_) {
             const auto where = [&] { return testing::PrintToString(text) + " in " + std::to_string(room); };
@@ -124,10 +134,31 @@ public:
             if (room >= ample) {
                 ASSERT_TRUE(back.read == odd || text[back.read] == '&') << kernel.name << where();
             }
+            if (room > 0) {
+                expectShort(kernel, text, in, limit, room);
+            }
         }
     }
 
 private:
+    // All of the text, or nothing that counts.
+    void expectShort(const Kernels &kernel, const std::string &text, const char *in, std::size_t limit,
+                     std::size_t room) {
+        auto *const out = reinterpret_cast<char *>(out_.back(room));
+        const bool isShort = text.size() < 59 && room > 1000 && std::string(kernel.name) != "portable";
+        const unsigned int written = kernel.escapeShort(in, limit, out, room - 1, otherwise);
+        if (written != leftToOthers || isShort) {
+            ASSERT_LT(written, room) << kernel.name << ' ' << testing::PrintToString(text);
+            ASSERT_EQ(std::string(out, written + 1), escaped(text) + '\0') << kernel.name;
+        }
+        const unsigned int back = kernel.unescapeShort(in, limit, out, room - 1, otherwise);
+        if (back != leftToOthers || (isShort && firstOddReference(text) == text.size())) {
+            ASSERT_LT(back, room) << kernel.name << ' ' << testing::PrintToString(text);
+            ASSERT_EQ(firstOddReference(text), text.size()) << kernel.name;
+            ASSERT_EQ(std::string(out, back + 1), unescaped(text) + '\0') << kernel.name;
+        }
+    }
+
     GuardPages in_{16384};
     GuardPages out_{65536};
     std::vector<Kernels> all_ = kernelsOfThisMachine();
@@ -204,6 +235,24 @@ TEST(XmlKernels, RandomTextsInEveryRoom) {
             places.expectAsModel(text, room, random.below(100));
         }
         places.expectAsModel(text, 10'000, random.below(100));
+    }
+}
+
+// Texts over several pages, with something special at every distance, at times much of it.
+TEST(XmlKernels, RandomLongTexts) {
+    const std::vector<std::string> pieces = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;", "<", "'", "\"", "&#x41;"};
+    Places places;
+    Random random(712);
+    for (int round = 0; round < 150; ++round) {
+        const auto kinds = 5 + random.below(static_cast<std::uint32_t>(pieces.size()) - 4);
+        const std::uint32_t longestRun = 1 + random.below(200);
+        std::string text;
+        while (text.size() < 6'000) {
+            text += std::string(random.below(longestRun), 'x') + pieces[random.below(kinds)];
+        }
+        for (const std::size_t room : {std::size_t{60'000}, std::size_t{3'000} + random.below(4'000)}) {
+            places.expectAsModel(text, room, random.below(100));
+        }
     }
 }
 
