@@ -138,8 +138,8 @@ const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned i
 
 // Arabic text has none: the loop is for what wears the Greek marks on purpose.
 const unsigned char *findGreekMark(const unsigned char *at, const unsigned char *end) {
-    const auto &columns = tables::dvbMarks.sets[tables::greekMarks].columnOf;
-    return std::find_if(at, end, [&columns](unsigned char byte) { return columns[byte] != 0; });
+    return std::find_if(
+        at, end, [](unsigned char byte) { return tables::dvbMarks.sets[tables::greekMarks].columnOf[byte] != 0; });
 }
 
 // The kernels take the stretches of plain characters; what stops them is decoded by the rule. They read no further than

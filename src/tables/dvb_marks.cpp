@@ -265,7 +265,7 @@ constexpr unsigned int found(unsigned int mark, unsigned int letter) {
     const auto &characters = (letter & 0x20U) == 0 ? markPlanes.capitals : markPlanes.smalls;
     const unsigned int code = characters[(markPlanes.rows[mark & 0x3FU] + letter) % 128];
     const unsigned int page = code >> 2U;
-    return markPlanes.highs[page] << 8U | markPlanes.lows[page] | (code & 0x3FU);
+    return static_cast<unsigned int>(markPlanes.highs[page]) << 8U | markPlanes.lows[page] | (code & 0x3FU);
 }
 
 // Of all pairs, those in the planes; none if one is wrong there.

@@ -99,7 +99,7 @@ public:
         auto *const units = reinterpret_cast<unsigned short *>(out_.back(2 * static_cast<std::size_t>(room)));
         const auto convert = marked ? kernels_.markedToUcs2 : kernels_.cleanToUcs2;
         const unsigned int count = convert(units, room, in, length, row, flags);
-        const std::size_t fits = std::min(characters.size(), static_cast<std::size_t>(room - 1));
+        const auto fits = static_cast<std::ptrdiff_t>(std::min(characters.size(), static_cast<std::size_t>(room - 1)));
         ASSERT_EQ(Characters(units, units + count), Characters(characters.begin(), characters.begin() + fits))
             << kernels_.name << ", table " << table << ", room " << room;
         ASSERT_EQ(units[count], 0);
