@@ -387,71 +387,95 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     return others == 0 && bytes < fitting && bytes >= 2 ? decodeLong<clean>(text, length, out, room, done) : done;
 }
 
-// ---- Checking and measuring
+// ---- Checking, and copying what was checked
+
+// What becomes of the bytes that are well-formed so far: nothing.
+struct NoCopy {
+    ZELK_OPERATION void block(const NoCopy & /*copy*/, std::size_t /*at*/, Block /*bytes*/) {}
+    ZELK_OPERATION void part(const NoCopy & /*copy*/, std::size_t /*at*/, std::size_t /*count*/, Block /*bytes*/) {}
+    ZELK_OPERATION void text(const NoCopy & /*copy*/, std::size_t /*at*/, const unsigned char * /*from*/,
+                             std::size_t /*count*/) {}
+};
+
+// Or a copy of them, with that of up to two bytes of a sequence that does not end.
+struct CopyTo {
+    char *out;
+
+    ZELK_OPERATION void block(const CopyTo &copy, std::size_t at, Block bytes) { store(copy.out + at, bytes); }
+    ZELK_OPERATION void part(const CopyTo &copy, std::size_t at, std::size_t count, Block bytes) {
+        if (count != 0) { // an empty store may be slow
+            store(copy.out + at, firstBytes(count), bytes);
+        }
+    }
+    ZELK_OPERATION void text(const CopyTo &copy, std::size_t at, const unsigned char *from, std::size_t count) {
+        std::memcpy(copy.out + at, from, count);
+    }
+};
 
 // Up to 64 bytes; false at the end.
-template <Clean clean>
-ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std::size_t &read) {
+template <Clean clean, class Copy>
+ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std::size_t &read, const Copy &copy) {
     const std::size_t bytes = readableBytes(text + read, std::min(length - read, blockBytes));
     const Utf8Block block = utf8PartAt(text, read, firstBytes(bytes));
     const Mask wrong = (wrongBytes(block, utf8Constants<clean>()) | lastCharacters(block)) & firstBytes(bytes);
-    if (wrong != 0) [[unlikely]] {
-        read += firstOf(wrong);
-        return false;
-    }
-    read += bytes;
-    return bytes == blockBytes && read < length;
+    const std::size_t right = std::min(bytes, firstOf(wrong));
+    Copy::part(copy, read, right, block.text);
+    read += right;
+    return right == blockBytes && read < length;
 }
 
-template <Clean clean>
-ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read) {
+template <Clean clean, class Copy>
+ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read, Copy copy) {
     const Utf8Constants constants = utf8Constants<clean>();
     for (std::size_t blocks = 0; blocks != 0 || (blocks = readableBlocks(text + read, length - read)) != 0; --blocks) {
         const Utf8Block block = utf8BlockAt(text + read);
         if (_kor_mask64(wrongBytes(block, constants), lastCharacters(block)) != 0) {
             break;
         }
+        Copy::block(copy, read, block.text);
         read += blockBytes;
     }
     return read;
 }
 
-template <Clean clean>
-ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, std::size_t read) {
+template <Clean clean, class Copy>
+ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, std::size_t read, Copy copy) {
     const std::size_t line = read + bytesToLine(text + read, length - read);
     if (line != read) {
-        checkPart<clean>(text, line, read);
+        checkPart<clean>(text, line, read, copy);
     }
     if (read != line) {
         return read - unfinishedBytes(text, read);
     }
     do {
         if (unfinishedBytes(text, read) == 0) {
-            read += asciiBlocks(text + read, length - read, everyByte(leastByte(clean)));
+            const std::size_t ascii = asciiBlocks(text + read, length - read, everyByte(leastByte(clean)));
+            Copy::text(copy, read, text + read, ascii);
+            read += ascii;
         }
         if (mayRead(text + read, length - read, blockBytes)) {
-            read = checkBlocks<clean>(text, length, read);
+            read = checkBlocks<clean>(text, length, read, copy);
         }
-    } while (read < length && checkPart<clean>(text, length, read));
+    } while (read < length && checkPart<clean>(text, length, read, copy));
     return read - unfinishedBytes(text, read);
 }
 
-template <Clean clean>
-ZELK_STAGE std::size_t checkFurther(const unsigned char *text, std::size_t length, std::size_t read) {
+template <Clean clean, class Copy>
+ZELK_STAGE std::size_t checkFurther(const unsigned char *text, std::size_t length, std::size_t read, Copy copy) {
     if (length < longText) {
-        read = checkBlocks<clean>(text, length, read);
-        if (read == length || !checkPart<clean>(text, length, read)) {
+        read = checkBlocks<clean>(text, length, read, copy);
+        if (read == length || !checkPart<clean>(text, length, read, copy)) {
             return read - unfinishedBytes(text, read);
         }
     }
-    return checkLong<clean>(text, length, read);
+    return checkLong<clean>(text, length, read, copy);
 }
 
-template <Clean clean>
-ZELK_STAGE std::size_t checkAny(const unsigned char *text, std::size_t length) {
+template <Clean clean, class Copy>
+ZELK_STAGE std::size_t checkAny(const unsigned char *text, std::size_t length, Copy copy) {
     std::size_t read = 0;
-    const bool going = checkPart<clean>(text, length, read);
-    return going ? checkFurther<clean>(text, length, read) : read - unfinishedBytes(text, read);
+    const bool going = checkPart<clean>(text, length, read, copy);
+    return going ? checkFurther<clean>(text, length, read, copy) : read - unfinishedBytes(text, read);
 }
 
 template <Clean clean>
@@ -461,18 +485,16 @@ ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t len
     const Mask others = otherThanAscii(block, everyByte(leastByte(clean))) & firstBytes(bytes);
     if (others != 0) {
         const std::size_t plain = firstOf(others);
-        return text[plain] < 0x80 ? plain : checkAny<clean>(text, length);
+        return text[plain] < 0x80 ? plain : checkAny<clean>(text, length, NoCopy());
     }
-    return bytes == blockBytes && bytes < length ? checkLong<clean>(text, length, bytes) : bytes;
+    return bytes == blockBytes && bytes < length ? checkLong<clean>(text, length, bytes, NoCopy()) : bytes;
 }
 
 // Names are checked and copied here at once.
 template <Clean clean>
 ZELK_STAGE std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t length, char *out) {
     if (length - 1 >= blockBytes || length > bytesInPage(text)) {
-        const std::size_t bytes = wellFormedUtf8<clean>(text, length);
-        std::memcpy(out, text, bytes);
-        return bytes;
+        return length == 0 ? 0 : checkAny<clean>(text, length, CopyTo{out});
     }
     const Mask all = firstBytes(length);
     const Block block = loadText(text, all);
@@ -489,6 +511,8 @@ ZELK_STAGE std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t
     store(out, firstBytes(bytes), block);
     return bytes;
 }
+
+// ---- Measuring
 
 // The bytes that are no steps of their own: a continuation byte behind a lead, or behind a lead of three and another
 // continuation byte, be the text well-formed or not. Everything is worked out in bit 7 of each byte.
