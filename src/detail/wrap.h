@@ -5,7 +5,6 @@
 #include "zelk.h"
 
 #include <cstddef>
-#include <memory>
 #include <string>
 
 namespace zelk::detail {
@@ -24,20 +23,21 @@ Packet *filledPacket(Packet *packet, Fill fill) {
     return packet;
 }
 
+// As filledString() below, of a fill that is called with `context`: one function for all.
+template <class Unit>
+using FillScratch = std::size_t(const void *context, Unit *buffer);
+template <class Unit>
+std::string filledBy(std::size_t size, std::size_t extraBytes, FillScratch<Unit> *fill, const void *context);
+
 // The text that fill(buffer) leaves in a scratch buffer of `size` units, as bytes: the units it counts and `extraBytes`
 // of the terminator after them. A scratch of up to 1 KiB lives on the stack, so that a short text costs no allocation
 // but the string's own; above it array new is used, whose exceptions reach the caller.
 template <class Unit, class Fill>
-std::string filledString(std::size_t size, std::size_t extraBytes, Fill fill) {
-    constexpr std::size_t stackUnits = 1024 / sizeof(Unit);
-    Unit onStack[stackUnits];
-    std::unique_ptr<Unit[]> onHeap;
-    if (size > stackUnits) {
-        onHeap.reset(new Unit[size]);
-    }
-    Unit *buffer = onHeap ? onHeap.get() : onStack;
-    const std::size_t count = fill(buffer);
-    return std::string(reinterpret_cast<const char *>(buffer), count * sizeof(Unit) + extraBytes);
+std::string filledString(std::size_t size, std::size_t extraBytes, const Fill &fill) {
+    const auto call = [](const void *context, Unit *buffer) -> std::size_t {
+        return (*static_cast<const Fill *>(context))(buffer);
+    };
+    return filledBy<Unit>(size, extraBytes, call, &fill);
 }
 
 } // namespace zelk::detail
