@@ -19,17 +19,15 @@ unsigned int tableFor(int codePage, unsigned int identifier) {
     if (identifier == tables::windowsUnknownIdentifier) {
         return tables::windowsAsciiTable;
     }
-    for (const tables::WindowsTable &row : tables::windowsTables) {
-        if (row.identifier == identifier) {
-            return row.table;
-        }
+    const auto &[byCodePage, byIdentifier] = tables::windowsTableNumbers;
+    if (identifier < byIdentifier.size() && byIdentifier[identifier] != tables::windowsAsciiTable) {
+        return byIdentifier[identifier];
     }
-    for (const tables::WindowsTable &row : tables::windowsTables) {
-        if (row.codePage == codePage) {
-            return row.table;
-        }
+    if (codePage == tables::windowsNoCodePage) {
+        return tables::windowsNoTable;
     }
-    return codePage == tables::windowsNoCodePage ? tables::windowsNoTable : tables::windowsAsciiTable;
+    const auto place = static_cast<unsigned int>(codePage) - tables::firstWindowsCodePage;
+    return place < byCodePage.size() ? byCodePage[place] : tables::windowsAsciiTable;
 }
 
 tables::ByteSet setFor(int codePage, unsigned int identifier) {

@@ -35,6 +35,23 @@ inline constexpr std::array<WindowsTable, 6> windowsTables = {{
     {186, 1257, 6}, // Baltic
 }};
 
+inline constexpr int firstWindowsCodePage = 1250;
+
+// The rows by either number; windowsAsciiTable where there is none.
+struct WindowsTableNumbers {
+    std::array<std::uint8_t, 8> byCodePage; // from the first on
+    std::array<std::uint8_t, 256> byIdentifier;
+};
+
+inline constexpr WindowsTableNumbers windowsTableNumbers = [] {
+    WindowsTableNumbers numbers{};
+    for (const WindowsTable &row : windowsTables) {
+        numbers.byCodePage[row.codePage - firstWindowsCodePage] = row.table;
+        numbers.byIdentifier[row.identifier] = row.table;
+    }
+    return numbers;
+}();
+
 // Identifiers that name no table of their own: the symbol fonts', and one that callers use for "unknown". With those of
 // ANSI (0), OEM (255) and all others the code page decides.
 inline constexpr unsigned int windowsSymbolIdentifier = 2;
