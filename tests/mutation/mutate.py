@@ -166,13 +166,17 @@ class Tree:
 
     def __init__(self, root: Path, work: Path):
         self.source, self.build = work / "tree", work / "build"
-        if self.source.exists():
-            shutil.rmtree(self.source)
-        files = subprocess.run(["git", "ls-files", "-z"], cwd=root, check=True, capture_output=True, text=True).stdout
-        for name in filter(None, files.split("\0")):
-            target = self.source / name
-            target.parent.mkdir(parents=True, exist_ok=True)
-            shutil.copy2(root / name, target)  # with its time, so that a second run builds little
+        listed = subprocess.run(["git", "ls-files", "-z"], cwd=root, check=True, capture_output=True, text=True).stdout
+        names = set(filter(None, listed.split("\0")))
+        for name in names:
+            source, target = root / name, self.source / name
+            # A file that an interrupted run left mutated is written anew, so that the build sees it change.
+            if not target.exists() or target.read_bytes() != source.read_bytes():
+                target.parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy(source, target)
+        for old in [path for path in self.source.glob("**/*") if path.is_file()]:
+            if str(old.relative_to(self.source)) not in names:
+                old.unlink()
         subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
                         "-DCMAKE_CXX_FLAGS=-O1", "-DZELK_BUILD_TOOLS=OFF", "-DZELK_WERROR=OFF"],
                        check=True, stdout=subprocess.DEVNULL)
