@@ -108,7 +108,9 @@ std::string utf8String(const CountedText &text, Convert convert) {
         return {};
     }
     const int bound = maxUtf8Length(text.bytes, text.used);
+    // GCOVR_EXCL_BR_START: the largest bound takes a text of 700 MB
     const int size = text.used < text.length && bound < INT_MAX ? bound + 1 : bound;
+    // GCOVR_EXCL_BR_STOP
     return filledString<char>(static_cast<std::size_t>(std::max(size, 1)), 0,
                               [&](char *buffer) { return convert(buffer, size, text.bytes, text.length); });
 }
