@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <unicode/coll.h>
+#include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
 #include <unicode/uscript.h>
 
@@ -168,6 +169,25 @@ TEST(CollationOrder, Cyrillic) {
                                {"letters of neighbouring languages are variants", u"ІіЇїЈјЉљЊњ", 28},
                                {"old letters stand behind Ya, or are variants", u"ѠѡѼѽѾѿѺѻѸѹ", 184},
                            }});
+}
+
+// Signs that are letters in another form, such as the script capital R, stand where the Unicode Character Database says
+// whose form they are.
+TEST(CollationOrder, SignsStandWithTheirLetters) {
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2 *const forms = icu::Normalizer2::getNFKDInstance(status);
+    ASSERT_TRUE(U_SUCCESS(status));
+    int signs = 0;
+    for (UChar32 sign = 0x2000; sign <= 0x215E; ++sign) {
+        const icu::UnicodeString form = forms->normalize(icu::UnicodeString(sign), status);
+        const UChar32 letter = form.char32At(0);
+        const bool isForm = form.countChar32() == 1 && letter != sign && u_isalpha(letter) != 0;
+        if (isForm && compare(sign, beyondTable) != 0 && compare(letter, beyondTable) != 0) {
+            EXPECT_EQ(compare(sign, letter), 0) << utf8(sign) << " and " << utf8(letter);
+            ++signs;
+        }
+    }
+    EXPECT_EQ(signs, 53);
 }
 
 } // namespace
