@@ -190,4 +190,23 @@ TEST(CollationOrder, SignsStandWithTheirLetters) {
     EXPECT_EQ(signs, 53);
 }
 
+// Currency signs stand with the first letter of the currency, by the name of the character: LIRA SIGN, NEW SHEQEL SIGN.
+TEST(CollationOrder, CurrencySignsStandWithTheirCurrencies) {
+    constexpr UChar32 livreTournois = 0x20B6;
+    int signs = 0;
+    for (UChar32 sign = 0x20A0; sign <= 0x20CF; ++sign) {
+        UErrorCode status = U_ZERO_ERROR;
+        char buffer[128] = {};
+        u_charName(sign, U_UNICODE_CHAR_NAME, buffer, sizeof buffer, &status);
+        const std::string_view name = buffer;
+        if (name.size() > 5 && name.substr(name.size() - 5) == " SIGN" && compare(sign, beyondTable) != 0) {
+            const std::string_view currency = name.substr(0, name.size() - 5);
+            const char first = sign == livreTournois ? 'L' : currency[currency.rfind(' ') + 1];
+            EXPECT_EQ(compare(sign, first), 0) << name;
+            ++signs;
+        }
+    }
+    EXPECT_EQ(signs, 32);
+}
+
 } // namespace
