@@ -123,8 +123,7 @@ const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned i
     const unsigned int byte = *at++;
     const Role role = rolesOf(table.set)[byte];
     if (role == Role::Mark && table.marks != tables::noMarks) {
-        const auto marks = static_cast<unsigned int>(table.marks);
-        if (const unsigned int composed = composeIn(tables::dvbMarks, marks, *at, byte); composed != 0) {
+        if (const unsigned int composed = composeIn(tables::dvbMarks, table.marks, *at, byte); composed != 0) {
             if (at != end) {
                 sink.put(composed);
                 ++at;
@@ -216,8 +215,8 @@ unsigned int decodeTable(typename Sink::Unit *out, int outSize, const unsigned c
 }
 
 template <class Unit>
-ZELK_STAGE unsigned int decodeTerminated(Unit *out, int outSize, const unsigned char *at, tables::DvbTable table,
-                                         unsigned int flags) {
+[[gnu::noinline]] unsigned int decodeTerminated(Unit *out, int outSize, const unsigned char *at, tables::DvbTable table,
+                                                unsigned int flags) {
     return decodeCounted(out, outSize, at, byteCount(at, -1), table, flags);
 }
 
@@ -253,8 +252,8 @@ unsigned int finished(Unit *out, std::size_t written) {
 
 // High byte first. A zero unit ends the text where there is no count; an odd last byte is no unit.
 template <class Sink>
-ZELK_STAGE unsigned int restOfTwoByte(typename Sink::Unit *out, int outSize, Body text, unsigned int left,
-                                      unsigned int flags, kernels::Progress done) {
+[[gnu::noinline]] unsigned int restOfTwoByte(typename Sink::Unit *out, int outSize, Body text, unsigned int left,
+                                             unsigned int flags, kernels::Progress done) {
     Sink sink(out, outSize);
     HighByteFirst at(text.bytes);
     for (;;) {
@@ -277,7 +276,7 @@ ZELK_STAGE unsigned int restOfTwoByte(typename Sink::Unit *out, int outSize, Bod
 }
 
 template <class Sink>
-ZELK_STAGE unsigned int decodeTwoByte(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
+[[gnu::noinline]] unsigned int decodeTwoByte(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
     const unsigned int units = text.left < 0 ? unbounded : static_cast<unsigned int>(text.left) / 2;
     if (units == 0 || outSize < 2) {
         return finished(out, 0);
@@ -293,8 +292,8 @@ constexpr unsigned int laterUnit(unsigned int units) {
 }
 
 template <class Sink>
-ZELK_STAGE unsigned int restOfUtf8(typename Sink::Unit *out, int outSize, const unsigned char *at,
-                                   const unsigned char *end, unsigned int flags, kernels::Progress done) {
+[[gnu::noinline]] unsigned int restOfUtf8(typename Sink::Unit *out, int outSize, const unsigned char *at,
+                                          const unsigned char *end, unsigned int flags, kernels::Progress done) {
     Sink sink(out, outSize);
     Utf8DecoderState state;
     utf8StreamReset(state);
@@ -315,7 +314,7 @@ ZELK_STAGE unsigned int restOfUtf8(typename Sink::Unit *out, int outSize, const 
 }
 
 template <class Sink>
-ZELK_STAGE unsigned int decodeUtf8(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
+[[gnu::noinline]] unsigned int decodeUtf8(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
     const auto length = static_cast<std::size_t>(byteCount(text.bytes, text.left));
     if (length == 0 || outSize < 2) {
         return finished(out, 0);
@@ -442,7 +441,7 @@ using Way = void (*)(Sink &, Body, unsigned int);
 
 // The ways are functions of their own, so that the registers that one saves do not burden the others.
 template <class Sink, auto way>
-ZELK_STAGE unsigned int decodeBy(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
+[[gnu::noinline]] unsigned int decodeBy(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
     Sink sink(out, outSize);
     way(sink, text, flags);
     return sink.finish();
@@ -493,8 +492,9 @@ template <class Sink>
 }
 
 template <class Sink>
-ZELK_STAGE unsigned int decodeSelected(dvbCharSet_t charSet, typename Sink::Unit *out, int outSize, const char *in,
-                                       int inLen, DvbCode_t defaultCode, int defaultExtra, unsigned int flags) {
+[[gnu::noinline]] unsigned int decodeSelected(dvbCharSet_t charSet, typename Sink::Unit *out, int outSize,
+                                              const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra,
+                                              unsigned int flags) {
     return decode<Sink>(open(charSet, in, inLen, defaultCode, defaultExtra), out, outSize, flags);
 }
 
@@ -619,7 +619,8 @@ unsigned short zelkCombineCharWithDiacriticalMark(int set, unsigned int base, un
 }
 
 int combiningMapDvb(unsigned int table) {
-    return table < tables::dvbTableCount ? tables::dvbTables[table].marks : tables::noMarks;
+    const std::uint8_t marks = table < tables::dvbTableCount ? tables::dvbTables[table].marks : tables::noMarks;
+    return marks == tables::noMarks ? -1 : marks;
 }
 
 unsigned int zelk_dvb8ToUnicode(dvbCharSet_t charSet, unsigned short *out, int outSize, const char *in, int inLen,

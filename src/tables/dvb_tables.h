@@ -11,13 +11,13 @@ namespace zelk::tables {
 
 inline constexpr unsigned int dvbTableCount = 19;
 
-inline constexpr std::int8_t noMarks = -1;
-inline constexpr std::int8_t latinMarks = 0; // the sets of marks of dvb_marks.h
-inline constexpr std::int8_t greekMarks = 1;
+inline constexpr std::uint8_t latinMarks = 0; // the sets of marks of dvb_marks.h
+inline constexpr std::uint8_t greekMarks = 1;
+inline constexpr std::uint8_t noMarks = 0xFF;
 
 struct DvbTable {
     ByteSet set;
-    std::int8_t marks;
+    std::uint8_t marks;
 };
 
 // Kept on purpose: the Greek marks belong to table 7, which is Arabic, and tables 16 and 18 lose letters to marks.
