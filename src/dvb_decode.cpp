@@ -122,30 +122,34 @@ const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned i
                                   const unsigned char *end) {
     const unsigned int byte = *at++;
     const Role role = rolesOf(table.set)[byte];
-    if (role == Role::Mark && table.marks != tables::noMarks) {
-        if (const unsigned int composed = composeIn(tables::dvbMarks, table.marks, *at, byte); composed != 0) {
-            if (at != end) {
-                sink.put(composed);
-                ++at;
-            }
-            return at;
-        }
+    const bool maybeMark = role == Role::Mark && table.marks != tables::noMarks;
+    unsigned int character = maybeMark ? composeIn(tables::dvbMarks, table.marks, *at, byte) : 0U;
+    if (character == 0) {
+        character = byRole(role, byte, tables::codePointsOf(table.set)[byte], flags);
+    } else if (at != end) {
+        ++at;
+    } else {
+        return at;
     }
-    putUnlessDropped(sink, byRole(role, byte, tables::codePointsOf(table.set)[byte], flags));
+    putUnlessDropped(sink, character);
     return at;
 }
 
-// Arabic text has none: the loop is for what wears the Greek marks on purpose.
-const unsigned char *findGreekMark(const unsigned char *at, const unsigned char *end) {
-    return std::find_if(
-        at, end, [](unsigned char byte) { return tables::dvbMarks.sets[tables::greekMarks].columnOf[byte] != 0; });
+// Arabic text has no marks: what wears the Greek ones does so on purpose. Controls end the search, as they end a
+// stretch.
+[[gnu::noinline]] const unsigned char *findGreekMark(const unsigned char *at, const unsigned char *end) {
+    const auto &columns = tables::dvbMarks.sets[tables::greekMarks].columnOf;
+    while (at != end && (*at & 0x60U) != 0 && columns[*at] == 0) {
+        ++at;
+    }
+    return at;
 }
 
 // The kernels take the stretches of plain characters; what stops them is decoded by the rule. They read no further than
 // the rule would: of the text that is left, as many bytes as surely fit.
 
-kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end,
-                          unsigned short *out, int room) {
+[[gnu::noinline]] kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end,
+                                            unsigned short *out, int room) {
     const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, room - 1);
     if (table.marks == tables::latinMarks) {
         return ZELK_CHOOSE((table.set, out, at, fitting), markedByteSetToUcs2);
@@ -155,8 +159,8 @@ kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const
     return {done, done};
 }
 
-kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end, char *out,
-                          int room) {
+[[gnu::noinline]] kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end,
+                                            char *out, int room) {
     constexpr int longestSequence = 3; // bytes of UTF-8 a character
     const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, (room - 1) / longestSequence);
     if (table.marks == tables::latinMarks) {
@@ -452,8 +456,7 @@ constexpr bool isTable(DvbCode_t code) {
 }
 
 template <class Sink>
-[[gnu::always_inline]] inline unsigned int decode(const DvbText &text, typename Sink::Unit *out, int outSize,
-                                                  unsigned int flags) {
+unsigned int decode(const DvbText &text, typename Sink::Unit *out, int outSize, unsigned int flags) {
     if (text.left == 0 || outSize < 2) {
         *out = 0;
         return 0;

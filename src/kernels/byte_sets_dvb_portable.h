@@ -63,16 +63,19 @@ template <class Out>
 inline const unsigned char *convertMarked(tables::ByteSet set, Out &out, const unsigned char *in,
                                           const unsigned char *inEnd) {
     const tables::CodePoints &codePoints = tables::codePointsOf(set);
-    while (inEnd - in >= step) {
-        const std::ptrdiff_t ascii = graphicAsciiBytes(in);
-        out.putEight(in);
-        out.at += ascii;
-        in += ascii;
-        if (ascii != step && !putMarked(codePoints, out, in, inEnd)) {
-            return in;
+    while (in != inEnd) {
+        if (inEnd - in >= step) {
+            const std::ptrdiff_t ascii = graphicAsciiBytes(in);
+            out.putEight(in);
+            out.at += ascii;
+            in += ascii;
+            if (ascii == step) {
+                continue;
+            }
         }
-    }
-    while (in != inEnd && putMarked(codePoints, out, in, inEnd)) {
+        if (!putMarked(codePoints, out, in, inEnd)) {
+            break;
+        }
     }
     return in;
 }
