@@ -50,65 +50,57 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t storeEscaped(char *out, char c
     return entry >> 56U;
 }
 
-// Stores what a block holds from a place on. `freely` says that there is room for a whole block more, so that anything
-// may be written behind the result.
-template <bool freely>
-ZELK_OPERATION void storeFrom(char *out, const TextBlock &block, std::size_t place) {
-    if (freely) {
-        store(out, startingAt(block.bytes, place));
-    } else if (place != block.count) { // an empty store may be slow
-        store(out, firstBytes(block.count - place), startingAt(block.bytes, place));
-    }
-}
-
-// More special characters in a block than these are replaced one by one with all that is between them.
-inline constexpr std::size_t mostInRuns = 16;
-
 // A special character now and then: the run up to it is stored with what follows, which the next store overwrites.
-template <bool freely>
+// There is room for a whole block behind the result.
 ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special,
                                                              char *out) {
     std::size_t read = 0;
     std::size_t written = 0;
     for (; special != 0; special &= special - 1) {
-        storeFrom<freely>(out + written, block, read);
+        store(out + written, startingAt(block.bytes, read));
         const auto place = static_cast<std::size_t>(std::countr_zero(special));
         written += place - read;
         written += storeEscaped(out + written, text[place]);
         read = place + 1;
     }
-    storeFrom<freely>(out + written, block, read);
+    store(out + written, startingAt(block.bytes, read));
     return written + block.count - read;
 }
 
-// Special characters all over: each character by its entry, without a branch.
+// Special characters all over, or little room: each character by its entry, without a branch.
 ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeEach(const char *text, std::size_t count, char *out) {
     std::size_t written = 0;
-#pragma GCC unroll 8
+#pragma GCC unroll 4
     for (std::size_t i = 0; i < count; ++i) {
         written += storeEscaped(out + written, text[i]);
     }
     return written;
 }
 
+inline constexpr std::size_t mostInRuns = 16; // special characters of a block
+
 // One block; false where what comes out may not fit.
 ZELK_READS_WHOLE_PAGES ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special,
                                                        char *out, std::size_t room, Progress &done) {
     const std::size_t places = countOf(special);
-    const std::size_t needed = block.count + places * tables::longestXmlEntity;
-    if (room - done.written < needed + sizeof(tables::XmlCharacter)) {
+    const std::size_t longest = block.count + places * tables::longestXmlEntity;
+    const std::size_t left = room - done.written;
+    if (left < longest + (places != 0 ? sizeof(tables::XmlCharacter) : 0)) {
         return false;
     }
     text += done.read;
     out += done.written;
-    if (places > mostInRuns) {
-        done.written += escapeEach(text, block.count, out);
-    } else if (room - done.written >= needed + blockBytes) {
-        done.written += escapeRuns<true>(text, block, special, out);
-    } else {
-        done.written += escapeRuns<false>(text, block, special, out);
-    }
     done.read += block.count;
+    if (places == 0) {
+        if (block.count != 0) { // an empty store may be slow
+            store(out, firstBytes(block.count), block.bytes);
+        }
+        done.written += block.count;
+    } else if (left >= longest + blockBytes && places <= mostInRuns) {
+        done.written += escapeRuns(text, block, special, out);
+    } else {
+        done.written += escapeEach(text, block.count, out);
+    }
     return true;
 }
 
@@ -138,7 +130,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress escapeBlocks(const char *text, std::s
         } else if (_mm512_testn_epi8_mask(bytes, bytes) != 0 || countOf(special) > mostInRuns) {
             break;
         } else {
-            to += escapeRuns<true>(at, {bytes, blockBytes, blockBytes}, special, to);
+            to += escapeRuns(at, {bytes, blockBytes, blockBytes}, special, to);
         }
         at += blockBytes;
     } while (at <= lastAt && to <= lastTo);
@@ -393,7 +385,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int escapeShortXml(const char *text, 
     if (!endsIn(block, length) || room < block.count + countOf(special) * tables::longestXmlEntity + blockBytes) {
         return otherwise(text, length, out, room);
     }
-    const std::size_t written = escapeRuns<true>(text, block, special, out);
+    const std::size_t written = escapeRuns(text, block, special, out);
     out[written] = 0;
     return static_cast<unsigned int>(written);
 }
