@@ -1,5 +1,5 @@
-// XML on every processor: eight bytes at a time where nothing is special; else a table entry that holds what stands for
-// a character, so that a character costs one load, one store and no branch. A store of eight bytes may reach behind
+// XML on every processor: 8 or 16 bytes at a time where nothing is special; else a table entry that holds what stands
+// for a character, so that a character costs one load, one store and no branch. A store of eight bytes may reach behind
 // what counts, inside the room. Included by xml.cpp and its test alone.
 #pragma once
 
@@ -30,12 +30,39 @@ constexpr std::uint64_t nonZeroBytes(std::uint64_t eight) {
     return ((eight & lowBits) + lowBits) | eight;
 }
 
-// The high bits of those of eight bytes that are special. The codes of & and ' differ in bit 0, those of < and > in bit
-// 1, so three comparisons find all five; a byte that is equal is zero after the exclusive or.
-constexpr std::uint64_t specialBytes(std::uint64_t eight) {
-    return ~(nonZeroBytes((eight | ones) ^ '\'' * ones) & nonZeroBytes((eight | 2 * ones) ^ '>' * ones) &
-             nonZeroBytes(eight ^ '"' * ones)) &
-           ~lowBits;
+// As many bytes as are looked at together, and what they hold none of.
+#if defined(__SSE2__) || defined(__ARM_NEON)
+struct Stretch {
+    using Bytes = unsigned char __attribute__((vector_size(16)));
+    using Halves = std::uint64_t __attribute__((vector_size(16)));
+    Bytes bytes;
+
+    template <char... characters>
+    bool holdsNone() const {
+        const auto found = reinterpret_cast<Halves>(((bytes == static_cast<unsigned char>(characters)) | ...));
+        return (found[0] | found[1]) == 0;
+    }
+    bool holdsNoSpecial() const { return holdsNone<'&', '<', '>', '"', '\''>(); }
+    bool holdsNoReference() const { return holdsNone<'&'>(); }
+};
+#else
+struct Stretch {
+    std::uint64_t bytes;
+
+    // The codes of & and ' differ in bit 0, those of < and > in bit 1, so three comparisons find all five; a byte that
+    // is equal is zero after the exclusive or.
+    bool holdsNoSpecial() const {
+        return (~nonZeroBytes((bytes | ones) ^ '\'' * ones) | ~nonZeroBytes((bytes | 2 * ones) ^ '>' * ones) |
+                ~nonZeroBytes(bytes ^ '"' * ones) | lowBits) == lowBits;
+    }
+    bool holdsNoReference() const { return (~nonZeroBytes(bytes ^ '&' * ones) | lowBits) == lowBits; }
+};
+#endif
+
+inline Stretch stretchAt(const char *text) {
+    Stretch stretch;
+    std::memcpy(&stretch.bytes, text, sizeof stretch.bytes);
+    return stretch;
 }
 
 // The bytes of a text up to its zero byte or the end of a window, so that looking for the one never runs far ahead.
@@ -66,10 +93,10 @@ ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, s
         end += lengthInWindow(text + end, length - end);
         const std::size_t start = done.read;
         while (done.read < end && room - done.written >= step * tables::longestXmlEntity + step) {
-            if (end - done.read >= step && specialBytes(eightBytes(text + done.read)) == 0) {
-                std::memcpy(out + done.written, text + done.read, step);
-                done.read += step;
-                done.written += step;
+            if (end - done.read >= sizeof(Stretch) && stretchAt(text + done.read).holdsNoSpecial()) {
+                std::memcpy(out + done.written, text + done.read, sizeof(Stretch));
+                done.read += sizeof(Stretch);
+                done.written += sizeof(Stretch);
                 continue;
             }
             for (std::size_t i = std::min(end - done.read, step); i > 0; --i) {
@@ -92,9 +119,9 @@ ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) 
     do {
         inWindow = lengthInWindow(text + at, length - at);
         for (const std::size_t end = at + inWindow; at < end;) {
-            if (end - at >= step && specialBytes(eightBytes(text + at)) == 0) {
-                at += step;
-                total += step;
+            if (end - at >= sizeof(Stretch) && stretchAt(text + at).holdsNoSpecial()) {
+                at += sizeof(Stretch);
+                total += sizeof(Stretch);
             } else {
                 total += escaped(text[at++]).length;
             }
@@ -104,15 +131,10 @@ ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) 
 }
 
 // The entity that eight bytes begin with; null for none.
-inline const tables::XmlEntity *wholeEntity(std::uint64_t eight) {
-    for (const tables::XmlEntity &entity : tables::xmlEntities) {
-        std::uint64_t mask = 0;
-        std::memset(&mask, 0xFF, entity.length);
-        if ((eight & mask) == eightBytes(entity.text)) {
-            return &entity;
-        }
-    }
-    return nullptr;
+inline const tables::XmlReference *referenceIn(const char *text) {
+    const tables::XmlReference &reference = tables::xmlReferences[tables::xmlReferenceIndex(
+        static_cast<unsigned char>(text[1]), static_cast<unsigned char>(text[2]))];
+    return (eightBytes(text) & eightBytes(reference.mask)) == eightBytes(reference.text) ? &reference : nullptr;
 }
 
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
@@ -121,23 +143,29 @@ ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
         const std::size_t start = end;
         end += lengthInWindow(text + end, length - end);
         while (end - done.read >= step && room - done.written >= step) {
+            if (end - done.read >= sizeof(Stretch) && room - done.written >= sizeof(Stretch) &&
+                stretchAt(text + done.read).holdsNoReference()) {
+                std::memcpy(out + done.written, text + done.read, sizeof(Stretch));
+                done.read += sizeof(Stretch);
+                done.written += sizeof(Stretch);
+                continue;
+            }
             const std::uint64_t eight = eightBytes(text + done.read);
             const std::uint64_t references = ~nonZeroBytes(eight ^ '&' * ones) & ~lowBits;
             const int bits = std::endian::native == std::endian::little ? std::countr_zero(references)
                                                                         : std::countl_zero(references);
             const auto run = static_cast<std::size_t>(bits / CHAR_BIT);
-            if (run != 0) {
-                std::memcpy(out + done.written, &eight, step);
-                done.read += run;
-                done.written += run;
-                continue;
+            std::memcpy(out + done.written, &eight, step);
+            done.read += run;
+            done.written += run;
+            while (end - done.read >= step && done.written < room && text[done.read] == '&') {
+                const tables::XmlReference *reference = referenceIn(text + done.read);
+                if (reference == nullptr) {
+                    return done;
+                }
+                out[done.written++] = reference->character;
+                done.read += reference->length;
             }
-            const tables::XmlEntity *entity = wholeEntity(eight);
-            if (entity == nullptr) {
-                return done;
-            }
-            out[done.written++] = entity->character;
-            done.read += entity->length;
         }
         while (done.read < end && done.written < room && text[done.read] != '&') {
             out[done.written++] = text[done.read++];
