@@ -14,7 +14,7 @@ public:
     static constexpr bool ignoresBytes = false;
     explicit AnyCase(const int *smallLetters) : smallLetters_(smallLetters) {}
     int fold(detail::Byte byte) const { return smallLetters_[byte]; }
-    bool ignores(detail::Byte /*byte*/) const { return false; }
+    static bool ignores(detail::Byte /*byte*/) { return false; }
 
 private:
     const int *smallLetters_;
@@ -31,3 +31,33 @@ int matchWildcardsInAnyCase(const char *text, const char *pattern, const int *sm
 }
 
 } // namespace zelk::kernels::portable
+
+#if defined(ZELK_HAS_AVX512_KERNELS)
+
+ZELK_AVX512_BEGIN
+
+namespace zelk::kernels::avx512 {
+
+ZELK_READS_WHOLE_PAGES int matchWildcards(const char *text, const char *pattern) {
+    using namespace wildcards;
+    Rest rest = {bytes(text), bytes(pattern)};
+    if (*pattern != '*') {
+        const std::size_t shared = sharedLiterals(rest);
+        rest = {rest.text + shared, rest.pattern + shared};
+    }
+    return matchFromHead(
+        rest, [](Byte byte) { return int{byte}; }, matchRest);
+}
+
+ZELK_READS_WHOLE_PAGES int matchWildcardsInAnyCase(const char *text, const char *pattern, const int *smallLetters) {
+    using namespace wildcards;
+    return matchFromHead(
+        {bytes(text), bytes(pattern)}, [=](Byte byte) { return smallLetters[byte]; },
+        [=](Rest rest, int wanted) { return matchAsciiRestInAnyCase(rest, wanted, smallLetters); });
+}
+
+} // namespace zelk::kernels::avx512
+
+ZELK_AVX512_END
+
+#endif

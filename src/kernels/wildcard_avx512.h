@@ -316,24 +316,6 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t sharedLiterals(const Rest &res
 
 } // namespace wildcards
 
-ZELK_READS_WHOLE_PAGES int matchWildcards(const char *text, const char *pattern) {
-    using namespace wildcards;
-    Rest rest = {bytes(text), bytes(pattern)};
-    if (*pattern != '*') {
-        const std::size_t shared = sharedLiterals(rest);
-        rest = {rest.text + shared, rest.pattern + shared};
-    }
-    return matchFromHead(
-        rest, [](Byte byte) { return int{byte}; }, matchRest);
-}
-
-ZELK_READS_WHOLE_PAGES int matchWildcardsInAnyCase(const char *text, const char *pattern, const int *smallLetters) {
-    using namespace wildcards;
-    return matchFromHead(
-        {bytes(text), bytes(pattern)}, [=](Byte byte) { return smallLetters[byte]; },
-        [=](Rest rest, int wanted) { return matchAsciiRestInAnyCase(rest, wanted, smallLetters); });
-}
-
 } // namespace zelk::kernels::avx512
 
 ZELK_AVX512_END

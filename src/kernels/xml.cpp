@@ -9,12 +9,12 @@
 namespace zelk::kernels {
 
 unsigned int escapeShortXml(const char *text, std::size_t length, char *out, std::size_t room,
-                            XmlConversion *otherwise) {
+                            XmlConversion otherwise) {
     return ZELK_CHOOSE((text, length, out, room, otherwise), escapeShortXml);
 }
 
 unsigned int unescapeShortXml(const char *text, std::size_t length, char *out, std::size_t room,
-                              XmlConversion *otherwise) {
+                              XmlConversion otherwise) {
     return ZELK_CHOOSE((text, length, out, room, otherwise), unescapeShortXml);
 }
 

@@ -376,7 +376,7 @@ ZELK_OPERATION bool endsIn(const TextBlock &block, std::size_t length) {
 
 // A text that ends in its first block, in one go.
 ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int escapeShortXml(const char *text, std::size_t length, char *out,
-                                                              std::size_t room, XmlConversion *otherwise) {
+                                                              std::size_t room, XmlConversion otherwise) {
     if (!mayBeShort(length)) {
         return otherwise(text, length, out, room);
     }
@@ -393,7 +393,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int escapeShortXml(const char *text, 
 // A text without references keeps what it needs in few registers; with them, a stage of its own goes on.
 ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortReferences(Block bytes, std::size_t count, const char *text,
                                                                        std::size_t length, char *out, std::size_t room,
-                                                                       XmlConversion *otherwise) {
+                                                                       XmlConversion otherwise) {
     const Mask present = firstBytes(count);
     const Unescaped result = unescaped(bytes, _mm512_cmpeq_epi8_mask(bytes, everyByte('&')) & present);
     if (result.others != 0) {
@@ -405,7 +405,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortReferences(Block byt
 }
 
 ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortXml(const char *text, std::size_t length, char *out,
-                                                                std::size_t room, XmlConversion *otherwise) {
+                                                                std::size_t room, XmlConversion otherwise) {
     if (!mayBeShort(length) || room < blockBytes) {
         return otherwise(text, length, out, room);
     }

@@ -74,12 +74,12 @@ inline std::size_t lengthInWindow(const char *text, std::size_t left) {
 
 // Short texts have no way of their own.
 ZELK_STAGE unsigned int escapeShortXml(const char *text, std::size_t length, char *out, std::size_t room,
-                                       XmlConversion *otherwise) {
+                                       XmlConversion otherwise) {
     return otherwise(text, length, out, room);
 }
 
 ZELK_STAGE unsigned int unescapeShortXml(const char *text, std::size_t length, char *out, std::size_t room,
-                                         XmlConversion *otherwise) {
+                                         XmlConversion otherwise) {
     return otherwise(text, length, out, room);
 }
 
