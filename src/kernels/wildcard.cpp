@@ -41,6 +41,9 @@ namespace zelk::kernels::avx512 {
 ZELK_READS_WHOLE_PAGES int matchWildcards(const char *text, const char *pattern) {
     using namespace wildcards;
     Rest rest = {bytes(text), bytes(pattern)};
+    if (beginsWithStar(rest)) {
+        return matchRest(rest, rest.pattern[1]);
+    }
     if (*pattern != '*') {
         const std::size_t shared = sharedLiterals(rest);
         rest = {rest.text + shared, rest.pattern + shared};

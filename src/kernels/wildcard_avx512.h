@@ -307,6 +307,11 @@ ZELK_OPERATION int matchFromHead(Rest rest, Fold fold, Stage stage) {
     return *rest.text == 0 || wanted == 0 ? wanted : stage(rest, wanted);
 }
 
+// Whether there is text and no head: what is wanted then stands behind the one star.
+ZELK_OPERATION bool beginsWithStar(const Rest &rest) {
+    return rest.pattern[0] == '*' && rest.pattern[1] != '*' && rest.pattern[1] != 0 && *rest.text != 0;
+}
+
 // How many literals the two begin with alike, as far as a block goes.
 ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t sharedLiterals(const Rest &rest) {
     const Block pattern = blockAt(rest.pattern);
