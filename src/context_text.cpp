@@ -76,6 +76,20 @@ inline unsigned char *putCharacters(unsigned char *out, const Step *steps, unsig
     return out;
 }
 
+// The character as it is behind an escape, if it is a graphic one: those that have no code in their context are common
+// enough to go on behind them. Else 0, and the window stays.
+inline unsigned int takeLiteral(BitWindow &window, Step escape) {
+    BitWindow behind = window;
+    behind.drop(escape & usedMask);
+    const auto literal = static_cast<unsigned int>(behind.bits() >> 56U);
+    behind.drop(8);
+    if (behind.left() < 0 || literal - tables::firstGraphic >= tables::graphicCount) {
+        return 0;
+    }
+    window = behind;
+    return literal;
+}
+
 // The bits behind the last character, of steps inside a code.
 unsigned int bitsInCode(const Step *begin, const Step *end) {
     unsigned int bits = 0;
@@ -113,19 +127,15 @@ unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
             break;
         }
         if (taken.count < batch) [[unlikely]] {
-            BitWindow behind = window;
-            behind.drop(taken.last & usedMask);
             if (taken.last >> usedBits == tables::endOfText) {
-                endBits_ = behind.left() < 0 ? 0 : taken.last & usedMask;
+                const unsigned int used = taken.last & usedMask;
+                endBits_ = static_cast<int>(used) <= window.left() ? used : 0;
                 break;
             }
-            // Graphic characters that have no code in their context are common enough to go on behind them.
-            const auto literal = static_cast<unsigned int>(behind.bits() >> 56U);
-            behind.drop(8);
-            if (behind.left() < 0 || literal - tables::firstGraphic >= tables::graphicCount) {
+            const unsigned int literal = takeLiteral(window, taken.last);
+            if (literal == 0) {
                 break;
             }
-            window = behind;
             *to++ = static_cast<unsigned char>(literal);
             *end++ = static_cast<Step>(literal << usedBits);
             state = stateAfter(states, literal << usedBits);
