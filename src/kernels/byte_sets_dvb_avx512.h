@@ -28,10 +28,6 @@ inline constexpr Neighbours neighbours = []() {
     return result;
 }();
 
-ZELK_OPERATION Block tableOf16(const std::uint8_t (&bytes)[16]) {
-    return nibbleTable(_mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)));
-}
-
 // Every byte of `index`, its six low bits, looked up in a table of 64 bytes.
 ZELK_OPERATION Block look64(Block table, Block index) {
     return _mm512_permutexvar_epi8(index, table);
@@ -150,8 +146,8 @@ ZELK_OPERATION InTurn upperInTurn(const Registers &planes, const Utf8Composer &c
     return {lookOrZero(planes.first, text, block.upper), last, _mm512_mask_test_epi8_mask(noControls, last, last)};
 }
 
-// A mark in the last place of a whole block waits for its letter, which begins the next block. Where that is the
-// loops find by the byte, so that a block need not wait for the one before it.
+// A mark in the last place of a whole block waits for its letter, which begins the next block. The loops look at that
+// byte apart from the others, so that a block need not wait for the one before it.
 inline constexpr Mask lastPlace = 1ULL << (blockBytes - 1);
 
 ZELK_OPERATION std::ptrdiff_t bytesInFront(const unsigned char *in) {
@@ -191,7 +187,7 @@ ZELK_OPERATION void convertMarked(const Registers &planes, const Utf8Composer &c
     }
 }
 
-// What is left, a block at most: as far as it is plain.
+// Of what is left, a block at most, as far as it is plain.
 ZELK_OPERATION void convertMarkedPart(const Registers &planes, const Utf8Composer &c, const Graphic &ascii, char *&out,
                                       const unsigned char *&in, const unsigned char *inEnd) {
     const auto left = static_cast<std::size_t>(inEnd - in);
@@ -302,7 +298,7 @@ Progress markedByteSetToUcs2(tables::ByteSet set, unsigned short *out, const uns
     const Graphic ascii = graphic();
     unsigned short *const begin = out;
     const unsigned char *const text = in;
-    for (; inEnd - in >= whole;) {
+    while (inEnd - in >= whole) {
         const Block block = load(in);
         const MarkedUnits units = markedUnits(planes, c, block, graphicAscii(ascii, block));
         if (!all(either(units.plain, both(units.marks, lastPlace)))) {
