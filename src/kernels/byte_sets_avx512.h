@@ -123,15 +123,16 @@ ZELK_OPERATION void storeInTurn(const Pairs &order, char *out, Block first, Bloc
 }
 
 // A block of characters of one or two bytes; false, and nothing is written, if others or zeros are among its `bytes`.
-// `freely`: there is room for two blocks; else for the bytes that the characters take.
+// `freely`: all of the block is text, of which `bytes` are ordinary, and there is room for two blocks; else for the
+// bytes that the characters take.
 template <bool freely>
 ZELK_OPERATION bool storePairs(const Registers &registers, char *out, Block text, Mask bytes, Mask upper) {
     const Block first = lookOrZero(registers.first, text, upper);
     const Block last = lookOrKeep(registers.last, text, upper);
-    if (freely ? !all(nonZero(last)) : nonZero(last) != bytes) {
+    if (freely ? !all(_mm512_mask_test_epi8_mask(bytes, last, last)) : nonZero(last) != bytes) {
         return false;
     }
-    storeInTurn<freely>(registers.order, out, first, last, bytes, upper);
+    storeInTurn<freely>(registers.order, out, first, last, freely ? ~0ULL : bytes, upper);
     return true;
 }
 
@@ -177,11 +178,9 @@ ZELK_OPERATION bool convert(const BytePlanes &planes, char *&out, char *outEnd, 
         while (wholeBlockFits<end>(out, outEnd, in, inEnd)) {
             Block text = load(in);
             const Mask upper = highBits(text);
-            if (end == UpTo::Control && !all(ordinaryBytes<end>(text))) {
-                break;
-            }
             if (upper != 0) {
-                if (!storePairs<true>(registers, out, text, ~0ULL, upper)) {
+                const Mask ordinary = end == UpTo::Zero ? ~0ULL : ordinaryBytes<end>(text);
+                if (!storePairs<true>(registers, out, text, ordinary, upper)) {
                     break;
                 }
                 in += whole;
