@@ -46,7 +46,9 @@ TRIED = {
     ("DVB with a selector to UCS-2", "name"): UCS2_NAME,
     ("DVB two-byte text to UTF-8", "English", "64K"): EVEN_TEXT,
     ("DVB two-byte text to UTF-8", "64K"): EVEN_TEXT + " The rest is the encoding of UCS-2, see there.",
-    ("DVB two-byte text to UTF-8",): ENCODE_SHORT + " The filter of controls adds two comparisons a block, the selection 4 ns.",
+    ("DVB two-byte text to UTF-8",): (
+        ENCODE_SHORT + " The filter of controls adds two comparisons a block, the selection 4 ns."
+    ),
     ("DVB UTF-8 text to UTF-8",): (
         "text is copied while it is checked, which took 64K from 4.0 to 3.0 µs and names from 13.8 to 9.3 ns; the "
         "check alone is 2.8 µs, see UTF-8 validity."
@@ -76,19 +78,19 @@ TRIED = {
         "three blocks at the rate of 64K and two parts under masks; blocks first took 20 to 18.6 ns."
     ),
     ("wildcards", "inner, ignoring case", "name"): (
-        "from 20.6 to 10.6 ns. Upper and lower case are the locale's, exactly: its table is asked for (1.3 ns) and half of it "
-        "loaded and looked up, which takes half of the time; to take ASCII's case for granted would be wrong in some locales, "
-        "and to keep the table would be writable state."
+        "from 20.6 to 10.6 ns. Upper and lower case are the locale's, exactly: its table is asked for (1.3 ns) and "
+        "half of it loaded and looked up, which takes half of the time; to take ASCII's case for granted would be "
+        "wrong in some locales, and to keep the table would be writable state."
     ),
     ("XML escape", "sparse"): (
-        "from 12 to 8.2 ns (names), 30 to 22 ns (desc), 4.8 to 3.6 µs (64K). Two special characters a block without a branch "
-        "took 27 ns and 4.6 µs; one jump less in the choice of kernels gained nothing (8.1 ns). The rows lie at their targets, "
-        "and one run meets what the next one misses."
+        "from 12 to 8.2 ns (names), 30 to 22 ns (desc), 4.8 to 3.6 µs (64K). Two special characters a block without a "
+        "branch took 27 ns and 4.6 µs; one jump less in the choice of kernels gained nothing (8.1 ns). The rows lie "
+        "at their targets, and one run meets what the next one misses."
     ),
     ("XML unescape", "sparse"): (
-        "from 16 to 10 ns (names), 42 to 31 ns (desc), 9.9 to 5.4 µs (64K). A vector check of every block took 42 ns and 7.3 µs, "
-        "stages of their own for few and for many references 35 ns. A name without a reference takes 4.4 ns, one with one 10 "
-        "to 11 ns: a compress store and a branch that cannot be foreseen, about 4.5 ns."
+        "from 16 to 10 ns (names), 42 to 31 ns (desc), 9.9 to 5.4 µs (64K). A vector check of every block took 42 ns "
+        "and 7.3 µs, stages of their own for few and for many references 35 ns. A name without a reference takes 4.4 "
+        "ns, one with one 10 to 11 ns: a compress store and a branch that cannot be foreseen, about 4.5 ns."
     ),
     ("XML unescape", "dense", "name"): (
         "from 22.4 to 18.2 ns; by scalar runs 21 ns. About 45 operations wait for one another for each block."
