@@ -50,7 +50,7 @@ inline Batch takeSteps(const StepState *states, const char *&state, std::uint64_
             break;
         }
         steps[taken.count] = taken.last;
-        bits = std::rotl(bits, taken.last & usedMask);
+        bits = std::rotl(bits, static_cast<int>(taken.last & usedMask));
         taken.bits += taken.last;
         state = stateAfter(states, taken.last);
     }

@@ -21,7 +21,7 @@ struct PackedCharacter {
     std::uint8_t count;
 };
 
-inline constexpr unsigned int halfOfSet = 128;
+inline constexpr std::size_t halfOfSet = 128;
 
 // ASCII, then the upper halves.
 extern const std::array<PackedCharacter, (1 + byteSetCount) * halfOfSet> packedUtf8Pool;
