@@ -1,5 +1,6 @@
 #include "detail/byte_convert.h"
 
+#include "detail/room.h"
 #include "detail/utf8_char.h"
 #include "kernels/byte_sets.h"
 
@@ -22,6 +23,9 @@ unsigned int toUcs2(tables::ByteSet set, unsigned short *out, int outSize, const
 }
 
 unsigned int toUtf8(tables::ByteSet set, char *out, int outSize, const char *in, const unsigned char *inEnd) {
+    if (isNominal(outSize)) [[unlikely]] {
+        return kernels::plainByteSetToUtf8(set, out, out + outSize, bytesOf(in), inEnd, out);
+    }
     return ZELK_CHOOSE((set, out, out + outSize, bytesOf(in), inEnd), byteSetToUtf8);
 }
 

@@ -9,6 +9,7 @@
 #include "detail/dvb_select.h"
 #include "detail/huffman_malaysia.h"
 #include "detail/huffman_stream.h"
+#include "detail/room.h"
 #include "detail/sink.h"
 #include "detail/units.h"
 #include "detail/utf8_stream.h"
@@ -150,6 +151,9 @@ const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned i
 
 [[gnu::noinline]] kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end,
                                             unsigned short *out, int room) {
+    if (isNominal(room)) {
+        return {};
+    }
     const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, room - 1);
     if (table.marks == tables::latinMarks) {
         return ZELK_CHOOSE((table.set, out, at, fitting), markedByteSetToUcs2);
@@ -161,6 +165,9 @@ const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned i
 
 [[gnu::noinline]] kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end,
                                             char *out, int room) {
+    if (isNominal(room)) {
+        return {};
+    }
     constexpr int longestSequence = 3; // bytes of UTF-8 a character
     const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, (room - 1) / longestSequence);
     if (table.marks == tables::latinMarks) {
@@ -196,6 +203,9 @@ unsigned int decodeTable(typename Sink::Unit *out, int outSize, const unsigned c
 
 [[gnu::always_inline]] inline unsigned int decodeCounted(unsigned short *out, int outSize, const unsigned char *at,
                                                          int length, tables::DvbTable table, unsigned int flags) {
+    if (isNominal(outSize)) [[unlikely]] {
+        return kernels::dvbTextToUcs2(out, outSize, at, length, table, flags);
+    }
     switch (table.marks) {
     case tables::noMarks:
         return ZELK_CHOOSE((out, outSize, at, length, table, flags), cleanTextToUcs2);
@@ -208,6 +218,9 @@ unsigned int decodeTable(typename Sink::Unit *out, int outSize, const unsigned c
 
 [[gnu::always_inline]] inline unsigned int decodeCounted(char *out, int outSize, const unsigned char *at, int length,
                                                          tables::DvbTable table, unsigned int flags) {
+    if (isNominal(outSize)) [[unlikely]] {
+        return kernels::dvbTextToUtf8(out, outSize, at, length, table, flags);
+    }
     switch (table.marks) {
     case tables::noMarks:
         return ZELK_CHOOSE((out, outSize, at, length, table, flags), cleanTextToUtf8);
@@ -243,6 +256,9 @@ kernels::Progress utf8Stretch(const unsigned char *text, std::size_t length, uns
 }
 
 kernels::Progress utf8Stretch(const unsigned char *text, std::size_t length, char *out, int room) {
+    if (isNominal(room)) {
+        return {};
+    }
     const std::size_t fitting = std::min(length, static_cast<std::size_t>(room - 1));
     const std::size_t clean = kernels::copyWellFormedUtf8<kernels::Clean::NoControls>(text, fitting, out);
     return {clean, clean};

@@ -3,6 +3,7 @@
 // The kernels take what is ordinary; here stands the exact rule: for the last bytes that an output has room for, and
 // for references that are shortened, numeric or none.
 #include "tables/xml.h"
+#include "detail/room.h"
 #include "detail/wrap.h"
 #include "kernels/xml.h"
 #include "zelk.hpp"
@@ -22,8 +23,13 @@ std::size_t boundOf(int inLength) {
     return inLength < 0 ? static_cast<std::size_t>(PTRDIFF_MAX) : static_cast<std::size_t>(inLength);
 }
 
+// Whether kernels may store whole blocks.
+constexpr bool isBufferRoom(std::size_t room) {
+    return room < leastNominalSize - 1;
+}
+
 unsigned int escape(const char *in, std::size_t length, char *out, std::size_t room) {
-    auto [read, written] = kernels::escapeXml(in, length, out, room);
+    auto [read, written] = isBufferRoom(room) ? kernels::escapeXml(in, length, out, room) : kernels::Progress();
     for (; read != length && in[read] != 0 && written != room; ++read) {
         const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(in[read])];
         if (character.length > room - written) {
@@ -72,9 +78,12 @@ unsigned int unescape(const char *in, std::size_t length, char *out, std::size_t
     std::size_t read = 0;
     std::size_t written = 0;
     for (;;) {
-        const kernels::Progress done = kernels::unescapeXml(in + read, length - read, out + written, room - written);
-        read += done.read;
-        written += done.written;
+        if (isBufferRoom(room)) {
+            const kernels::Progress done =
+                kernels::unescapeXml(in + read, length - read, out + written, room - written);
+            read += done.read;
+            written += done.written;
+        }
         if (read == length || in[read] == 0 || written == room) {
             break;
         }
@@ -96,11 +105,12 @@ unsigned int unescape(const char *in, std::size_t length, char *out, std::size_t
 }
 
 unsigned int escapeText(const char *in, std::size_t length, char *out, std::size_t room) {
-    return kernels::escapeShortXml(in, length, out, room, escape);
+    return isBufferRoom(room) ? kernels::escapeShortXml(in, length, out, room, escape) : escape(in, length, out, room);
 }
 
 unsigned int unescapeText(const char *in, std::size_t length, char *out, std::size_t room) {
-    return kernels::unescapeShortXml(in, length, out, room, unescape);
+    return isBufferRoom(room) ? kernels::unescapeShortXml(in, length, out, room, unescape)
+                              : unescape(in, length, out, room);
 }
 
 // What both directions refuse in the same way.

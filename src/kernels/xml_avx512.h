@@ -19,7 +19,7 @@ ZELK_AVX512_BEGIN
 
 namespace zelk::kernels::avx512 {
 
-// The next bytes of a text and their number: all that may be read, or less where it ends.
+// The next bytes of a text, zeros behind them, and their number: all that may be read, or less where the text ends.
 struct TextBlock {
     Block bytes;
     std::size_t readable;
@@ -33,7 +33,8 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION TextBlock textBlock(const char *text, std:
     }
     const Block bytes = load(text, firstBytes(readable));
     const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
-    return {bytes, readable, static_cast<std::size_t>(std::countr_zero(zeros))};
+    const auto count = static_cast<std::size_t>(std::countr_zero(zeros));
+    return {_mm512_maskz_mov_epi8(firstBytes(count), bytes), readable, count};
 }
 
 // The special characters and zeros: each has a low half byte of its own, which finds it in a table of sixteen.
