@@ -5,9 +5,12 @@
 
 namespace zelk::detail {
 
+// A text of 1 KiB, three bytes for each of it, and a terminator: bounds count so.
+static constexpr std::size_t bytesOnStack = 3 * 1024 + 8;
+
 template <class Unit>
 std::string filledBy(std::size_t size, std::size_t extraBytes, FillScratch<Unit> *fill, const void *context) {
-    constexpr std::size_t stackUnits = 1024 / sizeof(Unit);
+    constexpr std::size_t stackUnits = bytesOnStack / sizeof(Unit);
     Unit onStack[stackUnits];
     std::unique_ptr<Unit[]> onHeap;
     if (size > stackUnits) {

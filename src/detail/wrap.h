@@ -30,7 +30,7 @@ template <class Unit>
 std::string filledBy(std::size_t size, std::size_t extraBytes, FillScratch<Unit> *fill, const void *context);
 
 // The text that fill(buffer) leaves in a scratch buffer of `size` units, as bytes: the units it counts and `extraBytes`
-// of the terminator after them. A scratch of up to 1 KiB lives on the stack, so that a short text costs no allocation
+// of the terminator after them. A scratch for a text of up to 1 KiB lives on the stack, so that it costs no allocation
 // but the string's own; above it array new is used, whose exceptions reach the caller.
 template <class Unit, class Fill>
 std::string filledString(std::size_t size, std::size_t extraBytes, const Fill &fill) {
