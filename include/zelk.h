@@ -17,6 +17,8 @@
  *   terminator is written even where the size is 0 or 1: give every output at least one unit. Results never count the
  *   terminator. A text that does not fit is cut without notice; a UTF-8 sequence that does not fit is skipped
  *   whole, and a later, shorter character may still be written. Each family has a function that tells the size needed.
+ *   What the output holds behind the terminator, within its size, is undefined. A size of 1073741824 or more is none of
+ *   a buffer but says that the result fits: then nothing is written behind the terminator.
  * - Null. A null input text gives an empty output and 0, or a null packet. A null output is not accepted.
  * - Errors. There are none: whatever cannot be converted becomes U+FFFD, and no byte sequence is refused.
  * - Packets. A function that returns a CharPacket or WideCharPacket hands over one block of malloc; release it with
