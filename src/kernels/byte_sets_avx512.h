@@ -156,8 +156,8 @@ ZELK_OPERATION char *storeTriples(const BytePlanes &planes, char *out, Block tex
     const Block lastOfThree = lookOrZero(Table128::from(planes.lastOfThree), text, upper);
     const Block last = _mm512_or_si512(lookOrKeep(two.last, text, upper), lastOfThree);
     const Pairs firsts = inTurn(first, _mm512_setzero_si512(), two.order);
-    const Pairs pairs = inTurn(second, last, two.order);
-    return storeTriples(storeTriples(out, firsts.front, pairs.front), firsts.back, pairs.back);
+    const Pairs others = inTurn(second, last, two.order); // NOLINT(readability-suspicious-call-argument): of three
+    return storeTriples(storeTriples(out, firsts.front, others.front), firsts.back, others.back);
 }
 
 inline constexpr auto whole = static_cast<std::ptrdiff_t>(blockBytes);

@@ -23,7 +23,7 @@ struct Utf8Out {
     tables::PackedUtf8 packed;
     char *at;
 
-    void putEight(const unsigned char *in) { std::memcpy(at, in, step); }
+    void putEight(const unsigned char *in) const { std::memcpy(at, in, step); }
     void put(unsigned char byte, unsigned int /*character*/) { at = putPacked(at, packed[byte]); }
     void putComposed(unsigned int character) { at += detail::utf8Encode(character, at, entryBytes); }
 };
@@ -31,7 +31,7 @@ struct Utf8Out {
 struct Ucs2Out {
     unsigned short *at;
 
-    void putEight(const unsigned char *in) { std::copy_n(in, step, at); }
+    void putEight(const unsigned char *in) const { std::copy_n(in, step, at); }
     void put(unsigned char /*byte*/, unsigned int character) { putComposed(character); }
     void putComposed(unsigned int character) { *at++ = static_cast<unsigned short>(character); }
 };

@@ -32,7 +32,8 @@ inline void collectCodes(const unsigned char *tree, unsigned int node, const std
 inline ContextCodes contextCodes(const unsigned char *table) {
     ContextCodes codes;
     for (std::size_t context = 0; context < codes.size(); ++context) {
-        collectCodes(table + table[2 * context] * 256 + table[2 * context + 1], 0, "", codes[context]);
+        const std::size_t offset = table[2 * context] * std::size_t{256} + table[2 * context + 1];
+        collectCodes(table + offset, 0, "", codes[context]);
     }
     return codes;
 }

@@ -37,8 +37,8 @@ struct MalaysiaRows {
         }
     }
 
-    bool isPath(const std::string &path) const { return paths.count(path) != 0; }
-    bool isCode(const std::string &path) const { return pieceOf.count(path) != 0; }
+    bool isPath(const std::string &path) const { return paths.contains(path); }
+    bool isCode(const std::string &path) const { return pieceOf.contains(path); }
 };
 
 inline std::string utf8OfLatin1(unsigned int character) {
