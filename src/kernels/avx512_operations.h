@@ -71,10 +71,6 @@ ZELK_OPERATION Block everyUnit(unsigned short unit) {
     return held(_mm512_set1_epi16(static_cast<short>(unit)));
 }
 
-ZELK_OPERATION Block everyLane(unsigned int lane) {
-    return held(_mm512_set1_epi32(static_cast<int>(lane)));
-}
-
 // Sixteen bytes as a table for look16().
 ZELK_OPERATION Block nibbleTable(__m128i table) {
     return held(_mm512_broadcast_i32x4(table));
@@ -152,10 +148,6 @@ ZELK_OPERATION Block look16(Block table, Block nibbles) {
     return _mm512_shuffle_epi8(table, nibbles);
 }
 
-ZELK_OPERATION Block highNibbles(Block block, Block lowNibble) {
-    return _mm512_and_si512(_mm512_srli_epi16(block, 4), lowNibble);
-}
-
 // 0, factor, 2 * factor and so on, modulo 256.
 template <std::size_t factor>
 ZELK_OPERATION Block multiples() {
@@ -173,24 +165,6 @@ ZELK_OPERATION Block multiples() {
 ZELK_OPERATION Block startingAt(Block block, std::size_t place) {
     const Block places = _mm512_add_epi8(multiples<1>(), _mm512_set1_epi8(static_cast<char>(place)));
     return _mm512_permutexvar_epi8(places, block);
-}
-
-// Reorders the eight quarter-lanes of a block so that pairs come out in text order.
-ZELK_OPERATION Block spreadOrder() {
-    return held(_mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7));
-}
-
-ZELK_OPERATION Block spread(Block block, Block order) {
-    return _mm512_permutexvar_epi64(order, block);
-}
-
-// The bytes of two spread blocks in turn, first.a first.b second.a second.b ...: the front 32 pairs and the back 32.
-ZELK_OPERATION Block frontPairs(Block spreadA, Block spreadB) {
-    return _mm512_unpacklo_epi8(spreadA, spreadB);
-}
-
-ZELK_OPERATION Block backPairs(Block spreadA, Block spreadB) {
-    return _mm512_unpackhi_epi8(spreadA, spreadB);
 }
 
 } // namespace zelk::kernels::avx512
