@@ -171,12 +171,12 @@ def markdown_table(headings, rows):
                                 for field in row) + " |"
 
 
-def missed(rows):
+def missed(rows, portable):
     """What was tried for the rows that miss their target, each text once with the lengths or texts that it is about."""
     about = {}
     for work, text, length, *_, met in rows:
         if met == "**no**":
-            about.setdefault(limits.tried(work, text, length), []).append(f"{text}, {length}" if length != "-" else text)
+            about.setdefault(limits.tried(work, text, length, portable), []).append(f"{text}, {length}" if length != "-" else text)
     for tried, cells in about.items():
         yield f"- {'; '.join(cells)}: {tried}"
 
@@ -245,8 +245,8 @@ def document(build, results, by_family, portable, effort, seconds):
             yield ""
             of_work = [row for row in rows[family] if row[0] == work]
             yield from markdown_table(HEADINGS[1:], [row[1:] for row in of_work])
-            behind = list(missed(of_work))
-            if behind and not portable:
+            behind = list(missed(of_work, portable))
+            if behind:
                 yield from ["", "Behind the target, with what was tried and what limits it:", "", *behind]
         yield ""
         yield "<details><summary>Every contender: ns for one string, spread</summary>"
