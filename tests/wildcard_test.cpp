@@ -105,17 +105,6 @@ private:
     bool ignoreControls_;
 };
 
-// All strings over the alphabet of up to `longest` characters, the empty one included.
-std::vector<std::string> allStrings(const std::string &alphabet, std::size_t longest) {
-    std::vector<std::string> result{""};
-    for (std::size_t i = 0; i < result.size() && result[i].size() < longest; ++i) {
-        for (const char character : alphabet) {
-            result.push_back(result[i] + character);
-        }
-    }
-    return result;
-}
-
 void expectAllAsModel(const Variant &variant, const std::vector<std::string> &texts,
                       const std::vector<std::string> &patterns) {
     const Model model(variant.ignoreCase, variant.ignoreControls);

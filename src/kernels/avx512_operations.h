@@ -84,6 +84,10 @@ ZELK_OPERATION std::size_t countOf(Mask mask) {
     return static_cast<std::size_t>(_mm_popcnt_u64(mask));
 }
 
+ZELK_OPERATION std::size_t firstOf(Mask mask) {
+    return static_cast<std::size_t>(_tzcnt_u64(mask)); // 64 where there is none
+}
+
 ZELK_OPERATION Block load(const void *from, Mask bytes) {
     return _mm512_maskz_loadu_epi8(bytes, from);
 }

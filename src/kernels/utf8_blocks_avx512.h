@@ -46,10 +46,6 @@ ZELK_OPERATION std::size_t bytesToLine(const unsigned char *text, std::size_t le
     return length >= longText ? -reinterpret_cast<std::uintptr_t>(text) % blockBytes : 0;
 }
 
-ZELK_OPERATION std::size_t firstOf(Mask mask) {
-    return static_cast<std::size_t>(_tzcnt_u64(mask)); // 64 where there is none
-}
-
 // Of the next `bytes` of a text, at most a block, those that may be read: all of them, unless a page ends before them
 // and the text ends on that page.
 ZELK_OPERATION std::size_t readableBytes(const unsigned char *text, std::size_t bytes) {

@@ -35,10 +35,6 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION Block blockAt(const Byte *text) {
     return (nonZero(block) & onPage) == onPage ? load(text) : block;
 }
 
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t firstOf(Mask mask) {
-    return static_cast<std::size_t>(_tzcnt_u64(mask)); // 64 where there is none
-}
-
 ZELK_OPERATION std::size_t lastOf(std::uint16_t mask) { // there is one
     return static_cast<unsigned int>(__builtin_clz(mask) ^ 31);
 }

@@ -46,6 +46,17 @@ inline const unsigned char *u8(const std::string &text) {
     return reinterpret_cast<const unsigned char *>(text.data());
 }
 
+// All strings over the alphabet of up to `longest` characters, the empty one included.
+inline std::vector<std::string> allStrings(const std::string &alphabet, std::size_t longest) {
+    std::vector<std::string> result{""};
+    for (std::size_t i = 0; i < result.size() && result[i].size() < longest; ++i) {
+        for (const char character : alphabet) {
+            result.push_back(result[i] + character);
+        }
+    }
+    return result;
+}
+
 // The same sequence on every machine for a given seed: failures can be repeated.
 class Random {
 public:

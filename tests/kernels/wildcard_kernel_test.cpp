@@ -153,16 +153,6 @@ private:
     std::vector<Kernels> all_ = kernelsOfThisMachine();
 };
 
-std::vector<std::string> allStrings(const std::string &alphabet, std::size_t longest) {
-    std::vector<std::string> result{""};
-    for (std::size_t i = 0; i < result.size() && result[i].size() < longest; ++i) {
-        for (const char character : alphabet) {
-            result.push_back(result[i] + character);
-        }
-    }
-    return result;
-}
-
 TEST(WildcardKernels, EveryShortPair) {
     Sides sides;
     for (const std::string &text : allStrings("ab*?", 4)) {
