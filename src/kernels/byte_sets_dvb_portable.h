@@ -11,11 +11,10 @@ namespace zelk::kernels::portable {
 
 // Of the next eight bytes, those in front of the first that is no graphic ASCII (0x20 to 0x7E).
 inline std::ptrdiff_t graphicAsciiBytes(const unsigned char *in) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, in, step);
-    const std::uint64_t low = word & ~highBits; // no byte's sum carries into its neighbour
+    const std::uint64_t word = wordAt(in);
+    const std::uint64_t low = word & lowBits; // no byte's sum carries into its neighbour
     const std::uint64_t others = (word | (low + everyByte) | ~(low + 0x60 * everyByte)) & highBits;
-    return (std::endian::native == std::endian::little ? std::countr_zero(others) : std::countl_zero(others)) / 8;
+    return static_cast<std::ptrdiff_t>(firstByteOf(others));
 }
 
 // There is room for all: three bytes a character, and one that a whole entry may touch.

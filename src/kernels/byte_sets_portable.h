@@ -5,6 +5,7 @@
 
 #include "kernels/byte_sets.h"
 #include "kernels/dispatch.h"
+#include "kernels/portable_operations.h"
 #include "tables/byte_set_planes.h"
 
 #include <algorithm>
@@ -14,14 +15,10 @@
 
 namespace zelk::kernels::portable {
 
-inline constexpr std::ptrdiff_t step = 8; // bytes that one word holds
-inline constexpr std::uint64_t everyByte = 0x0101010101010101U;
-inline constexpr std::uint64_t highBits = 0x80 * everyByte;
+inline constexpr std::ptrdiff_t step = wordBytes;
 
 inline bool isAscii(const unsigned char *in) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, in, step);
-    return (word & highBits) == 0;
+    return (wordAt(in) & highBits) == 0;
 }
 
 // An entry is stored whole, four bytes for at most three that count: a character may touch one byte more than it needs,
@@ -97,8 +94,7 @@ unsigned int byteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsig
 inline const unsigned char *firstControl(const unsigned char *in, const unsigned char *inEnd) {
     constexpr std::uint64_t graphicBits = 0x60 * everyByte;
     while (inEnd - in >= step) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, in, step);
+        const std::uint64_t word = wordAt(in);
         if ((((word & graphicBits) + graphicBits) & highBits) != highBits) {
             break;
         }

@@ -5,9 +5,8 @@
 
 #include "kernels/collation.h"
 #include "kernels/dispatch.h"
+#include "kernels/portable_operations.h"
 
-#include <bit>
-#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -21,13 +20,10 @@ inline std::size_t boundedLength(const unsigned char *text, std::size_t limit) {
 
 inline std::size_t countEqual(const unsigned char *a, const unsigned char *b, std::size_t count) {
     std::size_t equal = 0;
-    for (std::uint64_t left = 0, right = 0; count - equal >= sizeof left; equal += sizeof left) {
-        std::memcpy(&left, a + equal, sizeof left);
-        std::memcpy(&right, b + equal, sizeof right);
-        if (left != right) {
-            const int bits = std::endian::native == std::endian::little ? std::countr_zero(left ^ right)
-                                                                        : std::countl_zero(left ^ right);
-            return equal + static_cast<std::size_t>(bits / CHAR_BIT);
+    for (; count - equal >= wordBytes; equal += wordBytes) {
+        const std::uint64_t different = wordAt(a + equal) ^ wordAt(b + equal);
+        if (different != 0) {
+            return equal + firstByteOf(different);
         }
     }
     while (equal < count && a[equal] == b[equal]) {

@@ -1,7 +1,8 @@
 #include "kernels/utf8.h"
 
 #include "kernels/dispatch.h"
-#include "kernels/utf8_portable.h"
+#include "kernels/utf8_decode_portable.h"
+#include "kernels/utf8_encode_portable.h"
 #if defined(ZELK_HAS_AVX512_KERNELS)
 #include "kernels/utf8_decode_avx512.h"
 #include "kernels/utf8_encode_avx512.h"

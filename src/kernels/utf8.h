@@ -21,6 +21,11 @@ enum class Clean {
     NoControls, // U+0000 to U+001F, U+0080 to U+009F and their images from U+E080 on, which DVB text filters
 };
 
+constexpr bool isClean(Clean clean, unsigned int unit) {
+    return clean == Clean::Any ? unit != 0
+                               : unit >= 0x20 && (unit < 0x80 || (unit > 0x9F && (unit < 0xE080 || unit > 0xE09F)));
+}
+
 // `room` counts the terminator; `count` is in units, which may lie at any address.
 template <UnitOrder order, Clean clean>
 Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room);

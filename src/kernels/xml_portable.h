@@ -4,43 +4,24 @@
 #pragma once
 
 #include "kernels/dispatch.h"
+#include "kernels/portable_operations.h"
 #include "kernels/xml.h"
 #include "tables/xml.h"
 
 #include <algorithm>
-#include <bit>
-#include <climits>
 #include <cstdint>
 #include <cstring>
 
 namespace zelk::kernels::portable {
 
-inline constexpr std::size_t step = sizeof(std::uint64_t);
-inline constexpr std::uint64_t ones = 0x0101010101010101U;
-inline constexpr std::uint64_t lowBits = 0x7F * ones;
-
-inline std::uint64_t eightBytes(const void *bytes) {
-    std::uint64_t eight = 0;
-    std::memcpy(&eight, bytes, step);
-    return eight;
-}
-
-// High bits tell the bytes that are not zero.
-constexpr std::uint64_t nonZeroBytes(std::uint64_t eight) {
-    return ((eight & lowBits) + lowBits) | eight;
-}
-
 // As many bytes as are looked at together, and what they hold none of.
 #if defined(__SSE2__) || defined(__ARM_NEON)
 struct Stretch {
-    using Bytes = unsigned char __attribute__((vector_size(16)));
-    using Halves = std::uint64_t __attribute__((vector_size(16)));
     Bytes bytes;
 
     template <char... characters>
     bool holdsNone() const {
-        const auto found = reinterpret_cast<Halves>(((bytes == static_cast<unsigned char>(characters)) | ...));
-        return (found[0] | found[1]) == 0;
+        return isZero(((bytes == static_cast<unsigned char>(characters)) | ...));
     }
     bool holdsNoSpecial() const { return holdsNone<'&', '<', '>', '"', '\''>(); }
     bool holdsNoReference() const { return holdsNone<'&'>(); }
@@ -52,10 +33,11 @@ struct Stretch {
     // The codes of & and ' differ in bit 0, those of < and > in bit 1, so three comparisons find all five; a byte that
     // is equal is zero after the exclusive or.
     bool holdsNoSpecial() const {
-        return (~nonZeroBytes((bytes | ones) ^ '\'' * ones) | ~nonZeroBytes((bytes | 2 * ones) ^ '>' * ones) |
-                ~nonZeroBytes(bytes ^ '"' * ones) | lowBits) == lowBits;
+        return (~nonZeroBytes((bytes | everyByte) ^ '\'' * everyByte) |
+                ~nonZeroBytes((bytes | 2 * everyByte) ^ '>' * everyByte) | ~nonZeroBytes(bytes ^ '"' * everyByte) |
+                lowBits) == lowBits;
     }
-    bool holdsNoReference() const { return (~nonZeroBytes(bytes ^ '&' * ones) | lowBits) == lowBits; }
+    bool holdsNoReference() const { return (~nonZeroBytes(bytes ^ '&' * everyByte) | lowBits) == lowBits; }
 };
 #endif
 
@@ -92,14 +74,14 @@ ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, s
     for (std::size_t end = 0; done.read == end;) {
         end += lengthInWindow(text + end, length - end);
         const std::size_t start = done.read;
-        while (done.read < end && room - done.written >= step * tables::longestXmlEntity + step) {
+        while (done.read < end && room - done.written >= wordBytes * tables::longestXmlEntity + wordBytes) {
             if (end - done.read >= sizeof(Stretch) && stretchAt(text + done.read).holdsNoSpecial()) {
                 std::memcpy(out + done.written, text + done.read, sizeof(Stretch));
                 done.read += sizeof(Stretch);
                 done.written += sizeof(Stretch);
                 continue;
             }
-            for (std::size_t i = std::min(end - done.read, step); i > 0; --i) {
+            for (std::size_t i = std::min(end - done.read, wordBytes); i > 0; --i) {
                 const tables::XmlCharacter &character = escaped(text[done.read++]);
                 std::memcpy(out + done.written, character.text, sizeof character);
                 done.written += character.length;
@@ -134,7 +116,7 @@ ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) 
 inline const tables::XmlReference *referenceIn(const char *text) {
     const tables::XmlReference &reference = tables::xmlReferences[tables::xmlReferenceIndex(
         static_cast<unsigned char>(text[1]), static_cast<unsigned char>(text[2]))];
-    return (eightBytes(text) & eightBytes(reference.mask)) == eightBytes(reference.text) ? &reference : nullptr;
+    return (wordAt(text) & wordAt(reference.mask)) == wordAt(reference.text) ? &reference : nullptr;
 }
 
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
@@ -142,7 +124,7 @@ ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
     for (std::size_t end = 0; done.read == end;) {
         const std::size_t start = end;
         end += lengthInWindow(text + end, length - end);
-        while (end - done.read >= step && room - done.written >= step) {
+        while (end - done.read >= wordBytes && room - done.written >= wordBytes) {
             if (end - done.read >= sizeof(Stretch) && room - done.written >= sizeof(Stretch) &&
                 stretchAt(text + done.read).holdsNoReference()) {
                 std::memcpy(out + done.written, text + done.read, sizeof(Stretch));
@@ -150,15 +132,13 @@ ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
                 done.written += sizeof(Stretch);
                 continue;
             }
-            const std::uint64_t eight = eightBytes(text + done.read);
-            const std::uint64_t references = ~nonZeroBytes(eight ^ '&' * ones) & ~lowBits;
-            const int bits = std::endian::native == std::endian::little ? std::countr_zero(references)
-                                                                        : std::countl_zero(references);
-            const auto run = static_cast<std::size_t>(bits / CHAR_BIT);
-            std::memcpy(out + done.written, &eight, step);
+            const std::uint64_t eight = wordAt(text + done.read);
+            const std::uint64_t references = ~nonZeroBytes(eight ^ '&' * everyByte) & highBits;
+            const std::size_t run = firstByteOf(references);
+            std::memcpy(out + done.written, &eight, wordBytes);
             done.read += run;
             done.written += run;
-            while (end - done.read >= step && done.written < room && text[done.read] == '&') {
+            while (end - done.read >= wordBytes && done.written < room && text[done.read] == '&') {
                 const tables::XmlReference *reference = referenceIn(text + done.read);
                 if (reference == nullptr) {
                     return done;

@@ -8,7 +8,8 @@
 #include "helpers/guard_pages.h"
 #include "helpers/text.h"
 #include "kernels/dispatch.h"
-#include "kernels/utf8_portable.h"
+#include "kernels/utf8_decode_portable.h"
+#include "kernels/utf8_encode_portable.h"
 #if defined(ZELK_HAS_AVX512_KERNELS)
 #include "kernels/utf8_decode_avx512.h"
 #include "kernels/utf8_encode_avx512.h"

@@ -1,9 +1,10 @@
-// UTF-8 and UCS-2 on every processor: ASCII eight bytes at a time, the rest character by character without a room test
-// for each. Included by utf8.cpp alone.
+// UTF-8 on every processor: ASCII eight bytes at a time, the rest character by character without a room test for each.
+// Included by utf8.cpp and its test alone.
 #pragma once
 
 #include "detail/utf8_char.h"
 #include "kernels/dispatch.h"
+#include "kernels/portable_operations.h"
 #include "kernels/utf8.h"
 
 #include <algorithm>
@@ -12,21 +13,12 @@
 
 namespace zelk::kernels::portable {
 
-inline constexpr std::size_t step = 8;
 inline constexpr std::size_t window = 256;
-inline constexpr std::uint64_t ones = 0x0101010101010101U;
-inline constexpr std::uint64_t highBits = 0x80 * ones;
-
-inline std::uint64_t eightBytes(const unsigned char *text) {
-    std::uint64_t eight = 0;
-    std::memcpy(&eight, text, sizeof eight);
-    return eight;
-}
 
 // No high bit, and no byte below `limit` (at most 0x80): every byte of 0x80 - limit and more carries when limit is
 // taken from it with its high bit set.
-inline bool plainAscii(std::uint64_t eight, unsigned int limit) {
-    return ((eight | ~((eight | highBits) - limit * ones)) & highBits) == 0;
+inline bool plainAscii(std::uint64_t word, unsigned int limit) {
+    return ((word | ~((word | highBits) - limit * everyByte)) & highBits) == 0;
 }
 
 // A text whose count may be too large: the C library tells what is surely there, a window at a time.
@@ -37,8 +29,8 @@ public:
     // Shorter once the terminator is seen.
     std::size_t length() const { return length_; }
 
-    bool hasStepAt(std::size_t position) {
-        if (position + step > known_ && known_ < length_) {
+    bool hasWordAt(std::size_t position) {
+        if (position + wordBytes > known_ && known_ < length_) {
             const std::size_t wanted = std::min(window, length_ - position);
             const void *zero = std::memchr(text_ + position, 0, wanted);
             known_ = position + wanted;
@@ -46,7 +38,7 @@ public:
                 known_ = length_ = static_cast<std::size_t>(static_cast<const unsigned char *>(zero) - text_);
             }
         }
-        return position + step <= known_;
+        return position + wordBytes <= known_;
     }
 
 private:
@@ -57,59 +49,6 @@ private:
 
 constexpr unsigned int leastUnit(Clean clean) {
     return clean == Clean::Any ? 1 : 0x20;
-}
-
-constexpr bool isClean(Clean clean, unsigned int unit) {
-    return clean == Clean::Any ? unit != 0
-                               : unit >= 0x20 && (unit < 0x80 || (unit > 0x9F && (unit < 0xE080 || unit > 0xE09F)));
-}
-
-template <UnitOrder order>
-unsigned int unitAt(const unsigned char *text, std::size_t index) {
-    const unsigned int first = text[2 * index];
-    const unsigned int second = text[2 * index + 1];
-    return order == UnitOrder::HighFirst ? first << 8U | second : second << 8U | first;
-}
-
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    Progress done;
-    while (done.read < count && room - done.written > 3) {
-        const unsigned int unit = unitAt<order>(text, done.read);
-        if (!isClean(clean, unit)) {
-            break;
-        }
-        if (unit < 0x80) {
-            out[done.written++] = static_cast<char>(unit);
-        } else {
-            done.written += detail::utf8Encode(unit, out + done.written, 4);
-        }
-        ++done.read;
-    }
-    return done;
-}
-
-template <UnitOrder order>
-ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
-    Progress done;
-    for (unsigned int unit = 0; done.read < count && (unit = unitAt<order>(text, done.read)) != 0; ++done.read) {
-        done.written += 1U + (unit >= 0x80 ? 1U : 0U) + (unit >= 0x800 ? 1U : 0U);
-    }
-    return done;
-}
-
-template <Clean clean>
-ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, unsigned short *out, std::size_t room) {
-    Progress done;
-    for (const std::size_t fitting = std::min(count, room); done.read < fitting; ++done.read) {
-        const unsigned int unit = unitAt<UnitOrder::HighFirst>(text, done.read);
-        if (!isClean(clean, unit)) {
-            break;
-        }
-        out[done.read] = static_cast<unsigned short>(unit);
-    }
-    done.written = done.read;
-    return done;
 }
 
 // Reads one well-formed character; 0 bytes for anything else. A shorter text ends with a zero, which follows no lead.
@@ -140,9 +79,9 @@ std::size_t walk(const unsigned char *text, std::size_t length, TakeAscii takeAs
     Extent extent(text, length);
     std::size_t read = 0;
     while (read < extent.length()) {
-        if (text[read] < 0x80 && extent.hasStepAt(read) && plainAscii(eightBytes(text + read), leastUnit(clean)) &&
+        if (text[read] < 0x80 && extent.hasWordAt(read) && plainAscii(wordAt(text + read), leastUnit(clean)) &&
             takeAscii(text + read)) {
-            read += step;
+            read += wordBytes;
             continue;
         }
         unsigned int unit = 0;
@@ -161,11 +100,11 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     const std::size_t read = walk<clean>(
         text, length,
         [&](const unsigned char *ascii) {
-            if (room - written < step) {
+            if (room - written < wordBytes) {
                 return false;
             }
-            std::copy_n(ascii, step, out + written);
-            written += step;
+            std::copy_n(ascii, wordBytes, out + written);
+            written += wordBytes;
             return true;
         },
         [&](unsigned int unit) {
@@ -195,9 +134,9 @@ ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
     Extent extent(text, length);
     Progress done;
     while (done.read < extent.length()) {
-        if (text[done.read] < 0x80 && extent.hasStepAt(done.read) && plainAscii(eightBytes(text + done.read), 1)) {
-            done.read += step;
-            done.written += step;
+        if (text[done.read] < 0x80 && extent.hasWordAt(done.read) && plainAscii(wordAt(text + done.read), 1)) {
+            done.read += wordBytes;
+            done.written += wordBytes;
             continue;
         }
         if (text[done.read] == 0) {
