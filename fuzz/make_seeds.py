@@ -26,6 +26,34 @@ SURROGATES = [b"\xD8\x3D\xDE\x00", b"\xD8\x3D", b"\xDE\x00", b"\xD8\x3D\x00A", b
 TELETEXT = [bytes([0xE0 + page, low]) for page in range(3) for low in (0x00, 0x10, 0x41, 0xFF)] + [b"\xE2\x10\x00A\xE3\x00"]
 
 
+def described(tag: int, content: bytes) -> bytes:
+    return bytes([tag, len(content)]) + content
+
+
+def counted(text: bytes) -> bytes:
+    return bytes([len(text)]) + text
+
+
+def looped(descriptors: bytes) -> bytes:
+    return (0xF000 | len(descriptors)).to_bytes(2, "big") + descriptors
+
+
+# A section as the target reads it: packet identifier and table in one byte, its extension, how often its payload stands
+# in it, and the payload up to a line feed.
+def sections() -> list[bytes]:
+    name = LEGACY[0]
+    short = described(0x4D, b"eng" + counted(name) + counted(b"A text."))
+    extended = described(0x4E, b"\x00eng" + counted(counted(b"Cast") + counted(name)) + counted(b"A long text."))
+    event = b"\0\7\xEF\x7C\x12\x45\0\1\x30\0" + looped(short + extended)
+    service = b"\0\x65\xFC" + looped(described(0x48, b"\1" + counted(b"Provider") + counted(name)))
+    return [b"\x00\1\0" + looped(described(0x40, b"Network")) + b"\xF0\0",
+            b"\x11\1\0" + looped(described(0x47, b"Bouquet")) + b"\xF0\0",
+            b"\x09\1\0" + b"\x32\1\xFF" + service,
+            b"\x09\1\7" + b"\x32\1\xFF" + service,
+            b"\x16\2\0" + b"\0\1\x32\1\0\x4E" + event,
+            b"\x1E\2\7" + b"\0\1\x32\1\0\x50" + event]
+
+
 def seeds() -> dict[str, list[bytes]]:
     ample, few = b"\xFF", b"\x07"
     with_size = lambda texts: [size + coin + text for size in (ample, few) for coin in (b"\0", b"\1") for text in texts]
@@ -52,6 +80,10 @@ def seeds() -> dict[str, list[bytes]]:
         "xml": with_size(XML),
         "wildcard": PATTERNS,
         "collate": [shared + texts for shared in (b"\0", b"\x40") for texts in LISTS],
+        "transport_stream": [bytes([1 | few << 2, limit, limit * 30]) + b"\n".join(sections()[:few]) + b"\n" + damage
+                             for few in (1, 4, 6) for limit in (1, 7) for damage in (b"", b"\3\1\x02\x80\xFF\2\0\x10\0\x30\xB0")]
+                            + [bytes([1 | 1 << 2, 7, 255]) + section + b"\n" for section in sections()]
+                            + [b"\0\7\xFF" + before + b"G\x40\x11\x10" + b"\0" * 184 for before in (b"", b"TIME", b"G")],
         "utf16": with_size(SURROGATES + PAIRS[:3]),
     }
 
