@@ -48,8 +48,9 @@ unsigned int bytesToUcs2(tables::ByteSet set, unsigned short *out, int outSize, 
                         : toUcs2(set, out, outSize, in, bytesOf(in) + inLength);
 }
 
+// The kernels may store whole blocks; of a text without characters the terminator alone is written.
 unsigned int bytesToUtf8(tables::ByteSet set, char *out, int outSize, const char *in, int inLength) {
-    if (in == nullptr || outSize < 2) {
+    if (in == nullptr || outSize < 2 || inLength == 0 || *in == 0) {
         return empty(out);
     }
     return inLength < 0 ? terminatedToUtf8(set, out, outSize, in)

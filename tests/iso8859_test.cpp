@@ -174,6 +174,24 @@ TEST(IsoBuffer, NothingToConvertLeavesAnEmptyText) {
     EXPECT_EQ(text[1], Guarded<char>::pattern());
 }
 
+// However much room there is for the kernels' blocks.
+TEST(IsoBuffer, OfATextWithoutCharactersTheTerminatorAloneIsWritten) {
+    for (const int size : {2, 8, 9, 64, 65, 128, 129, 192, 193, 1000}) {
+        for (const auto &[in, count] : {std::pair("abc", 0), std::pair("", -1), std::pair("", 1), std::pair("", 0)}) {
+            Guarded<unsigned short> units(static_cast<std::size_t>(size));
+            EXPECT_EQ(zelk_isoToUnicode(1, units.data(), size, in, count), 0U);
+            Guarded<char> text(static_cast<std::size_t>(size));
+            EXPECT_EQ(zelk_isoToUtf8(1, text.data(), size, in, count), 0U);
+            EXPECT_EQ(units[0], 0);
+            EXPECT_EQ(text[0], 0);
+            units[0] = Guarded<unsigned short>::pattern();
+            text[0] = Guarded<char>::pattern();
+            EXPECT_TRUE(units.untouched()) << "size " << size;
+            EXPECT_TRUE(text.untouched()) << "size " << size;
+        }
+    }
+}
+
 TEST(IsoBuffer, EveryByteOfEveryPart) {
     for (const unsigned int part : someParts()) {
         SCOPED_TRACE(part);
