@@ -153,6 +153,26 @@ TEST_F(Allocation, PacketsOfEveryKindAreNullWithoutMemory) {
     EXPECT_EQ(AllocationWatch::failures(), 7);
 }
 
+// Their capacity wraps to 0, so that the copy has no room for anything.
+TEST_F(Allocation, TheLargestPacketsRefuseTheTextAndStayUnwritten) {
+    const unsigned short wideText[] = {'a', 'b', 'c', 0};
+    Owned<CharPacket> narrow;
+    Owned<WideCharPacket> wide;
+    {
+        const AllocationWatch watch;
+        narrow.reset(zelkNewCharPacket(65535, "abc"));
+        wide.reset(zelkNewWideCharPacket(65535, wideText));
+    }
+    ASSERT_NE(narrow, nullptr);
+    ASSERT_NE(wide, nullptr);
+    EXPECT_EQ(narrow->length, 0);
+    EXPECT_EQ(wide->length, 0);
+    for (const std::size_t i : {0U, 1U, 65535U}) {
+        EXPECT_EQ(static_cast<unsigned char>(narrow->chars[i]), AllocationWatch::unwritten) << i;
+        EXPECT_EQ(wide->chars[i], AllocationWatch::unwritten * 0x101) << i;
+    }
+}
+
 // A text in pieces may be offered again when there was no memory for one of them: nothing has happened to its state.
 TEST_F(Allocation, TheStateOfATolerantTextStaysWithoutMemory) {
     const std::string text = textOfLength(5000);

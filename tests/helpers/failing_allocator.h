@@ -1,6 +1,7 @@
 // malloc and its kin, replaced for one test program, to count requests, to find what is not given back, and to fail the
-// n-th request. operator new comes through it, and so does what the C library itself asks for. Include it in one source
-// of a program with one thread.
+// n-th request. While requests are watched a new block is filled with one byte, so that a test sees what was never
+// written. operator new comes through it, and so does what the C library itself asks for. Include it in one source of a
+// program with one thread.
 //
 // It needs a C library that offers its own functions under a second name, and no sanitizer in between: where
 // `countsAllocations` is false nothing is replaced.
@@ -10,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 
 #if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define ZELK_TEST_COUNTS_ALLOCATIONS 1
@@ -52,6 +54,14 @@ public:
                            (now.failing == Failing::OneRequestAndAllLater && now.requests >= now.failingNumber);
         now.failures += fails ? 1 : 0;
         return fails;
+    }
+    static constexpr unsigned char unwritten = 0xA7;
+
+    static void *filled(void *block, std::size_t size) {
+        if (state().watching && block != nullptr) {
+            std::memset(block, unwritten, size);
+        }
+        return block;
     }
     static void *given(void *block) {
         State &now = state();
@@ -100,7 +110,10 @@ void *__libc_realloc(void *block, std::size_t size);
 void __libc_free(void *block);
 
 void *malloc(std::size_t size) noexcept {
-    return zelk_test::AllocationWatch::refuse() ? nullptr : zelk_test::AllocationWatch::given(__libc_malloc(size));
+    if (zelk_test::AllocationWatch::refuse()) {
+        return nullptr;
+    }
+    return zelk_test::AllocationWatch::given(zelk_test::AllocationWatch::filled(__libc_malloc(size), size));
 }
 
 void *calloc(std::size_t count, std::size_t size) noexcept {
