@@ -16,7 +16,8 @@
  * - Sizes. An output size is in output units and includes the terminator. The output is always terminated, and the
  *   terminator is written even where the size is 0 or 1: give every output at least one unit. Results never count the
  *   terminator. A text that does not fit is cut without notice; a UTF-8 sequence that does not fit is skipped
- *   whole, and a later, shorter character may still be written. Each family has a function that tells the size needed.
+ *   whole, and a later, shorter character may still be written. Most families have a function that tells the size
+ *   needed; elsewhere the comment does.
  *   What the output holds behind the terminator, within its size, is undefined. A size of 1073741824 or more is none of
  *   a buffer but says that the result fits: then nothing is written behind the terminator.
  * - Null. A null input text gives an empty output and 0, or a null packet. A null output is not accepted.
@@ -271,7 +272,7 @@ unsigned int zelk_expand(unsigned short *dst, const char *src, int size);
  * Counts the characters inside quotes.
  *
  * @param text    zero-terminated, or null for 0
- * @param examine how many characters of the text to look at, quote characters included
+ * @param examine how many characters of the text to look at, quote characters included; 0xFFFFFFFF: all of them
  */
 unsigned int zelkGetQuotedLength(const char *text, unsigned int examine, char open, char close);
 
@@ -294,7 +295,7 @@ unsigned int zelkCopyQuoted(char *dst, int size, const char *src, int examine, c
  * zeros; callers rely on it.
  *
  * @param dst   receives the text and a zero; with a size of 1 or less, or a null `src`, the zero alone
- * @param size  slots in `dst`, the terminator included
+ * @param size  slots in `dst`, the terminator included; the length of `src` + 2 suffices
  * @param first,second the two characters left out; they may be equal
  * @return the characters written, the copied zero included
  */
@@ -341,7 +342,8 @@ unsigned short zelk_filterControlChars(unsigned short code);
  * Copies a text through a filter. The terminating zero is passed to the filter too, and ends the text.
  *
  * @param dst    receives the characters that the filter keeps (low 8 bits of its results) and a zero
- * @param size   slots in `dst`, the terminator included; with 1 or less the zero alone is written
+ * @param size   slots in `dst`, the terminator included; with 1 or less the zero alone is written. The length of `src`
+ *               + 1 suffices, + 2 where the filter replaces the terminating zero.
  * @param src    zero-terminated, or null for an empty text
  * @param filter null selects zelk_filterControlChars()
  * @return the characters written
@@ -548,7 +550,8 @@ int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length);
  * @param size    bytes in `out`, the terminator included
  * @param text    ended by a zero byte, or null for an empty text
  * @param length  bytes to copy at most; negative: up to the zero byte
- * @param invalid set to 1 when the copy ended at a rejected byte; where it is not 0 on entry, nothing is copied
+ * @param invalid set to 1 when the copy ended at a rejected byte; where it is not 0 on entry, nothing is copied; must
+ *                not be null
  * @return the bytes copied
  */
 unsigned int zelkUtf8CopyAndCheckIfValid(unsigned char *out, int size, const unsigned char *text, int length,
@@ -610,7 +613,10 @@ int zelkUtf8GetFilteredStringLength(const unsigned char *text, zelkCharFilter fi
  */
 unsigned int zelkUtf8FilterString(unsigned char *out, int size, const unsigned char *text, zelkCharFilter filter);
 
-/** As zelkSubstr(), with `start` and `count` in characters. */
+/**
+ * As zelkSubstr(), with `start` and `count` in characters, which are looked for up to the first zero byte: a `start`
+ * behind the text is its end and gives an empty stretch, and the capacity follows the bytes found.
+ */
 CharPacket *zelkUtf8Substr(const CharPacket *text, unsigned int start, unsigned int count, const char *replacement);
 
 /* ==================================================== ISO 8859 ==================================================== */
@@ -657,14 +663,18 @@ unsigned int zelk_isoToUnicode(unsigned int part, unsigned short *out, int outSi
 /** As zelk_isoToUnicode(), to UTF-8: `outSize` and the result are in bytes, and what does not fit is skipped. */
 unsigned int zelk_isoToUtf8(unsigned int part, char *out, int outSize, const char *in, int inLength);
 
-/** As zelk_isoToUtf8(), for text that may be UTF-8 already: valid UTF-8 is copied, anything else is ISO 8859 whole. */
+/**
+ * As zelk_isoToUtf8(), for text that may be UTF-8 already: valid UTF-8 is copied as zelkUtf8CopyAndCheckIfValid() does
+ * (cut byte by byte where the room ends, which ends the check too), anything else is ISO 8859 whole.
+ */
 unsigned int zelk_isoToUtf8Checked(unsigned int part, char *out, int outSize, const char *in, int inLength);
 
 /**
  * As zelk_isoToUtf8Checked(), for a text in pieces: what was valid UTF-8 stays, and from the first byte that is not,
  * this piece and all later ones are ISO 8859.
  *
- * @param flag 0 before the first piece; set when the text has proved not to be UTF-8. Not touched for a null `in`.
+ * @param flag 0 before the first piece; set when the text has proved not to be UTF-8. Not touched for a null `in`;
+ *             must not be null.
  */
 unsigned int zelk_isoToUtf8Tolerant(unsigned int part, char *out, int outSize, const char *in, int inLength, int *flag);
 
@@ -732,14 +742,14 @@ CharPacket *zelkConvertWindowsToUtf8(int codePage, unsigned int charSet, const c
  * placeholders, which become spaces) by ordinary ones; everything else passes.
  *
  * @param out      receives the units and a zero unit
- * @param outSize  units in `out`, the terminator included
+ * @param outSize  units in `out`, the terminator included; the units of the text + 1 suffice
  * @param in       the text, or null for an empty one; a zero unit ends it, counted or not
  * @param inLength units to convert at most; negative: up to the zero unit
  * @return the units written
  */
 unsigned int zelk_pela_ttxConvertToUnicode(unsigned short *out, int outSize, const unsigned short *in, int inLength);
 
-/** As zelk_pela_ttxConvertToUnicode(), to UTF-8: `outSize` and the result are in bytes. */
+/** As zelk_pela_ttxConvertToUnicode(), to UTF-8: `outSize` and the result are in bytes; three a unit + 1 suffice. */
 unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned short *in, int inLength);
 
 /* ====================================================== DVB ====================================================== */

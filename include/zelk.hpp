@@ -27,7 +27,7 @@ class Utf8Decoder {
 public:
     /**
      * The result is the units, low byte first on every machine, and one zero byte: 2 * units + 1 bytes. A text that is
-     * empty but not null gives that one byte.
+     * empty but not null gives that one byte. A sequence that `length` cuts off gives a zero unit.
      */
     static std::string utf8Decode(const char *text, int length);
     static std::string utf8Decode(const std::string &text);
@@ -81,7 +81,7 @@ public:
      *
      * @param dest         receives the bytes, whole characters only, and a zero where there is room for it
      * @param destCapacity bytes in `dest`
-     * @param destLength   receives the length of the whole result; may be null
+     * @param destLength   receives the length of the whole result, unless null is returned for a failure; may be null
      * @param src          units; a zero unit is a character like others where there is a count
      * @param srcLength    units in `src`; -1: up to the zero unit
      * @param status       a failure on entry makes the call do nothing; receives the status. Surrogates are checked
