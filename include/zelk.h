@@ -20,6 +20,7 @@
  *   needed; elsewhere the comment does.
  *   What the output holds behind the terminator, within its size, is undefined. A size of 1073741824 or more is none of
  *   a buffer but says that the result fits: then nothing is written behind the terminator.
+ * - Overlap. Input and output are different memory, unless the comment says that they may be the same.
  * - Null. A null input text gives an empty output and 0, or a null packet. A null output is not accepted.
  * - Errors. There are none: whatever cannot be converted becomes U+FFFD, and no byte sequence is refused.
  * - Packets. A function that returns a CharPacket or WideCharPacket hands over one block of malloc; release it with
@@ -140,7 +141,7 @@ typedef enum DvbCode_t ZELK_INT_ENUM {
     DvbCodeIso8859_16 = 16,
     DvbCodeReserved17 = 17,   /**< selector 0x0D; decoded like 0 */
     DvbCodeNone = 18,         /**< as a default: none given; as a result: a selector without support, decoded like 0 */
-    DvbCodeUtf8Prepared = 19, /**< UTF-8 behind the library's private selector 0x1D */
+    DvbCodeUtf8Prepared = 19, /**< UTF-8 behind the library's private selector 0x1D; selector 0x0F gives it too */
     DvbCodeUcs2 = 20,         /**< two bytes a character, high byte first (selectors 0x11 and 0x14) */
     DvbCodeUtf8 = 21,         /**< UTF-8 (selectors 0x15 and 0x16) */
     DvbCodeCompressed = 22    /**< Huffman-compressed (selector 0x1F with encoding type 1, 2, 5 or 6) */
@@ -774,6 +775,11 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
 /**
  * Reads the selector bytes of a DVB string.
  *
+ * 01 to 0B give ISO 8859-5 to -15, 0C gives ISO 8859-16; 10 00 n gives code n up to 10; 11 and 14 two-byte text; 15 and
+ * 16 UTF-8; 1D and 0F prepared text; 1F t compressed text of type t = 1, 2, 5 or 6. 0D gives DvbCodeReserved17. All
+ * others up to 1F give DvbCodeNone and are skipped like the rest: a 10 by itself when no 00 follows, else with its two
+ * bytes, a 1F with its type.
+ *
  * @param text         the string, or null for the default
  * @param charSet      set to DvbCharSetStandard when a default code is given or a string has no selector; not null
  * @param code         receives the table code; must not be null
@@ -803,6 +809,11 @@ int combiningMapDvb(unsigned int table);
 /**
  * Converts a DVB string to UCS-2.
  *
+ * - Prepared text passes with its controls. A count that ends inside one of its characters leaves that unit of `out` as
+ *   it was, and the result counts it: end a count at a character.
+ * - Of compressed text types 1 and 2 decode, types 5 and 6 give an empty text. With a count the bytes behind the end of
+ *   text are decoded too.
+ *
  * @param out     receives the units and a zero unit
  * @param outSize units in `out`, the terminator included
  * @return the units written
@@ -811,8 +822,11 @@ unsigned int zelk_dvb8ToUnicode(dvbCharSet_t charSet, unsigned short *out, int o
                                 DvbCode_t defaultCode, int defaultExtra, unsigned int flags);
 
 /**
- * Converts a DVB string to UTF-8. Compressed text of types 5 and 6 decodes here only, and ends where a piece does not
- * fit; its bound is a fixed 511 bytes.
+ * Converts a DVB string to UTF-8.
+ *
+ * - Prepared text is copied with its controls, and cut byte by byte where it does not fit.
+ * - Compressed text of types 5 and 6 decodes here only, with a count, and ends where a piece does not fit; its bound is
+ *   a fixed 511 bytes. Of types 1 and 2 the end of text ends it, counted or not.
  *
  * @param out     receives the bytes and a zero
  * @param outSize bytes in `out`, the terminator included
@@ -823,18 +837,18 @@ unsigned int zelk_dvb8ToUtf8(dvbCharSet_t charSet, char *out, int outSize, const
 
 /**
  * Gives the units that zelk_dvb8ToUnicode() needs at most, the terminator not counted: the count where there is one;
- * else by the text's length, and 0 for compressed text, which therefore needs a count.
+ * else by the text's length, and 0 for compressed text, which therefore needs a count. Null gives 0.
  */
 int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra, unsigned int flags);
 
 /**
  * Gives the bytes that zelk_dvb8ToUtf8() needs at most, the terminator not counted: by the code, three a character or
  * one a byte of UTF-8 (rejected bytes grow to U+FFFD, and a text full of them is cut); 511 for compressed text of types
- * 5 and 6; the exact count of decoded bytes for types 1 and 2 (0 without a count). At most 2147483647.
+ * 5 and 6; the exact count of decoded bytes for types 1 and 2 (0 without a count). Null gives 0. At most 2147483647.
  */
 int zelk_dvb8ToUtf8MaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
 
-/** Gives the bytes that zelk_dvb8PrepUtf8() needs, marker and terminator included. */
+/** Gives the bytes that zelk_dvb8PrepUtf8() needs, marker and terminator included; 2 for null. At most 2147483647. */
 int zelk_dvb8PrepUtf8Buffersize(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
 
 /**
@@ -847,10 +861,21 @@ int zelk_dvb8PrepUtf8Buffersize(const char *in, int inLen, DvbCode_t defaultCode
 unsigned int zelk_dvb8PrepUtf8(dvbCharSet_t charSet, char *out, int outSize, const char *in, int inLen,
                                DvbCode_t defaultCode, int defaultExtra, unsigned int flags);
 
-/** Copies a prepared string without its marker; a string without the marker is copied as it is. */
+/**
+ * Copies a prepared string without its marker; a string without the marker is copied as it is.
+ *
+ * @param out     receives the bytes and a zero; may be `in`
+ * @param outSize bytes in `out`, the terminator included; a text that does not fit is cut byte by byte
+ * @param in      the string, or null for an empty one; a zero byte ends it, counted or not
+ * @param inLen   its bytes, the marker included; negative: up to the zero byte
+ * @return the bytes copied
+ */
 unsigned int zelk_dvbPrep8ToUtf8(char *out, int outSize, const char *in, int inLen);
 
-/** zelk_dvb8PrepUtf8() in a new packet. Null for a null string or without memory. */
+/**
+ * zelk_dvb8PrepUtf8() in a new packet made for zelk_dvb8PrepUtf8Buffersize() bytes. Where that is more than 65535 the
+ * packet is as one of zelkConvertDvb8ToUtf8(). Null for a null string or without memory.
+ */
 CharPacket *zelkPreprocessDvbStringToUtf8(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t defaultCode,
                                           int defaultExtra, unsigned int flags);
 
