@@ -375,6 +375,13 @@ ZELK_OPERATION bool endsIn(const TextBlock &block, std::size_t length) {
     return block.count < block.readable || block.count == length;
 }
 
+// A text that stays as it is and fits.
+ZELK_OPERATION unsigned int copied(const TextBlock &block, char *out) {
+    store(out, firstBytes(block.count), block.bytes);
+    out[block.count] = 0;
+    return static_cast<unsigned int>(block.count);
+}
+
 // A text that ends in its first block, in one go.
 ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int escapeShortXml(const char *text, std::size_t length, char *out,
                                                               std::size_t room, XmlConversion otherwise) {
@@ -383,7 +390,13 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int escapeShortXml(const char *text, 
     }
     const TextBlock block = textBlock(text, length);
     const Mask special = specials(block.bytes) & firstBytes(block.count);
-    if (!endsIn(block, length) || room < block.count + countOf(special) * tables::longestXmlEntity + blockBytes) {
+    if (!endsIn(block, length)) {
+        return otherwise(text, length, out, room);
+    }
+    if (special == 0 && room >= block.count) {
+        return copied(block, out);
+    }
+    if (room < block.count + countOf(special) * tables::longestXmlEntity + blockBytes) {
         return otherwise(text, length, out, room);
     }
     const std::size_t written = escapeRuns(text, block, special, out);
@@ -400,26 +413,24 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortReferences(Block byt
     if (result.others != 0) {
         return otherwise(text, length, out, room);
     }
-    const std::size_t written = storeKept<true>(out, present & ~result.names, result.bytes);
+    const std::size_t written = storeKept<false>(out, present & ~result.names, result.bytes);
     out[written] = 0;
     return static_cast<unsigned int>(written);
 }
 
 ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortXml(const char *text, std::size_t length, char *out,
                                                                 std::size_t room, XmlConversion otherwise) {
-    if (!mayBeShort(length) || room < blockBytes) {
+    if (!mayBeShort(length)) {
         return otherwise(text, length, out, room);
     }
     const TextBlock block = textBlock(text, length);
-    if (!endsIn(block, length)) {
+    if (!endsIn(block, length) || room < block.count) {
         return otherwise(text, length, out, room);
     }
     if ((_mm512_cmpeq_epi8_mask(block.bytes, everyByte('&')) & firstBytes(block.count)) != 0) {
         return unescapeShortReferences(block.bytes, block.count, text, length, out, room, otherwise);
     }
-    store(out, block.bytes);
-    out[block.count] = 0;
-    return static_cast<unsigned int>(block.count);
+    return copied(block, out);
 }
 
 } // namespace zelk::kernels::avx512
