@@ -288,7 +288,7 @@ ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out
         if (!same(nonZero(text), bytes)) {
             return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
         }
-        store(out, text);
+        store(out, bytes, text);
         out[count] = 0;
         return static_cast<unsigned int>(count);
     }

@@ -414,7 +414,7 @@ unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, i
     const Block text = load(in, bytes);
     const Mask graphic = graphicAscii(avx512::graphic(), text);
     if (same(graphic, bytes)) {
-        store(out, text);
+        store(out, bytes, text);
         return finished(out, count);
     }
     const Utf8Composer c = utf8Composer();

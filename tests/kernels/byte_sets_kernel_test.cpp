@@ -3,6 +3,7 @@
 #include "kernels/byte_sets.h"
 
 #include "helpers/guard_pages.h"
+#include "helpers/guarded.h"
 #include "helpers/text.h"
 #include "reference/single_byte.h"
 
@@ -134,6 +135,23 @@ TEST(ByteSetKernels, ConvertEveryShortText) {
             for (unsigned int second = 0; second < 256; ++second) {
                 const std::string two = one + static_cast<char>(second);
                 ASSERT_NO_FATAL_FAILURE(bench.expectAll(ByteSet::Windows1250, two, 2 + second % 8));
+            }
+        }
+    }
+}
+
+TEST(ByteSetKernels, BehindTheTerminatorOfAPlainNameNothingIsWritten) {
+    for (const Kernels &kernel : kernelsOfThisMachine()) {
+        if (std::string(kernel.name) == "portable") {
+            continue; // stores the entry of a character whole
+        }
+        for (std::size_t length = 1; length <= 64; ++length) {
+            const std::string text(length, 'x');
+            Guarded<char> out(1000);
+            const unsigned char *const in = u8(text);
+            ASSERT_EQ(kernel.toUtf8(ByteSet::Iso8859_2, out.data(), out.data() + 1000, in, in + length), length);
+            for (std::size_t i = length + 1; i < out.size(); ++i) {
+                ASSERT_EQ(out[i], Guarded<char>::pattern()) << kernel.name << ", length " << length;
             }
         }
     }

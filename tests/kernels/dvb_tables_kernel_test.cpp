@@ -4,6 +4,7 @@
 #include "kernels/byte_sets.h"
 
 #include "helpers/guard_pages.h"
+#include "helpers/guarded.h"
 #include "helpers/text.h"
 #include "reference/dvb_model.h"
 
@@ -189,6 +190,22 @@ TEST(DvbTableKernels, ConvertEveryShortText) {
                     ASSERT_NO_FATAL_FAILURE(bench.expectText(table, one, room, byte & 1U));
                     ASSERT_NO_FATAL_FAILURE(bench.expectText(table, one + one, 200));
                 }
+            }
+        }
+    }
+}
+
+TEST(DvbTableKernels, BehindTheTerminatorOfAPlainNameNothingIsWritten) {
+    for (const Kernels &kernel : kernelsOfThisMachine()) {
+        if (std::string(kernel.name) == "portable") {
+            continue; // stores the entry of a character whole
+        }
+        for (int length = 1; length <= 64; ++length) {
+            const std::string text(static_cast<std::size_t>(length), 'x');
+            Guarded<char> out(1000);
+            ASSERT_EQ(kernel.markedToUtf8(out.data(), 1000, u8(text), length, tables::dvbTables[0], 0), text.size());
+            for (std::size_t i = text.size() + 1; i < out.size(); ++i) {
+                ASSERT_EQ(out[i], Guarded<char>::pattern()) << kernel.name << ", length " << length;
             }
         }
     }
