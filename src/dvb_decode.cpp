@@ -231,9 +231,14 @@ unsigned int decodeTable(typename Sink::Unit *out, int outSize, const unsigned c
     }
 }
 
+// The kernels may store whole blocks; of a text without characters the terminator alone is written.
 template <class Unit>
 [[gnu::noinline]] unsigned int decodeTerminated(Unit *out, int outSize, const unsigned char *at, tables::DvbTable table,
                                                 unsigned int flags) {
+    if (*at == 0) {
+        *out = 0;
+        return 0;
+    }
     return decodeCounted(out, outSize, at, byteCount(at, -1), table, flags);
 }
 

@@ -357,6 +357,31 @@ TEST(DvbDecode, AnOutputSizeOfOneOrLessGetsTheTerminatorOnly) {
     }
 }
 
+// However much room there is for the kernels' blocks.
+TEST(DvbDecode, OfATextWithoutCharactersTheTerminatorAloneIsWritten) {
+    for (const char *hex : {"", "05", "01", "10 00 02", "12", "11", "15", "1D", "0F", "1F 03", "1F 05"}) {
+        for (const bool counted : {true, false}) {
+            const Input in(bytes(hex), counted, 3);
+            for (const int size : {2, 64, 65, 128, 129, 192, 193, 1000}) {
+                Guarded<unsigned short> units(static_cast<std::size_t>(size));
+                EXPECT_EQ(zelk_dvb8ToUnicode(DvbCharSetStandard, units.data(), size, in.data(), in.count(), DvbCodeNone,
+                                             0, 0),
+                          0U);
+                Guarded<char> text(static_cast<std::size_t>(size));
+                EXPECT_EQ(
+                    zelk_dvb8ToUtf8(DvbCharSetStandard, text.data(), size, in.data(), in.count(), DvbCodeNone, 0, 0),
+                    0U);
+                EXPECT_EQ(units[0], 0);
+                EXPECT_EQ(text[0], 0);
+                units[0] = Guarded<unsigned short>::pattern();
+                text[0] = Guarded<char>::pattern();
+                EXPECT_TRUE(units.untouched()) << hex << ", size " << size;
+                EXPECT_TRUE(text.untouched()) << hex << ", size " << size;
+            }
+        }
+    }
+}
+
 TEST(DvbDecode, ANullStringIsEmpty) {
     Guarded<unsigned short> units(1);
     Guarded<char> text(1);

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -171,6 +172,21 @@ TEST(XmlEscape, RefusedCalls) {
         EXPECT_EQ(convert(conversion, 10, "", 5), "");
         EXPECT_EQ(convert(conversion, 10, nullptr, -1), "");
         EXPECT_EQ(convert(conversion, 10, nullptr, 5), "");
+    }
+}
+
+// However much room there is for the kernels' blocks.
+TEST(XmlEscape, OfATextWithoutCharactersTheTerminatorAloneIsWritten) {
+    for (const Conversion conversion : {zelk_xmlify, zelk_unxml}) {
+        for (const int size : {1, 2, 64, 65, 80, 128, 1000}) {
+            for (const auto &[in, count] : {std::pair("abc", 0), std::pair("", -1), std::pair("", 5)}) {
+                Guarded<char> out(static_cast<std::size_t>(size));
+                EXPECT_EQ(conversion(out.data(), size, in, count), 0U);
+                EXPECT_EQ(out[0], 0);
+                out[0] = Guarded<char>::pattern();
+                EXPECT_TRUE(out.untouched()) << "size " << size;
+            }
+        }
     }
 }
 
