@@ -17,53 +17,54 @@ namespace {
 using kernels::Clean;
 using kernels::UnitOrder;
 
-// The bytes of units, and how they lie.
-const unsigned char *bytesOf(const unsigned short *text) {
-    return reinterpret_cast<const unsigned char *>(text);
+// Native units are the byte pairs of this machine's order.
+using NativeUnits = BytePairs<std::endian::native == std::endian::little ? FirstByte::Low : FirstByte::High>;
+
+NativeUnits nativeUnits(const unsigned short *text) {
+    return NativeUnits(reinterpret_cast<const unsigned char *>(text));
 }
 
-template <FirstByte order>
-const unsigned char *bytesOf(BytePairs<order> text) {
-    return text.bytes();
+template <FirstByte first>
+inline constexpr UnitOrder orderOf = first == FirstByte::High ? UnitOrder::HighFirst : UnitOrder::LowFirst;
+
+// What a kernel leaves: near the end of the buffer what does not fit is skipped, and what comes behind it may fit.
+template <FirstByte first>
+[[gnu::noinline]] unsigned int encodeRest(char *out, int size, BytePairs<first> text, unsigned int left) {
+    return convertUnits<Utf8Sink>(out, size, text, static_cast<int>(left), [](unsigned int unit) { return unit; });
 }
 
-template <class Units>
-inline constexpr UnitOrder orderOf =
-    std::endian::native == std::endian::little ? UnitOrder::LowFirst : UnitOrder::HighFirst;
-template <>
-inline constexpr UnitOrder orderOf<HighByteFirst> = UnitOrder::HighFirst;
-template <>
-inline constexpr UnitOrder orderOf<LowByteFirst> = UnitOrder::LowFirst;
-
-// The kernel takes the text as far as it surely fits; near the end of the buffer the plain loop skips what does not.
-template <class Units>
-unsigned int encodeText(unsigned char *out, int size, Units text, int count) {
+// The kernel takes the text as far as it surely fits.
+template <FirstByte first>
+unsigned int encodeText(unsigned char *out, int size, BytePairs<first> text, int count) {
     const auto extent = static_cast<unsigned int>(count);
-    auto *at = reinterpret_cast<char *>(out);
-    kernels::Progress done;
-    if (text != nullptr && size > 1) {
-        done =
-            kernels::ucs2ToUtf8<orderOf<Units>, Clean::Any>(bytesOf(text), extent, at, static_cast<std::size_t>(size));
-        text += done.read;
+    auto *const begin = reinterpret_cast<char *>(out);
+    if (text == nullptr || size < 2) {
+        return encodeRest(begin, size, text, extent);
     }
+    const kernels::Progress done =
+        kernels::ucs2ToUtf8<orderOf<first>, Clean::Any>(text.bytes(), extent, begin, static_cast<std::size_t>(size));
     const auto written = static_cast<unsigned int>(done.written);
-    return written + convertUnits<Utf8Sink>(at + written, size - static_cast<int>(written), text,
-                                            static_cast<int>(extent - static_cast<unsigned int>(done.read)),
-                                            [](unsigned int unit) { return unit; });
+    if (done.read == extent) [[likely]] {
+        out[written] = 0;
+        return written;
+    }
+    text += done.read;
+    return written + encodeRest(begin + written, size - static_cast<int>(written), text,
+                                extent - static_cast<unsigned int>(done.read));
 }
 
-template <class Units>
-unsigned int encodedLength(Units text, int count) {
+template <FirstByte first>
+unsigned int encodedLength(BytePairs<first> text, int count) {
     if (text == nullptr) {
         return 0;
     }
     const auto extent = static_cast<unsigned int>(count);
-    return static_cast<unsigned int>(kernels::measureUcs2<orderOf<Units>>(bytesOf(text), extent).written);
+    return static_cast<unsigned int>(kernels::measureUcs2<orderOf<first>>(text.bytes(), extent).written);
 }
 
 // A result of 65,536 bytes or more is cut to its length modulo 65,536, as packets count.
-template <class Units>
-CharPacket *encodeString(Units text, int count) {
+template <FirstByte first>
+CharPacket *encodeString(BytePairs<first> text, int count) {
     if (text == nullptr) {
         return nullptr;
     }
@@ -102,11 +103,11 @@ using detail::HighByteFirst;
 using detail::LowByteFirst;
 
 unsigned int zelkUtf8EncodeText(unsigned char *out, int size, const unsigned short *text, int count) {
-    return detail::encodeText(out, size, text, count);
+    return detail::encodeText(out, size, detail::nativeUnits(text), count);
 }
 
 unsigned int zelkUtf8GetLength(const unsigned short *text, int count) {
-    return detail::encodedLength(text, count);
+    return detail::encodedLength(detail::nativeUnits(text), count);
 }
 
 unsigned int zelkUtf8EncodeNotAlignedText(unsigned char *out, int size, const unsigned char *text, int count) {
@@ -126,7 +127,7 @@ unsigned int zelkUtf8GetLengthForNotAlignedInverseText(const unsigned char *text
 }
 
 CharPacket *zelkUtf8EncodeString(const unsigned short *text, int count) {
-    return detail::encodeString(text, count);
+    return detail::encodeString(detail::nativeUnits(text), count);
 }
 
 CharPacket *zelkUtf8EncodeNotAlignedString(const unsigned char *text, int count) {

@@ -73,8 +73,26 @@ inline void putFour(unsigned short *out, const tables::CodePoints &codePoints, c
     std::memcpy(out, &units, sizeof units);
 }
 
+// The bytes of ISO 8859-1 are U+0000 to U+00FF: a block of them or more, the last block again in part.
+ZELK_STAGE unsigned short *widen(unsigned short *out, const unsigned char *in, const unsigned char *inEnd) {
+    const auto widenBlock = [&](std::size_t place) {
+        const auto bytes = vectorAt<Bytes>(in + place);
+        store(out + place, frontUnits(bytes, Bytes{}));
+        store(out + place + vectorUnits, backUnits(bytes, Bytes{}));
+    };
+    const auto length = static_cast<std::size_t>(inEnd - in);
+    for (std::size_t place = 0; place < length - vectorBytes; place += vectorBytes) {
+        widenBlock(place);
+    }
+    widenBlock(length - vectorBytes);
+    return out + length;
+}
+
 inline unsigned short *convertToUnits(tables::ByteSet set, unsigned short *out, const unsigned char *in,
                                       const unsigned char *inEnd) {
+    if (hasVectors && set == tables::ByteSet::Iso8859_1 && inEnd - in >= std::ptrdiff_t{vectorBytes}) {
+        return widen(out, in, inEnd);
+    }
     const tables::CodePoints &codePoints = tables::codePointsOf(set);
     for (; inEnd - in >= step; in += step, out += step) {
         putFour(out, codePoints, in);

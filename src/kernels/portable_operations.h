@@ -8,6 +8,12 @@
 #include <cstdint>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#elif defined(__ARM_NEON)
+#include <arm_neon.h>
+#endif
+
 namespace zelk::kernels::portable {
 
 inline constexpr std::size_t wordBytes = sizeof(std::uint64_t);
@@ -33,8 +39,10 @@ constexpr std::uint64_t nonZeroBytes(std::uint64_t word) {
 }
 
 inline constexpr std::size_t vectorBytes = 16;
+inline constexpr std::size_t vectorUnits = vectorBytes / 2;
 using Bytes = std::uint8_t __attribute__((vector_size(vectorBytes)));
 using Units = std::uint16_t __attribute__((vector_size(vectorBytes)));
+using Fours = std::uint32_t __attribute__((vector_size(vectorBytes)));
 using Words = std::uint64_t __attribute__((vector_size(vectorBytes)));
 
 template <class Vector>
@@ -49,5 +57,92 @@ bool isZero(Vector vector) {
     const auto words = reinterpret_cast<Words>(vector);
     return (words[0] | words[1]) == 0;
 }
+
+// Whether the target keeps vectors in registers, and their first byte lowest. Where not, plain loops are as fast.
+#if defined(__SSE2__) || (defined(__ARM_NEON) && !defined(__ARM_BIG_ENDIAN))
+inline constexpr bool hasVectors = true;
+#else
+inline constexpr bool hasVectors = false;
+#endif
+
+// The bytes from an address to the end of its memory page, for texts that end at an unknown place: their terminator
+// lies in this page, or the page is read to its end.
+inline constexpr std::size_t pageBytes = 4096; // the smallest of any target
+
+inline std::size_t bytesInPage(const void *at) {
+    return pageBytes - (reinterpret_cast<std::uintptr_t>(at) & (pageBytes - 1));
+}
+
+// A vector at any address, which may reach behind a text but not onto another page than the text lies on. The
+// sanitizers, which know no pages, do not look here.
+__attribute__((no_sanitize("address", "thread"))) inline Bytes bytesAt(const unsigned char *text) {
+    using LooseBytes = std::uint8_t __attribute__((vector_size(vectorBytes), aligned(1), may_alias));
+    return *reinterpret_cast<const LooseBytes *>(text);
+}
+
+template <class Value>
+void store(void *out, Value value) {
+    std::memcpy(out, &value, sizeof value);
+}
+
+// The units of low and high bytes, of the front and of the back half.
+inline Bytes frontUnits(Bytes low, Bytes high) {
+    return __builtin_shufflevector(low, high, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+}
+
+inline Bytes backUnits(Bytes low, Bytes high) {
+    return __builtin_shufflevector(low, high, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
+}
+
+// The first four units of each in turn, and the last four.
+inline Fours frontInTurn(Units a, Units b) {
+    return reinterpret_cast<Fours>(__builtin_shufflevector(a, b, 0, 8, 1, 9, 2, 10, 3, 11));
+}
+
+inline Fours backInTurn(Units a, Units b) {
+    return reinterpret_cast<Fours>(__builtin_shufflevector(a, b, 4, 12, 5, 13, 6, 14, 7, 15));
+}
+
+// What takes an instruction that no operator stands for.
+#if defined(__SSE2__) || (defined(__ARM_NEON) && !defined(__ARM_BIG_ENDIAN))
+#define ZELK_HAS_UNIT_OPERATIONS
+
+// Of units that are zero or have all bits, a bit each: the eight of `a` lowest.
+inline unsigned int bitsOf(Units a, Units b) {
+#if defined(__SSE2__)
+    const __m128i bytes = _mm_packs_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b));
+    return static_cast<unsigned int>(_mm_movemask_epi8(bytes));
+#else
+    const uint8x8_t places = vcreate_u8(0x8040201008040201U);
+    const uint8x8_t low = vand_u8(vmovn_u16(reinterpret_cast<uint16x8_t>(a)), places);
+    const uint8x8_t high = vand_u8(vmovn_u16(reinterpret_cast<uint16x8_t>(b)), places);
+    const uint8x8_t quarters = vpadd_u8(vpadd_u8(low, high), vdup_n_u8(0));
+    return vget_lane_u16(vreinterpret_u16_u8(vpadd_u8(quarters, quarters)), 0);
+#endif
+}
+
+// As bytes: the units up to 0xFF as they are, those up to 0x7FFF as 0xFF, the others, negative ones, as 0.
+inline std::uint64_t saturated(Units units) {
+#if defined(__SSE2__)
+    const auto numbers = reinterpret_cast<__m128i>(units);
+    return reinterpret_cast<Words>(_mm_packus_epi16(numbers, numbers))[0];
+#else
+    return vget_lane_u64(vreinterpret_u64_u8(vqmovun_s16(reinterpret_cast<int16x8_t>(units))), 0);
+#endif
+}
+
+// The upper halves of the products of units.
+inline Units highProducts(Units a, Units b) {
+#if defined(__SSE2__)
+    return reinterpret_cast<Units>(_mm_mulhi_epu16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+#else
+    const auto x = reinterpret_cast<uint16x8_t>(a);
+    const auto y = reinterpret_cast<uint16x8_t>(b);
+    return reinterpret_cast<Units>(vcombine_u16(vshrn_n_u32(vmull_u16(vget_low_u16(x), vget_low_u16(y)), 16),
+                                                vshrn_n_u32(vmull_u16(vget_high_u16(x), vget_high_u16(y)), 16)));
+#endif
+}
+
+#endif
 
 } // namespace zelk::kernels::portable

@@ -42,8 +42,9 @@ std::vector<Kernels> kernelsOfThisMachine() {
 // The sets whose lower half is ASCII: all but the last.
 constexpr unsigned int asciiSets = static_cast<unsigned int>(ByteSet::DvbDefault);
 
-// Two bytes a character at most; letters; a few of three bytes; most of three bytes.
-constexpr ByteSet testedSets[] = {ByteSet::Iso8859_2, ByteSet::Iso8859_5, ByteSet::Windows1250, ByteSet::Iso8859_11};
+// No table needed; two bytes a character at most; letters; a few of three bytes; most of three bytes.
+constexpr ByteSet testedSets[] = {ByteSet::Iso8859_1, ByteSet::Iso8859_2, ByteSet::Iso8859_5, ByteSet::Windows1250,
+                                  ByteSet::Iso8859_11};
 
 std::vector<unsigned int> charactersOf(ByteSet set, const std::string &text) {
     std::vector<unsigned int> characters;

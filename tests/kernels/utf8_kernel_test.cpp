@@ -32,6 +32,11 @@ using zelk_test::Random;
 
 constexpr std::size_t inflated = 0xFFFFFFFFU; // the count of a text that its terminator ends
 
+// Counts that may be said of it: what lies behind the terminator, at the end of a page, is not there to be read.
+std::array<std::size_t, 2> countsOf(std::size_t length, bool terminated) {
+    return terminated ? std::array{inflated, length + 2} : std::array{length, length};
+}
+
 // ---- The kernels of one instruction set, by the layout and by what is clean
 
 struct Kernels {
@@ -171,15 +176,16 @@ protected:
             const std::string expected = encoded(units, ordinary);
             for (const bool terminated : {false, true}) {
                 const unsigned char *text = placed(laidOut(units, order), terminated, 2);
-                const std::size_t count = terminated ? inflated : units.size();
                 for (const Kernels &kernels : kernels_) {
-                    char *const out = reinterpret_cast<char *>(out_.back(room));
-                    const Progress done = kernels.encode[kind](text, count, out, room);
-                    ASSERT_LE(done.read, ordinary);
-                    ASSERT_LT(done.written, room);
-                    ASSERT_EQ(std::string(out, done.written), encoded(units, done.read));
-                    if (room > expected.size() + 3) {
-                        ASSERT_EQ(done.read, ordinary);
+                    for (const std::size_t count : countsOf(units.size(), terminated)) {
+                        char *const out = reinterpret_cast<char *>(out_.back(room));
+                        const Progress done = kernels.encode[kind](text, count, out, room);
+                        ASSERT_LE(done.read, ordinary);
+                        ASSERT_LT(done.written, room);
+                        ASSERT_EQ(std::string(out, done.written), encoded(units, done.read));
+                        if (room > expected.size() + 3) {
+                            ASSERT_EQ(done.read, ordinary);
+                        }
                     }
                 }
             }
@@ -193,10 +199,12 @@ protected:
             for (const bool terminated : {false, true}) {
                 const unsigned char *text = placed(laidOut(units, order), terminated, 2);
                 for (const Kernels &kernels : kernels_) {
-                    const Progress measured = kernels.measureUnits[order == UnitOrder::LowFirst ? 0 : 1](
-                        text, terminated ? inflated : units.size());
-                    ASSERT_EQ(measured.read, length);
-                    ASSERT_EQ(measured.written, bytes);
+                    for (const std::size_t count : countsOf(units.size(), terminated)) {
+                        const Progress measured =
+                            kernels.measureUnits[order == UnitOrder::LowFirst ? 0 : 1](text, count);
+                        ASSERT_EQ(measured.read, length);
+                        ASSERT_EQ(measured.written, bytes);
+                    }
                 }
             }
         }
@@ -379,10 +387,72 @@ TEST_F(Utf8Kernels, EncodeEveryLength) {
 TEST_F(Utf8Kernels, EncodeIntoEveryRoom) {
     Random random(2);
     for (const Script script : scripts) {
-        for (const std::size_t count : {5U, 33U, 70U}) {
+        for (const std::size_t count : {5U, 8U, 9U, 16U, 23U, 33U, 70U}) {
             const Units units = unitsOf(script, count, random);
             for (std::size_t room = 2; room < 3 * count + 8; ++room) {
                 checkEncoding(units, room);
+            }
+        }
+    }
+}
+
+// Every row of one-, two- and three-byte forms that a block of eight may hold, alone and with a unit behind it.
+TEST_F(Utf8Kernels, EncodeEveryMixtureOfForms) {
+    constexpr std::array<unsigned short, 3> ofEachForm = {0x7A, 0x7FF, 0x86DB};
+    for (unsigned int mixture = 0; mixture < 6561; ++mixture) {
+        Units units;
+        for (unsigned int rest = mixture; units.size() < 8; rest /= 3) {
+            units.push_back(ofEachForm[rest % 3]);
+        }
+        for (const std::size_t room : {24U, 25U}) {
+            ASSERT_NO_FATAL_FAILURE(checkEncoding(units, room));
+        }
+        units.push_back(ofEachForm[mixture % 3]);
+        for (const std::size_t room : {27U, 28U}) {
+            ASSERT_NO_FATAL_FAILURE(checkEncoding(units, room));
+        }
+    }
+}
+
+// A zero, a control and every limit at every place of up to three blocks of eight, in text of each form.
+TEST_F(Utf8Kernels, EncodeEveryKindOfUnitAtEveryPlace) {
+    constexpr std::array<unsigned short, 3> fillers = {0x61, 0x44F, 0x4E2D};
+    for (const unsigned short filler : fillers) {
+        for (std::size_t count = 8; count <= 24; ++count) {
+            for (std::size_t place = 0; place < count; ++place) {
+                Units units(count, filler);
+                units[place] = 0;
+                ASSERT_NO_FATAL_FAILURE(checkEncoding(units, 3 * count + 1));
+                ASSERT_NO_FATAL_FAILURE(checkUnits(units));
+                for (const unsigned int unit : slyUnits) {
+                    units[place] = static_cast<unsigned short>(unit);
+                    ASSERT_NO_FATAL_FAILURE(checkEncoding(units, 3 * count + 1));
+                    ASSERT_NO_FATAL_FAILURE(checkUnits(units));
+                }
+            }
+        }
+    }
+}
+
+// A size that is no buffer's says that the result fits: nothing is written behind it.
+TEST_F(Utf8Kernels, EncodeIntoNominalRoom) {
+    Random random(10);
+    for (const Script script : scripts) {
+        for (std::size_t count = 1; count <= 100; ++count) {
+            const Units units = unitsOf(script, count, random);
+            for (std::size_t kind = 0; kind < 3; ++kind) {
+                const std::string text = laidOut(units, kind == 0 ? UnitOrder::LowFirst : UnitOrder::HighFirst);
+                const auto stop = std::find_if(units.begin(), units.end(),
+                                               [=](unsigned int unit) { return !isOrdinary(unit, kind == 2); });
+                const auto ordinary = static_cast<std::size_t>(stop - units.begin());
+                const std::string expected = encoded(units, ordinary);
+                const unsigned char *const in = in_.atBack(text);
+                for (const Kernels &kernels : kernels_) {
+                    char *const out = reinterpret_cast<char *>(out_.back(expected.size()));
+                    const Progress done = kernels.encode[kind](in, count, out, std::size_t{1} << 30U);
+                    ASSERT_EQ(done.read, ordinary);
+                    ASSERT_EQ(std::string(out, done.written), expected);
+                }
             }
         }
     }
@@ -395,16 +465,25 @@ TEST_F(Utf8Kernels, EncodeAcrossPagesAtEveryAddress) {
         const Units units = unitsOf(script, 120, random);
         const std::string text = laidOut(units, UnitOrder::HighFirst) + std::string(2, '\0');
         const std::string expected = encoded(units, units.size());
+        const auto stop = std::find_if(units.begin(), units.end(), isControl);
+        const auto native = static_cast<std::size_t>(stop - units.begin());
         GuardPages pages(8192);
         for (std::size_t before = 0; before <= 250; ++before) {
             unsigned char *const place = pages.front() + 4096 - before;
             std::copy(text.begin(), text.end(), place);
             for (const Kernels &kernels : kernels_) {
-                std::string out(expected.size() + 200, '\0');
-                const Progress done = kernels.encode[1](place, inflated, out.data(), out.size());
-                ASSERT_EQ(done.read, units.size()) << before;
-                ASSERT_EQ(out.substr(0, done.written), expected);
-                ASSERT_EQ(kernels.measureUnits[1](place, inflated).written, expected.size());
+                for (const std::size_t count : {inflated, units.size()}) {
+                    std::string out(expected.size() + 200, '\0');
+                    const Progress done = kernels.encode[1](place, count, out.data(), out.size());
+                    ASSERT_EQ(done.read, units.size()) << before;
+                    ASSERT_EQ(out.substr(0, done.written), expected);
+                    const Progress measured = kernels.measureUnits[1](place, count);
+                    ASSERT_EQ(measured.read, units.size()) << before;
+                    ASSERT_EQ(measured.written, expected.size());
+                }
+                Units out(units.size());
+                ASSERT_EQ(kernels.toNative(place, units.size(), out.data(), out.size()).read, native) << before;
+                ASSERT_TRUE(std::equal(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(native), units.begin()));
             }
         }
     }
