@@ -29,7 +29,7 @@ inline constexpr UnitOrder orderOf = first == FirstByte::High ? UnitOrder::HighF
 
 // What a kernel leaves: near the end of the buffer what does not fit is skipped, and what comes behind it may fit.
 template <FirstByte first>
-[[gnu::noinline]] unsigned int encodeRest(char *out, int size, BytePairs<first> text, unsigned int left) {
+[[gnu::cold, gnu::noinline]] unsigned int encodeRest(char *out, int size, BytePairs<first> text, unsigned int left) {
     return convertUnits<Utf8Sink>(out, size, text, static_cast<int>(left), [](unsigned int unit) { return unit; });
 }
 
@@ -64,7 +64,7 @@ unsigned int encodedLength(BytePairs<first> text, int count) {
 
 // A result of 65,536 bytes or more is cut to its length modulo 65,536, as packets count.
 template <FirstByte first>
-CharPacket *encodeString(BytePairs<first> text, int count) {
+[[gnu::noinline]] CharPacket *encodeString(BytePairs<first> text, int count) {
     if (text == nullptr) {
         return nullptr;
     }

@@ -11,6 +11,7 @@
 #include "kernels/utf8.h"
 
 #include <algorithm>
+#include <array>
 
 namespace zelk::kernels::portable {
 
@@ -48,19 +49,6 @@ bool measureUnits(const unsigned char *text, std::size_t end, Progress &done) {
             return false;
         }
         done.written += 1U + (unit >= 0x80 ? 1U : 0U) + (unit >= 0x800 ? 1U : 0U);
-    }
-    return true;
-}
-
-// The same, up to what is out of the ordinary.
-template <Clean clean>
-bool toNativeUnits(const unsigned char *text, std::size_t end, unsigned short *out, std::size_t &done) {
-    for (; done < end; ++done) {
-        const unsigned int unit = unitAt<UnitOrder::HighFirst>(text, done);
-        if (!isClean(clean, unit)) {
-            return false;
-        }
-        out[done] = static_cast<unsigned short>(unit);
     }
     return true;
 }
@@ -143,6 +131,21 @@ inline void putUnits(Units units, const Widths &widths, const Totals &totals, ch
     store(out + totals.at(6), back[3]);
 }
 
+// The same for those in front of what is out of the ordinary, which is kept out of the output, behind the result too:
+// it may be no part of the text. Tells how far all came.
+[[gnu::cold, gnu::noinline]] inline Progress putFirst(std::size_t count, Units units, char *out, Progress done) {
+    if (count == 0) {
+        return done;
+    }
+    static constexpr std::array<std::uint16_t, 2 *vectorUnits> kept = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF,
+                                                                       0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
+    units &= vectorAt<Units>(kept.data() + vectorUnits - count);
+    const Widths widths = Widths::of(units);
+    const Totals totals = Totals::of(widths);
+    putUnits(units, widths, totals, out);
+    return {done.read + count, done.written + totals.at(count - 1)};
+}
+
 // A block or more on one page, up to what is out of the ordinary, with room for three bytes a unit and one. Of the
 // first block as many units count as are left by whole blocks; those behind them come again.
 template <UnitOrder order, Clean clean>
@@ -150,6 +153,9 @@ ZELK_STAGE Progress encodeBlocks(const unsigned char *text, std::size_t count, c
     const unsigned char *from = text;
     const unsigned char *const last = text + 2 * (count - vectorUnits);
     char *to = out;
+    const auto done = [&] {
+        return Progress{static_cast<std::size_t>(from - text) / 2, static_cast<std::size_t>(to - out)};
+    };
     std::size_t step = (count - 1) % vectorUnits + 1;
     do {
         const Units units = inNativeOrder<order>(bytesAt(from));
@@ -163,21 +169,17 @@ ZELK_STAGE Progress encodeBlocks(const unsigned char *text, std::size_t count, c
             const unsigned int bits = bitsOf(extraordinaryUnits<clean>(units), widths.notThree);
             if (bits == everyUnit << vectorUnits) {
                 putPairs(units, widths, totals, to);
-            } else {
-                if ((bits & everyUnit) != 0) {
-                    step = static_cast<std::size_t>(std::countr_zero(bits));
-                    if (step == 0) {
-                        break;
-                    }
-                }
+            } else if ((bits & everyUnit) == 0) {
                 putUnits(units, widths, totals, to);
+            } else {
+                return putFirst(static_cast<std::size_t>(std::countr_zero(bits)), units, to, done());
             }
             to += totals.at(step - 1);
         }
         from += 2 * step;
         step = vectorUnits;
     } while (from <= last);
-    return {static_cast<std::size_t>(from - text) / 2, static_cast<std::size_t>(to - out)};
+    return done();
 }
 
 // Of the next units, those on their page; one at least, which may lie across the end of the page.
@@ -189,8 +191,8 @@ using Blocks = Progress (*)(const unsigned char *text, std::size_t count, char *
 using Rest = Progress (*)(const unsigned char *text, std::size_t count, char *out, std::size_t room);
 
 // Page by page, by blocks while the room surely suffices for one. Written once for all texts.
-[[gnu::noinline]] inline Progress encodePages(const unsigned char *text, std::size_t count, char *out, std::size_t room,
-                                              Blocks blocks, Rest rest) {
+[[gnu::cold, gnu::noinline]] inline Progress encodePages(const unsigned char *text, std::size_t count, char *out,
+                                                         std::size_t room, Blocks blocks, Rest rest) {
     Progress done;
     for (bool going = true; going && done.read < count;) {
         const unsigned char *const from = text + 2 * done.read;
@@ -219,16 +221,12 @@ ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, cha
     return encodeBlocks<order, clean>(text, count, out);
 }
 
-inline bool mayReadBlock(const unsigned char *text, std::size_t count) {
-    return count >= vectorUnits && bytesInPage(text) >= vectorBytes;
-}
-
 template <UnitOrder order>
 ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
     Progress done;
     for (bool going = true; going && done.read < count;) {
         const unsigned char *const from = text + 2 * done.read;
-        if (mayReadBlock(from, count - done.read)) {
+        if (count - done.read >= vectorUnits && bytesInPage(from) >= vectorBytes) {
             const Units units = inNativeOrder<order>(bytesAt(from));
             if (isZero(extraordinaryUnits<Clean::Any>(units))) {
                 done.read += vectorUnits;
@@ -239,25 +237,6 @@ ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
         going = measureUnits<order>(text, std::min(count, done.read + vectorUnits), done);
     }
     return done;
-}
-
-template <Clean clean>
-ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, unsigned short *out, std::size_t room) {
-    const std::size_t fitting = std::min(count, room);
-    std::size_t done = 0;
-    for (bool going = true; going && done < fitting;) {
-        const unsigned char *const from = text + 2 * done;
-        if (mayReadBlock(from, fitting - done)) {
-            const Units units = inNativeOrder<UnitOrder::HighFirst>(bytesAt(from));
-            if (isZero(extraordinaryUnits<clean>(units))) {
-                store(out + done, units);
-                done += vectorUnits;
-                continue;
-            }
-        }
-        going = toNativeUnits<clean>(text, std::min(fitting, done + vectorUnits), out, done);
-    }
-    return {done, done};
 }
 
 #else
@@ -274,13 +253,20 @@ ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
     return done;
 }
 
+#endif
+
 template <Clean clean>
 ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, unsigned short *out, std::size_t room) {
-    std::size_t done = 0;
-    toNativeUnits<clean>(text, std::min(count, room), out, done);
-    return {done, done};
+    Progress done;
+    for (const std::size_t fitting = std::min(count, room); done.read < fitting; ++done.read) {
+        const unsigned int unit = unitAt<UnitOrder::HighFirst>(text, done.read);
+        if (!isClean(clean, unit)) {
+            break;
+        }
+        out[done.read] = static_cast<unsigned short>(unit);
+    }
+    done.written = done.read;
+    return done;
 }
-
-#endif
 
 } // namespace zelk::kernels::portable
