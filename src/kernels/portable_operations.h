@@ -76,8 +76,10 @@ inline std::size_t bytesInPage(const void *at) {
 // A vector at any address, which may reach behind a text but not onto another page than the text lies on. The
 // sanitizers, which know no pages, do not look here.
 __attribute__((no_sanitize("address", "thread"))) inline Bytes bytesAt(const unsigned char *text) {
-    using LooseBytes = std::uint8_t __attribute__((vector_size(vectorBytes), aligned(1), may_alias));
-    return *reinterpret_cast<const LooseBytes *>(text);
+    struct __attribute__((packed, may_alias)) Anywhere {
+        Bytes bytes;
+    };
+    return reinterpret_cast<const Anywhere *>(text)->bytes;
 }
 
 template <class Value>
