@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 namespace zelk::kernels::portable {
 
@@ -137,8 +138,8 @@ inline void putUnits(Units units, const Widths &widths, const Totals &totals, ch
     if (count == 0) {
         return done;
     }
-    static constexpr std::array<std::uint16_t, 2 *vectorUnits> kept = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF,
-                                                                       0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
+    static constexpr std::array<std::uint16_t, vectorUnits + vectorUnits> kept = {0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF,
+                                                                                  0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF};
     units &= vectorAt<Units>(kept.data() + vectorUnits - count);
     const Widths widths = Widths::of(units);
     const Totals totals = Totals::of(widths);
