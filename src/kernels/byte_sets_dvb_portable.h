@@ -4,7 +4,6 @@
 
 #include "detail/utf8_char.h"
 #include "kernels/byte_sets_portable.h"
-#include "tables/byte_set_notation.h"
 #include "tables/dvb_marks.h"
 
 namespace zelk::kernels::portable {

@@ -9,8 +9,6 @@
 
 namespace zelk::tables {
 
-inline constexpr std::uint16_t unassigned = 0xFFFD;
-
 struct Position {
     std::uint8_t byte;
     std::uint16_t codePoint;

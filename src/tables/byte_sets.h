@@ -13,6 +13,8 @@ namespace zelk::tables {
 
 using CodePoints = std::array<std::uint16_t, 256>;
 
+inline constexpr std::uint16_t unassigned = 0xFFFD;
+
 enum class ByteSet : std::uint8_t {
     Ascii, // 0x80 to 0xFF unassigned
     Iso8859_1,
