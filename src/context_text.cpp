@@ -12,23 +12,20 @@
 #include <bit>
 #include <cstring>
 
-#if !defined(ZELK_KERNELS_PORTABLE)
-
 namespace zelk::detail {
 namespace {
 
 using tables::Step;
-using tables::StepState;
 using tables::usedBits;
 using tables::usedMask;
 
 constexpr unsigned int batch = 56 / tables::stepBits;
 constexpr std::size_t batchesKept = 8;
 
-// Where a step leads: without its low bits it is the offset of a state.
-static_assert(sizeof(StepState) == 1U << usedBits);
-const char *stateAfter(const StepState *states, unsigned int step) {
-    const char *state = reinterpret_cast<const char *>(states) + (step & ~usedMask);
+// Where a step leads: without mark and low bits it is the offset of a state.
+static_assert(tables::placeSteps * sizeof(Step) == 1U << usedBits);
+const char *stateAfter(const Step *states, unsigned int step) {
+    const char *state = reinterpret_cast<const char *>(states) + (step & tables::placeMask);
     __asm__("" : "+r"(state)); // the place in the state is known last, and to be added last
     return state;
 }
@@ -40,8 +37,8 @@ struct Batch {
 };
 
 // Takes the steps for the next bits of the text, zeros behind its end.
-inline Batch takeSteps(const StepState *states, const char *&state, std::uint64_t bits, Step *steps) {
-    constexpr std::uint64_t places = sizeof(StepState) - sizeof(Step);
+inline Batch takeSteps(const Step *states, const char *&state, std::uint64_t bits, Step *steps) {
+    constexpr std::uint64_t places = (tables::stateSteps - 1) * sizeof(Step);
     Batch taken{0, 0, 0};
     bits = std::rotl(bits, tables::stepBits + 1);
     for (; taken.count < batch; ++taken.count) {
@@ -76,18 +73,24 @@ inline unsigned char *putCharacters(unsigned char *out, const Step *steps, unsig
     return out;
 }
 
-// The character as it is behind an escape, if it is a graphic one: those that have no code in their context are common
-// enough to go on behind them. Else 0, and the window stays.
-inline unsigned int takeLiteral(BitWindow &window, Step escape) {
-    BitWindow behind = window;
-    behind.drop(escape & usedMask);
-    const auto literal = static_cast<unsigned int>(behind.bits() >> 56U);
-    behind.drop(8);
-    if (behind.left() < 0 || literal - tables::firstGraphic >= tables::graphicCount) {
-        return 0;
-    }
-    window = behind;
+// What the steps do not give but is common enough to go on behind it: the character as it is behind an escape that has
+// used some bits, and the one of a code that has no states. What the caller is to look at gives 0.
+
+inline unsigned int takeLiteral(BitWindow &window, unsigned int used) {
+    window.drop(used);
+    const auto literal = static_cast<unsigned int>(window.bits() >> 56U);
+    window.drop(8);
     return literal;
+}
+
+inline unsigned int takeByTree(BitWindow &window, const unsigned char *table, unsigned int before) {
+    const unsigned int tree = treeAfter(table, before);
+    unsigned int branch = 0;
+    for (unsigned int node = tree; branch < leafFlag; node = tree + 2 * branch) {
+        branch = table[node + (window.bits() >> 63U)];
+        window.drop(1);
+    }
+    return branch != escapeLeaf ? branch - leafFlag : 0;
 }
 
 // The bits behind the last character, of steps inside a code.
@@ -102,7 +105,7 @@ unsigned int bitsInCode(const Step *begin, const Step *end) {
 } // namespace
 
 unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
-    const StepState *const states = states_;
+    const Step *const states = machine_.states;
     std::array<Step, batchesKept * batch + 1> steps; // the last ones
     Step *end = steps.data();
     unsigned char *to = out;
@@ -132,13 +135,18 @@ unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
                 endBits_ = static_cast<int>(used) <= window.left() ? used : 0;
                 break;
             }
-            const unsigned int literal = takeLiteral(window, taken.last);
-            if (literal == 0) {
+            const bool escaped = taken.last >> usedBits == tables::escape;
+            const auto code = window.left() + static_cast<int>(bitsInCode(steps.data(), end));
+            BitWindow behind = escaped ? window : BitWindow(bytes_, count_, window.position(code));
+            const unsigned int character = escaped ? takeLiteral(behind, taken.last & usedMask)
+                                                   : takeByTree(behind, table_, to == out ? character_ : to[-1]);
+            if (behind.left() < 0 || character == 0 || !machine_.characters->holds(character)) {
                 break;
             }
-            *to++ = static_cast<unsigned char>(literal);
-            *end++ = static_cast<Step>(literal << usedBits);
-            state = stateAfter(states, literal << usedBits);
+            window = behind;
+            *to++ = static_cast<unsigned char>(character);
+            *end++ = static_cast<Step>(character << usedBits);
+            state = stateAfter(states, character << usedBits);
         }
         window.fill();
     }
@@ -152,4 +160,3 @@ unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
 }
 
 } // namespace zelk::detail
-#endif

@@ -19,24 +19,19 @@ public:
 
     // `table` is one of the published ones for run() to give anything.
     ContextText(const unsigned char *table, const unsigned char *bytes, std::size_t count)
-        : ContextText(table, tables::wideStepsOf(table), bytes, count) {}
+        : ContextText(table, tables::stepsOf(table), bytes, count) {}
 
     // For a text whose end only its code tells, `count` being no more than a limit: no byte is read before the code
     // gets there.
     static ContextText bitByBit(const unsigned char *table, const unsigned char *bytes, std::size_t count) {
-        return {table, nullptr, bytes, count};
+        return {table, tables::StepMachine(), bytes, count};
     }
 
     // Writes characters of 0x20 to 0x7F and returns their number, at most `room`. Nothing follows from a 0: next() may
     // still give such a character.
-    unsigned int run([[maybe_unused]] unsigned char *out, [[maybe_unused]] unsigned int room) {
-        if constexpr (tables::hasWideSteps) {
-            const bool mayBegin = character_ == 0 || character_ - tables::firstGraphic < tables::graphicCount;
-            if (states_ != nullptr && mayBegin && at_ / 8 < count_) {
-                return runBySteps(out, room);
-            }
-        }
-        return 0;
+    unsigned int run(unsigned char *out, unsigned int room) {
+        const bool mayBegin = machine_.states != nullptr && machine_.characters->holds(character_);
+        return mayBegin && at_ / 8 < count_ ? runBySteps(out, room) : 0;
     }
 
     // The next character, 0 to 255, or inputEnded where bits of it are missing.
@@ -77,9 +72,8 @@ public:
     }
 
 private:
-    ContextText(const unsigned char *table, const tables::StepState *states, const unsigned char *bytes,
-                std::size_t count)
-        : table_(table), states_(states), bytes_(bytes), count_(count) {}
+    ContextText(const unsigned char *table, tables::StepMachine machine, const unsigned char *bytes, std::size_t count)
+        : table_(table), machine_(machine), bytes_(bytes), count_(count) {}
 
     unsigned int readLeaf() {
         const unsigned int tree = treeAfter(table_, character_);
@@ -96,7 +90,7 @@ private:
     unsigned int runBySteps(unsigned char *out, unsigned int room);
 
     const unsigned char *table_;
-    const tables::StepState *states_;
+    tables::StepMachine machine_;
     const unsigned char *bytes_;
     std::size_t count_;
     std::uint64_t at_ = 0; // the next bit; may lie behind the text

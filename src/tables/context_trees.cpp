@@ -72,32 +72,29 @@ static_assert(onlyEscapesAfter(zelkDvbTable2, 0x01, 0x1F));
 static_assert(codesAfter(zelkDvbTable2, 0, {{"010", 'A'}, {"100", 'C'}, {"111", 'T'}, {"0001", 'J'}, {"0011", 'D'}}));
 static_assert(codesAfter(zelkDvbTable2, 'a', {{"01", 'n'}, {"001", 'r'}, {"101", 't'}}));
 
-#if !defined(ZELK_KERNELS_PORTABLE)
-constexpr std::size_t enoughStates = 1024;
-constexpr auto titleSteps = stepsOf<stepsOf<enoughStates>(zelkTitleTable).size>(zelkTitleTable);
-constexpr auto descriptionSteps = stepsOf<stepsOf<enoughStates>(zelkDescriptionTable).size>(zelkDescriptionTable);
-constexpr auto dvbSteps1 = stepsOf<stepsOf<enoughStates>(zelkDvbTable1).size>(zelkDvbTable1);
-constexpr auto dvbSteps2 = stepsOf<stepsOf<enoughStates>(zelkDvbTable2).size>(zelkDvbTable2);
-#endif
+constexpr auto dvbSteps = stepPair<zelkDvbTable1, zelkDvbTable2>();
+constexpr auto guideSteps = stepPair<zelkTitleTable, zelkDescriptionTable>();
+
+StepMachine machineOf(const auto &pair, unsigned int code) {
+    return {pair.steps.data() + code * pair.second, &pair.characters[code]};
+}
 
 } // namespace
 
-#if !defined(ZELK_KERNELS_PORTABLE)
-const StepState *wideStepsOf(const unsigned char *table) {
+StepMachine stepsOf(const unsigned char *table) {
     if (table == HuffmanDecodeTable_1) {
-        return dvbSteps1.states.data();
+        return machineOf(dvbSteps, 0);
     }
     if (table == HuffmanDecodeTable_2) {
-        return dvbSteps2.states.data();
+        return machineOf(dvbSteps, 1);
     }
     if (table == _title_dec_table) {
-        return titleSteps.states.data();
+        return machineOf(guideSteps, 0);
     }
     if (table == _desc_dec_table) {
-        return descriptionSteps.states.data();
+        return machineOf(guideSteps, 1);
     }
-    return nullptr;
+    return {};
 }
-#endif
 
 } // namespace zelk::tables
