@@ -28,7 +28,7 @@ constexpr unsigned int classOf(unsigned int code) {
 static_assert(tables::lastUpperMapped == 0x1EF9 && tables::lastLowerMapped == 0x1EF8);
 static_assert(tables::lastClassified == 0x20F0);
 static_assert(tables::upperDeltas.pageOf.size() * tables::casePageSize > tables::lastUpperMapped);
-static_assert(tables::charClasses.pageOf.size() == 33);
+static_assert(tables::charClasses.pageOf.size() == 264);
 
 static_assert(upper(0x00E9) == 0x00C9 && upper(0x00FF) == 0x0178 && upper(0x0149) == 'N' && upper(0x1E99) == 'Y');
 static_assert(upper(0x00DF) == 0x00DF && upper(0x03C2) == 0x03C2 && upper(0x1EFB) == 0x1EFB);

@@ -73,9 +73,6 @@ inline unsigned char *putCharacters(unsigned char *out, const Step *steps, unsig
     return out;
 }
 
-// What the steps do not give but is common enough to go on behind it: the character as it is behind an escape that has
-// used some bits, and the one of a code that has no states. What the caller is to look at gives 0.
-
 inline unsigned int takeLiteral(BitWindow &window, unsigned int used) {
     window.drop(used);
     const auto literal = static_cast<unsigned int>(window.bits() >> 56U);
@@ -103,6 +100,21 @@ unsigned int bitsInCode(const Step *begin, const Step *end) {
 }
 
 } // namespace
+
+// What steps do not give but is common enough to go on behind it: the character as it is behind an escape, and the one
+// of a code that has no states, if a state follows it. Else 0, and the window stays.
+[[gnu::noinline, gnu::cold]] unsigned int ContextText::rareCharacter(BitWindow &window, unsigned int inCode, Step last,
+                                                                     unsigned int before) const {
+    const bool escaped = last >> usedBits == tables::escape;
+    const auto code = window.left() + static_cast<int>(inCode);
+    BitWindow behind = escaped ? window : BitWindow(bytes_, count_, window.position(code));
+    const unsigned int character = escaped ? takeLiteral(behind, last & usedMask) : takeByTree(behind, table_, before);
+    if (behind.left() < 0 || character == 0 || !machine_.characters->holds(character)) {
+        return 0;
+    }
+    window = behind;
+    return character;
+}
 
 unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
     const Step *const states = machine_.states;
@@ -135,15 +147,11 @@ unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
                 endBits_ = static_cast<int>(used) <= window.left() ? used : 0;
                 break;
             }
-            const bool escaped = taken.last >> usedBits == tables::escape;
-            const auto code = window.left() + static_cast<int>(bitsInCode(steps.data(), end));
-            BitWindow behind = escaped ? window : BitWindow(bytes_, count_, window.position(code));
-            const unsigned int character = escaped ? takeLiteral(behind, taken.last & usedMask)
-                                                   : takeByTree(behind, table_, to == out ? character_ : to[-1]);
-            if (behind.left() < 0 || character == 0 || !machine_.characters->holds(character)) {
+            const unsigned int inCode = bitsInCode(steps.data(), end);
+            const unsigned int character = rareCharacter(window, inCode, taken.last, to == out ? character_ : to[-1]);
+            if (character == 0) {
                 break;
             }
-            window = behind;
             *to++ = static_cast<unsigned char>(character);
             *end++ = static_cast<Step>(character << usedBits);
             state = stateAfter(states, character << usedBits);
@@ -157,6 +165,48 @@ unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
         character_ = to[-1];
     }
     return static_cast<unsigned int>(to - out);
+}
+
+inline unsigned int ContextText::readLeaf() {
+    const unsigned int tree = treeAfter(table_, character_);
+    unsigned int node = tree;
+    unsigned int step = 0;
+    while (step < leafFlag && at_ / 8 < count_) {
+        int bitIndex = 7 - static_cast<int>(at_ % 8);
+        step = walkTree(table_, tree, node, bytes_[at_ / 8], bitIndex);
+        at_ = at_ / 8 * 8 + static_cast<unsigned int>(7 - bitIndex);
+    }
+    return step;
+}
+
+int ContextText::next() {
+    if (endBits_ != 0) {
+        at_ += endBits_;
+        endBits_ = 0;
+        character_ = 0;
+        return 0;
+    }
+    if (character_ < firstWithoutTree) {
+        const unsigned int leaf = readLeaf();
+        if (leaf < leafFlag) {
+            return inputEnded;
+        }
+        if (leaf != escapeLeaf) {
+            character_ = leaf - leafFlag;
+            return static_cast<int>(character_);
+        }
+    }
+    const std::uint64_t byte = at_ / 8;
+    const auto bitIndex = static_cast<unsigned int>(at_ % 8);
+    if (byte + (bitIndex != 0 ? 1 : 0) >= count_) {
+        at_ = std::uint64_t{8} * count_;
+        return inputEnded;
+    }
+    const unsigned int first = bytes_[byte];
+    const unsigned int second = bitIndex != 0 ? bytes_[byte + 1] : 0;
+    character_ = (first << 8U | second) >> (8 - bitIndex) & 0xFFU;
+    at_ += 8;
+    return static_cast<int>(character_);
 }
 
 } // namespace zelk::detail

@@ -13,6 +13,8 @@
 
 namespace zelk::detail {
 
+class BitWindow;
+
 class ContextText {
 public:
     static constexpr int inputEnded = -1;
@@ -35,35 +37,7 @@ public:
     }
 
     // The next character, 0 to 255, or inputEnded where bits of it are missing.
-    int next() {
-        if (endBits_ != 0) {
-            at_ += endBits_;
-            endBits_ = 0;
-            character_ = 0;
-            return 0;
-        }
-        if (character_ < firstWithoutTree) {
-            const unsigned int leaf = readLeaf();
-            if (leaf < leafFlag) {
-                return inputEnded;
-            }
-            if (leaf != escapeLeaf) {
-                character_ = leaf - leafFlag;
-                return static_cast<int>(character_);
-            }
-        }
-        const std::uint64_t byte = at_ / 8;
-        const auto bitIndex = static_cast<unsigned int>(at_ % 8);
-        if (byte + (bitIndex != 0 ? 1 : 0) >= count_) {
-            at_ = std::uint64_t{8} * count_;
-            return inputEnded;
-        }
-        const unsigned int first = bytes_[byte];
-        const unsigned int second = bitIndex != 0 ? bytes_[byte + 1] : 0;
-        character_ = (first << 8U | second) >> (8 - bitIndex) & 0xFFU;
-        at_ += 8;
-        return static_cast<int>(character_);
-    }
+    int next();
 
     // Leaves out the next eight bits.
     void skipByte() {
@@ -75,18 +49,8 @@ private:
     ContextText(const unsigned char *table, tables::StepMachine machine, const unsigned char *bytes, std::size_t count)
         : table_(table), machine_(machine), bytes_(bytes), count_(count) {}
 
-    unsigned int readLeaf() {
-        const unsigned int tree = treeAfter(table_, character_);
-        unsigned int node = tree;
-        unsigned int step = 0;
-        while (step < leafFlag && at_ / 8 < count_) {
-            int bitIndex = 7 - static_cast<int>(at_ % 8);
-            step = walkTree(table_, tree, node, bytes_[at_ / 8], bitIndex);
-            at_ = at_ / 8 * 8 + static_cast<unsigned int>(7 - bitIndex);
-        }
-        return step;
-    }
-
+    unsigned int readLeaf();
+    unsigned int rareCharacter(BitWindow &window, unsigned int inCode, tables::Step last, unsigned int before) const;
     unsigned int runBySteps(unsigned char *out, unsigned int room);
 
     const unsigned char *table_;

@@ -22,7 +22,7 @@ namespace zelk::tables {
 // Wider steps are fewer, and take more memory: 80 KiB for all four codes, 32 KiB in a build of portable kernels.
 #if defined(ZELK_KERNELS_PORTABLE)
 inline constexpr unsigned int stepBits = 4;
-inline constexpr unsigned int rarestState = 14;
+inline constexpr unsigned int rarestState = 13;
 #else
 inline constexpr unsigned int stepBits = 5;
 inline constexpr unsigned int rarestState = 20;
