@@ -179,13 +179,7 @@ inline unsigned int ContextText::readLeaf() {
     return step;
 }
 
-int ContextText::next() {
-    if (endBits_ != 0) {
-        at_ += endBits_;
-        endBits_ = 0;
-        character_ = 0;
-        return 0;
-    }
+int ContextText::nextByTree() {
     if (character_ < firstWithoutTree) {
         const unsigned int leaf = readLeaf();
         if (leaf < leafFlag) {

@@ -389,7 +389,7 @@ bool putRun(Sink &sink, ContextText &characters) {
 
 // The characters are bytes of UTF-8. To UTF-8 the end of the text ends everything; to UCS-2 a counted text goes on
 // eight bits later. So does any text after U+FFFE, and U+FFFF counts as an end: the streaming decoder's answers of
-// these values mean as much.
+// these values mean as much. The runs take the time: all else is seldom, and small.
 template <class Sink>
 void decompress(Sink &sink, Body text, unsigned int flags) {
     const unsigned char *table = compressionTable(text.extra);

@@ -37,7 +37,15 @@ public:
     }
 
     // The next character, 0 to 255, or inputEnded where bits of it are missing.
-    int next();
+    int next() {
+        if (endBits_ != 0) {
+            at_ += endBits_;
+            endBits_ = 0;
+            character_ = 0;
+            return 0;
+        }
+        return nextByTree();
+    }
 
     // Leaves out the next eight bits.
     void skipByte() {
@@ -49,6 +57,7 @@ private:
     ContextText(const unsigned char *table, tables::StepMachine machine, const unsigned char *bytes, std::size_t count)
         : table_(table), machine_(machine), bytes_(bytes), count_(count) {}
 
+    int nextByTree();
     unsigned int readLeaf();
     unsigned int rareCharacter(BitWindow &window, unsigned int inCode, tables::Step last, unsigned int before) const;
     unsigned int runBySteps(unsigned char *out, unsigned int room);

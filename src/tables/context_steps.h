@@ -7,7 +7,7 @@
 // mark gives the character of its place, and no published code gives another graphic one.
 //
 // What is rarer than one state in 2^rarestState, in text that is as the code expects it, has no state: the tree is
-// walked there.
+// walked there. The largest code has more states than places.
 #pragma once
 
 #include "detail/context_tree.h"
@@ -19,13 +19,15 @@
 
 namespace zelk::tables {
 
-// Wider steps are fewer, and take more memory: 80 KiB for all four codes, 32 KiB in a build of portable kernels.
+// Wider steps are fewer, and take more memory: 80 KiB for all four codes, 28 KiB in a build of portable kernels.
 #if defined(ZELK_KERNELS_PORTABLE)
 inline constexpr unsigned int stepBits = 4;
 inline constexpr unsigned int rarestState = 13;
+inline constexpr unsigned int rarestStateOfLargest = 13;
 #else
 inline constexpr unsigned int stepBits = 5;
-inline constexpr unsigned int rarestState = 20;
+inline constexpr unsigned int rarestState = 24;
+inline constexpr unsigned int rarestStateOfLargest = 20;
 #endif
 
 // A step: the bits used in its low six bits, above them the place of the next state, and a mark.
@@ -133,10 +135,11 @@ struct StepStates {
 class StepBuilder {
 public:
     template <std::size_t Size>
-    constexpr explicit StepBuilder(const std::array<unsigned char, Size> &table) {
+    constexpr StepBuilder(const std::array<unsigned char, Size> &table, unsigned int rarest)
+        : leastWeight_(ContextWeights::one >> rarest) {
         const ContextWeights weights(table);
         for (unsigned int character = 0; character < firstBehindGraphic; ++character) {
-            if ((character == 0 || character >= firstGraphic) && weights[character] >= leastWeight) {
+            if ((character == 0 || character >= firstGraphic) && weights[character] >= leastWeight_) {
                 result_.characters.add(character);
             }
         }
@@ -151,8 +154,6 @@ public:
     constexpr const StepStates &result() const { return result_; }
 
 private:
-    static constexpr std::uint64_t leastWeight = ContextWeights::one >> rarestState;
-
     // Fills the state at `place`, which stands for `node`, and all states that codes reach through it.
     template <std::size_t Size>
     constexpr void expand(const std::array<unsigned char, Size> &table, std::size_t place, unsigned int tree,
@@ -164,7 +165,7 @@ private:
             std::size_t next = treeWalk;
             if (leaf >= detail::leafFlag) {
                 next = placeAfter(leaf);
-            } else if (weight >> stepBits >= leastWeight) {
+            } else if (weight >> stepBits >= leastWeight_) {
                 const std::size_t inner = newPlace();
                 expand(table, inner, tree, end, weight >> stepBits);
                 next = placeCount + inner;
@@ -202,6 +203,7 @@ private:
     }
 
     StepStates result_;
+    std::uint64_t leastWeight_;
     unsigned int lastPlace_ = 0;
 };
 
@@ -213,9 +215,10 @@ struct StepPair {
     std::size_t second; // the place 0 of the second one
 };
 
-template <const auto &first, const auto &second>
+template <const auto &first, const auto &second, unsigned int rarestOfSecond>
 consteval auto stepPair() {
-    constexpr std::array<StepStates, 2> states{StepBuilder(first).result(), StepBuilder(second).result()};
+    constexpr std::array<StepStates, 2> states{StepBuilder(first, rarestState).result(),
+                                               StepBuilder(second, rarestOfSecond).result()};
     constexpr bool sidewise = 2 * stateSteps <= placeSteps;
     constexpr std::size_t behind = states[0].places * placeSteps;
     constexpr std::size_t places =

@@ -72,8 +72,8 @@ static_assert(onlyEscapesAfter(zelkDvbTable2, 0x01, 0x1F));
 static_assert(codesAfter(zelkDvbTable2, 0, {{"010", 'A'}, {"100", 'C'}, {"111", 'T'}, {"0001", 'J'}, {"0011", 'D'}}));
 static_assert(codesAfter(zelkDvbTable2, 'a', {{"01", 'n'}, {"001", 'r'}, {"101", 't'}}));
 
-constexpr auto dvbSteps = stepPair<zelkDvbTable1, zelkDvbTable2>();
-constexpr auto guideSteps = stepPair<zelkTitleTable, zelkDescriptionTable>();
+constexpr auto dvbSteps = stepPair<zelkDvbTable1, zelkDvbTable2, rarestStateOfLargest>();
+constexpr auto guideSteps = stepPair<zelkTitleTable, zelkDescriptionTable, rarestState>();
 
 StepMachine machineOf(const auto &pair, unsigned int code) {
     return {pair.steps.data() + code * pair.second, &pair.characters[code]};
