@@ -64,11 +64,23 @@ void endWithText(Batch &taken, const Step *steps, unsigned int left) {
     }
 }
 
-// Tells where the characters end. Each step is written, and the next one upon it if it has given nothing yet.
-inline unsigned char *putCharacters(unsigned char *out, const Step *steps, unsigned int count) {
+// Tells where the character ends. Each step is written, and the next one upon it if it has given nothing yet.
+inline unsigned char *putCharacter(unsigned char *out, Step step) {
+    *out = static_cast<unsigned char>(step >> usedBits);
+    return out + (tables::givesCharacter(step) ? 1 : 0);
+}
+
+inline unsigned char *putBatch(unsigned char *out, const Step *steps) {
+    for (unsigned int i = 0; i < batch; ++i) {
+        out = putCharacter(out, steps[i]);
+    }
+    return out;
+}
+
+inline unsigned char *putSome(unsigned char *out, const Step *steps, unsigned int count) {
+#pragma GCC unroll 1 // seldom: not worth its bytes
     for (unsigned int i = 0; i < count; ++i) {
-        *out = static_cast<unsigned char>(steps[i] >> usedBits);
-        out += tables::givesCharacter(steps[i]) ? 1 : 0;
+        out = putCharacter(out, steps[i]);
     }
     return out;
 }
@@ -134,8 +146,7 @@ unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
         if (ended) [[unlikely]] {
             endWithText(taken, end, static_cast<unsigned int>(window.left()));
         }
-        // The compiler unrolls the first of the two.
-        to = taken.count == batch ? putCharacters(to, end, batch) : putCharacters(to, end, taken.count);
+        to = taken.count == batch ? putBatch(to, end) : putSome(to, end, taken.count);
         end += taken.count;
         window.drop(taken.bits);
         if (ended) {
