@@ -391,7 +391,7 @@ bool putRun(Sink &sink, ContextText &characters) {
 // eight bits later. So does any text after U+FFFE, and U+FFFF counts as an end: the streaming decoder's answers of
 // these values mean as much. The runs take the time: all else is seldom, and small.
 template <class Sink>
-void decompress(Sink &sink, Body text, unsigned int flags) {
+[[gnu::cold]] void decompress(Sink &sink, Body text, unsigned int flags) {
     const unsigned char *table = compressionTable(text.extra);
     if (table == nullptr) {
         return;
@@ -441,7 +441,7 @@ void decodeCompressed(Utf8Sink &sink, Body text, unsigned int flags) {
 }
 
 // Characters that the decompressor gives for the counted bytes: the bytes of UTF-8 before any filter.
-int decompressedBytes(const DvbText &text) {
+[[gnu::cold]] int decompressedBytes(const DvbText &text) {
     if (text.count <= 0) {
         return 0;
     }
