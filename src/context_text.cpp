@@ -85,21 +85,18 @@ inline unsigned char *putSome(unsigned char *out, const Step *steps, unsigned in
     return out;
 }
 
-inline unsigned int takeLiteral(BitWindow &window, unsigned int used) {
-    window.drop(used);
-    const auto literal = static_cast<unsigned int>(window.bits() >> 56U);
-    window.drop(8);
-    return literal;
-}
-
-inline unsigned int takeByTree(BitWindow &window, const unsigned char *table, unsigned int before) {
-    const unsigned int tree = treeAfter(table, before);
-    unsigned int branch = 0;
-    for (unsigned int node = tree; branch < leafFlag; node = tree + 2 * branch) {
-        branch = table[node + (window.bits() >> 63U)];
-        window.drop(1);
+// The character as it is behind an escape, if a state follows it: those that have no code in their context are common
+// enough to go on behind them. Else 0, and the window stays.
+inline unsigned int takeLiteral(BitWindow &window, Step escape, const tables::CharacterSet &characters) {
+    BitWindow behind = window;
+    behind.drop(escape & usedMask);
+    const auto literal = static_cast<unsigned int>(behind.bits() >> 56U);
+    behind.drop(8);
+    if (behind.left() < 0 || literal == 0 || !characters.holds(literal)) {
+        return 0;
     }
-    return branch != escapeLeaf ? branch - leafFlag : 0;
+    window = behind;
+    return literal;
 }
 
 // The bits behind the last character, of steps inside a code.
@@ -113,19 +110,19 @@ unsigned int bitsInCode(const Step *begin, const Step *end) {
 
 } // namespace
 
-// What steps do not give but is common enough to go on behind it: the character as it is behind an escape, and the one
-// of a code that has no states, if a state follows it. Else 0, and the window stays.
-[[gnu::noinline, gnu::cold]] unsigned int ContextText::rareCharacter(BitWindow &window, unsigned int inCode, Step last,
-                                                                     unsigned int before) const {
-    const bool escaped = last >> usedBits == tables::escape;
-    const auto code = window.left() + static_cast<int>(inCode);
-    BitWindow behind = escaped ? window : BitWindow(bytes_, count_, window.position(code));
-    const unsigned int character = escaped ? takeLiteral(behind, last & usedMask) : takeByTree(behind, table_, before);
-    if (behind.left() < 0 || character == 0 || !machine_.characters->holds(character)) {
-        return 0;
+// The code at a bit of the text, by the tree of the character before, if it gives a character that a state follows:
+// those that have no states themselves. Small, and with no window of the caller's to be kept in memory for it.
+[[gnu::noinline, gnu::cold]] ContextText::RareCode ContextText::byTree(std::uint64_t at, unsigned int before) const {
+    BitWindow window(bytes_, count_, at);
+    const unsigned int tree = treeAfter(table_, before);
+    unsigned int branch = 0;
+    for (unsigned int node = tree; branch < leafFlag; node = tree + 2 * branch) {
+        branch = table_[node + (window.bits() >> 63U)];
+        window.drop(1);
     }
-    window = behind;
-    return character;
+    const unsigned int character = branch - leafFlag;
+    const bool given = window.left() >= 0 && branch != escapeLeaf && character != 0;
+    return {given && machine_.characters->holds(character) ? character : 0, window.position(window.left())};
 }
 
 unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
@@ -158,8 +155,15 @@ unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
                 endBits_ = static_cast<int>(used) <= window.left() ? used : 0;
                 break;
             }
-            const unsigned int inCode = bitsInCode(steps.data(), end);
-            const unsigned int character = rareCharacter(window, inCode, taken.last, to == out ? character_ : to[-1]);
+            unsigned int character = 0;
+            if (taken.last >> usedBits == tables::escape) {
+                character = takeLiteral(window, taken.last, *machine_.characters);
+            } else {
+                const int left = window.left() + static_cast<int>(bitsInCode(steps.data(), end));
+                const RareCode code = byTree(window.position(left), to == out ? character_ : to[-1]);
+                character = code.character;
+                window = character != 0 ? BitWindow(bytes_, count_, code.end) : window;
+            }
             if (character == 0) {
                 break;
             }

@@ -13,8 +13,6 @@
 
 namespace zelk::detail {
 
-class BitWindow;
-
 class ContextText {
 public:
     static constexpr int inputEnded = -1;
@@ -59,7 +57,12 @@ private:
 
     int nextByTree();
     unsigned int readLeaf();
-    unsigned int rareCharacter(BitWindow &window, unsigned int inCode, tables::Step last, unsigned int before) const;
+
+    struct RareCode {
+        unsigned int character; // 0 for none
+        std::uint64_t end;
+    };
+    RareCode byTree(std::uint64_t at, unsigned int before) const;
     unsigned int runBySteps(unsigned char *out, unsigned int room);
 
     const unsigned char *table_;
