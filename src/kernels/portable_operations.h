@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #elif defined(__ARM_NEON)
@@ -52,12 +51,6 @@ Vector vectorAt(const void *bytes) {
     return vector;
 }
 
-template <class Vector>
-bool isZero(Vector vector) {
-    const auto words = reinterpret_cast<Words>(vector);
-    return (words[0] | words[1]) == 0;
-}
-
 // Whether the target keeps vectors in registers, and their first byte lowest. Where not, plain loops are as fast.
 #if defined(__SSE2__) || (defined(__ARM_NEON) && !defined(__ARM_BIG_ENDIAN))
 inline constexpr bool hasVectors = true;
@@ -73,18 +66,101 @@ inline std::size_t bytesInPage(const void *at) {
     return pageBytes - (reinterpret_cast<std::uintptr_t>(at) & (pageBytes - 1));
 }
 
-// A vector at any address, which may reach behind a text but not onto another page than the text lies on. The
-// sanitizers, which know no pages, do not look here.
-__attribute__((no_sanitize("address", "thread"))) inline Bytes bytesAt(const unsigned char *text) {
-    struct __attribute__((packed, may_alias)) Anywhere {
-        Bytes bytes;
-    };
-    return reinterpret_cast<const Anywhere *>(text)->bytes;
+// What reads behind a text, but not on another page than the text lies on: the sanitizers, which know no pages, do not
+// look there.
+#define ZELK_UNSEEN __attribute__((no_sanitize("address", "thread")))
+
+// At any address, and seen by no sanitizer: the C library's copy would be.
+template <class Value>
+struct __attribute__((packed, may_alias)) Unaligned {
+    Value value;
+};
+
+ZELK_UNSEEN inline Bytes bytesAt(const unsigned char *text) {
+    return reinterpret_cast<const Unaligned<Bytes> *>(text)->value;
+}
+
+ZELK_UNSEEN inline std::uint32_t fourAt(const unsigned char *text) {
+    return reinterpret_cast<const Unaligned<std::uint32_t> *>(text)->value;
 }
 
 template <class Value>
 void store(void *out, Value value) {
     std::memcpy(out, &value, sizeof value);
+}
+
+inline Bytes everyByteIs(unsigned int byte) {
+    return Bytes{} + static_cast<std::uint8_t>(byte);
+}
+
+// All bits of the first `count` bytes.
+inline Bytes firstBytes(std::size_t count) {
+    static const Bytes allThenNone[2] = {~Bytes{}, Bytes{}};
+    return vectorAt<Bytes>(reinterpret_cast<const unsigned char *>(allThenNone) + vectorBytes - count);
+}
+
+// What bytes are above a limit, zero for those below it.
+inline Bytes above(Bytes bytes, Bytes limit) {
+#if defined(__SSE2__)
+    return reinterpret_cast<Bytes>(_mm_subs_epu8(reinterpret_cast<__m128i>(bytes), reinterpret_cast<__m128i>(limit)));
+#else
+    return (bytes > limit ? bytes : limit) - limit;
+#endif
+}
+
+// All bits of the bytes that are less than a limit as signed numbers: from 0x80 on they lie below zero.
+inline Bytes signedBelow(Bytes bytes, Bytes limit) {
+    using SignedBytes = std::int8_t __attribute__((vector_size(vectorBytes)));
+    return reinterpret_cast<Bytes>(reinterpret_cast<SignedBytes>(bytes) < reinterpret_cast<SignedBytes>(limit));
+}
+
+// All bits of the bytes from `first` to `last`, a range that may go on at 0 behind 0xFF.
+inline Bytes among(Bytes bytes, unsigned int first, unsigned int last) {
+    return signedBelow(bytes + everyByteIs(0x80 - first), everyByteIs(0x81 + last - first));
+}
+
+inline Bytes highBitToAll(Bytes bytes) {
+    return signedBelow(bytes, Bytes{});
+}
+
+// The high bits of the bytes, that of the first one lowest.
+inline unsigned int highBitsOf(Bytes bytes) {
+#if defined(__SSE2__)
+    return static_cast<unsigned int>(_mm_movemask_epi8(reinterpret_cast<__m128i>(bytes)));
+#else
+    constexpr std::uint64_t gather = 0x0102040810204080U; // bit 8n goes to bit 56 + n
+    const Words bits = reinterpret_cast<Words>(bytes) >> 7 & everyByte;
+    return static_cast<unsigned int>(bits[0] * gather >> 56 | bits[1] * gather >> 56 << 8);
+#endif
+}
+
+// The sum of the bytes of each half, none of which is more than 31.
+inline Words sumsOf(Bytes bytes) {
+#if defined(__SSE2__)
+    return reinterpret_cast<Words>(_mm_sad_epu8(reinterpret_cast<__m128i>(bytes), _mm_setzero_si128()));
+#else
+    return reinterpret_cast<Words>(bytes) * everyByte >> 56;
+#endif
+}
+
+// Each byte one or two places further up, after zeros.
+inline Bytes oneUp(Bytes bytes) {
+    return __builtin_shufflevector(Bytes{}, bytes, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30);
+}
+
+inline Bytes twoUp(Bytes bytes) {
+    return __builtin_shufflevector(Bytes{}, bytes, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29);
+}
+
+// The low halves of numbers of four bytes, as one word.
+inline std::uint64_t lowHalves(Fours fours) {
+#if defined(__SSE2__) // packing saturates: numbers are made signed ones first
+    const __m128i numbers = _mm_srai_epi32(_mm_slli_epi32(reinterpret_cast<__m128i>(fours), 16), 16);
+    return reinterpret_cast<Words>(_mm_packs_epi32(numbers, numbers))[0];
+#else
+    using HalfUnits = std::uint16_t __attribute__((vector_size(wordBytes)));
+    return std::bit_cast<std::uint64_t>(__builtin_convertvector(fours, HalfUnits));
+#endif
 }
 
 // The units of low and high bytes, of the front and of the back half.
@@ -94,6 +170,12 @@ inline Bytes frontUnits(Bytes low, Bytes high) {
 
 inline Bytes backUnits(Bytes low, Bytes high) {
     return __builtin_shufflevector(low, high, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
+}
+
+template <class Vector>
+bool isZero(Vector vector) {
+    const auto words = reinterpret_cast<Words>(vector);
+    return (words[0] | words[1]) == 0;
 }
 
 // The first four units of each in turn, and the last four.
