@@ -94,6 +94,31 @@ unsigned int streamEncode(Utf8EncoderState &state, unsigned int unit) {
 
 constexpr int endOfStream = -1;
 
+// What the kernel left of a text, character by character and by the kernel in turn. The output moves on by one unit for
+// a sequence that the length cuts off, though nothing is stored for it: that unit keeps what the caller's buffer held.
+[[gnu::noinline]] unsigned int decodeRest(unsigned short *out, int size, const unsigned char *text,
+                                          unsigned int available, kernels::Progress done) {
+    unsigned short *at = out;
+    for (int room = size;;) {
+        text += done.read;
+        available -= static_cast<unsigned int>(done.read);
+        at += done.written;
+        room -= static_cast<int>(done.written);
+        for (std::size_t steps = kernels::plainSteps(done.read); steps != 0 && room > 1 && available != 0 && *text != 0;
+             --steps, --room) {
+            const unsigned int used = utf8Decode(text, available, at++);
+            text += used;
+            available -= used;
+        }
+        if (room <= 1 || available == 0 || *text == 0) {
+            break;
+        }
+        done = kernels::utf8ToUcs2<Clean::Any>(text, available, at, static_cast<std::size_t>(room - 1));
+    }
+    *at = 0;
+    return static_cast<unsigned int>(at - out);
+}
+
 } // namespace
 
 } // namespace zelk::detail
@@ -101,6 +126,7 @@ constexpr int endOfStream = -1;
 using namespace zelk;
 using detail::HighByteFirst;
 using detail::LowByteFirst;
+using kernels::Clean;
 
 unsigned int zelkUtf8EncodeText(unsigned char *out, int size, const unsigned short *text, int count) {
     return detail::encodeText(out, size, detail::nativeUnits(text), count);
@@ -138,30 +164,17 @@ CharPacket *zelkUtf8EncodeNotAlignedInverseString(const unsigned char *text, int
     return detail::encodeString(LowByteFirst(text), count);
 }
 
-// The output moves on by one unit for a sequence that the length cuts off, though nothing is stored for it: that unit
-// keeps what the caller's buffer held.
 unsigned int zelkUtf8DecodeText(unsigned short *out, int size, const unsigned char *text, int length) {
-    unsigned short *at = out;
-    if (text != nullptr) {
-        auto available = static_cast<unsigned int>(length);
-        int room = size;
-        while (room > 1 && available != 0 && *text != 0) {
-            const auto done =
-                kernels::utf8ToUcs2<kernels::Clean::Any>(text, available, at, static_cast<std::size_t>(room - 1));
-            text += done.read;
-            available -= static_cast<unsigned int>(done.read);
-            at += done.written;
-            room -= static_cast<int>(done.written);
-            for (std::size_t steps = kernels::plainSteps(done.read);
-                 steps != 0 && room > 1 && available != 0 && *text != 0; --steps, --room) {
-                const unsigned int used = detail::utf8Decode(text, available, at++);
-                text += used;
-                available -= used;
-            }
+    const auto available = static_cast<unsigned int>(length);
+    kernels::Progress done;
+    if (text != nullptr && size > 1 && available != 0 && *text != 0) {
+        done = kernels::utf8ToUcs2<Clean::Any>(text, available, out, static_cast<std::size_t>(size - 1));
+        if (done.read != available) {
+            return detail::decodeRest(out, size, text, available, done);
         }
     }
-    *at = 0;
-    return static_cast<unsigned int>(at - out);
+    out[done.written] = 0;
+    return static_cast<unsigned int>(done.written);
 }
 
 WideCharPacket *zelkUtf8DecodeString(const unsigned char *text, int length) {

@@ -112,6 +112,28 @@ unsigned int filterText(unsigned char *out, int size, const unsigned char *text,
     return static_cast<unsigned int>(at - out);
 }
 
+// Behind the bytes that the kernel found well-formed. A sequence that the length cuts off is valid: the codec stores
+// nothing for it.
+[[gnu::noinline]] int restIsValid(const unsigned char *text, unsigned int length, std::size_t wellFormed) {
+    for (;;) {
+        text += wellFormed;
+        length -= static_cast<unsigned int>(wellFormed);
+        unsigned short character = 0;
+        for (std::size_t steps = kernels::plainSteps(wellFormed); steps != 0 && length != 0 && *text != 0; --steps) {
+            const unsigned int used = utf8Decode(text, length, &character);
+            if (character == replacementCharacter) {
+                return 0;
+            }
+            text += used;
+            length -= used;
+        }
+        if (length == 0 || *text == 0) {
+            return 1;
+        }
+        wellFormed = kernels::wellFormedUtf8<kernels::Clean::Any>(text, length);
+    }
+}
+
 } // namespace
 
 } // namespace zelk::detail
@@ -132,26 +154,12 @@ unsigned int zelkUtf8Pos(const unsigned char *text, unsigned int characters) {
     return static_cast<unsigned int>(at - text);
 }
 
-// A sequence that the length cuts off is valid: the codec stores nothing for it.
 int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length) {
     if (text == nullptr) {
         return 1;
     }
-    while (length != 0 && *text != 0) {
-        const std::size_t wellFormed = kernels::wellFormedUtf8<kernels::Clean::Any>(text, length);
-        text += wellFormed;
-        length -= static_cast<unsigned int>(wellFormed);
-        unsigned short character = 0;
-        for (std::size_t steps = kernels::plainSteps(wellFormed); steps != 0 && length != 0 && *text != 0; --steps) {
-            const unsigned int used = detail::utf8Decode(text, length, &character);
-            if (character == detail::replacementCharacter) {
-                return 0;
-            }
-            text += used;
-            length -= used;
-        }
-    }
-    return 1;
+    const std::size_t wellFormed = kernels::wellFormedUtf8<kernels::Clean::Any>(text, length);
+    return wellFormed == length ? 1 : detail::restIsValid(text, length, wellFormed);
 }
 
 // The room is tested for every byte: a character at the end of the room is copied in part.
