@@ -126,11 +126,6 @@ TRIED = {
     ),
 }
 
-BY_THE_RULE = (
-    "ASCII goes by eight bytes, the rest character by character with a branch for each length, as with the rivals; no "
-    "way past the mistaken branches was found without permutations of bytes."
-)
-
 # The same for the portable kernels.
 SUFFIX = "two calls of strlen, of the text and of the pattern, whose length GLib has prepared."
 
@@ -151,11 +146,18 @@ TRIED_PORTABLE = {
         "blocks of three-byte units took Chinese 64K from 20.7 to 15.5 µs, but names only from 18.1 to 17.9 ns and "
         "Russian 64K from 14.0 to 15.2 µs; sums kept in memory in place of shifts gained 3 % in names."
     ),
-    ("UTF-8 to UCS-2",): BY_THE_RULE,
-    ("UTF-8 validity",): BY_THE_RULE,
-    ("UTF-8 width",): BY_THE_RULE,
-    ("DVB UTF-8 text to UTF-8",): BY_THE_RULE,
-    ("DVB UTF-8 text to UCS-2",): BY_THE_RULE,
+    ("UTF-8 to UCS-2", "name"): (
+        "from 18 to 9 ns (English), 32 to 16 (French), 33 to 18 (Russian) and 30 to 21 (Chinese) in a bare loop; the "
+        "call adds 2 to 3 ns. A block of sixteen bytes takes 5.7 ns (two bytes a character) or 6.7 ns (three), 110 to "
+        "150 operations at six a cycle, most of them to close up the units without a permutation, and a text 4 to 6 "
+        "ns more. Runs of one kind in turn took 23 to 33 ns, for each waits for the length of the last, one loop for "
+        "both kinds 24 ns, units put to their places by pairs 20 ns."
+    ),
+    ("UTF-8 validity", "name"): (
+        "from 28 to 7.3 ns in a bare loop, English from 15 to 2.5 ns; the call adds 1.5 to 2.5 ns. Three blocks are "
+        "checked at once, some 25 operations each; by one block after another it was 9.3 ns. A first look for ASCII "
+        "halves English and costs the others a branch that cannot always be foreseen."
+    ),
     ("Huffman", "DVB, type 1"): (
         "its code is one of titles: in descriptions one character of 19 has a rare code, which no state is kept for, "
         "and is walked in its tree. With states for all but one of 50 characters the DVB codes take 7 KiB more than "
