@@ -10,11 +10,54 @@
 
 #include <bit>
 
+namespace zelk::kernels {
+
+// What a kernel leaves: near the end of the buffer what does not fit is skipped, and what comes behind it may fit.
+template <UnitOrder order>
+[[gnu::cold, gnu::noinline]] unsigned int restOfUcs2Text(const unsigned char *text, std::size_t count, char *out,
+                                                         std::size_t room, Progress done) {
+    constexpr detail::FirstByte first = order == UnitOrder::LowFirst ? detail::FirstByte::Low : detail::FirstByte::High;
+    const auto written = static_cast<unsigned int>(done.written);
+    return written + detail::convertUnits<detail::Utf8Sink>(out + written, static_cast<int>(room - done.written),
+                                                            detail::BytePairs<first>(text) += done.read,
+                                                            static_cast<int>(count - done.read),
+                                                            [](unsigned int unit) { return unit; });
+}
+
+template unsigned int restOfUcs2Text<UnitOrder::LowFirst>(const unsigned char *, std::size_t, char *, std::size_t,
+                                                          Progress);
+template unsigned int restOfUcs2Text<UnitOrder::HighFirst>(const unsigned char *, std::size_t, char *, std::size_t,
+                                                           Progress);
+
+// The output moves on by one unit for a sequence that the length cuts off, though nothing is stored for it: that unit
+// keeps what the caller's buffer held.
+unsigned int anyUtf8Text(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    unsigned short *at = out;
+    auto available = static_cast<unsigned int>(length);
+    auto left = static_cast<int>(room);
+    while (left > 1 && available != 0 && *text != 0) {
+        const Progress done = utf8ToUcs2<Clean::Any>(text, available, at, static_cast<std::size_t>(left - 1));
+        text += done.read;
+        available -= static_cast<unsigned int>(done.read);
+        at += done.written;
+        left -= static_cast<int>(done.written);
+        for (std::size_t steps = plainSteps(done.read); steps != 0 && left > 1 && available != 0 && *text != 0;
+             --steps, --left) {
+            const unsigned int used = detail::utf8Decode(text, available, at++);
+            text += used;
+            available -= used;
+        }
+    }
+    *at = 0;
+    return static_cast<unsigned int>(at - out);
+}
+
+} // namespace zelk::kernels
+
 namespace zelk::detail {
 
 namespace {
 
-using kernels::Clean;
 using kernels::UnitOrder;
 
 // Native units are the byte pairs of this machine's order.
@@ -27,30 +70,14 @@ NativeUnits nativeUnits(const unsigned short *text) {
 template <FirstByte first>
 inline constexpr UnitOrder orderOf = first == FirstByte::High ? UnitOrder::HighFirst : UnitOrder::LowFirst;
 
-// What a kernel leaves: near the end of the buffer what does not fit is skipped, and what comes behind it may fit.
-template <FirstByte first>
-[[gnu::cold, gnu::noinline]] unsigned int encodeRest(char *out, int size, BytePairs<first> text, unsigned int left) {
-    return convertUnits<Utf8Sink>(out, size, text, static_cast<int>(left), [](unsigned int unit) { return unit; });
-}
-
-// The kernel takes the text as far as it surely fits.
 template <FirstByte first>
 unsigned int encodeText(unsigned char *out, int size, BytePairs<first> text, int count) {
-    const auto extent = static_cast<unsigned int>(count);
-    auto *const begin = reinterpret_cast<char *>(out);
-    if (text == nullptr || size < 2) {
-        return encodeRest(begin, size, text, extent);
+    if (text == nullptr || size < 2 || count == 0) {
+        *out = 0;
+        return 0;
     }
-    const kernels::Progress done =
-        kernels::ucs2ToUtf8<orderOf<first>, Clean::Any>(text.bytes(), extent, begin, static_cast<std::size_t>(size));
-    const auto written = static_cast<unsigned int>(done.written);
-    if (done.read == extent) [[likely]] {
-        out[written] = 0;
-        return written;
-    }
-    text += done.read;
-    return written + encodeRest(begin + written, size - static_cast<int>(written), text,
-                                extent - static_cast<unsigned int>(done.read));
+    return kernels::ucs2TextToUtf8<orderOf<first>>(text.bytes(), static_cast<unsigned int>(count),
+                                                   reinterpret_cast<char *>(out), static_cast<std::size_t>(size));
 }
 
 template <FirstByte first>
@@ -94,31 +121,6 @@ unsigned int streamEncode(Utf8EncoderState &state, unsigned int unit) {
 
 constexpr int endOfStream = -1;
 
-// What the kernel left of a text, character by character and by the kernel in turn. The output moves on by one unit for
-// a sequence that the length cuts off, though nothing is stored for it: that unit keeps what the caller's buffer held.
-[[gnu::noinline]] unsigned int decodeRest(unsigned short *out, int size, const unsigned char *text,
-                                          unsigned int available, kernels::Progress done) {
-    unsigned short *at = out;
-    for (int room = size;;) {
-        text += done.read;
-        available -= static_cast<unsigned int>(done.read);
-        at += done.written;
-        room -= static_cast<int>(done.written);
-        for (std::size_t steps = kernels::plainSteps(done.read); steps != 0 && room > 1 && available != 0 && *text != 0;
-             --steps, --room) {
-            const unsigned int used = utf8Decode(text, available, at++);
-            text += used;
-            available -= used;
-        }
-        if (room <= 1 || available == 0 || *text == 0) {
-            break;
-        }
-        done = kernels::utf8ToUcs2<Clean::Any>(text, available, at, static_cast<std::size_t>(room - 1));
-    }
-    *at = 0;
-    return static_cast<unsigned int>(at - out);
-}
-
 } // namespace
 
 } // namespace zelk::detail
@@ -126,7 +128,6 @@ constexpr int endOfStream = -1;
 using namespace zelk;
 using detail::HighByteFirst;
 using detail::LowByteFirst;
-using kernels::Clean;
 
 unsigned int zelkUtf8EncodeText(unsigned char *out, int size, const unsigned short *text, int count) {
     return detail::encodeText(out, size, detail::nativeUnits(text), count);
@@ -165,16 +166,11 @@ CharPacket *zelkUtf8EncodeNotAlignedInverseString(const unsigned char *text, int
 }
 
 unsigned int zelkUtf8DecodeText(unsigned short *out, int size, const unsigned char *text, int length) {
-    const auto available = static_cast<unsigned int>(length);
-    kernels::Progress done;
-    if (text != nullptr && size > 1 && available != 0 && *text != 0) {
-        done = kernels::utf8ToUcs2<Clean::Any>(text, available, out, static_cast<std::size_t>(size - 1));
-        if (done.read != available) {
-            return detail::decodeRest(out, size, text, available, done);
-        }
+    if (text == nullptr || size < 2 || length == 0) {
+        *out = 0;
+        return 0;
     }
-    out[done.written] = 0;
-    return static_cast<unsigned int>(done.written);
+    return kernels::utf8TextToUcs2(text, static_cast<unsigned int>(length), out, static_cast<std::size_t>(size));
 }
 
 WideCharPacket *zelkUtf8DecodeString(const unsigned char *text, int length) {

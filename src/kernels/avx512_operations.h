@@ -57,18 +57,34 @@ ZELK_OPERATION bool blockInPage(const void *at) {
     return (reinterpret_cast<std::uintptr_t>(at) & 4095) <= 4096 - blockBytes;
 }
 
-// A constant that stays in a register: without this GCC makes it anew from an integer wherever it is used.
+// A constant that stays in a register: without this GCC loads it anew wherever it is used.
 ZELK_OPERATION Block held(Block constant) {
     __asm__("" : "+v"(constant));
     return constant;
 }
 
-ZELK_OPERATION Block everyByte(unsigned char byte) {
-    return held(_mm512_set1_epi8(static_cast<char>(byte)));
+// A constant of eight bytes again and again, from memory: GCC would make it from an integer, which takes twice as long.
+template <std::uint64_t eight>
+ZELK_OPERATION Block everyEight() {
+    static constexpr std::uint64_t constant = eight;
+    Block block;
+    __asm__("vpbroadcastq %1, %0" : "=v"(block) : "m"(constant));
+    return block;
 }
 
-ZELK_OPERATION Block everyUnit(unsigned short unit) {
-    return held(_mm512_set1_epi16(static_cast<short>(unit)));
+template <std::uint32_t four>
+ZELK_OPERATION Block everyFour() {
+    return everyEight<four * 0x100000001U>();
+}
+
+template <std::uint16_t unit>
+ZELK_OPERATION Block everyUnit() {
+    return everyFour<unit * 0x10001U>();
+}
+
+template <std::uint8_t byte>
+ZELK_OPERATION Block everyByte() {
+    return everyFour<byte * 0x1010101U>();
 }
 
 // Sixteen bytes as a table for look16().
@@ -78,6 +94,12 @@ ZELK_OPERATION Block nibbleTable(__m128i table) {
 
 ZELK_OPERATION Mask firstBytes(std::size_t count) {
     return _bzhi_u64(~0ULL, static_cast<unsigned int>(count));
+}
+
+// A mask in an integer register as well: the way there is long and narrow, and GCC would take it for each use.
+ZELK_OPERATION Mask asInteger(Mask mask) {
+    __asm__("" : "+r"(mask));
+    return mask;
 }
 
 ZELK_OPERATION std::size_t countOf(Mask mask) {
@@ -116,16 +138,22 @@ ZELK_OPERATION Mask nonZero(Block block) {
     return _mm512_test_epi8_mask(block, block);
 }
 
+// The bytes of a block that the mask keeps, closed up in front of zeros. Written to the register that it comes from:
+// the processor waits for the old value of another one, though nothing of it remains.
+ZELK_OPERATION Block closedUp(Mask keep, Block block) {
+    __asm__("vpcompressb %0, %0%{%1%}%{z%}" : "+v"(block) : "Yk"(keep));
+    return block;
+}
+
 // Stores the bytes of a block that the mask keeps, closed up, and tells their number. `freely` says that the output has
 // room for a whole block, so that zeros may be written behind the result.
 template <bool freely>
 ZELK_OPERATION std::size_t storeKept(void *to, Mask keep, Block block) {
     const std::size_t count = countOf(keep);
-    const Block closedUp = _mm512_maskz_compress_epi8(keep, block);
     if (freely) {
-        store(to, closedUp);
+        store(to, closedUp(keep, block));
     } else {
-        store(to, firstBytes(count), closedUp);
+        store(to, firstBytes(count), closedUp(keep, block));
     }
     return count;
 }
@@ -166,6 +194,18 @@ ZELK_OPERATION Block multiples() {
 }
 
 // The bytes of a block from a place on, and behind them its front again.
+template <std::size_t place>
+ZELK_OPERATION Block startingAt(Block block) {
+    static constexpr auto places = [] {
+        std::array<std::uint8_t, blockBytes> result{};
+        for (std::size_t i = 0; i < blockBytes; ++i) {
+            result[i] = static_cast<std::uint8_t>((i + place) % blockBytes);
+        }
+        return result;
+    }();
+    return _mm512_permutexvar_epi8(load(places.data()), block);
+}
+
 ZELK_OPERATION Block startingAt(Block block, std::size_t place) {
     const Block places = _mm512_add_epi8(multiples<1>(), _mm512_set1_epi8(static_cast<char>(place)));
     return _mm512_permutexvar_epi8(places, block);

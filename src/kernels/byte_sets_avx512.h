@@ -43,13 +43,13 @@ enum class UpTo { Zero, Control };
 
 template <UpTo end>
 ZELK_OPERATION Mask ordinaryBytes(Block text) {
-    return end == UpTo::Zero ? nonZero(text) : _mm512_test_epi8_mask(text, _mm512_set1_epi8(0x60));
+    return end == UpTo::Zero ? nonZero(text) : _mm512_test_epi8_mask(text, everyByte<0x60>());
 }
 
 // Ordinary and ASCII at once: as signed numbers, the bytes above the last control.
 template <UpTo end>
 ZELK_OPERATION Mask ordinaryAscii(Block text) {
-    return _mm512_cmpgt_epi8_mask(text, _mm512_set1_epi8(end == UpTo::Zero ? 0 : 0x1F));
+    return _mm512_cmpgt_epi8_mask(text, everyByte < end == UpTo::Zero ? 0 : 0x1F > ());
 }
 
 // The bytes of a block that may be read: of a text that may end before its end, none of the next page.
@@ -105,11 +105,11 @@ ZELK_OPERATION Registers held(Registers r) {
 
 template <bool freely>
 ZELK_OPERATION void storeNonZero(char *out, std::size_t count, Block block) {
-    const Block closedUp = _mm512_maskz_compress_epi8(nonZero(block), block);
+    const Block text = closedUp(nonZero(block), block);
     if (freely) {
-        store(out, closedUp);
+        store(out, text);
     } else {
-        store(out, firstBytes(count), closedUp);
+        store(out, firstBytes(count), text);
     }
 }
 

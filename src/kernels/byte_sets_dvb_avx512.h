@@ -37,15 +37,6 @@ ZELK_OPERATION Block lookOrKeep64(Block table, Block index, Mask selected, Block
     return _mm512_mask_permutexvar_epi8(kept, selected, index, table);
 }
 
-// A constant from memory: GCC would make it in an integer register, which costs a name more than a load.
-template <unsigned char byte>
-ZELK_OPERATION Block everyByteOf() {
-    static constexpr std::uint32_t four = 0x01010101U * byte;
-    Block block;
-    __asm__("vpbroadcastd %1, %0" : "=v"(block) : "m"(four));
-    return block;
-}
-
 // 0x20 to 0x7E are themselves in every table. Moved up by one they are, as signed numbers, those above 0x20.
 struct Graphic {
     Block one;
@@ -53,7 +44,7 @@ struct Graphic {
 };
 
 ZELK_OPERATION Graphic graphic() {
-    return {everyByteOf<0x01>(), everyByteOf<0x20>()};
+    return {everyByte<0x01>(), everyByte<0x20>()};
 }
 
 ZELK_OPERATION Mask graphicAscii(const Graphic &constants, Block text) {
@@ -75,10 +66,10 @@ ZELK_OPERATION Composer composer() {
             load(markPlanes.lastMarks),
             load(neighbours.next.data()),
             load(neighbours.previous.data()),
-            everyByteOf<0x08>(),
-            everyByteOf<0x3F>(),
-            everyByteOf<0x20>(),
-            everyByteOf<0x60>()};
+            everyByte<0x08>(),
+            everyByte<0x3F>(),
+            everyByte<0x20>(),
+            everyByte<0x60>()};
 }
 
 // Where marks are, which of them compose with the letters behind them, and in their places the codes of the characters.
@@ -114,7 +105,7 @@ struct Utf8Composer {
 };
 
 ZELK_OPERATION Utf8Composer utf8Composer() {
-    return {composer(), load(markPlanes.leads), everyByteOf<0x3F>(), everyByteOf<0x80>()};
+    return {composer(), load(markPlanes.leads), everyByte<0x3F>(), everyByte<0x80>()};
 }
 
 struct MarkedUtf8 {
@@ -293,7 +284,7 @@ Progress markedByteSetToUcs2(tables::ByteSet set, unsigned short *out, const uns
                              const unsigned char *inEnd) {
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const UnitPlanes planes{held(registersOf(bytePlanes.ucs2High, bytePlanes.ucs2Low)), load(markPlanes.lows),
-                            load(markPlanes.highs), everyByteOf<0x3F>(), everyByteOf<0xFF>()};
+                            load(markPlanes.highs), everyByte<0x3F>(), everyByte<0xFF>()};
     const Composer c = composer();
     const Graphic ascii = graphic();
     unsigned short *const begin = out;

@@ -30,6 +30,14 @@ constexpr bool isClean(Clean clean, unsigned int unit) {
 template <UnitOrder order, Clean clean>
 Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room);
 
+// A whole text: terminates and tells the bytes. There is room for one and the terminator at least.
+template <UnitOrder order>
+unsigned int ucs2TextToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room);
+
+// What it goes on with behind what a kernel did: the plain loop of the family.
+template <UnitOrder order>
+unsigned int restOfUcs2Text(const unsigned char *text, std::size_t count, char *out, std::size_t room, Progress done);
+
 // The units before the end of a text (read) and the bytes of UTF-8 that they need (written).
 template <UnitOrder order>
 Progress measureUcs2(const unsigned char *text, std::size_t count);
@@ -41,6 +49,12 @@ Progress ucs2ToNative(const unsigned char *text, std::size_t count, unsigned sho
 // `room` is the number of units that may be written. The text begins with a character.
 template <Clean clean>
 Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room);
+
+// A whole text, terminator and all: tells the units. There is room for one and the terminator at least.
+unsigned int utf8TextToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room);
+
+// What it is handed on to where it is no plain text: the loop of the family.
+unsigned int anyUtf8Text(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room);
 
 // The bytes at the front of the text that are well-formed and clean and hold none of U+FFC0 to U+FFFF: U+FFFD is the
 // answer for what is rejected.

@@ -3,6 +3,7 @@
 // goes on.
 #pragma once
 
+#include "detail/room.h"
 #include "kernels/avx512_operations.h"
 
 #include <algorithm>
@@ -37,6 +38,18 @@ ZELK_OPERATION bool mayRead(const unsigned char *text, std::size_t length, std::
 // The whole blocks that may be read without another look.
 ZELK_OPERATION std::size_t readableBlocks(const unsigned char *text, std::size_t length) {
     return std::min(length, bytesInPage(text)) / blockBytes;
+}
+
+// Whole blocks may be stored in a room that holds them, unless its size is none of a buffer.
+ZELK_OPERATION bool isAmple(std::size_t room, std::size_t least) {
+    return room - least < static_cast<std::size_t>(detail::leastNominalSize) - least;
+}
+
+// A whole text is done: its terminator and its length.
+template <class Unit>
+ZELK_OPERATION unsigned int terminated(Unit *out, std::size_t written) {
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
 }
 
 inline constexpr std::size_t longText = 16 * blockBytes;

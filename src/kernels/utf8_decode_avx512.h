@@ -107,7 +107,7 @@ template <Clean clean>
 ZELK_OPERATION Utf8Constants utf8Constants() {
     constexpr const FaultTables &tables = faultTables<clean>;
     return {load(tables.before), load(tables.lower), load(tables.current),
-            everyByte(0x60),     everyByte(0x80),    everyByte(leastByte(clean))};
+            everyByte<0x60>(),   everyByte<0x80>(),  everyByte<leastByte(clean)>()};
 }
 
 // A block of UTF-8 together with the bytes one and two places before each of its own. A sequence is looked at where it
@@ -127,21 +127,82 @@ ZELK_OPERATION Utf8Block utf8PartAt(const unsigned char *text, std::size_t read,
             loadText(text + read - 2, present & ~missing)};
 }
 
-// The bytes that do not follow the two before them as they should, or are less than ordinary.
-ZELK_OPERATION Mask wrongBytes(const Utf8Block &block, const Utf8Constants &constants) {
+// A whole text that a block holds with two zeros at least behind it, which come round to the front.
+inline constexpr std::size_t longestName = blockBytes - 2;
+
+ZELK_OPERATION Utf8Block utf8Name(Block text) {
+    return {text, startingAt<blockBytes - 1>(text), startingAt<blockBytes - 2>(text)};
+}
+
+// Where bytes do not follow the two before them as they should this is not zero.
+ZELK_OPERATION Block faultsOf(const Utf8Block &block, const Utf8Constants &constants) {
     const Block byBefore = _mm512_permutexvar_epi8(_mm512_srli_epi16(block.before1, 4), constants.before);
     const Block byLower = _mm512_permutexvar_epi8(block.before1, constants.lower);
     const Block byCurrent = _mm512_permutexvar_epi8(_mm512_srli_epi16(block.text, 4), constants.current);
     const Block allowed = _mm512_ternarylogic_epi32(byBefore, byLower, byCurrent, 0x80); // a & b & c
     const Block due = _mm512_subs_epu8(block.before2, constants.dueLess);                // bit 7: after E0 and above
-    const Block found = _mm512_ternarylogic_epi32(allowed, due, constants.high, 0x78);   // a ^ (b & c)
-    return _kor_mask64(nonZero(found), _mm512_cmplt_epu8_mask(block.text, constants.least));
+    return _mm512_ternarylogic_epi32(allowed, due, constants.high, 0x78);                // a ^ (b & c)
 }
+
+// Those bytes, and what is less than ordinary.
+ZELK_OPERATION Mask wrongBytes(const Utf8Block &block, const Utf8Constants &constants) {
+    return _kor_mask64(nonZero(faultsOf(block, constants)), _mm512_cmplt_epu8_mask(block.text, constants.least));
+}
+
+// Whether all of a name is well-formed and complete: the zero behind a sequence that does not end is at fault.
+ZELK_OPERATION bool isRightName(const Utf8Block &name, Mask all, const Utf8Constants &constants) {
+    const Mask less = _mm512_mask_cmplt_epu8_mask(all, name.text, constants.least);
+    return _kortestz_mask64_u8(nonZero(faultsOf(name, constants)), less) != 0;
+}
+
+// The least bytes that begin sequences of two and of three.
+struct Leads {
+    Block ofTwo, ofThree;
+};
+
+ZELK_OPERATION Leads leadBytes() {
+    return {everyByte<0xC0>(), everyByte<0xE0>()};
+}
+
+// A check without tables for text without characters of three bytes, and without U+0080 to U+00BF where controls are to
+// be left alone. False, too, if something is wrong, which the caller has to find out. What is before a name is zero.
+template <Clean clean, bool isName = false>
+ZELK_OPERATION bool areOfTwo(const Utf8Block &block, Mask present, const Leads &leads) {
+    const Block two = leads.ofTwo;
+    const Block greatest = _mm512_max_epu8(_mm512_max_epu8(block.text, block.before1), block.before2);
+    const Mask wide = _mm512_cmpge_epu8_mask(isName ? block.text : greatest, leads.ofThree);
+    if (_kortestz_mask64_u8(wide, wide) == 0) {
+        return false;
+    }
+    const Mask astray = _kxor_mask64(_mm512_cmplt_epi8_mask(block.text, two), // signed: continuation bytes
+                                     _mm512_cmpge_epu8_mask(block.before1, two));
+    const Block lead = _mm512_xor_si512(block.before1, two); // less its mark
+    if (clean == Clean::Any) {                               // 00, and what follows C0 and C1
+        const Block least = _mm512_min_epu8(block.text, _mm512_and_si512(lead, everyByte<0xFE>()));
+        return _kortestz_mask64_u8(astray, _mm512_mask_testn_epi8_mask(present, least, least)) != 0;
+    }
+    const Mask less = _mm512_mask_cmplt_epu8_mask(present, block.text, everyByte<leastByte(clean)>());
+    return _kortestz_mask64_u8(astray, _kor_mask64(less, _mm512_cmplt_epu8_mask(lead, everyByte<3>()))) != 0;
+}
+
+// What is tried for each block, but not for some blocks behind one where it failed.
+struct Trial {
+    std::size_t wait = 0;
+
+    ZELK_OPERATION bool isDue(Trial &trial) {
+        if (trial.wait == 0) {
+            return true;
+        }
+        --trial.wait;
+        return false;
+    }
+    ZELK_OPERATION void failed(Trial &trial) { trial.wait = trial.wait == 0 ? 8 : trial.wait; }
+};
 
 // The last bytes of U+FFC0 to U+FFFF.
 ZELK_OPERATION Mask lastCharacters(const Utf8Block &block) {
-    return _mm512_mask_cmpeq_epi8_mask(_mm512_cmpeq_epi8_mask(block.before2, everyByte(0xEF)), block.before1,
-                                       everyByte(0xBF));
+    return _mm512_mask_cmpeq_epi8_mask(_mm512_cmpeq_epi8_mask(block.before2, everyByte<0xEF>()), block.before1,
+                                       everyByte<0xBF>());
 }
 
 // The bytes in front of `read` that belong to a sequence which does not end there: 0, 1 or 2.
@@ -177,7 +238,8 @@ struct UnitParts {
     Block middleLow;   // two bits of the byte before the last to the low byte, less the mark of the last byte
     Block middleHigh;  // four bits of it to the high byte
     Block front, back; // the order that makes units of low and high bytes
-    Block lead3, lead2, middleLess;
+    Leads leads;
+    Block middleLess;
 };
 
 ZELK_OPERATION UnitParts unitParts() {
@@ -194,7 +256,7 @@ ZELK_OPERATION UnitParts unitParts() {
         return table;
     }();
     return {load(parts.middleLow), load(parts.middleHigh), load(parts.front), load(parts.back),
-            everyByte(0xE0),       everyByte(0xC0),        everyByte(0x20)};
+            leadBytes(),           everyByte<0x20>()};
 }
 
 // The units of a block, their bytes apart, at the last byte of each sequence.
@@ -207,11 +269,19 @@ ZELK_OPERATION Units unitsOf(const Utf8Block &block, const UnitParts &parts) {
     const Mask several = highBits(block.text);
     const Block low =
         _mm512_add_epi8(block.text, _mm512_maskz_permutexvar_epi8(several, block.before1, parts.middleLow));
-    const Block lead = _mm512_slli_epi16(_mm512_subs_epu8(block.before2, parts.lead3), 4);
+    const Block lead = _mm512_slli_epi16(_mm512_subs_epu8(block.before2, parts.leads.ofThree), 4);
     const Block high = _mm512_or_si512(lead, _mm512_maskz_permutexvar_epi8(several, block.before1, parts.middleHigh));
     // No last bytes: leads, and the byte after a lead of three.
     const Block open = _mm512_max_epu8(block.text, _mm512_subs_epu8(block.before1, parts.middleLess));
-    return {low, high, _mm512_cmplt_epu8_mask(open, parts.lead2)};
+    return {low, high, _mm512_cmplt_epu8_mask(open, parts.leads.ofTwo)};
+}
+
+// The same where no character is of three bytes.
+ZELK_OPERATION Units unitsOfTwo(const Utf8Block &block, const UnitParts &parts) {
+    const Mask last = _mm512_cmplt_epi8_mask(block.text, parts.leads.ofTwo); // signed
+    const Block low = _mm512_add_epi8(block.text, _mm512_maskz_permutexvar_epi8(last, block.before1, parts.middleLow));
+    const Block high = _mm512_maskz_permutexvar_epi8(last, block.before1, parts.middleHigh);
+    return {low, high, _mm512_cmplt_epu8_mask(block.text, parts.leads.ofTwo)};
 }
 
 // Up to 64 bytes of any kind; false at the end.
@@ -231,8 +301,8 @@ ZELK_OPERATION bool decodePart(const unsigned char *text, std::size_t length, un
     if (room - done.written < characters) {
         return false;
     }
-    const Block low = _mm512_maskz_compress_epi8(ends, units.low);
-    const Block high = _mm512_maskz_compress_epi8(ends, units.high);
+    const Block low = closedUp(ends, units.low);
+    const Block high = closedUp(ends, units.high);
     storeUnits(out + done.written, characters, _mm512_permutex2var_epi8(low, parts.front, high),
                _mm512_permutex2var_epi8(low, parts.back, high));
     done.read += bytes;
@@ -259,7 +329,7 @@ ZELK_OPERATION void decodeAsciiBlocks(const unsigned char *text, std::size_t len
 template <Clean clean>
 ZELK_OPERATION bool decodeAsciiPart(const unsigned char *text, std::size_t bytes, unsigned short *out) {
     const Block block = loadText(text, firstBytes(bytes));
-    if ((otherThanAscii(block, everyByte(leastByte(clean))) & firstBytes(bytes)) != 0) {
+    if ((otherThanAscii(block, everyByte<leastByte(clean)>()) & firstBytes(bytes)) != 0) {
         return false;
     }
     storeUnits(out, bytes, frontUnits(block), backUnits(block));
@@ -296,21 +366,29 @@ ZELK_STAGE Progress decodeBlocks(const unsigned char *text, std::size_t length, 
     const Utf8Constants constants = utf8Constants<clean>();
     const UnitParts parts = unitParts();
     WaitingUnits waiting{out + done.written, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
-    Mask asciiBefore = 0;
+    Trial trial;
+    std::size_t before = 0; // units of the last block
     const auto fittingBlocks = [&] {
         return std::min(readableBlocks(text + done.read, length - done.read), (room - done.written) / blockBytes);
     };
     for (std::size_t blocks = 0; blocks != 0 || (blocks = fittingBlocks()) != 0; --blocks) {
         const Utf8Block block = utf8BlockAt(text + done.read);
-        const Units units = unitsOf(block, parts);
-        if (wrongBytes(block, constants) != 0 || (units.ends & asciiBefore) == ~0ULL) {
+        Units units;
+        if (Trial::isDue(trial) && areOfTwo<clean>(block, ~0ULL, parts.leads)) {
+            units = unitsOfTwo(block, parts);
+        } else if (wrongBytes(block, constants) == 0) {
+            units = unitsOf(block, parts);
+            Trial::failed(trial);
+        } else {
             break;
         }
-        asciiBefore = units.ends;
         const std::size_t count = countOf(units.ends);
+        if (count == blockBytes && before == blockBytes) {
+            break;
+        }
+        before = count;
         WaitingUnits::store(waiting, count, parts);
-        waiting = {out + done.written, count, _mm512_maskz_compress_epi8(units.ends, units.low),
-                   _mm512_maskz_compress_epi8(units.ends, units.high)};
+        waiting = {out + done.written, count, closedUp(units.ends, units.low), closedUp(units.ends, units.high)};
         done.read += blockBytes;
         done.written += count;
     }
@@ -331,7 +409,7 @@ ZELK_STAGE Progress decodeLong(const unsigned char *text, std::size_t length, un
     }
     do {
         if (unfinishedBytes(text, done.read) == 0) {
-            decodeAsciiBlocks(text, length, out, room, done, everyByte(leastByte(clean)));
+            decodeAsciiBlocks(text, length, out, room, done, everyByte<leastByte(clean)>());
             const std::size_t rest = length - done.read;
             if (rest - 1 < blockBytes - 1 && rest <= room - done.written && rest <= bytesInPage(text + done.read) &&
                 decodeAsciiPart<clean>(text + done.read, rest, out + done.written)) {
@@ -375,7 +453,7 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     const std::size_t fitting = std::min(length, room);
     std::size_t bytes = readableBytes(text, std::min(fitting, blockBytes));
     const Block block = loadText(text, firstBytes(bytes));
-    const Mask others = otherThanAscii(block, everyByte(leastByte(clean))) & firstBytes(bytes);
+    const Mask others = otherThanAscii(block, everyByte<leastByte(clean)>()) & firstBytes(bytes);
     if (others != 0) {
         bytes = firstOf(others);
         if (text[bytes] >= 0x80) {
@@ -385,6 +463,115 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     storeUnits(out, bytes, frontUnits(block), backUnits(block));
     const Progress done{bytes, bytes};
     return others == 0 && bytes < fitting && bytes >= 2 ? decodeLong<clean>(text, length, out, room, done) : done;
+}
+
+// Whole texts, terminator and all, stored in whole blocks. What is behind the result may be lost with that, so that
+// none ends within a sequence: for such a one the unit behind the others is to stay as it was.
+
+template <Clean clean>
+ZELK_OPERATION bool isAscii(Block text, Mask present) {
+    const Mask others = _mm512_mask_cmplt_epi8_mask(present, text, everyByte<leastByte(clean)>()); // signed
+    return _kortestz_mask64_u8(others, others) != 0;
+}
+
+ZELK_OPERATION void storeAscii(unsigned short *out, Block text) {
+    store(out, frontUnits(text));
+    store(out + blockUnits, backUnits(text));
+}
+
+// The units of a block, to a room for 64.
+ZELK_OPERATION std::size_t storeFreely(unsigned short *out, const Units &units, Mask ends, const UnitParts &parts) {
+    const Block low = closedUp(ends, units.low);
+    const Block high = closedUp(ends, units.high);
+    store(out, _mm512_permutex2var_epi8(low, parts.front, high));
+    store(out + blockUnits, _mm512_permutex2var_epi8(low, parts.back, high));
+    return countOf(ends);
+}
+
+// 128 to 256 bytes of ASCII: four blocks, of which those of the last half may begin in the first; false if there are
+// others among them.
+ZELK_OPERATION bool decodeAsciiText(const unsigned char *text, std::size_t length, unsigned short *out) {
+    const std::size_t half = length - 2 * blockBytes;
+    const Block a = loadText(text);
+    const Block b = loadText(text + blockBytes);
+    const Block c = loadText(text + half);
+    const Block d = loadText(text + half + blockBytes);
+    if (!isAscii<Clean::Any>(_mm512_min_epi8(_mm512_min_epi8(a, b), _mm512_min_epi8(c, d)), ~0ULL)) {
+        return false;
+    }
+    storeAscii(out, a);
+    storeAscii(out + blockBytes, b);
+    storeAscii(out + half, c);
+    storeAscii(out + half + blockBytes, d);
+    return true;
+}
+
+// Three bytes and more of any kind; false, and nothing counts, if something is wrong with them.
+ZELK_STAGE bool decodeWellFormed(const unsigned char *text, std::size_t length, unsigned short *out,
+                                 std::size_t &written) {
+    const Utf8Constants constants = utf8Constants<Clean::Any>();
+    const UnitParts parts = unitParts();
+    Trial trial;
+    std::size_t done = 0;
+    for (std::size_t read = 0; read < length; read += blockBytes) {
+        const Mask present = firstBytes(std::min(length - read, blockBytes));
+        const Utf8Block block =
+            read != 0 && present == ~0ULL ? utf8BlockAt(text + read) : utf8PartAt(text, read, present);
+        Units units;
+        if (Trial::isDue(trial) && areOfTwo<Clean::Any>(block, present, parts.leads)) {
+            units = unitsOfTwo(block, parts);
+        } else if ((wrongBytes(block, constants) & present) == 0) {
+            units = unitsOf(block, parts);
+            Trial::failed(trial);
+        } else {
+            return false;
+        }
+        done += storeFreely(out + done, units, units.ends & present, parts);
+    }
+    written = done;
+    return true;
+}
+
+ZELK_OPERATION bool endsWithin(const unsigned char *text, std::size_t length) {
+    return text[length - 1] >= 0xC0 || text[length - 2] >= 0xE0;
+}
+
+ZELK_STAGE unsigned int longerUtf8Text(const unsigned char *text, std::size_t length, unsigned short *out,
+                                       std::size_t room) {
+    if (length - longestName - 1 < longText && length <= bytesInPage(text) && isAmple(room, length + blockBytes)) {
+        if (length - 2 * blockBytes <= 2 * blockBytes && decodeAsciiText(text, length, out)) {
+            return terminated(out, length);
+        }
+        std::size_t written = 0;
+        if (!endsWithin(text, length) && decodeWellFormed(text, length, out, written)) {
+            return terminated(out, written);
+        }
+    }
+    return anyUtf8Text(text, length, out, room);
+}
+
+ZELK_STAGE unsigned int utf8TextToUcs2(const unsigned char *text, std::size_t length, unsigned short *out,
+                                       std::size_t room) {
+    if (length > longestName || !blockInPage(text) || !isAmple(room, blockBytes)) {
+        return longerUtf8Text(text, length, out, room);
+    }
+    const Mask all = firstBytes(length);
+    const Block bytes = loadText(text, all);
+    if (isAscii<Clean::Any>(bytes, all)) {
+        storeAscii(out, bytes);
+        return terminated(out, length);
+    }
+    const Utf8Block name = utf8Name(bytes);
+    const UnitParts parts = unitParts();
+    Units units;
+    if (areOfTwo<Clean::Any, true>(name, all, parts.leads)) {
+        units = unitsOfTwo(name, parts);
+    } else if (isRightName(name, all, utf8Constants<Clean::Any>())) {
+        units = unitsOf(name, parts);
+    } else {
+        return anyUtf8Text(text, length, out, room);
+    }
+    return terminated(out, storeFreely(out, units, units.ends & all, parts));
 }
 
 // ---- Checking, and copying what was checked
@@ -427,10 +614,15 @@ ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std
 template <Clean clean, class Copy>
 ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read, Copy copy) {
     const Utf8Constants constants = utf8Constants<clean>();
+    const Leads leads = leadBytes();
+    Trial trial;
     for (std::size_t blocks = 0; blocks != 0 || (blocks = readableBlocks(text + read, length - read)) != 0; --blocks) {
         const Utf8Block block = utf8BlockAt(text + read);
-        if (_kor_mask64(wrongBytes(block, constants), lastCharacters(block)) != 0) {
-            break;
+        if (!Trial::isDue(trial) || !areOfTwo<clean>(block, ~0ULL, leads)) {
+            if (_kor_mask64(wrongBytes(block, constants), lastCharacters(block)) != 0) {
+                break;
+            }
+            Trial::failed(trial);
         }
         Copy::block(copy, read, block.text);
         read += blockBytes;
@@ -449,7 +641,7 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, 
     }
     do {
         if (unfinishedBytes(text, read) == 0) {
-            const std::size_t ascii = asciiBlocks(text + read, length - read, everyByte(leastByte(clean)));
+            const std::size_t ascii = asciiBlocks(text + read, length - read, everyByte<leastByte(clean)>());
             Copy::text(copy, read, text + read, ascii);
             read += ascii;
         }
@@ -480,9 +672,22 @@ ZELK_STAGE std::size_t checkAny(const unsigned char *text, std::size_t length, C
 
 template <Clean clean>
 ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
+    if (length <= longestName && blockInPage(text)) {
+        const Mask all = firstBytes(length);
+        const Block bytes = loadText(text, all);
+        if (isAscii<clean>(bytes, all)) {
+            return length;
+        }
+        const Utf8Block name = utf8Name(bytes);
+        const Mask last = lastCharacters(name);
+        if (isRightName(name, all, utf8Constants<clean>()) && _kortestz_mask64_u8(last, last) != 0) {
+            return length;
+        }
+        return checkAny<clean>(text, length, NoCopy());
+    }
     const std::size_t bytes = readableBytes(text, std::min(length, blockBytes));
     const Block block = loadText(text, firstBytes(bytes));
-    const Mask others = otherThanAscii(block, everyByte(leastByte(clean))) & firstBytes(bytes);
+    const Mask others = otherThanAscii(block, everyByte<leastByte(clean)>()) & firstBytes(bytes);
     if (others != 0) {
         const std::size_t plain = firstOf(others);
         return text[plain] < 0x80 ? plain : checkAny<clean>(text, length, NoCopy());
@@ -499,7 +704,15 @@ ZELK_STAGE std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t
     const Mask all = firstBytes(length);
     const Block block = loadText(text, all);
     std::size_t bytes = length;
-    if ((otherThanAscii(block, everyByte(leastByte(clean))) & all) != 0) {
+    if (!isAscii<clean>(block, all)) {
+        if (length <= longestName) {
+            const Utf8Block name = utf8Name(block);
+            const Mask last = lastCharacters(name);
+            if (isRightName(name, all, utf8Constants<clean>()) && _kortestz_mask64_u8(last, last) != 0) {
+                store(out, all, block);
+                return length;
+            }
+        }
         const Utf8Block sequences = utf8PartAt(text, 0, all);
         const Mask wrong = wrongBytes(sequences, utf8Constants<clean>()) | lastCharacters(sequences);
         bytes = std::min(bytes, firstOf(wrong));
@@ -517,8 +730,8 @@ ZELK_STAGE std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t
 // The bytes that are no steps of their own: a continuation byte behind a lead, or behind a lead of three and another
 // continuation byte, be the text well-formed or not. Everything is worked out in bit 7 of each byte.
 ZELK_OPERATION Mask innerBytes(const Utf8Block &block) {
-    const Block toThree = everyByte(0x60);                       // from E0 on bit 7 stays
-    const Block toFour = everyByte(0x70);                        // from F0 on
+    const Block toThree = everyByte<0x60>();                     // from E0 on bit 7 stays
+    const Block toFour = everyByte<0x70>();                      // from F0 on
     const Block text2 = _mm512_add_epi8(block.text, block.text); // bit 6 to bit 7
     const Block before2 = _mm512_add_epi8(block.before1, block.before1);
     const Block beforeFour = _mm512_subs_epu8(block.before1, toFour);
@@ -544,7 +757,7 @@ ZELK_OPERATION bool measurePart(const unsigned char *text, std::size_t length, P
 
 ZELK_STAGE Progress measureLong(const unsigned char *text, std::size_t length, Progress done) {
     do {
-        const std::size_t ascii = asciiBlocks(text + done.read, length - done.read, everyByte(0x01));
+        const std::size_t ascii = asciiBlocks(text + done.read, length - done.read, everyByte<0x01>());
         done.read += ascii;
         done.written += ascii;
         while (mayRead(text + done.read, length - done.read, blockBytes)) {

@@ -25,8 +25,8 @@ ZELK_OPERATION UnitMask extraordinaryUnits(Block units) {
     if (clean == Clean::Any) {
         return _mm512_testn_epi16_mask(units, units);
     }
-    const Block image = _mm512_and_si512(units, everyUnit(0xFFE0));
-    return _mm512_testn_epi16_mask(units, everyUnit(0xFF60)) | _mm512_cmpeq_epi16_mask(image, everyUnit(0xE080));
+    const Block image = _mm512_and_si512(units, everyUnit<0xFFE0>());
+    return _mm512_testn_epi16_mask(units, everyUnit<0xFF60>()) | _mm512_cmpeq_epi16_mask(image, everyUnit<0xE080>());
 }
 
 // ---- ASCII: 64 units to a block of bytes
@@ -46,7 +46,7 @@ ZELK_OPERATION AsciiUnits asciiUnits() {
         return table;
     }();
     const Block low = load(places.data());
-    return {low, _mm512_xor_si512(low, everyByte(1)), everyByte(clean == Clean::Any ? 0x01 : 0x20)};
+    return {low, _mm512_xor_si512(low, everyByte<1>()), everyByte < clean == Clean::Any ? 0x01 : 0x20 > ()};
 }
 
 // The bytes of 64 units and which of the units are no ordinary ASCII.
@@ -63,80 +63,59 @@ ZELK_OPERATION AsciiBytes asciiBytes(Block front, Block back, const AsciiUnits &
 
 // ---- All units
 
-// Bytes at the front of a block.
-struct ClosedUp {
-    std::size_t count;
-    Block bytes;
-};
-
-ZELK_OPERATION ClosedUp closedUp(Mask kept, Block bytes) {
-    return {countOf(kept), _mm512_maskz_compress_epi8(kept, bytes)};
+ZELK_OPERATION UnitMask aboveAscii(Block units) {
+    return _mm512_cmpge_epu16_mask(units, everyUnit<0x80>());
 }
 
-// A unit of two bytes as lead and continuation: six bits of it by place, and a mark.
-struct Pairs {
-    Block bits, mask, marks;
-};
-
-ZELK_OPERATION Pairs pairs() {
-    return {held(_mm512_set1_epi64(0x3036202610160006)), everyUnit(0x3F1F), everyUnit(0x80C0)};
+ZELK_OPERATION UnitMask ofThreeBytes(Block units) {
+    return _mm512_cmpge_epu16_mask(units, everyUnit<0x800>());
 }
 
-// Units below 0x800 as byte pairs: lead and continuation, or a zero and the ASCII byte.
-ZELK_OPERATION Block pairsOf(Block units, UnitMask ascii, const Pairs &pairs) {
-    const Block bits = _mm512_multishift_epi64_epi8(pairs.bits, units);
-    const Block two = _mm512_ternarylogic_epi32(bits, pairs.mask, pairs.marks, 0xEA); // (a & b) | c
-    return _mm512_mask_slli_epi16(two, ascii, units, 8);
+// Units below 0x800 as byte pairs: lead and continuation, or the ASCII byte and a zero. By shifts: a multishift would
+// be an operation less, but is done where the comparisons are, of which there are enough.
+ZELK_OPERATION Block pairsOf(Block units, UnitMask above) {
+    const Block last = _mm512_slli_epi16(units, 8);
+    const Block bits = _mm512_ternarylogic_epi32(last, everyUnit<0x3F00>(), _mm512_srli_epi16(units, 6), 0xEA);
+    return _mm512_mask_add_epi16(units, above, bits, everyUnit<0x80C0>()); // bits: (a & b) | c
 }
 
-// 21 units as triples of bytes, the later bytes of shorter ones at the end of theirs.
-inline constexpr std::size_t tripleUnits = blockBytes / 3;
+// A block of them, so many and zeros, to a room of a block.
+ZELK_OPERATION std::size_t storePairs(char *out, Block units, std::size_t count) {
+    const UnitMask above = aboveAscii(units);
+    const Block bytes = pairsOf(units, above);
+    store(out, closedUp(nonZero(bytes), bytes));
+    return count + countOf(asInteger(above));
+}
 
+// Sixteen units of any kind in lanes of four bytes, those that they do not need zero.
 struct Triples {
-    Block units, nextUnits, bits, mask, marks, twoByteLead;
+    Block bits, mask, marks, pairMask, pairMarks;
 };
 
 ZELK_OPERATION Triples triples() {
-    alignas(blockBytes) static constexpr auto places = []() {
-        struct {
-            unsigned short units[blockUnits], nextUnits[blockUnits];
-            unsigned char bits[blockBytes], mask[blockBytes], marks[blockBytes];
-        } table{};
-        for (std::size_t i = 0; i < blockUnits; ++i) { // four for each eight bytes, from the first that they need
-            table.units[i] = static_cast<unsigned short>(i / 4 * 8 / 3 + i % 4);
-            table.nextUnits[i] = static_cast<unsigned short>(table.units[i] + tripleUnits);
-        }
-        for (std::size_t i = 0; i < blockBytes; ++i) {
-            const std::size_t unit = i / 3 - i / 8 * 8 / 3; // of the four
-            table.bits[i] = static_cast<unsigned char>((16 * unit + 12 - 6 * (i % 3)) % 64);
-            table.mask[i] = i % 3 == 0 ? 0x0F : 0x3F;
-            table.marks[i] = i % 3 == 0 ? 0xE0 : 0x80;
-        }
-        return table;
-    }();
-    return {load(places.units), load(places.nextUnits), load(places.bits),
-            load(places.mask),  load(places.marks),     everyByte(0x40)};
+    return {everyEight<0x3020262C3000060C>(), everyFour<0x3F3F0F>(), everyFour<0x8080E0>(), everyFour<0x3F1F00>(),
+            everyFour<0x80C000>()};
 }
 
-// Which of up to 21 units need one, two and three bytes, one bit a unit.
-struct Widths {
-    std::uint64_t all, two, three;
+ZELK_OPERATION Block triplesOf(__m256i units, __mmask16 ascii, __mmask16 narrow, const Triples &triples) {
+    const Block lanes = _mm512_cvtepu16_epi32(units);
+    const Block bits = _mm512_multishift_epi64_epi8(triples.bits, lanes);
+    const Block three = _mm512_ternarylogic_epi32(bits, triples.mask, triples.marks, 0xEA);
+    const Block two = _mm512_mask_ternarylogic_epi32(three, narrow, triples.pairMask, triples.pairMarks, 0xEA);
+    return _mm512_mask_mov_epi32(two, ascii, lanes);
+}
 
-    ZELK_OPERATION Widths after(const Widths &widths) {
-        return {widths.all >> tripleUnits, widths.two >> tripleUnits, widths.three >> tripleUnits};
-    }
-};
-
-ZELK_OPERATION ClosedUp closedUpTriples(Block units, Block order, const Widths &widths, const Triples &triples) {
-    constexpr Mask lasts = 0x4924924924924924U;
-    const Mask last = _pdep_u64(widths.all, lasts);
-    const Mask middle = _pdep_u64(widths.two, lasts >> 1U);
-    const Mask first = _pdep_u64(widths.three, lasts >> 2U);
-    const Block bits = _mm512_multishift_epi64_epi8(triples.bits, _mm512_permutexvar_epi16(order, units));
-    Block bytes = _mm512_ternarylogic_epi32(bits, triples.mask, triples.marks, 0xEA); // (a & b) | c
-    bytes = _mm512_mask_mov_epi8(bytes, last & ~(middle << 1U), bits);                // ASCII
-    bytes = _mm512_mask_add_epi8(bytes, middle & ~(first << 1U), bytes, triples.twoByteLead);
-    return closedUp(last | middle | first, bytes);
+// A block of units, zeros left out. `freely`: there is room for 112 bytes.
+template <bool freely>
+ZELK_OPERATION std::size_t storeTriples(char *out, Block units, const Triples &triples) {
+    const UnitMask ascii = _mm512_cmplt_epu16_mask(units, everyUnit<0x80>());
+    const UnitMask narrow = _mm512_cmplt_epu16_mask(units, everyUnit<0x800>());
+    const Block front = triplesOf(_mm512_castsi512_si256(units), static_cast<__mmask16>(ascii),
+                                  static_cast<__mmask16>(narrow), triples);
+    const std::size_t frontBytes = storeKept<freely>(out, nonZero(front), front);
+    const Block back = triplesOf(_mm512_extracti64x4_epi64(units, 1), static_cast<__mmask16>(ascii >> 16U),
+                                 static_cast<__mmask16>(narrow >> 16U), triples);
+    return frontBytes + storeKept<freely>(out + frontBytes, nonZero(back), back);
 }
 
 // Up to 32 units of any kind; false at the end.
@@ -145,30 +124,23 @@ ZELK_OPERATION bool encodePart(const unsigned char *text, std::size_t count, cha
                                Progress &done) {
     const unsigned char *from = text + 2 * done.read;
     std::size_t units = readableUnits(from, std::min(count - done.read, blockUnits));
-    const Block block = inNativeOrder<order>(loadText(from, firstBytes(2 * units)));
-    const Mask extraordinary = extraordinaryUnits<clean>(block) & firstBytes(units);
+    const Block read = inNativeOrder<order>(loadText(from, firstBytes(2 * units)));
+    const Mask extraordinary = extraordinaryUnits<clean>(read) & firstBytes(units);
     if (extraordinary != 0) [[unlikely]] {
         units = firstOf(extraordinary);
     }
-    const Mask all = firstBytes(units);
-    const Widths widths{all, all & _mm512_cmpge_epu16_mask(block, everyUnit(0x80)),
-                        all & _mm512_cmpge_epu16_mask(block, everyUnit(0x800))};
-    const std::size_t bytes = units + countOf(widths.two) + countOf(widths.three);
+    const Block block = _mm512_maskz_mov_epi8(firstBytes(2 * units), read);
+    const UnitMask above = aboveAscii(block);
+    const UnitMask wide = ofThreeBytes(block);
+    const std::size_t bytes = units + countOf(above) + countOf(wide);
     if (room - done.written <= bytes) {
         return false;
     }
-    if (widths.three == 0) {
-        const Block bytePairs = pairsOf(block, static_cast<UnitMask>(~widths.two), pairs());
-        const Mask kept = nonZero(bytePairs) & firstBytes(2 * units);
-        store(out + done.written, firstBytes(bytes), _mm512_maskz_compress_epi8(kept, bytePairs));
+    if (wide == 0) {
+        const Block pairs = pairsOf(block, above);
+        storeKept<false>(out + done.written, nonZero(pairs), pairs);
     } else {
-        const Triples t = triples();
-        const ClosedUp front = closedUpTriples(block, t.units, widths, t);
-        store(out + done.written, firstBytes(front.count), front.bytes);
-        if (units > tripleUnits) { // an empty store may be slow
-            const ClosedUp back = closedUpTriples(block, t.nextUnits, Widths::after(widths), t);
-            store(out + done.written + front.count, firstBytes(back.count), back.bytes);
-        }
+        storeTriples<false>(out + done.written, block, triples());
     }
     done.read += units;
     done.written += bytes;
@@ -192,61 +164,105 @@ ZELK_OPERATION void encodeAsciiBlocks(const unsigned char *text, std::size_t cou
     }
 }
 
-// Bytes that wait for those behind them: where these cover what a whole store leaves behind the bytes that wait, no
-// mask is needed, which makes a store slow.
-struct WaitingBytes {
-    char *out;
-    ClosedUp bytes;
+inline constexpr std::size_t roomOfOne = 2 * blockBytes; // what 32 units of any kind may take, stored whole
+inline constexpr std::size_t roomOfTwo = 3 * 2 * blockUnits + blockBytes; // and 64
+inline constexpr std::size_t roomOfFour = 5 * blockBytes;                 // and 128 below 0x800
 
-    ZELK_OPERATION void store(const WaitingBytes &waiting, std::size_t next) {
-        if (waiting.bytes.count + next >= blockBytes) {
-            avx512::store(waiting.out, waiting.bytes.bytes);
-        } else if (waiting.bytes.count != 0) {
-            avx512::store(waiting.out, firstBytes(waiting.bytes.count), waiting.bytes.bytes);
-        }
-    }
+// What is zero in the units below 0x800 that end a conversion.
+template <Clean clean>
+ZELK_OPERATION Block ordinaryBits(Block units) {
+    return clean == Clean::Any ? units : _mm512_and_si512(units, everyUnit<0xFF60>());
+}
+
+ZELK_OPERATION Block least(Block a, Block b) {
+    return _mm512_min_epu16(a, b);
+}
+
+// Whether units, of whose bits and least ordinary ones this tells, are ordinary and below 0x800.
+ZELK_OPERATION bool arePairs(Block bits, Block least) {
+    return _kortestz_mask32_u8(_mm512_test_epi16_mask(bits, everyUnit<0xF800>()),
+                               _mm512_testn_epi16_mask(least, least)) != 0;
+}
+
+// 64 units, or fewer and zeros.
+struct TwoBlocks {
+    Block front, back;
 };
 
-// Blocks of any units, the same way, up to two that are all ASCII.
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeBlocks(const unsigned char *text, std::size_t count, char *out, std::size_t room,
-                                 Progress done) {
-    const Block two = everyUnit(0x80);
-    const Block three = everyUnit(0x800);
-    const Pairs p = pairs();
-    const Triples t = triples();
-    WaitingBytes waiting{out + done.written, {0, _mm512_setzero_si512()}};
-    UnitMask asciiBefore = 0;
-    const auto fittingBlocks = [&] {
-        return std::min(readableBlocks(text + 2 * done.read, 2 * (count - done.read)),
-                        (room - done.written - 1) / (3 * blockUnits));
-    };
-    for (std::size_t blocks = 0; blocks != 0 || (blocks = fittingBlocks()) != 0; --blocks) {
-        const Block block = inNativeOrder<order>(loadText(text + 2 * done.read));
-        const UnitMask ascii = _mm512_cmplt_epu16_mask(block, two);
-        const UnitMask wide = _mm512_cmpge_epu16_mask(block, three);
-        if (extraordinaryUnits<clean>(block) != 0 || (ascii & asciiBefore) == static_cast<UnitMask>(~0U)) {
-            break;
-        }
-        asciiBefore = ascii;
-        done.read += blockUnits;
-        ClosedUp last;
-        if (wide == 0) {
-            const Block bytes = pairsOf(block, ascii, p);
-            last = closedUp(nonZero(bytes), bytes);
-            WaitingBytes::store(waiting, last.count);
-        } else {
-            const Widths widths{~0U, static_cast<UnitMask>(~ascii), wide};
-            const ClosedUp first = closedUpTriples(block, t.units, widths, t);
-            last = closedUpTriples(block, t.nextUnits, Widths::after(widths), t);
-            WaitingBytes::store(waiting, first.count + last.count);
-            WaitingBytes::store({out + done.written, first}, last.count);
-            done.written += first.count;
-        }
-        waiting = {out + done.written, last};
-        done.written += last.count;
+template <UnitOrder order>
+ZELK_OPERATION TwoBlocks twoBlocks(const unsigned char *text) {
+    return {inNativeOrder<order>(loadText(text)), inNativeOrder<order>(loadText(text + blockBytes))};
+}
+
+template <UnitOrder order>
+ZELK_OPERATION TwoBlocks twoBlocks(const unsigned char *text, std::size_t frontUnits, std::size_t backUnits) {
+    return {inNativeOrder<order>(loadText(text, firstBytes(2 * frontUnits))),
+            inNativeOrder<order>(loadText(text + blockBytes, firstBytes(2 * backUnits)))};
+}
+
+// The bytes of so many units in two blocks, stored to a room that is ample for them; none, and nothing counts, where
+// something out of the ordinary is among the units.
+template <Clean clean>
+ZELK_OPERATION std::size_t storeTriples(char *out, const TwoBlocks &units, std::size_t frontUnits,
+                                        std::size_t backUnits, const Triples &triples) {
+    if ((extraordinaryUnits<clean>(units.front) & firstBytes(frontUnits)) != 0 ||
+        (extraordinaryUnits<clean>(units.back) & firstBytes(backUnits)) != 0) {
+        return 0;
     }
-    WaitingBytes::store(waiting, 0);
+    const std::size_t frontBytes = storeTriples<true>(out, units.front, triples);
+    return frontBytes + storeTriples<true>(out + frontBytes, units.back, triples);
+}
+
+ZELK_OPERATION std::size_t storePairs(char *out, const TwoBlocks &units, std::size_t frontUnits,
+                                      std::size_t backUnits) {
+    const std::size_t frontBytes = storePairs(out, units.front, frontUnits);
+    return frontBytes + storePairs(out + frontBytes, units.back, backUnits);
+}
+
+// Blocks of any units, the same way, up to four that are all ASCII.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION void encodeBlocks(const unsigned char *text, std::size_t count, char *out, std::size_t room,
+                                 Progress &done, const Triples &triples) {
+    std::size_t before = 0; // the bytes of the last 64 units
+    const auto fitting = [&] {
+        return std::min(readableBlocks(text + 2 * done.read, 2 * (count - done.read)) / 2,
+                        (room - done.written) / roomOfTwo);
+    };
+    for (std::size_t steps = 0; steps != 0 || (steps = fitting()) != 0; --steps) {
+        const TwoBlocks units = twoBlocks<order>(text + 2 * done.read);
+        const bool pairs = arePairs(_mm512_or_si512(units.front, units.back),
+                                    least(ordinaryBits<clean>(units.front), ordinaryBits<clean>(units.back)));
+        char *const to = out + done.written;
+        const std::size_t bytes = pairs ? storePairs(to, units, blockUnits, blockUnits)
+                                        : storeTriples<clean>(to, units, blockUnits, blockUnits, triples);
+        if (bytes == 0) {
+            return;
+        }
+        done.read += 2 * blockUnits;
+        done.written += bytes;
+        if (bytes == blockBytes && before == blockBytes) {
+            return;
+        }
+        before = bytes;
+    }
+}
+
+// And up to 64 units behind them, where they are the end.
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeFreely(const unsigned char *text, std::size_t count, char *out, std::size_t room,
+                                 Progress done) {
+    const Triples t = triples();
+    encodeBlocks<order, clean>(text, count, out, room, done, t);
+    const std::size_t left = count - done.read;
+    const unsigned char *from = text + 2 * done.read;
+    if (left - 1 < 2 * blockUnits && 2 * left <= bytesInPage(from) && room - done.written >= roomOfTwo) {
+        const std::size_t frontUnits = std::min(left, blockUnits);
+        const TwoBlocks units = twoBlocks<order>(from, frontUnits, left - frontUnits);
+        const std::size_t bytes = storeTriples<clean>(out + done.written, units, frontUnits, left - frontUnits, t);
+        if (bytes != 0) {
+            return {count, done.written + bytes};
+        }
+    }
     return done;
 }
 
@@ -281,38 +297,16 @@ ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, cha
             encodeAsciiPart<order, clean>(rest, units, out + done.written)) {
             return {done.read + units, done.written + units};
         }
-        if (mayRead(rest, 2 * units, blockBytes)) {
-            done = encodeBlocks<order, clean>(text, count, out, room, done);
+        if (isAmple(room, roomOfTwo)) {
+            done = encodeFreely<order, clean>(text, count, out, room, done);
         }
     } while (done.read < count && encodePart<order, clean>(text, count, out, room, done));
     return done;
 }
 
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeSeveral(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    Progress done;
-    if (2 * count < longText) {
-        done = encodeBlocks<order, clean>(text, count, out, room, done);
-        if (done.read == count || !encodePart<order, clean>(text, count, out, room, done)) {
-            return done;
-        }
-    }
-    return encodeLong<order, clean>(text, count, out, room, done);
-}
-
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeAny(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    if (count >= 2 * blockUnits) {
-        return encodeSeveral<order, clean>(text, count, out, room);
-    }
-    Progress done;
-    const bool going = encodePart<order, clean>(text, count, out, room, done);
-    return going ? encodeLong<order, clean>(text, count, out, room, done) : done;
-}
-
 // Short texts of ASCII are done here, 64 units at once; what they need not costs them nothing.
 template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+ZELK_STAGE Progress encodeAny(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
     const std::size_t fitting = std::min(count, room - 1);
     std::size_t units = std::min(fitting, blockBytes);
     if (2 * units > bytesInPage(text)) [[unlikely]] {
@@ -326,7 +320,9 @@ ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, cha
         const std::size_t plain = firstOf(others);
         const std::size_t ending = firstOf(extraordinaryUnits<clean>(inNativeOrder<order>(front)));
         if (plain >= blockUnits || plain != ending) {
-            return encodeAny<order, clean>(text, count, out, room);
+            Progress done;
+            const bool going = encodePart<order, clean>(text, count, out, room, done);
+            return going ? encodeLong<order, clean>(text, count, out, room, done) : done;
         }
         units = plain;
     }
@@ -335,11 +331,107 @@ ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, cha
     return others == 0 && units < fitting ? encodeLong<order, clean>(text, count, out, room, done) : done;
 }
 
+// 64 to 128 units below 0x800 to a room for four blocks, all at once; true and the bytes if there are no others. The
+// last 64 units are looked at, and where all is ASCII stored, together with those among them that the first 64 are,
+// too.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION bool encodeFourBlocks(const unsigned char *text, std::size_t count, char *out, std::size_t &written) {
+    const unsigned char *const last = text + 2 * (count - blockBytes);
+    const TwoBlocks first64 = twoBlocks<order>(text);
+    const TwoBlocks last64 = twoBlocks<order>(last);
+    const Block bits = _mm512_or_si512(_mm512_ternarylogic_epi32(first64.front, first64.back, last64.front, 0xFE), // or
+                                       last64.back);
+    const Block leastOnes = least(least(ordinaryBits<clean>(first64.front), ordinaryBits<clean>(first64.back)),
+                                  least(ordinaryBits<clean>(last64.front), ordinaryBits<clean>(last64.back)));
+    if (!arePairs(bits, leastOnes)) {
+        return false;
+    }
+    if (_mm512_test_epi16_mask(bits, everyUnit<0x780>()) == 0) {
+        const AsciiUnits ascii = asciiUnits<UnitOrder::LowFirst, clean>();
+        store(out, _mm512_permutex2var_epi8(first64.front, ascii.lowBytes, first64.back));
+        store(out + count - blockBytes, _mm512_permutex2var_epi8(last64.front, ascii.lowBytes, last64.back));
+        written = count;
+        return true;
+    }
+    const std::size_t left = count - 2 * blockUnits;
+    const std::size_t frontUnits = std::min(left, blockUnits);
+    const TwoBlocks rest = twoBlocks<order>(text + 2 * blockBytes, frontUnits, left - frontUnits);
+    const std::size_t firstBytes = storePairs(out, first64, blockUnits, blockUnits);
+    written = firstBytes + storePairs(out + firstBytes, rest, frontUnits, left - frontUnits);
+    return true;
+}
+
+ZELK_OPERATION bool isDescription(const unsigned char *text, std::size_t count, std::size_t room) {
+    return count - blockBytes <= blockBytes && 2 * count <= bytesInPage(text) && isAmple(room, roomOfFour);
+}
+
+// Up to 32 units in a block that may be read and, with room for two blocks, stored whole. Tells the bytes, or `none`
+// where something out of the ordinary is among the units.
+inline constexpr std::size_t none = ~std::size_t{0};
+
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION std::size_t encodeName(const unsigned char *text, std::size_t count, char *out) {
+    const Block units = inNativeOrder<order>(loadText(text, firstBytes(2 * count)));
+    if ((extraordinaryUnits<clean>(units) & firstBytes(count)) != 0) {
+        return none;
+    }
+    return ofThreeBytes(units) == 0 ? storePairs(out, units, count) : storeTriples<true>(out, units, triples());
+}
+
+ZELK_OPERATION bool isName(const unsigned char *text, std::size_t count, std::size_t room) {
+    return count <= blockUnits && blockInPage(text) && isAmple(room, roomOfOne);
+}
+
+// What is neither, or not as it should be.
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeOther(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    if (count <= blockUnits || 2 * count >= longText || !isAmple(room, roomOfTwo)) {
+        return encodeAny<order, clean>(text, count, out, room);
+    }
+    const Progress done = encodeFreely<order, clean>(text, count, out, room, Progress());
+    return done.read == count ? done : encodeLong<order, clean>(text, count, out, room, done);
+}
+
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeLonger(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    std::size_t written = 0;
+    return isDescription(text, count, room) && encodeFourBlocks<order, clean>(text, count, out, written)
+               ? Progress{count, written}
+               : encodeOther<order, clean>(text, count, out, room);
+}
+
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    const std::size_t written = isName(text, count, room) ? encodeName<order, clean>(text, count, out) : none;
+    return written != none ? Progress{count, written} : encodeLonger<order, clean>(text, count, out, room);
+}
+
+// The same with the terminator.
+
+template <UnitOrder order>
+ZELK_STAGE unsigned int otherUcs2Text(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    return restOfUcs2Text<order>(text, count, out, room, encodeOther<order, Clean::Any>(text, count, out, room));
+}
+
+template <UnitOrder order>
+ZELK_STAGE unsigned int longerUcs2Text(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    std::size_t written = 0;
+    return isDescription(text, count, room) && encodeFourBlocks<order, Clean::Any>(text, count, out, written)
+               ? terminated(out, written)
+               : otherUcs2Text<order>(text, count, out, room);
+}
+
+template <UnitOrder order>
+ZELK_STAGE unsigned int ucs2TextToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    const std::size_t written = isName(text, count, room) ? encodeName<order, Clean::Any>(text, count, out) : none;
+    return written != none ? terminated(out, written) : longerUcs2Text<order>(text, count, out, room);
+}
+
 // ---- Measuring, and exchanging the bytes of units
 
 ZELK_OPERATION std::size_t bytesBeyondOne(Block units, UnitMask present) {
-    return countOf(_mm512_mask_cmpge_epu16_mask(present, units, everyUnit(0x80))) +
-           countOf(_mm512_mask_cmpge_epu16_mask(present, units, everyUnit(0x800)));
+    return countOf(_mm512_mask_cmpge_epu16_mask(present, units, everyUnit<0x80>())) +
+           countOf(_mm512_mask_cmpge_epu16_mask(present, units, everyUnit<0x800>()));
 }
 
 template <UnitOrder order>

@@ -136,7 +136,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION Part partAt(const Byte *start, const Rule 
     std::size_t size = firstOf(marks);
     Mask literals = ~Mask{0};
     if (start[size] == '?') [[unlikely]] {
-        literals = ~equal(block, everyByte('?')) | 1;
+        literals = ~equal(block, everyByte<'?'>()) | 1;
         marks &= literals;
         size = firstOf(marks);
     }

@@ -159,8 +159,8 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES std::uint64_t escapedXmlLength(const char *tex
     for (std::size_t read = 0;;) {
         const TextBlock block = textBlock(text + read, length - read);
         const Mask special = specials(block.bytes) & firstBytes(block.count);
-        const Mask ampersands = special & _mm512_cmpeq_epi8_mask(block.bytes, everyByte('&'));
-        const Mask quotes = special & _mm512_cmplt_epu8_mask(block.bytes, everyByte('<')) & ~ampersands;
+        const Mask ampersands = special & _mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>());
+        const Mask quotes = special & _mm512_cmplt_epu8_mask(block.bytes, everyByte<'<'>()) & ~ampersands;
         total += block.count + 3 * countOf(special) + countOf(ampersands) + 2 * countOf(quotes);
         read += block.count;
         if (block.count < block.readable || read == length) {
@@ -207,8 +207,8 @@ ZELK_OPERATION Block orDifferent(Block differences, Block a, Block b) {
 ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references) {
     const Block first = ahead<1>(bytes);
     const Block second = ahead<2>(bytes);
-    const Mask g = _mm512_cmpeq_epi8_mask(first, everyByte('g'));
-    const Block gAsL = _mm512_mask_mov_epi8(first, g, everyByte('l'));
+    const Mask g = _mm512_cmpeq_epi8_mask(first, everyByte<'g'>());
+    const Block gAsL = _mm512_mask_mov_epi8(first, g, everyByte<'l'>());
     Block different = _mm512_xor_si512(second, bySecond(second, 'p', 't', 'u', 'm'));
     different = orDifferent(different, gAsL, bySecond(second, 'a', 'l', 'q', 'a'));
     different = orDifferent(different, ahead<3>(bytes), bySecond(second, 'o', ';', 'o', 'p'));
@@ -217,8 +217,8 @@ ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references) {
     const Block fifth = _mm512_or_si512(ahead<5>(bytes), bySecond(second, 0, -1, 0, -1));
     different = orDifferent(different, fifth, bySecond(second, ';', -1, ';', -1));
     const Mask entities = _mm512_testn_epi8_mask(different, different) & references & firstBytes(entityStarts);
-    const Block meant = _mm512_mask_mov_epi8(bySecond(second, '\'', '<', '"', '&'), g, everyByte('>'));
-    const Mask inNames = ~_mm512_cmpeq_epi8_mask(bytes, everyByte(';'));
+    const Block meant = _mm512_mask_mov_epi8(bySecond(second, '\'', '<', '"', '&'), g, everyByte<'>'>());
+    const Mask inNames = ~_mm512_cmpeq_epi8_mask(bytes, everyByte<';'>());
     return {_mm512_mask_mov_epi8(bytes, entities, meant), ((inNames + entities) ^ inNames) & ~entities,
             references & ~entities};
 }
@@ -298,7 +298,7 @@ struct Unescaper {
         Mask carried = 0;
         while (self.at <= self.lastAt && self.to <= self.lastTo) {
             const Block bytes = load(self.at);
-            const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte('&'));
+            const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte<'&'>());
             if (_mm512_testn_epi8_mask(bytes, bytes) != 0) {
                 break;
             }
@@ -355,7 +355,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress unescapeXml(const char *text, std::si
         const TextBlock block = textBlock(self.at, left);
         Progress last;
         if (static_cast<std::size_t>(outEnd - self.to) >= block.count) {
-            const Mask references = _mm512_cmpeq_epi8_mask(block.bytes, everyByte('&')) & firstBytes(block.count);
+            const Mask references = _mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>()) & firstBytes(block.count);
             last = unescapeLast(block, references, self.to);
         }
         self.at += last.read;
@@ -409,7 +409,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortReferences(Block byt
                                                                        std::size_t length, char *out, std::size_t room,
                                                                        XmlConversion otherwise) {
     const Mask present = firstBytes(count);
-    const Unescaped result = unescaped(bytes, _mm512_cmpeq_epi8_mask(bytes, everyByte('&')) & present);
+    const Unescaped result = unescaped(bytes, _mm512_cmpeq_epi8_mask(bytes, everyByte<'&'>()) & present);
     if (result.others != 0) {
         return otherwise(text, length, out, room);
     }
@@ -427,7 +427,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortXml(const char *text
     if (!endsIn(block, length) || room < block.count) {
         return otherwise(text, length, out, room);
     }
-    if ((_mm512_cmpeq_epi8_mask(block.bytes, everyByte('&')) & firstBytes(block.count)) != 0) {
+    if ((_mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>()) & firstBytes(block.count)) != 0) {
         return unescapeShortReferences(block.bytes, block.count, text, length, out, room, otherwise);
     }
     return copied(block, out);

@@ -30,7 +30,8 @@ using kernels::UnitOrder;
 using zelk_test::GuardPages;
 using zelk_test::Random;
 
-constexpr std::size_t inflated = 0xFFFFFFFFU; // the count of a text that its terminator ends
+constexpr std::size_t inflated = 0xFFFFFFFFU;          // the count of a text that its terminator ends
+constexpr std::size_t nominal = std::size_t{1} << 30U; // a room that is no buffer's
 
 // Counts that may be said of it: what lies behind the terminator, at the end of a page, is not there to be read.
 std::array<std::size_t, 2> countsOf(std::size_t length, bool terminated) {
@@ -69,6 +70,19 @@ std::vector<Kernels> allKernels() {
 #if defined(ZELK_HAS_AVX512_KERNELS)
     if (kernels::instructionSet() == kernels::InstructionSet::Avx512) {
         all.push_back(KERNELS_OF(avx512));
+    }
+#endif
+    return all;
+}
+
+// What converts whole texts.
+using DecodeText = unsigned int (*)(const unsigned char *, std::size_t, unsigned short *, std::size_t);
+
+std::vector<DecodeText> allDecoders() {
+    std::vector<DecodeText> all{kernels::anyUtf8Text};
+#if defined(ZELK_HAS_AVX512_KERNELS)
+    if (kernels::instructionSet() == kernels::InstructionSet::Avx512) {
+        all.push_back(kernels::avx512::utf8TextToUcs2);
     }
 #endif
     return all;
@@ -136,6 +150,20 @@ std::size_t endOf(const WellFormed &text, std::size_t characters) {
     return characters == 0 ? 0 : text.ends[characters - 1];
 }
 
+Units modelDecodeText(const std::string &text, int size, unsigned short unstored) {
+    Units out;
+    const auto *at = reinterpret_cast<const unsigned char *>(text.data());
+    for (auto left = static_cast<unsigned int>(text.size());
+         left != 0 && *at != 0 && static_cast<int>(out.size()) + 1 < size;) {
+        unsigned short unit = unstored;
+        const unsigned int used = detail::utf8Decode(at, left, &unit);
+        out.push_back(unit);
+        at += used;
+        left -= used;
+    }
+    return out;
+}
+
 std::string hex(const std::string &text) {
     std::string digits;
     for (const char byte : text) {
@@ -166,6 +194,15 @@ protected:
         return in_.atBack(terminated ? text + std::string(unit, '\0') : text);
     }
 
+    // A counted text with other text behind it on its page, where whole blocks may be read.
+    const unsigned char *amongOthers(const std::string &text) {
+        constexpr std::size_t behind = 300;
+        unsigned char *const place = in_.back(text.size() + behind);
+        std::copy(text.begin(), text.end(), place);
+        std::fill_n(place + text.size(), behind, static_cast<unsigned char>(0xE4));
+        return place;
+    }
+
     void checkEncoding(const Units &units, std::size_t room) {
         for (std::size_t kind = 0; kind < 3; ++kind) {
             const UnitOrder order = kind == 0 ? UnitOrder::LowFirst : UnitOrder::HighFirst;
@@ -173,21 +210,28 @@ protected:
             const auto stop = std::find_if(units.begin(), units.end(),
                                            [=](unsigned int unit) { return !isOrdinary(unit, noControls); });
             const auto ordinary = static_cast<std::size_t>(stop - units.begin());
-            const std::string expected = encoded(units, ordinary);
+            const std::string bytes = laidOut(units, order);
             for (const bool terminated : {false, true}) {
-                const unsigned char *text = placed(laidOut(units, order), terminated, 2);
-                for (const Kernels &kernels : kernels_) {
-                    for (const std::size_t count : countsOf(units.size(), terminated)) {
-                        char *const out = reinterpret_cast<char *>(out_.back(room));
-                        const Progress done = kernels.encode[kind](text, count, out, room);
-                        ASSERT_LE(done.read, ordinary);
-                        ASSERT_LT(done.written, room);
-                        ASSERT_EQ(std::string(out, done.written), encoded(units, done.read));
-                        if (room > expected.size() + 3) {
-                            ASSERT_EQ(done.read, ordinary);
-                        }
-                    }
+                const unsigned char *text = placed(bytes, terminated, 2);
+                for (const std::size_t count : countsOf(units.size(), terminated)) {
+                    checkEncoding(kind, text, count, units, ordinary, room);
                 }
+            }
+            checkEncoding(kind, amongOthers(bytes), units.size(), units, ordinary, room);
+        }
+    }
+
+    void checkEncoding(std::size_t kind, const unsigned char *text, std::size_t count, const Units &units,
+                       std::size_t ordinary, std::size_t room) {
+        const std::string expected = encoded(units, ordinary);
+        for (const Kernels &kernels : kernels_) {
+            char *const out = reinterpret_cast<char *>(out_.back(room));
+            const Progress done = kernels.encode[kind](text, count, out, room);
+            ASSERT_LE(done.read, ordinary);
+            ASSERT_LT(done.written, room);
+            ASSERT_EQ(std::string(out, done.written), encoded(units, done.read));
+            if (room > expected.size() + 3) {
+                ASSERT_EQ(done.read, ordinary);
             }
         }
     }
@@ -281,7 +325,30 @@ protected:
 
     void checkText(const std::string &text) {
         checkDecoding(text, text.size() + 1);
+        checkWholeText(text, text.size() + 200);
         checkBytes(text);
+    }
+
+    // A whole text into two units of room at least, counted or terminated. A sequence that is cut off leaves a unit as
+    // it was.
+    void checkWholeText(const std::string &text, std::size_t room) {
+        const std::string ended = text.substr(0, text.find('\0')) + '\0';
+        checkWholeText(placed(text, false, 1), text.size(), text.size() < ended.size() ? text : ended, room);
+        checkWholeText(placed(text, true, 1), inflated, ended, room);
+        checkWholeText(amongOthers(text), text.size(), text.size() < ended.size() ? text : ended, room);
+    }
+
+    void checkWholeText(const unsigned char *in, std::size_t length, const std::string &seen, std::size_t room) {
+        constexpr unsigned short unstored = 0x5A5A;
+        const Units expected = modelDecodeText(seen, static_cast<int>(room), unstored);
+        const std::size_t buffer = room < nominal ? room : expected.size() + 1;
+        for (const DecodeText decode : allDecoders()) {
+            auto *const out = reinterpret_cast<unsigned short *>(out_.back(2 * buffer));
+            std::fill_n(out, buffer, unstored);
+            const unsigned int written = decode(in, length, out, room);
+            ASSERT_EQ(Units(out, out + written), expected) << hex(seen);
+            ASSERT_EQ(out[written], 0);
+        }
     }
 
     static unsigned int nextBehind(const WellFormed &text, std::size_t characters) {
@@ -458,6 +525,45 @@ TEST_F(Utf8Kernels, EncodeIntoNominalRoom) {
     }
 }
 
+// Rooms in which blocks are stored whole, of one, of two or of no kind of character, with and without an end in them.
+TEST_F(Utf8Kernels, EncodeIntoAmpleRooms) {
+    Random random(10);
+    for (const Script script : scripts) {
+        for (const Script other : scripts) {
+            for (std::size_t count = 0; count <= 140; count += count < 66 ? 1 : 7) {
+                Units units = unitsOf(script, count, random);
+                const Units behind = unitsOf(other, random.below(40), random);
+                units.insert(units.end(), behind.begin(), behind.end());
+                if (random.chance(20) && !units.empty()) {
+                    units[random.below(static_cast<unsigned int>(units.size()))] =
+                        static_cast<unsigned short>(random.chance(50) ? 0 : 0x8A);
+                }
+                checkEncoding(units, 3 * units.size() + 300);
+                checkEncoding(units, 120 + random.below(20));
+                checkEncoding(units, 250 + random.below(20));
+            }
+        }
+    }
+}
+
+// A size that is no buffer's says that the result fits: nothing behind it is written.
+TEST_F(Utf8Kernels, EncodeAmongOthersIntoNominalRoom) {
+    Random random(11);
+    for (const Script script : scripts) {
+        for (std::size_t count = 0; count <= 600; count += count < 140 ? 1 : 29) {
+            const Units units = unitsOf(script, count, random);
+            const auto stop = std::find(units.begin(), units.end(), 0);
+            const std::string expected = encoded(units, static_cast<std::size_t>(stop - units.begin()));
+            const unsigned char *text = amongOthers(laidOut(units, UnitOrder::LowFirst));
+            for (const Kernels &kernels : kernels_) {
+                char *const out = reinterpret_cast<char *>(out_.back(expected.size()));
+                const Progress done = kernels.encode[0](text, count, out, nominal);
+                ASSERT_EQ(std::string(out, done.written), expected);
+            }
+        }
+    }
+}
+
 // A unit may lie across the pages: the terminator of a text is found wherever it lies.
 TEST_F(Utf8Kernels, EncodeAcrossPagesAtEveryAddress) {
     Random random(3);
@@ -621,6 +727,10 @@ TEST_F(Utf8Kernels, DecodeIntoEveryRoom) {
             for (std::size_t room = 0; room <= count + 2; ++room) {
                 checkDecoding(text, room);
             }
+            for (std::size_t room = 2; room <= text.size() + 70; ++room) {
+                checkWholeText(text, room);
+            }
+            checkWholeText(text, nominal);
         }
     }
 }
@@ -671,20 +781,6 @@ std::string modelEncodeText(const Units &units, int size) {
         }
         char sequence[4];
         out.append(sequence, detail::utf8Encode(unit, sequence, size - static_cast<int>(out.size())));
-    }
-    return out;
-}
-
-Units modelDecodeText(const std::string &text, int size, unsigned short unstored) {
-    Units out;
-    const auto *at = reinterpret_cast<const unsigned char *>(text.data());
-    for (auto left = static_cast<unsigned int>(text.size());
-         left != 0 && *at != 0 && static_cast<int>(out.size()) + 1 < size;) {
-        unsigned short unit = unstored;
-        const unsigned int used = detail::utf8Decode(at, left, &unit);
-        out.push_back(unit);
-        at += used;
-        left -= used;
     }
     return out;
 }
