@@ -178,15 +178,14 @@ std::size_t checkBlocks(const unsigned char *text, std::size_t length) {
     return read - unfinishedBytes(text, read);
 }
 
-template <Clean clean>
-std::size_t checkShort(const unsigned char *text, std::size_t length) {
+inline std::size_t checkShort(const unsigned char *text, std::size_t length) {
     const ShortText blocks(text, length);
-    const auto others = [](const Utf8Block &block) { return otherThanAscii<clean>(block.text); };
+    const auto others = [](const Utf8Block &block) { return otherThanAscii<Clean::Any>(block.text); };
     if (firstOf(blocks.bitsAndEnd(others)) == length) {
         return length;
     }
     const auto faults = [](const Utf8Block &block) {
-        return faultsOf<Longest::Three, clean>(block) | lastCharacters(block);
+        return faultsOf<Longest::Three, Clean::Any>(block) | lastCharacters(block);
     };
     const std::size_t read = firstOf(blocks.bitsAndEnd(faults));
     return read - unfinishedBytes(text, read);
@@ -194,9 +193,11 @@ std::size_t checkShort(const unsigned char *text, std::size_t length) {
 
 template <Clean clean>
 ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
-    return !hasVectors                      ? checkCharacters<clean>(text, length)
-           : ShortText::isOne(text, length) ? checkShort<clean>(text, length)
-                                            : checkBlocks<clean>(text, length);
+    if constexpr (!hasVectors) {
+        return checkCharacters<clean>(text, length);
+    }
+    return clean == Clean::Any && ShortText::isOne(text, length) ? checkShort(text, length)
+                                                                 : checkBlocks<clean>(text, length);
 }
 
 template <Clean clean>
@@ -449,11 +450,14 @@ ZELK_STAGE Progress decodeShorter(const unsigned char *text, std::size_t length,
 // What is to be left alone is searched for at first, in as much of the text as may fit.
 template <Clean clean>
 ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
-    if (!hasVectors || room + 1 >= detail::leastNominalSize) {
+    if constexpr (!hasVectors) {
         return decodeCharacters<clean>(text, length, out, room);
     }
     if constexpr (clean == Clean::NoControls) {
         length = wellFormedUtf8<clean>(text, room < length / 3 ? 3 * room : length);
+    }
+    if (room + 1 >= detail::leastNominalSize) {
+        return decodeCharacters<Clean::Any>(text, length, out, room);
     }
     return length == 0      ? Progress{}
            : text[0] < 0xE0 ? decodeShorter(text, length, out, room)
