@@ -1,6 +1,6 @@
 // The page of small named operations that the AVX-512 kernels are written in. A block is 64 bytes; `count` bytes at its
-// front are text, the rest is zero. Loads and stores are masked: nothing outside the text is read, nothing behind the
-// result is written, not even for a moment.
+// front are text, the rest is zero. Loads and stores are masked, or whole where a block lies within the text's pages or
+// the output's room: nothing outside of these is read or written, not even for a moment.
 #pragma once
 
 #include <array>

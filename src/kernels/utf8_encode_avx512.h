@@ -46,7 +46,7 @@ ZELK_OPERATION AsciiUnits asciiUnits() {
         return table;
     }();
     const Block low = load(places.data());
-    return {low, _mm512_xor_si512(low, everyByte<1>()), everyByte < clean == Clean::Any ? 0x01 : 0x20 > ()};
+    return {low, _mm512_xor_si512(low, everyByte<1>()), everyByte<(clean == Clean::Any ? 0x01 : 0x20)>()};
 }
 
 // The bytes of 64 units and which of the units are no ordinary ASCII.
