@@ -43,6 +43,9 @@ TRIED = {
     ("sets of two-byte letters to UTF-8", "name"): ONE_BLOCK,
     ("ISO 8859-1 to UTF-8", "name"): ONE_BLOCK,
     ("sets to UTF-8, plain English", "name"): ONE_BLOCK,
+    ("sets to UTF-8, plain English", "desc"): (
+        "three blocks and a part, 10.9 to 12.5 ns over the runs, which lie on both sides of the target."
+    ),
     ("ISO 8859-1 to UTF-8", "64K"): (
         "ISO 8859-1 goes the way of all sets, two compress stores for 64 characters, 3.2 ns; only a kernel of its "
         "own, without the two table lookups, could be faster, and the rate is 20 GB/s already. To close the bytes up "
