@@ -165,8 +165,8 @@ ZELK_OPERATION void encodeAsciiBlocks(const unsigned char *text, std::size_t cou
 }
 
 inline constexpr std::size_t roomOfOne = 2 * blockBytes; // what 32 units of any kind may take, stored whole
-inline constexpr std::size_t roomOfTwo = 3 * 2 * blockUnits + blockBytes; // and 64
-inline constexpr std::size_t roomOfFour = 5 * blockBytes;                 // and 128 below 0x800
+inline constexpr std::size_t roomOfTwo = 3 * (2 * blockUnits) + blockBytes; // and 64
+inline constexpr std::size_t roomOfFour = 5 * blockBytes;                   // and 128 below 0x800
 
 // What is zero in the units below 0x800 that end a conversion.
 template <Clean clean>
