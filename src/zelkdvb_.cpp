@@ -11,6 +11,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <cxxabi.h>
 #include <stdexcept>
 
 namespace {
@@ -93,10 +94,12 @@ std::string DvbConverter::convertDvb8ToUnicode(const char *in, int len) const {
     }
     const DvbText text = openDvbText(charSet_, in, len, code_, extra_);
     const int size = detail::withTerminator(detail::ucs2Bound(text));
-    // No array holds the largest size: array new throws std::bad_array_new_length.
-    const std::size_t units = size > mostUnits ? SIZE_MAX : static_cast<std::size_t>(size);
-    return detail::filledString<unsigned short>(
-        units, 1, [&](unsigned short *buffer) { return decodeToOwnUcs2(text, buffer, size, flags_); });
+    if (size > mostUnits) {
+        abi::__cxa_throw_bad_array_new_length(); // as array new does; Clang's throws std::bad_alloc
+    }
+    return detail::filledString<unsigned short>(static_cast<std::size_t>(size), 1, [&](unsigned short *buffer) {
+        return decodeToOwnUcs2(text, buffer, size, flags_);
+    });
 }
 
 std::string DvbConverter::convertDvb8ToUnicode(const std::string &text) const {
