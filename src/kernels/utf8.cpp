@@ -10,33 +10,6 @@
 
 namespace zelk::kernels {
 
-namespace portable {
-
-template <UnitOrder order>
-unsigned int ucs2TextToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    const Progress done = ucs2ToUtf8<order, Clean::Any>(text, count, out, room);
-    if (done.read == count) [[likely]] {
-        out[done.written] = 0;
-        return static_cast<unsigned int>(done.written);
-    }
-    return restOfUcs2Text<order>(text, count, out, room, done);
-}
-
-unsigned int utf8TextToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
-    Progress done;
-    if (*text != 0) {
-        done = utf8ToUcs2<Clean::Any>(text, length, out, room - 1);
-        if (done.read != length && text[done.read] != 0) [[unlikely]] {
-            return static_cast<unsigned int>(done.written) +
-                   anyUtf8Text(text + done.read, length - done.read, out + done.written, room - done.written);
-        }
-    }
-    out[done.written] = 0;
-    return static_cast<unsigned int>(done.written);
-}
-
-} // namespace portable
-
 template <UnitOrder order, Clean clean>
 Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
     return ZELK_CHOOSE((text, count, out, room), ucs2ToUtf8<order, clean>);

@@ -464,4 +464,19 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
                             : decodeFurther(text, length, out, room, {});
 }
 
+// The same with the terminator.
+ZELK_STAGE unsigned int utf8TextToUcs2(const unsigned char *text, std::size_t length, unsigned short *out,
+                                       std::size_t room) {
+    Progress done;
+    if (length != 0 && *text != 0) {
+        done = utf8ToUcs2<Clean::Any>(text, length, out, room - 1);
+        if (done.read != length && text[done.read] != 0) [[unlikely]] {
+            return static_cast<unsigned int>(done.written) +
+                   anyUtf8Text(text + done.read, length - done.read, out + done.written, room - done.written);
+        }
+    }
+    out[done.written] = 0;
+    return static_cast<unsigned int>(done.written);
+}
+
 } // namespace zelk::kernels::portable

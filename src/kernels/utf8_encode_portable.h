@@ -270,4 +270,15 @@ ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, u
     return done;
 }
 
+// The same with the terminator.
+template <UnitOrder order>
+ZELK_STAGE unsigned int ucs2TextToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    const Progress done = ucs2ToUtf8<order, Clean::Any>(text, count, out, room);
+    if (done.read == count) [[likely]] {
+        out[done.written] = 0;
+        return static_cast<unsigned int>(done.written);
+    }
+    return restOfUcs2Text<order>(text, count, out, room, done);
+}
+
 } // namespace zelk::kernels::portable

@@ -79,10 +79,23 @@ std::vector<Kernels> allKernels() {
 using DecodeText = unsigned int (*)(const unsigned char *, std::size_t, unsigned short *, std::size_t);
 
 std::vector<DecodeText> allDecoders() {
-    std::vector<DecodeText> all{kernels::anyUtf8Text};
+    std::vector<DecodeText> all{kernels::anyUtf8Text, kernels::portable::utf8TextToUcs2};
 #if defined(ZELK_HAS_AVX512_KERNELS)
     if (kernels::instructionSet() == kernels::InstructionSet::Avx512) {
         all.push_back(kernels::avx512::utf8TextToUcs2);
+    }
+#endif
+    return all;
+}
+
+using EncodeText = unsigned int (*)(const unsigned char *, std::size_t, char *, std::size_t);
+
+template <UnitOrder order>
+std::vector<EncodeText> allEncoders() {
+    std::vector<EncodeText> all{kernels::portable::ucs2TextToUtf8<order>};
+#if defined(ZELK_HAS_AVX512_KERNELS)
+    if (kernels::instructionSet() == kernels::InstructionSet::Avx512) {
+        all.push_back(kernels::avx512::ucs2TextToUtf8<order>);
     }
 #endif
     return all;
@@ -233,6 +246,24 @@ protected:
             if (room > expected.size() + 3) {
                 ASSERT_EQ(done.read, ordinary);
             }
+        }
+        if (kind == 0 && count != 0 && room > 1) {
+            checkWholeUnits<UnitOrder::LowFirst>(text, count, room);
+        } else if (kind == 1 && count != 0 && room > 1) {
+            checkWholeUnits<UnitOrder::HighFirst>(text, count, room);
+        }
+    }
+
+    // A whole text against the loop of the family.
+    template <UnitOrder order>
+    void checkWholeUnits(const unsigned char *text, std::size_t count, std::size_t room) {
+        std::string expected(room, '\0');
+        expected.resize(kernels::restOfUcs2Text<order>(text, count, expected.data(), room, Progress()));
+        for (const EncodeText encode : allEncoders<order>()) {
+            char *const out = reinterpret_cast<char *>(out_.back(room));
+            const unsigned int written = encode(text, count, out, room);
+            ASSERT_EQ(std::string(out, written), expected);
+            ASSERT_EQ(out[written], 0);
         }
     }
 
