@@ -3,6 +3,8 @@
 // the output's room: nothing outside of these is read or written, not even for a moment.
 #pragma once
 
+#include "kernels/pages.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -46,15 +48,8 @@ inline constexpr std::size_t blockBytes = 64;
 using Block = __m512i;
 using Mask = std::uint64_t; // one bit a byte of a block, the first byte lowest
 
-// The bytes from an address to the end of its memory page, for texts that end at an unknown place: their terminator
-// lies in this page, or the page is read to its end.
-ZELK_OPERATION std::size_t bytesInPage(const void *at) {
-    constexpr std::size_t pageBytes = 4096; // the smallest that the processor has
-    return pageBytes - (reinterpret_cast<std::uintptr_t>(at) & (pageBytes - 1));
-}
-
 ZELK_OPERATION bool blockInPage(const void *at) {
-    return (reinterpret_cast<std::uintptr_t>(at) & 4095) <= 4096 - blockBytes;
+    return bytesInPage(at) >= blockBytes;
 }
 
 // A constant that stays in a register: without this GCC loads it anew wherever it is used.

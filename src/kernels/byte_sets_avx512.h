@@ -49,7 +49,7 @@ ZELK_OPERATION Mask ordinaryBytes(Block text) {
 // Ordinary and ASCII at once: as signed numbers, the bytes above the last control.
 template <UpTo end>
 ZELK_OPERATION Mask ordinaryAscii(Block text) {
-    return _mm512_cmpgt_epi8_mask(text, everyByte < end == UpTo::Zero ? 0 : 0x1F > ());
+    return _mm512_cmpgt_epi8_mask(text, everyByte<(end == UpTo::Zero ? 0 : 0x1F)>());
 }
 
 // The bytes of a block that may be read: of a text that may end before its end, none of the next page.

@@ -2,6 +2,8 @@
 // vectors of sixteen, which it keeps in a register where the target has such (SSE2, NEON) and in words where not.
 #pragma once
 
+#include "kernels/pages.h"
+
 #include <bit>
 #include <climits>
 #include <cstddef>
@@ -53,18 +55,11 @@ Vector vectorAt(const void *bytes) {
 
 // Whether the target keeps vectors in registers, and their first byte lowest. Where not, plain loops are as fast.
 #if defined(__SSE2__) || (defined(__ARM_NEON) && !defined(__ARM_BIG_ENDIAN))
+#define ZELK_HAS_VECTORS
 inline constexpr bool hasVectors = true;
 #else
 inline constexpr bool hasVectors = false;
 #endif
-
-// The bytes from an address to the end of its memory page, for texts that end at an unknown place: their terminator
-// lies in this page, or the page is read to its end.
-inline constexpr std::size_t pageBytes = 4096; // the smallest of any target
-
-inline std::size_t bytesInPage(const void *at) {
-    return pageBytes - (reinterpret_cast<std::uintptr_t>(at) & (pageBytes - 1));
-}
 
 // What reads behind a text, but not on another page than the text lies on: the sanitizers, which know no pages, do not
 // look there.
@@ -188,8 +183,7 @@ inline Fours backInTurn(Units a, Units b) {
 }
 
 // What takes an instruction that no operator stands for.
-#if defined(__SSE2__) || (defined(__ARM_NEON) && !defined(__ARM_BIG_ENDIAN))
-#define ZELK_HAS_UNIT_OPERATIONS
+#if defined(ZELK_HAS_VECTORS)
 
 // Of units that are zero or have all bits, a bit each: the eight of `a` lowest.
 inline unsigned int bitsOf(Units a, Units b) {

@@ -464,7 +464,7 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
                             : decodeFurther(text, length, out, room, {});
 }
 
-// The same with the terminator.
+// A whole text, with its terminator.
 ZELK_STAGE unsigned int utf8TextToUcs2(const unsigned char *text, std::size_t length, unsigned short *out,
                                        std::size_t room) {
     Progress done;

@@ -54,7 +54,7 @@ bool measureUnits(const unsigned char *text, std::size_t end, Progress &done) {
     return true;
 }
 
-#if defined(ZELK_HAS_UNIT_OPERATIONS)
+#if defined(ZELK_HAS_VECTORS)
 
 inline constexpr unsigned int everyUnit = (1U << vectorUnits) - 1;
 
@@ -270,7 +270,7 @@ ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, u
     return done;
 }
 
-// The same with the terminator.
+// A whole text, with its terminator.
 template <UnitOrder order>
 ZELK_STAGE unsigned int ucs2TextToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
     const Progress done = ucs2ToUtf8<order, Clean::Any>(text, count, out, room);

@@ -179,19 +179,6 @@ struct Unescaped {
 
 inline constexpr std::size_t entityStarts = blockBytes - tables::longestXmlEntity + 1; // an entity from there is whole
 
-// For every byte the one so far ahead of it; behind the block, its front again.
-template <std::size_t distance>
-ZELK_OPERATION Block ahead(Block bytes) {
-    static constexpr auto places = [] {
-        std::array<std::uint8_t, blockBytes> indices{};
-        for (std::size_t i = 0; i < blockBytes; ++i) {
-            indices[i] = static_cast<std::uint8_t>((i + distance) % blockBytes);
-        }
-        return indices;
-    }();
-    return _mm512_permutexvar_epi8(load(places.data()), bytes);
-}
-
 // What goes with the second letter of a name, looked up by the letter's low half byte: am-p, ap-o-s, qu-o-t, lt or gt.
 ZELK_OPERATION Block bySecond(Block second, char p, char t, char u, char m) {
     return look16(nibbleTable(_mm_setr_epi8(p, -1, -1, -1, t, u, -1, -1, -1, -1, -1, -1, -1, m, -1, -1)), second);
@@ -205,16 +192,16 @@ ZELK_OPERATION Block orDifferent(Block differences, Block a, Block b) {
 // Whole entities are found by what differs from the one that the second letter tells. They end at the next ';': adding
 // their '&' to what is no ';' carries through the name.
 ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references) {
-    const Block first = ahead<1>(bytes);
-    const Block second = ahead<2>(bytes);
+    const Block first = startingAt<1>(bytes);
+    const Block second = startingAt<2>(bytes);
     const Mask g = _mm512_cmpeq_epi8_mask(first, everyByte<'g'>());
     const Block gAsL = _mm512_mask_mov_epi8(first, g, everyByte<'l'>());
     Block different = _mm512_xor_si512(second, bySecond(second, 'p', 't', 'u', 'm'));
     different = orDifferent(different, gAsL, bySecond(second, 'a', 'l', 'q', 'a'));
-    different = orDifferent(different, ahead<3>(bytes), bySecond(second, 'o', ';', 'o', 'p'));
-    const Block fourth = _mm512_or_si512(ahead<4>(bytes), bySecond(second, 0, -1, 0, 0));
+    different = orDifferent(different, startingAt<3>(bytes), bySecond(second, 'o', ';', 'o', 'p'));
+    const Block fourth = _mm512_or_si512(startingAt<4>(bytes), bySecond(second, 0, -1, 0, 0));
     different = orDifferent(different, fourth, bySecond(second, 's', -1, 't', ';'));
-    const Block fifth = _mm512_or_si512(ahead<5>(bytes), bySecond(second, 0, -1, 0, -1));
+    const Block fifth = _mm512_or_si512(startingAt<5>(bytes), bySecond(second, 0, -1, 0, -1));
     different = orDifferent(different, fifth, bySecond(second, ';', -1, ';', -1));
     const Mask entities = _mm512_testn_epi8_mask(different, different) & references & firstBytes(entityStarts);
     const Block meant = _mm512_mask_mov_epi8(bySecond(second, '\'', '<', '"', '&'), g, everyByte<'>'>());

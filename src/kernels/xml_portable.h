@@ -15,7 +15,7 @@
 namespace zelk::kernels::portable {
 
 // As many bytes as are looked at together, and what they hold none of.
-#if defined(__SSE2__) || defined(__ARM_NEON)
+#if defined(ZELK_HAS_VECTORS)
 struct Stretch {
     Bytes bytes;
 
