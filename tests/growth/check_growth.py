@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
-"""Runs the growth program under callgrind and compares the instructions of each call at n, 2n and 4n.
+"""Runs a growth program and compares what each call costs at n, 2n and 4n.
+
+usage: check_growth.py instructions PROGRAM VALGRIND OUTPUT
+       check_growth.py blocks PROGRAM
 
 Linear: what the second half of 4n costs is at most twice what the second half of 2n costs, with some slack. Product
-(text times pattern, both growing): at most four times. Counts of instructions are the same on every run.
+(text times pattern, both growing): at most four times. The counts are the same on every run.
 """
 import collections
 import os
@@ -10,11 +13,11 @@ import re
 import subprocess
 import sys
 
-SLACK = 3000  # instructions: the ends of blocks, the allocator's moods
+SLACK = {"instructions": 3000, "blocks": 100}  # the ends of blocks, the allocator's moods
 LIMIT = {"linear": 2.3, "product": 4.6}
 
 
-def measured(valgrind: str, program: str, output: str) -> dict[tuple[str, str], list[int]]:
+def instructions(program: str, valgrind: str, output: str) -> dict[tuple[str, str], list[int]]:
     # Valgrind counts every step of a string instruction: the C library is told to copy and fill by vectors alone.
     tunables = "glibc.cpu.x86_rep_movsb_threshold=0x40000000:glibc.cpu.x86_rep_stosb_threshold=0x40000000"
     subprocess.run([valgrind, "--tool=callgrind", "--collect-atstart=no", "--combine-dumps=yes", "--dump-line=no",
@@ -32,18 +35,28 @@ def measured(valgrind: str, program: str, output: str) -> dict[tuple[str, str], 
     return counts
 
 
+def blocks(program: str) -> dict[tuple[str, str], list[int]]:
+    counts = collections.defaultdict(list)
+    for line in subprocess.run([program], check=True, capture_output=True, encoding="latin-1").stdout.splitlines():
+        growth, name, count = re.fullmatch(r"(\w+)\|(.*)\|\d+ (\d+)", line).groups()
+        counts[growth, name].append(int(count))
+    return counts
+
+
 def main() -> None:
-    counts = measured(*sys.argv[1:])
+    unit = sys.argv[1]
+    counts = {"instructions": instructions, "blocks": blocks}[unit](*sys.argv[2:])
+    slack = SLACK[unit]
     steepest = {growth: (0.0, "none") for growth in LIMIT}
     failures = 0
     for (growth, name), calls in counts.items():
         n, twice, four = calls  # a call that was not measured three times is a mistake in the program
         before, after = twice - n, four - twice
-        if before > SLACK:
+        if before > slack:
             steepest[growth] = max(steepest[growth], (after / before, name))
-        if after > LIMIT[growth] * max(before, 0) + SLACK:
+        if after > LIMIT[growth] * max(before, 0) + slack:
             failures += 1
-            print(f"{name}: {n}, {twice}, {four} instructions are more than {growth}")
+            print(f"{name}: {n}, {twice}, {four} {unit} are more than {growth}")
     if len(counts) < 1000:
         sys.exit(f"only {len(counts)} calls were measured")
     print(f"{len(counts)} calls measured")

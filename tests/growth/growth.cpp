@@ -1,9 +1,8 @@
-// Calls every exported function on texts of n, 2n and 4n bytes of many kinds, for check_growth.py to count the
-// instructions of each call under Valgrind's callgrind. Without Valgrind it counts nothing and proves nothing.
+// Calls every exported function on texts of n, 2n and 4n bytes of many kinds and counts the work of each call, for
+// check_growth.py to compare: once as instructions.cpp counts it, once as basic_blocks.cpp does.
+#include "growth/counter.h"
 #include "helpers/every_function.h"
 #include "helpers/text.h"
-
-#include <valgrind/callgrind.h>
 
 #include <cstddef>
 #include <functional>
@@ -14,8 +13,6 @@
 using namespace zelk_test;
 
 namespace {
-
-constexpr std::size_t sizes[] = {420, 840, 1680};
 
 // Whole pieces, so that texts of all sizes end alike.
 std::string repeated(std::string_view piece, std::size_t size) {
@@ -90,15 +87,13 @@ constexpr Kind kinds[] = {
     {"random bytes in UTF-8", "\x15", ""},
 };
 
-// One measured call: its instructions go to the output under this name.
+// One measured call, of this name.
 template <class Call>
 void measure(const std::string &growth, const std::string &name, std::size_t size, Call call) {
     call(); // what happens once in a process is not counted
-    CALLGRIND_TOGGLE_COLLECT;
+    startCounting();
     call();
-    CALLGRIND_TOGGLE_COLLECT;
-    const std::string label = growth + '|' + name + '|' + std::to_string(size);
-    CALLGRIND_DUMP_STATS_AT(label.c_str());
+    stopCounting(growth + '|' + name + '|' + std::to_string(size));
 }
 
 // Every call with a count and with a terminator; functions that write to a buffer also with hardly any room there.
@@ -182,7 +177,7 @@ void measureWildcards(std::size_t size) {
 } // namespace
 
 int main() {
-    for (const std::size_t size : sizes) {
+    for (const std::size_t size : {shortestText, 2 * shortestText, 4 * shortestText}) {
         for (const Kind &kind : kinds) {
             measureAll(kind, size);
         }
