@@ -59,8 +59,7 @@ int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareB
     if (*a == *b && std::strcmp(left, right) == 0) {
         return 0;
     }
-    const std::size_t shared = sharedBytes(a, b);
-    return a[shared] == b[shared] ? 0 : compare(a, b, shared);
+    return compare(a, b, sharedBytes(a, b));
 }
 
 std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {

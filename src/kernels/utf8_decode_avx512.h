@@ -462,7 +462,7 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     }
     storeUnits(out, bytes, frontUnits(block), backUnits(block));
     const Progress done{bytes, bytes};
-    return others == 0 && bytes < fitting && bytes >= 2 ? decodeLong<clean>(text, length, out, room, done) : done;
+    return others == 0 && bytes < fitting ? decodeLong<clean>(text, length, out, room, done) : done;
 }
 
 // Whole texts, terminator and all, stored in whole blocks. What is behind the result may be lost with that, so that

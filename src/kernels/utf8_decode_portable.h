@@ -51,10 +51,6 @@ private:
     std::size_t known_ = 0;
 };
 
-constexpr unsigned int leastUnit(Clean clean) {
-    return clean == Clean::Any ? 1 : 0x20;
-}
-
 // Reads one well-formed character; 0 bytes for anything else. A shorter text ends with a zero, which follows no lead.
 inline std::size_t wellFormedCharacter(const unsigned char *text, std::size_t length, unsigned int &unit) {
     const unsigned int lead = text[0];
@@ -83,7 +79,7 @@ std::size_t walk(const unsigned char *text, std::size_t length, TakeAscii takeAs
     Extent extent(text, length);
     std::size_t read = 0;
     while (read < extent.length()) {
-        if (text[read] < 0x80 && extent.hasWordAt(read) && plainAscii(wordAt(text + read), leastUnit(clean)) &&
+        if (text[read] < 0x80 && extent.hasWordAt(read) && plainAscii(wordAt(text + read), leastByte(clean)) &&
             takeAscii(text + read)) {
             read += wordBytes;
             continue;
