@@ -546,3 +546,19 @@ TEST(Utf8Decoder, KeepsItsStateAsDocumented) {
         EXPECT_EQ(state.remaining, 0U);
     }
 }
+
+// Whatever a record says to be pending ends with the bytes that do not continue it.
+TEST(Utf8Decoder, ARecordThatIsNotOursComesToAnEnd) {
+    for (const unsigned int remaining : {3U, 4U, 0x80000000U, 0xFFFFFFFFU}) {
+        Utf8DecoderState state{remaining, 0, 4};
+        EXPECT_EQ(zelkUtf8Decode(&state, 0x80), 0U);
+        EXPECT_EQ(state.remaining, remaining - 1);
+        EXPECT_EQ(zelkUtf8Decode(&state, 0x41), 0xFFFD0041U);
+        EXPECT_EQ(zelkUtf8Decode(&state, 0x42), 0x42U);
+    }
+    Utf8DecoderState state{3, 0, 4}; // six bits a byte, of which sixteen stay
+    EXPECT_EQ(zelkUtf8Decode(&state, 0x81), 0U);
+    EXPECT_EQ(zelkUtf8Decode(&state, 0x82), 0U);
+    EXPECT_EQ(zelkUtf8Decode(&state, 0x83), 0x1083U);
+    EXPECT_EQ(state.remaining, 0U);
+}

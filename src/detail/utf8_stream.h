@@ -12,7 +12,7 @@ inline constexpr unsigned int firstOfTwoUnits = static_cast<unsigned int>(replac
 // The least partial value, by continuation bytes still expected, that is no overlong form: the whole value of a
 // two-byte form, and that of a three-byte form after its first continuation byte (0x20 << 6 is 0x800).
 constexpr unsigned int leastValue(unsigned int remaining) {
-    return remaining == 1 ? 0x80 : remaining == 2 ? 0x20 : 0; // GCOVR_EXCL_BR_LINE: 3 only in a record that is not ours
+    return remaining == 1 ? 0x80 : remaining == 2 ? 0x20 : 0; // more only in a record that is not ours
 }
 
 constexpr void utf8StreamReset(Utf8DecoderState &state) {

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -244,10 +246,55 @@ TEST(ByteSetKernels, ReadNoPageBehindTheZeroByte) {
             std::string out(3 * text.size(), '\0');
             const unsigned int written =
                 kernels.toUtf8(ByteSet::Iso8859_2, out.data(), out.data() + out.size(), in, in + 4096);
-            ASSERT_EQ(out.substr(0, written),
-                      reference::utf8Text(charactersOf(ByteSet::Iso8859_2, text.substr(0, text.size() - 1)), 1000));
+            const auto characters = charactersOf(ByteSet::Iso8859_2, text.substr(0, text.size() - 1));
+            ASSERT_EQ(out.substr(0, written), reference::utf8Text(characters, 1000));
+            std::vector<unsigned short> units(text.size());
+            ASSERT_EQ(kernels.toUcs2(ByteSet::Iso8859_2, units.data(), in, in + text.size()), text.size() - 1);
+            ASSERT_TRUE(std::equal(characters.begin(), characters.end(), units.begin())) << kernels.name;
         }
     }
+}
+
+// A zero byte in a name that is counted further, in front of other text on its page, to rooms for little more than it
+// and to large ones.
+TEST(ByteSetKernels, EndANameAtItsZeroByte) {
+    constexpr ByteSet set = ByteSet::Windows1250;
+    for (const Kernels &kernels : kernelsOfThisMachine()) {
+        GuardPages in(1);
+        GuardPages out(1);
+        Random random(6);
+        for (std::size_t length = 1; length <= 64; ++length) {
+            for (std::size_t place = 0; place < length; ++place) {
+                std::string text = textOf(random, length, place % 2 == 0 ? 0 : 40, false);
+                text[place] = '\0';
+                const unsigned char *const from = in.atFront(text + "others");
+                const auto characters = charactersOf(set, text.substr(0, place));
+                for (const std::size_t room : {128U, 300U}) {
+                    char *const to = reinterpret_cast<char *>(out.back(room));
+                    const unsigned int written = kernels.toUtf8(set, to, to + room, from, from + length);
+                    ASSERT_EQ(std::string(to, written + 1),
+                              reference::utf8Text(characters, static_cast<int>(room)) + '\0');
+                }
+                auto *const units = reinterpret_cast<unsigned short *>(out.back(2 * (length + 1)));
+                ASSERT_EQ(kernels.toUcs2(set, units, from, from + length), place) << kernels.name;
+                ASSERT_TRUE(std::equal(characters.begin(), characters.end(), units)) << kernels.name;
+                ASSERT_EQ(units[place], 0);
+            }
+        }
+    }
+}
+
+// As an int the count would be two.
+TEST(ByteSetKernels, ThePlainLoopTakesACountThatIsNoInt) {
+    if constexpr (sizeof(std::ptrdiff_t) == sizeof(int)) {
+        GTEST_SKIP() << "every count is an int on this machine";
+    }
+    GuardPages pages(1);
+    const unsigned char *const in = pages.atBack(std::string("plain \xB1\0", 8));
+    const unsigned char *const inEnd = in + static_cast<std::ptrdiff_t>((std::int64_t{1} << 32U) + 2);
+    char out[20];
+    ASSERT_EQ(kernels::plainByteSetToUtf8(ByteSet::Iso8859_2, out, out + sizeof out, in, inEnd, out), 8U);
+    EXPECT_STREQ(out, "plain \xC4\x85");
 }
 
 TEST(ByteSetKernels, ConvertRandomTexts) {

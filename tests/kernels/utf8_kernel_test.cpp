@@ -64,9 +64,35 @@ struct Kernels {
             kernels::instructions::copyWellFormedUtf8<Clean::NoControls>, kernels::instructions::measureUtf8,          \
     }
 
-// The instruction sets that this processor has.
+// What targets without vectors have, and every target at the ends of pages and rooms: character by character.
+template <UnitOrder order>
+Progress measureUnitByUnit(const unsigned char *text, std::size_t count) {
+    Progress done;
+    kernels::portable::measureUnits<order>(text, count, done);
+    return done;
+}
+
+std::size_t copyCharacters(const unsigned char *text, std::size_t length, char *out) {
+    const std::size_t bytes = kernels::portable::checkCharacters<Clean::NoControls>(text, length);
+    std::copy_n(text, bytes, out);
+    return bytes;
+}
+
+Kernels characterByCharacter() {
+    using namespace kernels::portable;
+    return {{encodeUnits<UnitOrder::LowFirst, Clean::Any>, encodeUnits<UnitOrder::HighFirst, Clean::Any>,
+             encodeUnits<UnitOrder::HighFirst, Clean::NoControls>},
+            {measureUnitByUnit<UnitOrder::LowFirst>, measureUnitByUnit<UnitOrder::HighFirst>},
+            ucs2ToNative<Clean::NoControls>,
+            {decodeCharacters<Clean::Any>, decodeCharacters<Clean::NoControls>},
+            {checkCharacters<Clean::Any>, checkCharacters<Clean::NoControls>},
+            copyCharacters,
+            measureCharacters};
+}
+
+// Those of this processor.
 std::vector<Kernels> allKernels() {
-    std::vector<Kernels> all{KERNELS_OF(portable)};
+    std::vector<Kernels> all{characterByCharacter(), KERNELS_OF(portable)};
 #if defined(ZELK_HAS_AVX512_KERNELS)
     if (kernels::instructionSet() == kernels::InstructionSet::Avx512) {
         all.push_back(KERNELS_OF(avx512));
@@ -746,6 +772,24 @@ TEST_F(Utf8Kernels, DecodeAcrossPagesAtEveryAddress) {
                     if (script != Script::Anything) {
                         ASSERT_EQ(kernels.wellFormed[0](place, length), text.size()) << before;
                     }
+                }
+                for (const std::size_t length : {1U, 30U, 62U, 63U, 64U, 65U, 150U}) {
+                    std::string copy(length, '\0');
+                    const WellFormed clean = wellFormed(text.substr(0, length), true);
+                    const std::size_t copied = kernels.copyWellFormed(place, length, copy.data());
+                    ASSERT_LE(copied, endOf(clean, clean.units.size())) << before;
+                    ASSERT_EQ(copy.substr(0, copied), text.substr(0, copied));
+                    if (script != Script::Anything) {
+                        ASSERT_EQ(copied, endOf(clean, clean.units.size())) << before;
+                    }
+                }
+            }
+            for (const DecodeText decode : allDecoders()) {
+                for (const std::size_t length : {inflated, text.size()}) {
+                    Units out(text.size() + 80);
+                    const unsigned int written = decode(place, length, out.data(), out.size());
+                    ASSERT_EQ(Units(out.begin(), out.begin() + written), expected.units) << before;
+                    ASSERT_EQ(out[written], 0);
                 }
             }
         }
