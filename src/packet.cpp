@@ -30,9 +30,11 @@ template <class Packet>
 Packet *allocate(unsigned int size) {
     constexpr std::uint64_t unitBytes = sizeof(Packet::chars[0]);
     const std::uint64_t blockBytes = sizeof(Packet) + (std::uint64_t{size} + 1) * unitBytes + spareBytes<Packet>;
-    if (blockBytes > PTRDIFF_MAX) { // GCOVR_EXCL_BR_LINE: where pointers have 32 bits
-        return nullptr;             // GCOVR_EXCL_LINE
+    // GCOVR_EXCL_START: where pointers have 32 bits
+    if (blockBytes > PTRDIFF_MAX) {
+        return nullptr;
     }
+    // GCOVR_EXCL_STOP
     auto *packet = static_cast<Packet *>(std::malloc(static_cast<std::size_t>(blockBytes)));
     if (packet != nullptr) {
         packet->capacity = static_cast<unsigned short>(size + 1);

@@ -13,10 +13,12 @@
 
 // ZELK_CHOOSE((arguments), function) calls the function of the chosen instruction set's namespace.
 #if defined(ZELK_HAS_AVX512_KERNELS)
+// GCOVR_EXCL_BR_START: a processor has the one or the other, and the tests of the kernels call both
 #define ZELK_CHOOSE(arguments, ...)                                                                                    \
     (__builtin_expect(zelk::kernels::instructionSet() == zelk::kernels::InstructionSet::Avx512, 1)                     \
          ? zelk::kernels::avx512::__VA_ARGS__ arguments                                                                \
          : zelk::kernels::portable::__VA_ARGS__ arguments)
+// GCOVR_EXCL_BR_STOP
 #else
 #define ZELK_CHOOSE(arguments, ...) (zelk::kernels::portable::__VA_ARGS__ arguments)
 #endif
