@@ -34,29 +34,50 @@ private:
 #endif
 };
 
-template <bool ignoreCase, bool ignoreControls>
-class Lenient {
+enum class Case { Told, Ignored };
+enum class Wildcards { None, Some };
+
+// Passes over control characters. Whether case is told is known only when it runs: these variants are rare, and one
+// copy of them is enough.
+class WithoutControls {
 public:
-    static constexpr bool ignoresBytes = ignoreControls;
-    int fold(Byte byte) const { return ignoreCase ? tables_.lower(byte) : byte; }
-    bool ignores(Byte byte) const { return ignoreControls && tables_.isControl(byte); }
+    static constexpr bool ignoresBytes = true;
+    explicit WithoutControls(Case letters) : folded_(letters == Case::Ignored ? ~0 : 0) {}
+    int fold(Byte byte) const { return byte ^ ((tables_.lower(byte) ^ byte) & folded_); } // without a branch
+    bool ignores(Byte byte) const { return tables_.isControl(byte); }
 
 private:
     CharacterTables tables_;
+    int folded_;
 };
 
-using AnyControls = Lenient<false, true>;
-using AnyCaseAndControls = Lenient<true, true>;
+[[gnu::noinline]] int matchWithoutControls(const char *text, const char *pattern, Case letters, Wildcards wildcards) {
+    return match(WithoutControls(letters), text, pattern, wildcards == Wildcards::Some);
+}
+
+#if !defined(__GLIBC__)
+class AnyCase {
+public:
+    static constexpr bool ignoresBytes = false;
+    static int fold(Byte byte) { return CharacterTables().lower(byte); }
+    static bool areExact() { return false; }
+    static bool ignores(Byte /*byte*/) { return false; }
+};
+#endif
 
 int matchInAnyCase(const char *text, const char *pattern) {
 #if defined(__GLIBC__)
     return ZELK_CHOOSE((text, pattern, *__ctype_tolower_loc()), matchWildcardsInAnyCase);
 #else
-    return match(Lenient<true, false>(), text, pattern);
+    return match(AnyCase(), text, pattern);
 #endif
 }
 
 } // namespace
+
+int matchPlainly(const char *text, const char *pattern, const int *smallLetters) {
+    return match(FoldedBytes(smallLetters), text, pattern);
+}
 
 } // namespace zelk::detail
 
@@ -71,17 +92,17 @@ int zelk_patternWildcardMatchIgnoreCase(const char *text, const char *pattern) {
 }
 
 int zelk_patternWildcardMatchIgnoreControlChars(const char *text, const char *pattern) {
-    return detail::match(detail::AnyControls(), text, pattern);
+    return detail::matchWithoutControls(text, pattern, detail::Case::Told, detail::Wildcards::Some);
 }
 
 int zelk_patternWildcardMatchIgnoreCaseAndControlChars(const char *text, const char *pattern) {
-    return detail::match(detail::AnyCaseAndControls(), text, pattern);
+    return detail::matchWithoutControls(text, pattern, detail::Case::Ignored, detail::Wildcards::Some);
 }
 
 int zelk_patternCompareIgnoreControlChars(const char *a, const char *b) {
-    return detail::compare(detail::AnyControls(), a, b);
+    return detail::matchWithoutControls(a, b, detail::Case::Told, detail::Wildcards::None);
 }
 
 int zelk_patternCompareIgnoreCaseAndControlChars(const char *a, const char *b) {
-    return detail::compare(detail::AnyCaseAndControls(), a, b);
+    return detail::matchWithoutControls(a, b, detail::Case::Ignored, detail::Wildcards::None);
 }

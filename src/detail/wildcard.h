@@ -18,12 +18,18 @@ namespace zelk::detail {
 
 using Byte = unsigned char;
 
-// Rules tell what a variant passes over and which bytes it takes for equal.
-class ExactBytes {
+// Rules tell what a variant passes over and which bytes it takes for equal. Here: those for which a table of 256 small
+// letters has the same; null for bytes as they are.
+class FoldedBytes {
 public:
     static constexpr bool ignoresBytes = false;
-    static int fold(Byte byte) { return byte; }
+    explicit FoldedBytes(const int *smallLetters) : smallLetters_(smallLetters) {}
+    bool areExact() const { return smallLetters_ == nullptr; }
+    int fold(Byte byte) const { return areExact() ? byte : smallLetters_[byte]; }
     static bool ignores(Byte /*byte*/) { return false; }
+
+private:
+    const int *smallLetters_;
 };
 
 // A zero-terminated text read forward; it stands on a byte that counts, or on the terminator.
@@ -65,13 +71,13 @@ inline std::uint64_t eightBytes(const Byte *bytes) {
     return eight;
 }
 
-// The first place at which one byte lies and the other one `distance` bytes on, by eight places at a time; the end
-// where there is none.
-inline const Byte *findPair(const ExactBytes & /*rules*/, const Byte *at, const Byte *end, Byte first, Byte last,
-                            std::size_t distance) {
+// The first place at which one byte lies and the other one `distance` bytes on; the end where there is none. Bytes as
+// they are, eight places at a time.
+template <class Rules>
+const Byte *findPair(const Rules &rules, const Byte *at, const Byte *end, Byte first, Byte last, std::size_t distance) {
     constexpr std::uint64_t ones = 0x0101010101010101U;
     constexpr std::size_t step = sizeof ones;
-    while (static_cast<std::size_t>(end - at) >= distance + step) {
+    while (rules.areExact() && static_cast<std::size_t>(end - at) >= distance + step) {
         const std::uint64_t pairs =
             zeroBytes((eightBytes(at) ^ first * ones) | (eightBytes(at + distance) ^ last * ones));
         if (pairs != 0) {
@@ -81,16 +87,6 @@ inline const Byte *findPair(const ExactBytes & /*rules*/, const Byte *at, const 
         }
         at += step;
     }
-    for (; static_cast<std::size_t>(end - at) > distance; ++at) {
-        if (*at == first && at[distance] == last) {
-            return at;
-        }
-    }
-    return end;
-}
-
-template <class Rules>
-const Byte *findPair(const Rules &rules, const Byte *at, const Byte *end, Byte first, Byte last, std::size_t distance) {
     const int foldedFirst = rules.fold(first);
     const int foldedLast = rules.fold(last);
     for (; static_cast<std::size_t>(end - at) > distance; ++at) {
@@ -240,15 +236,22 @@ Byte byteBehindStars(Cursor<Rules> pattern) {
     return *pattern;
 }
 
+// Without wildcards, stars and question marks of the pattern stand for themselves.
 template <class Rules>
-int match(const Rules &rules, const char *text, const char *pattern) {
+int match(const Rules &rules, const char *text, const char *pattern, bool hasWildcards = true) {
     Cursor<Rules> textAt(rules, text);
     Cursor<Rules> patternAt(rules, pattern);
-    for (; *textAt != 0 && *patternAt != '*'; ++textAt, ++patternAt) {
-        const int difference = *patternAt == '?' ? 0 : rules.fold(*textAt) - rules.fold(*patternAt);
+    constexpr int noByte = -1;
+    const int star = hasWildcards ? '*' : noByte;
+    const int any = hasWildcards ? '?' : noByte;
+    for (; *textAt != 0 && *patternAt != star; ++textAt, ++patternAt) {
+        const int difference = *patternAt == any ? 0 : rules.fold(*textAt) - rules.fold(*patternAt);
         if (difference != 0) {
             return difference;
         }
+    }
+    if (!hasWildcards) {
+        return *patternAt;
     }
     const Byte wanted = byteBehindStars(patternAt);
     if (*textAt == 0 || wanted == 0) {
@@ -257,17 +260,7 @@ int match(const Rules &rules, const char *text, const char *pattern) {
     return matchesFromStar(rules, textAt.position(), patternAt.position()) ? 0 : wanted;
 }
 
-template <class Rules>
-int compare(const Rules &rules, const char *a, const char *b) {
-    Cursor<Rules> aAt(rules, a);
-    Cursor<Rules> bAt(rules, b);
-    for (; *aAt != 0; ++aAt, ++bAt) {
-        const int difference = rules.fold(*aAt) - rules.fold(*bAt);
-        if (difference != 0) {
-            return difference;
-        }
-    }
-    return *bAt;
-}
+// By the plain rule alone, for kernels that take what is usual; the table as that of FoldedBytes.
+int matchPlainly(const char *text, const char *pattern, const int *smallLetters);
 
 } // namespace zelk::detail

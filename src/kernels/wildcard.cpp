@@ -1,36 +1,29 @@
 #include "kernels/wildcard.h"
 
 #include "detail/wildcard.h"
+#include "kernels/portable_operations.h"
+#if defined(ZELK_HAS_VECTORS)
+#include "kernels/wildcard_portable.h"
+#endif
 #if defined(ZELK_HAS_AVX512_KERNELS)
 #include "kernels/wildcard_avx512.h"
 #endif
 
+#if !defined(ZELK_HAS_VECTORS)
+
 namespace zelk::kernels::portable {
 
-namespace {
-
-class AnyCase {
-public:
-    static constexpr bool ignoresBytes = false;
-    explicit AnyCase(const int *smallLetters) : smallLetters_(smallLetters) {}
-    int fold(detail::Byte byte) const { return smallLetters_[byte]; }
-    static bool ignores(detail::Byte /*byte*/) { return false; }
-
-private:
-    const int *smallLetters_;
-};
-
-} // namespace
-
 int matchWildcards(const char *text, const char *pattern) {
-    return detail::match(detail::ExactBytes(), text, pattern);
+    return detail::match(detail::FoldedBytes(nullptr), text, pattern);
 }
 
 int matchWildcardsInAnyCase(const char *text, const char *pattern, const int *smallLetters) {
-    return detail::match(AnyCase(smallLetters), text, pattern);
+    return detail::match(detail::FoldedBytes(smallLetters), text, pattern);
 }
 
 } // namespace zelk::kernels::portable
+
+#endif
 
 #if defined(ZELK_HAS_AVX512_KERNELS)
 

@@ -10,6 +10,7 @@
 #include <array>
 #include <cctype>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -60,6 +61,31 @@ constexpr SmallLetters turkishLetters = [] {
     }
     letters['I'] = 0xFD;
     letters[0xDD] = 'i';
+    return letters;
+}();
+
+// As in Western Europe: ASCII's own letters, and pairs in the other half.
+constexpr SmallLetters latinLetters = [] {
+    SmallLetters letters = asciiLetters;
+    for (int code = 0xC0; code <= 0xDE; ++code) {
+        letters[static_cast<std::size_t>(code)] = code + 0x20;
+    }
+    return letters;
+}();
+
+// As nowhere: bytes of the other half that are letters of ASCII, and others that are.
+constexpr SmallLetters accentedLetters = [] {
+    SmallLetters letters = latinLetters;
+    letters[0xC1] = letters[0xE1] = 'a';
+    letters[0xC9] = letters[0xE9] = 'e';
+    return letters;
+}();
+
+constexpr SmallLetters strangeLetters = [] {
+    SmallLetters letters = asciiLetters;
+    letters['@'] = 'a';
+    letters[0x01] = 'n';
+    letters['E'] = 'E';
     return letters;
 }();
 
@@ -129,7 +155,8 @@ public:
         for (const Kernels &kernel : all_) {
             ASSERT_EQ(kernel.match(left, right), exact) << kernel.name << ' ' << where();
         }
-        for (const SmallLetters *letters : {&asciiLetters, &turkishLetters}) {
+        const SmallLetters *const inTurn[] = {&latinLetters, &accentedLetters, &strangeLetters};
+        for (const SmallLetters *letters : {&asciiLetters, &turkishLetters, inTurn[turn_++ % std::size(inTurn)]}) {
             const int anyCase = expectedResult(text, pattern, *letters);
             for (const Kernels &kernel : all_) {
                 ASSERT_EQ(kernel.matchInAnyCase(left, right, letters->data()), anyCase)
@@ -151,6 +178,7 @@ private:
     GuardPages text_{8192};
     GuardPages pattern_{8192};
     std::vector<Kernels> all_ = kernelsOfThisMachine();
+    std::size_t turn_ = 0;
 };
 
 TEST(WildcardKernels, EveryShortPair) {
@@ -203,6 +231,22 @@ TEST(WildcardKernels, EveryPlaceOfAPart) {
     }
 }
 
+// Texts and patterns that go on from one page to the next.
+TEST(WildcardKernels, TextsOverTwoPages) {
+    Sides sides;
+    const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    for (std::size_t before = 0; before < 130; before += 1 + before / 8) {
+        const std::string text = std::string(before, 'n') + "NeEdle @n\x01\xC9?" + std::string(90, 'e') + "Tail";
+        const std::size_t distance = page - 130;
+        for (const std::string pattern : {"*needle*", "*eedl*TAIL", "*n\x01*", "*@*?*", "*\xE9?*", "*eeeeeeee*ail"}) {
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, pattern, distance, page - before % 20));
+            ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, text.substr(0, before) + pattern, distance, distance));
+        }
+        ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, "*" + text.substr(before), distance, page - before % 130));
+        ASSERT_NO_FATAL_FAILURE(sides.expectAsModel(text, text + "*", distance, page - before));
+    }
+}
+
 TEST(WildcardKernels, EveryLengthOfHeadPartAndTail) {
     Sides sides;
     for (std::size_t length = 1; length < 200; length += 1 + length / 40) {
@@ -247,7 +291,8 @@ TEST(WildcardKernels, PartsOverTheEndOfABlock) {
 TEST(WildcardKernels, RandomPairs) {
     Sides sides;
     Random random(82);
-    const std::vector<std::string> alphabets = {"a", "ab", "aA", "abc*", "aA\xC1\xE1", "iI\xDD\xFD", "abcdefgh ?"};
+    const std::vector<std::string> alphabets = {"a",          "ab",      "aA",         "abc*",
+                                                "aA\xC1\xE1", "aA@\xC1", "iI\xDD\xFD", "abcdefgh ?"};
     for (int round = 0; round < 5'000; ++round) {
         const std::string &alphabet = alphabets[random.below(static_cast<std::uint32_t>(alphabets.size()))];
         const std::string text = drawn(random, alphabet, random.below(random.chance(70) ? 70 : 250));
