@@ -142,7 +142,12 @@ TRIED = {
 }
 
 # The same for the portable kernels.
-SUFFIX = "two calls of strlen, of the text and of the pattern, whose length GLib has prepared."
+SUFFIX = (
+    "from 12.8 to 7.3 ns (names), 14.1 to 9.6 ns (desc). The empty call takes 3.0 ns, with a `strlen` of the text 5.3 and "
+    "5.8, with another one of the pattern, whose length GLib has prepared, 6.9 and 7.6. One look at 32 bytes finds the "
+    "pattern's end and whether it is ordinary, 0.6 ns; the tail is compared at once and without a branch. The end of a "
+    "name from one look at 64 bytes, in place of `strlen`, took 6.4 ns, but descriptions 13 to 14."
+)
 
 TRIED_PORTABLE = {
     ("sets to UCS-2",): (
@@ -189,9 +194,11 @@ TRIED_PORTABLE = {
     ),
     ("wildcards", "suffix", "name"): SUFFIX,
     ("wildcards", "suffix", "desc"): SUFFIX,
-    ("wildcards",): (
-        "any case takes a look at the locale's table for each byte; the C library's searches do the rest. A prefix is "
-        "a loop over its bytes behind a jump."
+    ("wildcards", "inner, ignoring case", "name"): (
+        "from 23.1 to 19.3 ns. Upper and lower case are the locale's, exactly: 512 bytes of its table are compared with "
+        "ASCII's, 5 ns; by vectors of sixteen bytes 10. Without that it was 15.5 ns. To look up the text's bytes one by "
+        "one took 29 ns by bytes stored and 23 by words put together, a copy of the search for this rule alone 19.1 and "
+        "1 KiB, which the limit on the portable library does not leave."
     ),
 }
 
