@@ -35,24 +35,27 @@ private:
 };
 
 enum class Case { Told, Ignored };
-enum class Wildcards { None, Some };
 
 // Passes over control characters. Whether case is told is known only when it runs: these variants are rare, and one
 // copy of them is enough.
 class WithoutControls {
 public:
     static constexpr bool ignoresBytes = true;
-    explicit WithoutControls(Case letters) : folded_(letters == Case::Ignored ? ~0 : 0) {}
-    int fold(Byte byte) const { return byte ^ ((tables_.lower(byte) ^ byte) & folded_); } // without a branch
+    explicit WithoutControls(Case letters) : ignoresCase_(letters == Case::Ignored) {}
+    int fold(Byte byte) const { return ignoresCase_ ? tables_.lower(byte) : byte; }
     bool ignores(Byte byte) const { return tables_.isControl(byte); }
 
 private:
     CharacterTables tables_;
-    int folded_;
+    bool ignoresCase_;
 };
 
-[[gnu::noinline]] int matchWithoutControls(const char *text, const char *pattern, Case letters, Wildcards wildcards) {
-    return match(WithoutControls(letters), text, pattern, wildcards == Wildcards::Some);
+[[gnu::noinline]] int matchWithoutControls(const char *text, const char *pattern, Case letters) {
+    return match(WithoutControls(letters), text, pattern);
+}
+
+[[gnu::noinline]] int compareWithoutControls(const char *a, const char *b, Case letters) {
+    return compare(WithoutControls(letters), a, b);
 }
 
 #if !defined(__GLIBC__)
@@ -92,17 +95,17 @@ int zelk_patternWildcardMatchIgnoreCase(const char *text, const char *pattern) {
 }
 
 int zelk_patternWildcardMatchIgnoreControlChars(const char *text, const char *pattern) {
-    return detail::matchWithoutControls(text, pattern, detail::Case::Told, detail::Wildcards::Some);
+    return detail::matchWithoutControls(text, pattern, detail::Case::Told);
 }
 
 int zelk_patternWildcardMatchIgnoreCaseAndControlChars(const char *text, const char *pattern) {
-    return detail::matchWithoutControls(text, pattern, detail::Case::Ignored, detail::Wildcards::Some);
+    return detail::matchWithoutControls(text, pattern, detail::Case::Ignored);
 }
 
 int zelk_patternCompareIgnoreControlChars(const char *a, const char *b) {
-    return detail::matchWithoutControls(a, b, detail::Case::Told, detail::Wildcards::None);
+    return detail::compareWithoutControls(a, b, detail::Case::Told);
 }
 
 int zelk_patternCompareIgnoreCaseAndControlChars(const char *a, const char *b) {
-    return detail::matchWithoutControls(a, b, detail::Case::Ignored, detail::Wildcards::None);
+    return detail::compareWithoutControls(a, b, detail::Case::Ignored);
 }

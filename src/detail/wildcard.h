@@ -32,32 +32,40 @@ private:
     const int *smallLetters_;
 };
 
-// A zero-terminated text read forward; it stands on a byte that counts, or on the terminator.
+// A zero-terminated text read forward.
 template <class Rules>
 class Cursor {
 public:
-    Cursor(const Rules &rules, const char *text) : rules_(rules), at_(reinterpret_cast<const Byte *>(text)) {
-        settle();
-    }
+    Cursor(const Rules &rules, const char *text) : rules_(rules), at_(reinterpret_cast<const Byte *>(text)) {}
 
     Byte operator*() const { return *at_; }
     Cursor &operator++() {
         ++at_;
-        settle();
         return *this;
     }
     const Byte *position() const { return at_; }
 
-private:
+    // On to the next byte that counts, or to the terminator.
     void settle() {
         while (rules_.ignores(*at_) && *at_ != 0) {
             ++at_;
         }
     }
 
+private:
     const Rules &rules_;
     const Byte *at_;
 };
+
+// Moves over what both texts have, up to the given byte or their ends, and on to the next bytes that count: equal bytes
+// both count, or are both passed over.
+template <class Rules>
+void moveOverShared(Cursor<Rules> &a, Cursor<Rules> &b, int end) {
+    for (; *a == *b && *a != 0 && *b != end; ++a, ++b) {
+    }
+    a.settle();
+    b.settle();
+}
 
 // The high bits of those of eight bytes that are zero.
 constexpr std::uint64_t zeroBytes(std::uint64_t eight) {
@@ -232,32 +240,46 @@ template <class Rules>
 Byte byteBehindStars(Cursor<Rules> pattern) {
     while (*pattern == '*') {
         ++pattern;
+        pattern.settle();
     }
     return *pattern;
 }
 
-// Without wildcards, stars and question marks of the pattern stand for themselves.
 template <class Rules>
-int match(const Rules &rules, const char *text, const char *pattern, bool hasWildcards = true) {
+int match(const Rules &rules, const char *text, const char *pattern) {
     Cursor<Rules> textAt(rules, text);
     Cursor<Rules> patternAt(rules, pattern);
-    constexpr int noByte = -1;
-    const int star = hasWildcards ? '*' : noByte;
-    const int any = hasWildcards ? '?' : noByte;
-    for (; *textAt != 0 && *patternAt != star; ++textAt, ++patternAt) {
-        const int difference = *patternAt == any ? 0 : rules.fold(*textAt) - rules.fold(*patternAt);
+    for (;; ++textAt, ++patternAt) {
+        moveOverShared(textAt, patternAt, '*');
+        if (*textAt == 0 || *patternAt == '*') {
+            break;
+        }
+        const int difference = *patternAt == '?' ? 0 : rules.fold(*textAt) - rules.fold(*patternAt);
         if (difference != 0) {
             return difference;
         }
-    }
-    if (!hasWildcards) {
-        return *patternAt;
     }
     const Byte wanted = byteBehindStars(patternAt);
     if (*textAt == 0 || wanted == 0) {
         return wanted;
     }
     return matchesFromStar(rules, textAt.position(), patternAt.position()) ? 0 : wanted;
+}
+
+template <class Rules>
+int compare(const Rules &rules, const char *a, const char *b) {
+    Cursor<Rules> aAt(rules, a);
+    Cursor<Rules> bAt(rules, b);
+    for (;; ++aAt, ++bAt) {
+        moveOverShared(aAt, bAt, 0);
+        if (*aAt == 0) {
+            return *bAt;
+        }
+        const int difference = rules.fold(*aAt) - rules.fold(*bAt);
+        if (difference != 0) {
+            return difference;
+        }
+    }
 }
 
 // By the plain rule alone, for kernels that take what is usual; the table as that of FoldedBytes.
