@@ -1,6 +1,6 @@
 // A size that no buffer has says that the result fits: nothing but the result is written, be the buffer ever so small.
 // Each conversion runs once with room for anything; then its output lies right in front of an unreadable page, as long
-// as that result and its terminator, and the stated size is the largest there is.
+// as that result and its terminator, and the stated size is the least of these sizes, and the largest there is.
 #include "helpers/guard_pages.h"
 #include "helpers/text.h"
 #include "zelk.h"
@@ -18,6 +18,7 @@ using namespace zelk_test;
 namespace {
 
 constexpr int enough = 8192;
+constexpr int leastNominal = 1073741824;
 
 template <class Unit>
 using Conversion = std::function<unsigned int(Unit *out, int size, const std::string &in)>;
@@ -30,9 +31,11 @@ void expectSame(const char *name, const Conversion<Unit> &convert, const std::st
     const std::size_t bytes = (length + 1) * sizeof(Unit);
     ASSERT_LE(length, static_cast<unsigned int>(enough) - 1);
     auto *const exact = reinterpret_cast<Unit *>(pages.back(bytes));
-    std::fill_n(exact, length + 1, Unit{0}); // the unit of a sequence that is cut off keeps its old value
-    ASSERT_EQ(convert(exact, INT_MAX, in), length) << name;
-    ASSERT_TRUE(std::equal(exact, exact + length + 1, roomy.begin())) << name;
+    for (const int size : {leastNominal, INT_MAX}) {
+        std::fill_n(exact, length + 1, Unit{0}); // the unit of a sequence that is cut off keeps its old value
+        ASSERT_EQ(convert(exact, size, in), length) << name;
+        ASSERT_TRUE(std::equal(exact, exact + length + 1, roomy.begin())) << name;
+    }
 }
 
 int lengthOf(const std::string &text) {
