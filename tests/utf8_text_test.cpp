@@ -545,6 +545,18 @@ TEST(Utf8Decoder, KeepsItsStateAsDocumented) {
         EXPECT_EQ(zelkUtf8Decode(&state, byte), 0xFFFDU);
         EXPECT_EQ(state.remaining, 0U);
     }
+    // A sequence that ends, be it overlong, leaves the record as it was set up.
+    for (const char *sequence : {"C3 A9", "E2 82 AC", "C0 80", "E0 80 80"}) {
+        unsigned int last = 0;
+        for (const char byte : bytes(sequence)) {
+            EXPECT_EQ(last, 0U);
+            last = zelkUtf8Decode(&state, static_cast<unsigned char>(byte));
+        }
+        EXPECT_NE(last, 0U);
+        EXPECT_EQ(state.remaining, 0U);
+        EXPECT_EQ(state.tooSmall, 0);
+        EXPECT_EQ(state.value, 0);
+    }
 }
 
 // Whatever a record says to be pending ends with the bytes that do not continue it.
