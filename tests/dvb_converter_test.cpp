@@ -177,7 +177,7 @@ TEST(DvbConverter, TheChineseRegionReadsUnmarkedTextAsGb2312) {
         EXPECT_EQ(converter.convertDvb8ToUtf8(text.c_str(), -1), "你好A");
         EXPECT_EQ(converter.convertDvb8ToUtf8(text.c_str(), INT_MIN), "你好A");
         EXPECT_EQ(converter.convertDvb8ToUtf8(text.c_str(), 2), "你");
-        EXPECT_EQ(converter.convertDvb8ToUtf8("", 0), "");
+        EXPECT_EQ(converter.convertDvb8ToUtf8(text.c_str(), 0), "");
         EXPECT_EQ(converter.convertDvb8ToUtf8("", -1), "");
     }
     const DvbConverter otherRegion(DvbCharSetStandard, 0);
