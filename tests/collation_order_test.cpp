@@ -190,6 +190,30 @@ TEST(CollationOrder, SignsStandWithTheirLetters) {
     EXPECT_EQ(signs, 53);
 }
 
+// Superscripts, subscripts and fractions stand behind the digit, or the numerator, that they begin with; signs of
+// several letters, such as the trade mark, with the first one, behind a degree sign if there is one.
+TEST(CollationOrder, SignsOfDigitsAndOfSeveralLettersStandWithTheFirst) {
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2 *const forms = icu::Normalizer2::getNFKDInstance(status);
+    ASSERT_TRUE(U_SUCCESS(status));
+    int ofDigits = 0;
+    int ofLetters = 0;
+    for (UChar32 sign = 0x80; sign <= 0x215E; ++sign) {
+        const icu::UnicodeString form = forms->normalize(icu::UnicodeString(sign), status);
+        const UChar32 first = form.char32At(form.char32At(0) == 0xB0 ? 1 : 0);
+        if (first != sign && first >= '0' && first <= '9') {
+            EXPECT_EQ(compare(sign, first), 0) << utf8(sign);
+            EXPECT_GT(zelkCollate(0, utf8(sign).c_str(), utf8(first).c_str()), 0) << utf8(sign);
+            ++ofDigits;
+        } else if (sign >= 0x2000 && form.countChar32() > 1 && u_isalpha(first) != 0) {
+            EXPECT_EQ(compare(sign, first), 0) << utf8(sign);
+            ++ofLetters;
+        }
+    }
+    EXPECT_EQ(ofDigits, 10 + 10 + 3 + 15); // superscripts, subscripts, fractions of Latin-1 and later ones
+    EXPECT_EQ(ofLetters, 13);
+}
+
 // Currency signs stand with the first letter of the currency, by the name of the character: LIRA SIGN, NEW SHEQEL SIGN.
 TEST(CollationOrder, CurrencySignsStandWithTheirCurrencies) {
     constexpr UChar32 livreTournois = 0x20B6;
