@@ -1,4 +1,5 @@
 // DVB strings to UCS-2 and UTF-8, against a plain model; compressed text comes from an encoder.
+#include "helpers/guard_pages.h"
 #include "helpers/guarded.h"
 #include "helpers/text.h"
 #include "reference/dvb_model.h"
@@ -20,6 +21,7 @@ namespace {
 
 using zelk_test::bytes;
 using zelk_test::Guarded;
+using zelk_test::GuardPages;
 using zelk_test::Random;
 
 using Characters = std::vector<unsigned int>;
@@ -665,6 +667,22 @@ TEST(DvbBounds, OfUtf8) {
     EXPECT_EQ(bound(bytes("1F 06 41"), -1), 511);
     EXPECT_EQ(bound(bytes("1F 01 41"), -1), 0);
     EXPECT_EQ(bound(bytes("1F 03 41"), 3), 9);
+    EXPECT_EQ(bound(bytes("1F 05 41"), 1), 3); // of what the count leaves out nothing is known
+    EXPECT_EQ(bound(bytes("1F 05 41"), 0), 0);
+}
+
+// Not even for a selector.
+TEST(DvbBounds, NoByteIsReadForACountOfZero) {
+    GuardPages pages(16);
+    const char *const unreadable = reinterpret_cast<const char *>(pages.back(0));
+    char narrow[4] = "abc";
+    unsigned short wide[4] = {'a', 'b', 'c', 0};
+    EXPECT_EQ(zelk_dvb8ToUtf8(DvbCharSetStandard, narrow, 4, unreadable, 0, DvbCodeNone, 0, 0), 0U);
+    EXPECT_EQ(narrow[0], 0);
+    EXPECT_EQ(zelk_dvb8ToUnicode(DvbCharSetStandard, wide, 4, unreadable, 0, DvbCodeNone, 0, 0), 0U);
+    EXPECT_EQ(wide[0], 0);
+    EXPECT_EQ(zelk_dvb8ToUtf8MaxLength(unreadable, 0, DvbCodeNone, 0), 0);
+    EXPECT_EQ(zelk_dvb8ToUnicodeMaxLength(unreadable, 0, DvbCodeNone, 0, 0), 0);
 }
 
 TEST(DvbBounds, OfCompressedTextCountsTheBytesInsideTheCount) {

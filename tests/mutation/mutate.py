@@ -67,7 +67,7 @@ TESTS = [
     (r"iso", ["iso8859_test", "byte_sets_test"]),
     (r"windows", ["windows_test", "byte_sets_test"]),
     (r"teletext|page_table", ["teletext_test"]),
-    (r"dvb_select", ["dvb_select_test"]),
+    (r"dvb_select", ["dvb_select_test", "dvb_decode_test"]),
     (r"dvb_prepare", ["dvb_prepare_test"]),
     (r"zelkdvb_|trace|detail/dvb_decode", ["dvb_decode_test", "dvb_converter_test", "dvb_trace_test", "allocation_test"]),
     (r"dvb", ["dvb_decode_test", "dvb_tables_kernel_test", "byte_sets_test", "dvb_select_test"]),
