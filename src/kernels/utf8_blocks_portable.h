@@ -27,15 +27,15 @@ inline Reach reachOf(const unsigned char *text, std::size_t length) {
     return {length, text + bytesInPage(text)};
 }
 
-// At the end of a page: either the text ends there or the next page may be read too.
+// At the end of a page: the text ends there, at its terminator or by its length, or the next page may be read too.
 ZELK_STAGE Reach furtherReach(const unsigned char *text, Reach reach, const unsigned char *at) {
-    if (reach.length > static_cast<std::size_t>(reach.pageEnd - text)) {
-        const void *zero = std::memchr(at, 0, static_cast<std::size_t>(reach.pageEnd - at));
-        if (zero != nullptr) {
-            reach.length = static_cast<std::size_t>(static_cast<const unsigned char *>(zero) - text);
-        } else {
-            reach.pageEnd += pageBytes;
-        }
+    const auto onPage = static_cast<std::size_t>(reach.pageEnd - text);
+    const unsigned char *const end = text + std::min(reach.length, onPage);
+    const void *zero = std::memchr(at, 0, static_cast<std::size_t>(end - at));
+    if (zero != nullptr) {
+        reach.length = static_cast<std::size_t>(static_cast<const unsigned char *>(zero) - text);
+    } else if (reach.length > onPage) {
+        reach.pageEnd += pageBytes;
     }
     return reach;
 }

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sanitizer/asan_interface.h>
 #include <string>
 #include <vector>
 
@@ -792,6 +793,36 @@ TEST_F(Utf8Kernels, DecodeAcrossPagesAtEveryAddress) {
                     ASSERT_EQ(out[written], 0);
                 }
             }
+        }
+    }
+}
+
+// A terminated text whose count ends behind it, but on its page: nothing behind the terminator is copied or told.
+TEST_F(Utf8Kernels, DecodeInFrontOfThePageEndUnderCountsThatAreTooLarge) {
+    Random random(9);
+    GuardPages pages(4096);
+    for (std::size_t gap = 1; gap <= 40; ++gap) {
+        for (const Script script : scripts) {
+            const std::string text = textOf(script, 40, random);
+            const WellFormed expected = wellFormed(text, false);
+            unsigned char *const place = pages.back(text.size() + 1 + gap);
+            std::copy_n(text.c_str(), text.size() + 1, place);
+            std::fill_n(place + text.size() + 1, gap, static_cast<unsigned char>(0xA8));
+            ASAN_POISON_MEMORY_REGION(place + text.size() + 1, gap);
+            for (const Kernels &kernels : kernels_) {
+                for (std::size_t more = 1; more <= gap + 2; ++more) {
+                    const std::size_t length = text.size() + more;
+                    Units out(text.size() + 80);
+                    const Progress done = kernels.decode[0](place, length, out.data(), out.size());
+                    ASSERT_EQ(done.read, endOf(expected, expected.units.size())) << gap;
+                    ASSERT_TRUE(std::equal(expected.units.begin(), expected.units.end(), out.begin()));
+                    ASSERT_EQ(kernels.measureBytes(place, length).written, width(text));
+                    if (script != Script::Anything) {
+                        ASSERT_EQ(kernels.wellFormed[0](place, length), text.size()) << gap;
+                    }
+                }
+            }
+            ASAN_UNPOISON_MEMORY_REGION(place + text.size() + 1, gap);
         }
     }
 }
