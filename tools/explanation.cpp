@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
 namespace zelk::tool {
 
@@ -235,14 +234,14 @@ private:
         }
 
         const int set = combiningMapDvb(static_cast<unsigned int>(result_.table));
-        std::optional<std::size_t> mark; // the last one, while its letter has not come
+        std::string ofMark; // what to say of the last one's letter, while that has not come
         std::size_t unassigned = 0;
         for (std::size_t i = begin_; i < bytes_.size(); ++i) {
             const unsigned char byte = byteAt(bytes_, i);
             const Units output = added(i, i + 1);
             if (output.empty()) {
                 if (composes(set, byte, byteAt(bytes_, i + 1))) {
-                    mark = i;
+                    ofMark = fmt::format("with the mark {:02X}", byte);
                     add(StepKind::Mark, i, i + 1, {}, "non-spacing mark of the next letter");
                 } else if (byte < 0x20 || (byte >= 0x80 && byte < 0xA0)) {
                     add(StepKind::Dropped, i, i + 1, {}, "control code");
@@ -254,9 +253,9 @@ private:
             }
             addCharacter(i, i + 1, output.back());
             std::string &note = result_.steps.back().note;
-            if (mark) {
-                appendNote(note, fmt::format("with the mark {:02X}", byteAt(bytes_, *mark)));
-                mark.reset();
+            if (!ofMark.empty()) {
+                appendNote(note, ofMark);
+                ofMark.clear();
             } else if (isMark(set, byte)) {
                 appendNote(note, "mark without a letter");
             }
