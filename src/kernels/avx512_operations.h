@@ -49,7 +49,7 @@ using Block = __m512i;
 using Mask = std::uint64_t; // one bit a byte of a block, the first byte lowest
 
 ZELK_OPERATION bool blockInPage(const void *at) {
-    return bytesInPage(at) >= blockBytes;
+    return areOnPage(at, blockBytes);
 }
 
 // A constant that stays in a register: without this GCC loads it anew wherever it is used.

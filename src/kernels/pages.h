@@ -14,4 +14,9 @@ inline std::size_t bytesInPage(const void *at) {
     return pageBytes - (reinterpret_cast<std::uintptr_t>(at) & (pageBytes - 1));
 }
 
+// Whether so many bytes, a page at most, lie on the page of the first one.
+inline bool areOnPage(const void *at, std::size_t count) {
+    return (reinterpret_cast<std::uintptr_t>(at) & (pageBytes - 1)) <= pageBytes - count;
+}
+
 } // namespace zelk::kernels

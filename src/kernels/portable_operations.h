@@ -182,6 +182,18 @@ inline Fours backInTurn(Units a, Units b) {
     return reinterpret_cast<Fours>(__builtin_shufflevector(a, b, 4, 12, 5, 13, 6, 14, 7, 15));
 }
 
+// Of bits, one a byte or unit, that of the first place lowest: the first place, where there is one.
+template <class Bits>
+constexpr std::size_t firstOf(Bits bits) {
+    return static_cast<std::size_t>(std::countr_zero(bits));
+}
+
+// The bits below the first one; all where there is none.
+template <class Bits>
+constexpr Bits bitsBefore(Bits bits) {
+    return ~bits & (bits - 1);
+}
+
 // What takes an instruction that no operator stands for.
 #if defined(ZELK_HAS_VECTORS)
 

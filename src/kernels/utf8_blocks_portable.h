@@ -82,17 +82,6 @@ inline unsigned int bitsBehind(Reach reach, std::size_t position) {
     return ~0U << std::min(reach.length - position, vectorBytes);
 }
 
-template <class Bits>
-constexpr std::size_t firstOf(Bits bits) {
-    return static_cast<std::size_t>(std::countr_zero(bits));
-}
-
-// The bits below the first one.
-template <class Bits>
-constexpr Bits bitsBefore(Bits bits) {
-    return (bits & -bits) - 1;
-}
-
 // How many bits there are in each four of them.
 constexpr unsigned int countsOfFour(unsigned int bits) {
     const unsigned int twos = bits - (bits >> 1 & 0x5555);

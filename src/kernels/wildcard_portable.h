@@ -43,31 +43,17 @@ inline Rest restOf(const char *text, const char *pattern) {
     return {reinterpret_cast<const Byte *>(text), reinterpret_cast<const Byte *>(pattern)};
 }
 
-// Whether so many bytes lie on the page of the first one.
-inline bool areOnPage(const Byte *text, std::size_t count) {
-    return reinterpret_cast<std::uintptr_t>(text) % pageBytes <= pageBytes - count;
-}
-
 // Whether so many bytes may be read from a place in a text, which goes on to the next page or leaves it alone.
 inline bool areReadable(const Byte *text, std::size_t count) {
     if (areOnPage(text, count)) [[likely]] {
         return true;
     }
     while (*text != 0) {
-        if (reinterpret_cast<std::uintptr_t>(++text) % pageBytes == 0) {
+        if (bytesInPage(++text) == pageBytes) {
             return true;
         }
     }
     return false;
-}
-
-inline std::size_t firstOf(Places places) { // there is one
-    return static_cast<std::size_t>(std::countr_zero(places));
-}
-
-// The bits in front of the first one; all where there is none.
-inline Places beforeFirst(Places places) {
-    return ~places & (places - 1);
 }
 
 inline unsigned int equalPlaces(Bytes a, Bytes b) {
@@ -141,7 +127,7 @@ inline Part partAt(const Byte *start, SmallLetters table) {
         return {start, 0};
     }
     const std::size_t size = firstOf(marks);
-    const bool isOrdinary = start[size] != '?' && (table == nullptr || (high & beforeFirst(marks)) == 0);
+    const bool isOrdinary = start[size] != '?' && (table == nullptr || (high & bitsBefore(marks)) == 0);
     return {start, isOrdinary ? size : 0};
 }
 
@@ -176,7 +162,7 @@ inline bool isAt(const Byte *place, Part part, Bytes caseBit) {
             firsts |= Places{equalPlaces(bytes | either, first)} << at;
             lasts |= Places{equalPlaces(bytes | either, last)} << at;
         }
-        const Places inText = beforeFirst(ends);
+        const Places inText = bitsBefore(ends);
         if (table != nullptr && (highBytes(text) & inText) != 0) [[unlikely]] {
             return text;
         }

@@ -754,6 +754,20 @@ TEST_F(Utf8Kernels, DecodeIntoEveryRoom) {
     }
 }
 
+// A terminated text under a count that reaches its terminator or goes beyond.
+void checkPlaced(const Kernels &kernels, const unsigned char *place, std::size_t length, const WellFormed &expected,
+                 Script script) {
+    const std::string text = reinterpret_cast<const char *>(place);
+    Units out(text.size() + 80);
+    const Progress done = kernels.decode[0](place, length, out.data(), out.size());
+    ASSERT_EQ(done.read, endOf(expected, expected.units.size()));
+    ASSERT_TRUE(std::equal(expected.units.begin(), expected.units.end(), out.begin()));
+    ASSERT_EQ(kernels.measureBytes(place, length).written, width(text));
+    if (script != Script::Anything) {
+        ASSERT_EQ(kernels.wellFormed[0](place, length), text.size());
+    }
+}
+
 TEST_F(Utf8Kernels, DecodeAcrossPagesAtEveryAddress) {
     Random random(6);
     for (const Script script : scripts) {
@@ -764,15 +778,8 @@ TEST_F(Utf8Kernels, DecodeAcrossPagesAtEveryAddress) {
             unsigned char *const place = pages.front() + 4096 - before;
             std::copy_n(text.c_str(), text.size() + 1, place);
             for (const Kernels &kernels : kernels_) {
-                Units out(text.size() + 80);
                 for (const std::size_t length : {inflated, text.size()}) {
-                    const Progress done = kernels.decode[0](place, length, out.data(), out.size());
-                    ASSERT_EQ(done.read, endOf(expected, expected.units.size())) << before;
-                    ASSERT_TRUE(std::equal(expected.units.begin(), expected.units.end(), out.begin()));
-                    ASSERT_EQ(kernels.measureBytes(place, length).written, width(text));
-                    if (script != Script::Anything) {
-                        ASSERT_EQ(kernels.wellFormed[0](place, length), text.size()) << before;
-                    }
+                    ASSERT_NO_FATAL_FAILURE(checkPlaced(kernels, place, length, expected, script)) << before;
                 }
                 for (const std::size_t length : {1U, 30U, 62U, 63U, 64U, 65U, 150U}) {
                     std::string copy(length, '\0');
@@ -811,15 +818,7 @@ TEST_F(Utf8Kernels, DecodeInFrontOfThePageEndUnderCountsThatAreTooLarge) {
             ASAN_POISON_MEMORY_REGION(place + text.size() + 1, gap);
             for (const Kernels &kernels : kernels_) {
                 for (std::size_t more = 1; more <= gap + 2; ++more) {
-                    const std::size_t length = text.size() + more;
-                    Units out(text.size() + 80);
-                    const Progress done = kernels.decode[0](place, length, out.data(), out.size());
-                    ASSERT_EQ(done.read, endOf(expected, expected.units.size())) << gap;
-                    ASSERT_TRUE(std::equal(expected.units.begin(), expected.units.end(), out.begin()));
-                    ASSERT_EQ(kernels.measureBytes(place, length).written, width(text));
-                    if (script != Script::Anything) {
-                        ASSERT_EQ(kernels.wellFormed[0](place, length), text.size()) << gap;
-                    }
+                    ASSERT_NO_FATAL_FAILURE(checkPlaced(kernels, place, text.size() + more, expected, script)) << gap;
                 }
             }
             ASAN_UNPOISON_MEMORY_REGION(place + text.size() + 1, gap);
