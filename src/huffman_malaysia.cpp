@@ -334,7 +334,7 @@ void decodeMany(const Tables &tables, BitInput &bits, BoundedOutput &output) {
 int malaysiaDecode(unsigned int tableId, const unsigned char *src, int srcLength, unsigned char *dst,
                    long long capacity) {
     const Tables tables = tableId == malayTable ? tablesOf(malayCode) : tablesOf(englishCode);
-    BitInput bits(src, static_cast<std::size_t>(std::max(srcLength, 0)));
+    BitInput bits(src, src == nullptr ? 0 : static_cast<std::size_t>(std::max(srcLength, 0)));
     BoundedOutput output(dst, capacity);
     do {
         decodeMany(tables, bits, output);

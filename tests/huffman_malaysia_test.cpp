@@ -127,6 +127,11 @@ TEST(HuffmanMalaysia, NothingInNothingOut) {
         EXPECT_EQ(decompressMalaysiaHuffmanTable(malay, nullptr, srcLength, nullptr, &length), 0);
         EXPECT_EQ(length, 0);
     }
+    for (const int srcLength : {1, INT_MAX}) {
+        int length = -7;
+        EXPECT_EQ(decompressMalaysiaHuffmanTable(malay, nullptr, srcLength, nullptr, &length), 0);
+        EXPECT_EQ(length, 0);
+    }
 }
 
 TEST(HuffmanMalaysia, StreamThatEndsAfterACodeWritesItsPiece) {
