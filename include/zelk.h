@@ -99,10 +99,11 @@ typedef struct Utf8DecoderState {
 /** Where zelkHuffmanDecode() stands. Set it up with zelkInitHuffmanDecoder(); one record serves one text. */
 typedef struct HuffmanStreamState {
     int mode;                   /**< 0 start, 1 inside a code, 2 between codes, 3 inside a literal, -1 unusable. */
-    unsigned short value;       /**< By mode: the character before, the node to go on at, or the byte saved. */
+    unsigned short value;       /**< By mode: the character before, the node to go on at, or the byte saved; in mode 3
+                                     0xFFFF when there is none. */
     unsigned short treeOffset;  /**< Where in the table the current tree begins. */
     int bitIndex;               /**< Next bit of the input byte, 7 is the most significant; -1 when it is used up. */
-    const unsigned char *table; /**< One of the two exported tables. */
+    const unsigned char *table; /**< HuffmanDecodeTable_1 or HuffmanDecodeTable_2. */
 } HuffmanStreamState;
 
 /**
@@ -904,14 +905,18 @@ CharPacket *zelkConvertDvb8ToUtf8(dvbCharSet_t charSet, const char *in, int inLe
  * are a byte as it is. After such a byte of 0x80 or more, another follows without an escape.
  */
 
-/** Sets a record up for one text; a table other than 1 and 2 makes it unusable: every answer is then 0xFFFF. */
+/**
+ * Sets a record up for one text: `mode`, `value` and `table`. A table other than 1 and 2 leaves `table` as it is and
+ * makes the record unusable: zelkHuffmanDecode() gives 0xFFFF for every byte.
+ */
 void zelkInitHuffmanDecoder(HuffmanStreamState *state, unsigned int tableId);
 
 /**
  * Decodes from one input byte. Call again with the same byte until 0xFFFE or 0xFFFF comes back.
  *
  * @param byte 0 to 255; a larger value gives 0xFFFE and changes nothing
- * @return a decoded byte (of UTF-8 text), 0xFFFE when the next input byte is needed, 0xFFFF at the end of the text
+ * @return a decoded byte (of UTF-8 text), 0xFFFE when the next input byte is needed, 0xFFFF at the end of the text and
+ *         for an unusable record
  */
 unsigned short zelkHuffmanDecode(HuffmanStreamState *state, unsigned int byte);
 
@@ -921,8 +926,12 @@ unsigned short zelkHuffmanDecode(HuffmanStreamState *state, unsigned int byte);
  * The rows of the code stand in data files of the source; until the official ones of SKMM MTSFB TC G001:2013 are in,
  * most of them are provisional, and real broadcasts of types 5 and 6 do not decode.
  *
+ * A bit that no code goes on with is an escape: the next 8 bits are a character of ISO 8859-1, U+0000 where fewer are
+ * left. After seven 1 bits, or 0 bits and then those, such a bit ends the text if it is a 1. A code that the input cuts
+ * off gives nothing.
+ *
  * @param tableId   6 for the Malay table, any other value for the English one
- * @param src       the compressed bytes behind the selector
+ * @param src       the compressed bytes behind the selector, or null for an empty text
  * @param srcLength their count; 0 or less gives an empty text
  * @param dst       receives the text, without a terminator and without a bound: 8 bytes for each byte of `src`, and 2
  *                  more, always suffice; null to count only
@@ -1036,17 +1045,21 @@ unsigned int zelk_xmlify(char *out, int outSize, const char *in, int inLen);
  * Replaces entities and decimal references by their bytes; arguments and result as zelk_xmlify().
  *
  * - A name may be shortened: `&a;` and `&;` are ampersands, `&l;` is a less-than.
- * - A decimal reference has at most 4 digits, and the low 8 bits of its number are the byte. A hexadecimal one gives a
- *   zero byte.
+ * - A decimal reference has at most 4 digits, and the low 8 bits of its number are the byte. The number is read as
+ *   strtoul() does: spaces and a sign may lead, what follows the digits is ignored, and where there are none (`&#;`,
+ *   and every hexadecimal reference) it is 0. A zero byte counts in the result like others.
  * - A name that matches nothing, or is not ended within six bytes, is copied as it is. A zero byte, or the end of the
  *   count, ends a name.
  */
 unsigned int zelk_unxml(char *out, int outSize, const char *in, int inLen);
 
-/** zelk_xmlify() in a new packet sized to fit, modulo 65536. Null for a null text or without memory. */
+/**
+ * zelk_xmlify() in a new packet whose capacity is zelk_xmlifiedLength() + 1, modulo 65536: a result of 65535 bytes has
+ * a capacity of 0 and stays empty, a longer one is cut. Null for a null text or without memory.
+ */
 CharPacket *zelkXmlify(const char *in, int inLen);
 
-/** zelk_unxml() in a new packet of `inLen` bytes modulo 65536. Null for a null text or without memory. */
+/** zelk_unxml() in a new packet whose capacity is `inLen` + 1, modulo 65536, as in zelkXmlify(). */
 CharPacket *zelkUnXml(const char *in, int inLen);
 
 #ifdef __cplusplus

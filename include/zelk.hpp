@@ -225,9 +225,10 @@ public:
      * The code has no end: a decoded zero is a character, and the input alone ends the text (a last byte of zero is a
      * terminator and not decoded).
      *
-     * @param dst       receives the bytes behind the skipped ones and a zero, as many as fit
+     * @param dst       receives the bytes behind the skipped ones and a zero, as many as fit; untouched, without a
+     *                  zero too, where `*dstLength` becomes 0
      * @param dstLength on entry the capacity of `dst`; receives the size needed: bytes, terminator and one to spare; 0
-     *                  when nothing was decoded or all was skipped
+     *                  when nothing was decoded, or less than is to be skipped
      * @return 0; -1 for bad arguments, with `*dstLength` untouched; -2 when `dst` is too small
      */
     int decode(const unsigned char *src, unsigned int srcLength, unsigned char *dst, unsigned int *dstLength) const;
@@ -244,7 +245,8 @@ public:
     /**
      * Reads 1 to 8 bits, the most significant first.
      *
-     * @return 0; 1 when the input ends first (`*out` is not written); -1 for bad arguments
+     * @return 0; 1 when the input ends first: `*out` is not written, and `*position` is the end; -1, with nothing
+     *         changed, for bad arguments
      */
     int bitReader(unsigned char bitCount, const unsigned char *src, unsigned int srcLength, unsigned char *out,
                   _BitReaderPos_t *position) const;
