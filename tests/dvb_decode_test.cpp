@@ -404,6 +404,28 @@ TEST(DvbDecode, ASelectorLongerThanTheCountLeavesNothing) {
     EXPECT_EQ(toUcs2(Input("", false), 9), Characters());
 }
 
+// The bytes end with the terminator: whatever looks behind it meets the sanitizer.
+TEST(DvbDecode, ASelectorThatTheTerminatorCutsOffLeavesNothing) {
+    for (unsigned int selector = 0x01; selector <= 0x1F; ++selector) {
+        if (selector == 0x10 || selector == 0x11 || selector == 0x14) {
+            continue; // three bytes, and two-byte text, which ends with two
+        }
+        const Input in(std::string(1, static_cast<char>(selector)), false);
+        for (const int defaultCode : {static_cast<int>(DvbCodeNone), 5, 20, 22}) {
+            const Settings settings{.defaultCode = defaultCode, .defaultExtra = 1};
+            EXPECT_EQ(toUcs2(in, 9, settings), Characters()) << selector;
+            EXPECT_EQ(toUtf8(in, 9, settings), "") << selector;
+            const auto code = static_cast<DvbCode_t>(defaultCode);
+            EXPECT_EQ(zelk_dvb8ToUnicodeMaxLength(in.data(), -1, code, 1, 0), 0) << selector;
+            EXPECT_EQ(zelk_dvb8ToUtf8MaxLength(in.data(), -1, code, 1), 0) << selector;
+            EXPECT_EQ(zelk_dvb8PrepUtf8Buffersize(in.data(), -1, code, 1), 2) << selector;
+        }
+    }
+    const Input in(std::string("\x1F\0A", 3), false);
+    EXPECT_EQ(toUtf8(in, 9), "") << "what is behind the terminator is no text";
+    EXPECT_EQ(toUtf8(Input(std::string("\x1F\0A", 3), true), 9), "A") << "with a count the zero is a type";
+}
+
 TEST(DvbDecode, AnyNegativeCountMeansUpToTheTerminator) {
     char out[16];
     for (const int count : {-1, -2, -1000, INT_MIN}) {

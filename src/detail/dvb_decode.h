@@ -15,7 +15,8 @@ struct DvbText {
     const unsigned char *bytes; // after the selector
 };
 
-// `in` must not be null. A selector longer than a counted string leaves an empty text.
+// `in` must not be null. A selector longer than a counted string leaves an empty text, as does 0x1F in front of a
+// terminator.
 DvbText openDvbText(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
 
 // Units or bytes that the decoding needs at most, the terminator not counted; 2147483647 stands for all above.

@@ -37,7 +37,8 @@ static_assert(dvbSelectorCodes[0x01] == DvbCodeIso8859_5 && dvbSelectorCodes[0x0
 static_assert(dvbSelectorCodes[0x0E] == DvbCodeNone && dvbSelectorCodes[0x0F] == DvbCodeUtf8Prepared);
 
 // Reads the selector of `text` (null: the default). With a count, no byte beyond it is read: missing bytes are zero.
-// With a negative one the bytes that the selector asks for must be there.
+// With a negative one the bytes that the selector asks for must be there; a terminator where 0x1F has its type of
+// compression is no part of it.
 inline DvbSelection selectDvbCode(const char *text, int count, dvbCharSet_t charSet, DvbCode_t defaultCode,
                                   int defaultExtra) {
     const auto byteAt = [text, count](int index) -> unsigned int {
@@ -66,7 +67,7 @@ inline DvbSelection selectDvbCode(const char *text, int count, dvbCharSet_t char
         const unsigned int withoutLanguage = encodingType & ~4U; // 5 and 6 are 1 and 2 with bit 2
         selection.code = withoutLanguage == 1 || withoutLanguage == 2 ? DvbCodeCompressed : DvbCodeNone;
         selection.extra = static_cast<int>(encodingType);
-        selection.consumed = 2;
+        selection.consumed = encodingType == 0 && count < 0 ? 1 : 2;
     }
     return selection;
 }
