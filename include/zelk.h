@@ -107,9 +107,12 @@ typedef struct HuffmanStreamState {
 } HuffmanStreamState;
 
 /**
- * The receiver's regional setting: what a DVB string without a selector is read in.
+ * The receiver's regional setting: what a DVB string is read in whose selector names no table of its own (10 00 00, 0D
+ * and all that give DvbCodeNone).
  *
- * Values without a name are accepted everywhere and read every single-byte text as ISO 8859-9.
+ * A string without a selector is read in the DVB default table, whatever the region, and where a default code is given
+ * the region counts for nothing. Values without a name are accepted everywhere and read every single-byte text behind a
+ * selector as ISO 8859-9.
  */
 typedef enum dvbCharSet_t ZELK_INT_ENUM {
     DvbCharSetIso8859_9 = 0,    /**< ISO 8859-9 */
@@ -118,7 +121,7 @@ typedef enum dvbCharSet_t ZELK_INT_ENUM {
     DvbCharSetIso8859_7 = 3,    /**< ISO 8859-7 */
     DvbCharSetIso8859_9Alt = 4, /**< as 0 */
     DvbCharSetIso8859_15 = 5,   /**< ISO 8859-15, with 0xC1 to 0xCF as non-spacing marks where they compose */
-    DvbCharSetGb2312 = 6        /**< GB 2312; the flat functions read every table as the DVB default table */
+    DvbCharSetGb2312 = 6        /**< GB 2312, by zelk::DvbConverter; else each table is the DVB default table */
 } dvbCharSet_t;
 
 /** What a DVB string is coded in, as its selector bytes say (ETSI EN 300 468 Annex A). */
@@ -189,11 +192,12 @@ typedef int (*zelkUnitPutter)(unsigned int unit, void *context);
  *
  * @param size room in characters, the terminator not counted
  * @param init zero-terminated text, or null
- * @return the packet (a block of `size` + 6 bytes), or null when there is no memory
+ * @return the packet (a block of `size` + 6 bytes; of its length + 6 where it is sized to `init`), or null when there
+ * is no memory
  */
 CharPacket *zelkNewCharPacket(unsigned short size, const char *init);
 
-/** As zelkNewCharPacket(), on 16-bit units; the block holds (`size` + 3) * 2 bytes. */
+/** As zelkNewCharPacket(), on 16-bit units; the block holds (`size` or the length, + 3) * 2 bytes. */
 WideCharPacket *zelkNewWideCharPacket(unsigned short size, const unsigned short *init);
 
 /**
@@ -364,7 +368,8 @@ unsigned int zelkFilterWideString(unsigned short *dst, int size, const unsigned 
  * @param replacement null: the result is the stretch, in a packet whose capacity follows the `count` asked for.
  *                    Otherwise the result is the whole text with the stretch replaced by this zero-terminated text.
  * @return a new packet; null for null, for a start behind the text, for a replaced text of more than 65535 characters,
- *         for a `count` whose value modulo 65536 is less than the stretch found, or when there is no memory
+ *         without a replacement for a `count` whose value modulo 65536 is less than the stretch found, or when there is
+ *         no memory
  */
 CharPacket *zelkSubstr(const CharPacket *text, unsigned int start, unsigned int count, const char *replacement);
 
@@ -404,7 +409,7 @@ unsigned int zelkUtf8CharGetLength(const unsigned char *text, unsigned int avail
  * Reads one character.
  *
  * A sequence cut off by `available` stores nothing and consumes what is there: `*character` keeps its value, and
- * callers rely on it.
+ * callers rely on it. A null text, or nothing available, stores nothing either.
  *
  * @param available bytes that may be looked at; 0xFFFFFFFF for text bounded by its terminator only
  * @param character receives the character or U+FFFD; must not be null
@@ -478,8 +483,8 @@ CharPacket *zelkUtf8EncodeNotAlignedInverseString(const unsigned char *text, int
 unsigned int zelkUtf8DecodeText(unsigned short *out, int size, const unsigned char *text, int length);
 
 /**
- * Converts UTF-8 to UCS-2 in a new packet of zelkUtf8GetTextWidth() units modulo 65536. A unit for a sequence that
- * `length` cuts off is 0.
+ * Converts UTF-8 to UCS-2 in a new packet of zelkUtf8GetTextWidth() units modulo 65536: a result of 65535 units has a
+ * capacity of 0 and stays empty, a longer one is cut. A unit for a sequence that `length` cuts off is 0.
  *
  * @return the packet; null for a null text or when there is no memory
  */
@@ -491,6 +496,7 @@ void zelkInitUtf8Encoder(Utf8EncoderState *state);
 /**
  * Encodes a unit byte by byte: returns its first byte; call again with 0 for the following bytes, until 0 comes back.
  * A unit of two or three bytes passed while bytes are pending replaces them; a unit up to 0x7F leaves them for later.
+ * Of a unit above 0xFFFF nothing is masked: the first result is then no byte of UTF-8.
  */
 unsigned int zelkUtf8Encode(Utf8EncoderState *state, unsigned int unit);
 
@@ -501,8 +507,10 @@ void zelkInitUtf8Decoder(Utf8DecoderState *state);
  * Decodes one byte.
  *
  * @param byte 0 to 255; any larger value counts as a byte that begins no sequence
- * @return up to two units: the high 16 bits come first (U+FFFD for a sequence that this byte breaks off, or 0 for
- *         none), then the low 16 bits (0 for none yet). For a byte of 0 the low half is the character U+0000.
+ * @return up to two units: the high 16 bits come first (U+FFFD for a sequence that a byte up to 0x7F breaks off, else 0
+ *         for none), then the low 16 bits (0 for none yet). For a byte of 0 the low half is the character U+0000. A
+ *         lead that breaks a sequence off gives U+FFFD and begins its own; any other rejected byte gives one U+FFFD,
+ *         together with a sequence that it breaks off.
  */
 unsigned int zelkUtf8Decode(Utf8DecoderState *state, unsigned int byte);
 
@@ -546,21 +554,22 @@ int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length);
 
 /**
  * Copies a text up to its first rejected byte or U+FFFD. The copy is cut byte by byte: a character that meets the end
- * of `out` is copied in part.
+ * of `out` is copied in part. So is a sequence that `length` cuts off, which is no error.
  *
  * @param out     receives the bytes and a zero
  * @param size    bytes in `out`, the terminator included
  * @param text    ended by a zero byte, or null for an empty text
  * @param length  bytes to copy at most; negative: up to the zero byte
- * @param invalid set to 1 when the copy ended at a rejected byte; where it is not 0 on entry, nothing is copied; must
- *                not be null
+ * @param invalid set to 1 when the copy ended at a rejected byte or U+FFFD; where it is not 0 on entry, nothing is
+ *                copied; must not be null
  * @return the bytes copied
  */
 unsigned int zelkUtf8CopyAndCheckIfValid(unsigned char *out, int size, const unsigned char *text, int length,
                                          int *invalid);
 
 /**
- * Copies the bytes inside quotes; all sections of the text, joined. A section that is not closed runs to the end.
+ * Copies the bytes inside quotes; all sections of the text, joined. A section that is not closed runs to the end. The
+ * copy is cut byte by byte.
  *
  * @param out    receives the bytes and a zero
  * @param size   bytes in `out`, the terminator included
@@ -585,8 +594,8 @@ int zelkUtf8GetQuotedLength(const unsigned char *text, int length, unsigned shor
 CharPacket *zelkUtf8GetQuoted(const CharPacket *text, unsigned short open, unsigned short close);
 
 /**
- * Copies a text without its quote characters, every occurrence of either. The terminating zero is copied and counted
- * where there is room, as zelkRemoveQuotesFromString() does.
+ * Copies a text without its quote characters, every occurrence of either; cut byte by byte. The terminating zero is
+ * copied and counted where there is room, as zelkRemoveQuotesFromString() does.
  *
  * @return the bytes written, the copied zero included
  */
@@ -609,7 +618,8 @@ int zelkUtf8GetFilteredStringLength(const unsigned char *text, zelkCharFilter fi
  *   within one length, and kept so for callers that count on it. One that does not fit, or that would step over the
  *   terminator, ends the text.
  *
- * @param size   bytes in `out`; zelkUtf8GetFilteredStringLength() + 1 suffices
+ * @param size   bytes in `out`, the terminator included; the length of `text` + 4 suffices, and
+ *               zelkUtf8GetFilteredStringLength() + 1 where no replacement is shorter than what it replaces
  * @param filter null selects zelk_filterControlChars(); it gets the terminating zero too
  * @return the bytes written
  */
@@ -758,19 +768,20 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
 
 /*
  * Text of service information as ETSI EN 300 468 Annex A codes it: one to three selector bytes may name the table of
- * the rest, else the regional setting does. `defaultCode` and `defaultExtra` replace the region for strings without a
- * selector; DvbCodeNone gives none. The arguments shared by the decoding functions:
+ * the rest; without them it is the DVB default table. The arguments shared by the decoding functions:
  *
- * - charSet: the regional setting;
+ * - charSet: the regional setting, for selectors that name no table;
+ * - defaultCode, defaultExtra: what strings without a selector are coded in, in place of the DVB default table, or
+ *   DvbCodeNone. A default code also takes the place of the regional setting, behind selectors too;
  * - in, inLen: the string and its bytes; negative: up to the zero byte (in two-byte text: the zero unit; in compressed
- *   text to the code's end of text, which must then be there);
+ *   text to the code's end of text, which must then be there) that follows the selector, if there is one;
  * - flags: bit 0 keeps the codes for emphasis on and off (U+0086 and U+0087).
  *
  * Of the controls, tab and line feed stay (neither in the default table), 0x8A becomes a line feed, also as the U+E08A
  * of two-byte text; all others are dropped. What a caller must guarantee for hostile input:
  *
  * - with a positive count, one byte behind the string must be readable (a mark looks at its letter);
- * - with a negative count, a string that begins 10 00 must have three readable bytes.
+ * - with a negative count, a string that begins 10 00 must have a third byte and what ends a text behind that.
  */
 
 /**
@@ -796,8 +807,8 @@ unsigned int zelk_dvbGetDvbCode(const char *text, dvbCharSet_t *charSet, DvbCode
 /**
  * Composes a non-spacing mark and the byte after it.
  *
- * @param set  a combining set of combiningMapDvb(): 0 the marks of ISO/IEC 6937, 1 Greek, 2 the accents A8, B4, B8 of
- *             ISO 8859-1 and its kin; a negative one composes nothing
+ * @param set  a combining set of combiningMapDvb() or combiningMapIso(): 0 the marks of ISO/IEC 6937, 1 Greek, 2 the
+ *             accents A8, B4, B8 of ISO 8859-1 and its kin; any other composes nothing
  * @param base the byte that follows the mark; a space gives the spacing form of the mark
  * @param mark the mark's byte
  * @return the character (the plain letter where there is no composed one), or 0 when the two do not compose
@@ -843,9 +854,10 @@ unsigned int zelk_dvb8ToUtf8(dvbCharSet_t charSet, char *out, int outSize, const
 int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra, unsigned int flags);
 
 /**
- * Gives the bytes that zelk_dvb8ToUtf8() needs at most, the terminator not counted: by the code, three a character or
- * one a byte of UTF-8 (rejected bytes grow to U+FFFD, and a text full of them is cut); 511 for compressed text of types
- * 5 and 6; the exact count of decoded bytes for types 1 and 2 (0 without a count). Null gives 0. At most 2147483647.
+ * Gives the bytes that zelk_dvb8ToUtf8() needs at most, the terminator not counted: by the code, three for each byte of
+ * the count (or, without one, for each character), or one a byte of UTF-8; 511 for compressed text of types 5 and 6;
+ * the decoded bytes for types 1 and 2 (0 without a count). Bytes of UTF-8 that are rejected grow to U+FFFD, and a text
+ * full of them is cut. Null gives 0. At most 2147483647.
  */
 int zelk_dvb8ToUtf8MaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
 

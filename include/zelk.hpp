@@ -1,8 +1,9 @@
 /*
  * libmurn-zelk: character sets and text for digital-television receivers. The class interface.
  *
- * The converters of <zelk.h> for callers that work with standard strings. Every operation sizes a scratch buffer, calls
- * the flat function of the same name and returns what it wrote; <zelk.h> says what is converted and how. C++17.
+ * The converters of <zelk.h> for callers that work with standard strings. Every operation that returns one sizes a
+ * scratch buffer, calls the flat function of the same name and returns what it wrote; <zelk.h> says what is converted
+ * and how. C++17.
  *
  * What holds for every operation unless its comment says otherwise: a null text gives an empty string; an empty
  * std::string gives an empty string; a negative length means "up to the terminating zero"; nothing is reported but the
@@ -26,8 +27,8 @@ namespace zelk {
 class Utf8Decoder {
 public:
     /**
-     * The result is the units, low byte first on every machine, and one zero byte: 2 * units + 1 bytes. A text that is
-     * empty but not null gives that one byte. A sequence that `length` cuts off gives a zero unit.
+     * The result is the units, low byte first on every machine, and one zero byte: 2 * units + 1 bytes. An empty text
+     * that is neither null nor a std::string gives that one byte. A sequence that `length` cuts off gives a zero unit.
      */
     static std::string utf8Decode(const char *text, int length);
     static std::string utf8Decode(const std::string &text);
@@ -83,10 +84,11 @@ public:
      * @param destCapacity bytes in `dest`
      * @param destLength   receives the length of the whole result, unless null is returned for a failure; may be null
      * @param src          units; a zero unit is a character like others where there is a count
-     * @param srcLength    units in `src`; -1: up to the zero unit
+     * @param srcLength    units in `src`; -1: up to the zero unit; less is an IllegalArgumentError
      * @param status       a failure on entry makes the call do nothing; receives the status. Surrogates are checked
      *                     over the whole source, also behind what fits.
-     * @return `dest`; null on InvalidCharFound, IllegalArgumentError, a null status or a failure on entry
+     * @return `dest`; null on InvalidCharFound (then `dest` may hold what came before, without a zero),
+     *         IllegalArgumentError, a null status or a failure on entry
      */
     static char *strToUTF8(char *dest, int destCapacity, int *destLength, const unsigned short *src, int srcLength,
                            UErrorCode *status);
@@ -154,10 +156,13 @@ private:
 /** DVB strings, by a receiver's settings. */
 class DvbConverter {
 public:
-    /** No default code: strings without a selector are read by the region. */
+    /** No default code: strings without a selector are read in the DVB default table. */
     DvbConverter(dvbCharSet_t charSet, unsigned int flags);
 
-    /** Takes the default code from the selector of a sample string (null or without selector: the default table). */
+    /**
+     * Takes the default code from the selector of a sample string, as zelk_dvbGetDvbCode() reads it. Null, or a string
+     * without a selector, gives the DVB default table; the latter also makes the region DvbCharSetStandard.
+     */
     DvbConverter(dvbCharSet_t charSet, const char *sample, unsigned int flags);
 
     DvbConverter(dvbCharSet_t charSet, DvbCode_t code, int extra, unsigned int flags);
@@ -175,7 +180,8 @@ public:
 
     /**
      * With the region DvbCharSetGb2312, a string whose code is the default table goes through the system's iconv as
-     * GB 2312, and comes back unchanged where that fails.
+     * GB 2312, selector bytes and all, up to the first zero byte of the result, and comes back unchanged where that
+     * fails.
      *
      * Traces the code through the receiver's debug library where that is loaded and enabled.
      */
