@@ -6,6 +6,7 @@
 #include "detail/utf8_char.h"
 #include "detail/utf8_stream.h"
 #include "helpers/guard_pages.h"
+#include "helpers/poison.h"
 #include "helpers/text.h"
 #include "kernels/dispatch.h"
 #include "kernels/utf8_decode_portable.h"
@@ -18,7 +19,6 @@
 
 #include <algorithm>
 #include <array>
-#include <sanitizer/asan_interface.h>
 #include <string>
 #include <vector>
 
@@ -29,6 +29,7 @@ using kernels::Clean;
 using kernels::Progress;
 using kernels::UnitOrder;
 using zelk_test::GuardPages;
+using zelk_test::Poisoned;
 using zelk_test::Random;
 
 constexpr std::size_t inflated = 0xFFFFFFFFU;          // the count of a text that its terminator ends
@@ -815,13 +816,12 @@ TEST_F(Utf8Kernels, DecodeInFrontOfThePageEndUnderCountsThatAreTooLarge) {
             unsigned char *const place = pages.back(text.size() + 1 + gap);
             std::copy_n(text.c_str(), text.size() + 1, place);
             std::fill_n(place + text.size() + 1, gap, static_cast<unsigned char>(0xA8));
-            ASAN_POISON_MEMORY_REGION(place + text.size() + 1, gap);
+            const Poisoned behind(place + text.size() + 1, gap);
             for (const Kernels &kernels : kernels_) {
                 for (std::size_t more = 1; more <= gap + 2; ++more) {
                     ASSERT_NO_FATAL_FAILURE(checkPlaced(kernels, place, text.size() + more, expected, script)) << gap;
                 }
             }
-            ASAN_UNPOISON_MEMORY_REGION(place + text.size() + 1, gap);
         }
     }
 }
