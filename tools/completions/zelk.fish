@@ -4,7 +4,7 @@ set -l regions standard iso8859-2 iso8859-7 iso8859-9 iso8859-9-alt iso8859-15 g
 
 complete -c zelk -n __fish_use_subcommand -f -a decode -d 'Decode DVB strings'
 complete -c zelk -n __fish_use_subcommand -f -a explain -d 'Show what each byte of a DVB string did'
-complete -c zelk -n __fish_use_subcommand -f -a scan -d 'List services and events of a transport stream'
+complete -c zelk -n __fish_use_subcommand -f -a scan -d 'List services, networks, bouquets and events of a transport stream'
 complete -c zelk -n __fish_use_subcommand -f -a huffman -d 'Expand compressed programme-guide text'
 complete -c zelk -n __fish_use_subcommand -f -a convert -d 'Convert files between character sets'
 complete -c zelk -n __fish_use_subcommand -f -a sort -d 'Sort lines alphabetically'
