@@ -9,15 +9,15 @@
 #include <csignal>
 #include <cstdio>
 #include <new>
+#include <string>
 
 namespace {
 
 using namespace zelk::tool;
 
 constexpr const char *description = "Character sets and text of digital television.";
-constexpr const char *footer = "Exit status: 0 success; 1 nothing matched or the text is invalid; 2 wrong usage or "
-                               "input;\n3 a file could not be read or written.\n"
-                               "'zelk COMMAND --help' tells more about a command.";
+constexpr const char *statuses = "Exit status: 0 success; 1 nothing matched or the text is invalid; 2 wrong usage or "
+                                 "input;\n3 a file could not be read or written.";
 
 // "zelk sort", or "zelk" before a command is known.
 std::string programName(const CLI::App &app) {
@@ -64,7 +64,7 @@ int run(CLI::App &app, int argc, char **argv) {
 
 int runTool(int argc, char **argv) {
     CLI::App app(description, "zelk");
-    app.footer(footer);
+    app.footer(statuses); // of the commands, too
     app.set_help_flag("-h,--help", "Show this help");
     app.set_version_flag("--version",
                          fmt::format("zelk {}.{}.{}", ZELK_VERSION_MAJOR, ZELK_VERSION_MINOR, ZELK_VERSION_PATCH),
@@ -82,6 +82,7 @@ int runTool(int argc, char **argv) {
     addCaseCommand(app);
     addXmlCommand(app);
     addValidateCommand(app);
+    app.footer(std::string(statuses) + "\n'zelk COMMAND --help' tells more about a command.");
 
     const int status = run(app, argc, argv);
     flushOutput();
