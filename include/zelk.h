@@ -1016,7 +1016,7 @@ int zelk_patternWildcardMatchIgnoreCase(const char *text, const char *pattern);
 
 /**
  * As zelk_patternWildcardMatch(), control characters skipped in text and pattern before every comparison. A byte is a
- * control when its low 7 bits are one: 0x80 to 0x9F and 0xFF count too.
+ * control when its low 7 bits are one, by the C library's locale: 0x80 to 0x9F and 0xFF count too.
  */
 int zelk_patternWildcardMatchIgnoreControlChars(const char *text, const char *pattern);
 
