@@ -18,8 +18,11 @@ unsigned int empty(Unit *out) {
     return 0;
 }
 
-unsigned int toUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in, const unsigned char *inEnd) {
-    return ZELK_CHOOSE((set, out, bytesOf(in), std::min(inEnd, bytesOf(in) + outSize - 1)), byteSetToUcs2);
+// Numbers are compared, not addresses: where those have 32 bits, a count beyond a terminated text may lead around all
+// of memory.
+unsigned int toUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in, int length) {
+    const int fitting = std::min(length, outSize - 1);
+    return ZELK_CHOOSE((set, out, bytesOf(in), bytesOf(in) + fitting), byteSetToUcs2);
 }
 
 unsigned int toUtf8(tables::ByteSet set, char *out, int outSize, const char *in, const unsigned char *inEnd) {
@@ -31,7 +34,7 @@ unsigned int toUtf8(tables::ByteSet set, char *out, int outSize, const char *in,
 
 // The way of a text without a count is a function of its own: strlen() costs the other one registers.
 [[gnu::noinline]] unsigned int terminatedToUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in) {
-    return toUcs2(set, out, outSize, in, bytesOf(in) + std::strlen(in));
+    return toUcs2(set, out, outSize, in, static_cast<int>(std::min<std::size_t>(std::strlen(in), INT_MAX)));
 }
 
 [[gnu::noinline]] unsigned int terminatedToUtf8(tables::ByteSet set, char *out, int outSize, const char *in) {
@@ -44,8 +47,7 @@ unsigned int bytesToUcs2(tables::ByteSet set, unsigned short *out, int outSize, 
     if (in == nullptr || outSize < 2) {
         return empty(out);
     }
-    return inLength < 0 ? terminatedToUcs2(set, out, outSize, in)
-                        : toUcs2(set, out, outSize, in, bytesOf(in) + inLength);
+    return inLength < 0 ? terminatedToUcs2(set, out, outSize, in) : toUcs2(set, out, outSize, in, inLength);
 }
 
 // The kernels may store whole blocks; of a text without characters the terminator alone is written.

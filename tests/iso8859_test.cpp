@@ -4,6 +4,9 @@
 #include "helpers/twins.h"
 #include "zelk.hpp"
 
+#include <cstdint>
+#include <sys/mman.h>
+
 namespace {
 
 using namespace zelk_test;
@@ -247,6 +250,30 @@ TEST(IsoBuffer, LongTexts) {
             expectUtf8(utf8Of(part), setOf(part), text, 70000, size);
         }
     }
+}
+
+// Where addresses have 32 bits, a text in their upper half lies less than the largest count or size before their end.
+TEST(IsoBuffer, CountsAndSizesMayLeadAroundAllOfMemory) {
+    constexpr std::size_t length = 100;
+    constexpr std::uintptr_t upperHalf = 0xC0000000;
+    void *const wanted = reinterpret_cast<void *>(upperHalf); // NOLINT(performance-no-int-to-ptr): as mmap() takes it
+    void *const block = mmap(wanted, length + 1, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(block, MAP_FAILED);
+    auto *const text = static_cast<char *>(block);
+    std::fill_n(text, length, 'a');
+    Guarded<unsigned short> units(length + 1);
+    Guarded<char> utf8Text(length + 1);
+    for (const unsigned int part : {1U, 2U}) {
+        EXPECT_EQ(zelk_isoToUnicode(part, units.data(), 10, text, INT_MAX), 9U);
+        EXPECT_EQ(zelk_isoToUtf8(part, utf8Text.data(), 10, text, INT_MAX), 9U);
+        for (const int size : {1 << 30, INT_MAX}) {
+            EXPECT_EQ(zelk_isoToUnicode(part, units.data(), size, text, 3), 3U);
+            EXPECT_EQ(zelk_isoToUtf8(part, utf8Text.data(), size, text, 3), 3U);
+            EXPECT_EQ(zelk_isoToUnicode(part, units.data(), size, text, INT_MAX), length);
+            EXPECT_EQ(zelk_isoToUtf8(part, utf8Text.data(), size, text, INT_MAX), length);
+        }
+    }
+    munmap(block, length + 1);
 }
 
 // ---- Text that may be UTF-8 ----
