@@ -1,5 +1,5 @@
-// A DVB string with its selector read, so that one selection serves both the bound and the decoding. The exported
-// functions and the converter class are built on these four operations.
+// A DVB string with its selector read, so that one selection serves both the bound and the decoding of the packets and
+// of the converter class.
 #pragma once
 
 #include "zelk.h"
