@@ -6,10 +6,12 @@
 #include "detail/context_text.h"
 
 #include "detail/bit_window.h"
+#include "detail/context_tree.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdint>
 #include <cstring>
 
 namespace zelk::detail {

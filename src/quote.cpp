@@ -1,7 +1,6 @@
 // Quoted sections of a text, and texts without their quotes, for 8-bit and 16-bit text from the same templates. All
 // sections are taken and joined; the quote characters are never copied.
 #include "detail/twins.h"
-#include "detail/utf8_char.h"
 #include "zelk.h"
 
 namespace zelk::detail {

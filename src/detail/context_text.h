@@ -5,7 +5,6 @@
 // the text ends run() knows already, and next() only says so.
 #pragma once
 
-#include "detail/context_tree.h"
 #include "tables/context_steps.h"
 
 #include <cstddef>

@@ -2,8 +2,6 @@
 // vectors of sixteen, which it keeps in a register where the target has such (SSE2, NEON) and in words where not.
 #pragma once
 
-#include "kernels/pages.h"
-
 #include <bit>
 #include <climits>
 #include <cstddef>

@@ -7,7 +7,7 @@
 #include "kernels/avx512_operations.h"
 
 #include <algorithm>
-#include <array>
+#include <cstdint>
 
 ZELK_AVX512_BEGIN
 

@@ -4,12 +4,14 @@
 #pragma once
 
 #include "kernels/dispatch.h"
+#include "kernels/pages.h"
 #include "kernels/portable_operations.h"
 #include "kernels/utf8.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
+#include <cstdint>
+#include <cstring>
 
 namespace zelk::kernels::portable {
 

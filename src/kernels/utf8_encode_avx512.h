@@ -4,6 +4,9 @@
 #include "kernels/utf8.h"
 #include "kernels/utf8_blocks_avx512.h"
 
+#include <algorithm>
+#include <array>
+
 ZELK_AVX512_BEGIN
 
 namespace zelk::kernels::avx512 {

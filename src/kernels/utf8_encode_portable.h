@@ -7,12 +7,15 @@
 #include "detail/room.h"
 #include "detail/utf8_char.h"
 #include "kernels/dispatch.h"
+#include "kernels/pages.h"
 #include "kernels/portable_operations.h"
 #include "kernels/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <climits>
+#include <cstdint>
 
 namespace zelk::kernels::portable {
 

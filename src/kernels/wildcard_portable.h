@@ -13,6 +13,7 @@
 
 #include "detail/wildcard.h"
 #include "kernels/dispatch.h"
+#include "kernels/pages.h"
 #include "kernels/portable_operations.h"
 #include "kernels/wildcard.h"
 

@@ -10,9 +10,9 @@
 #include "tables/xml.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 
 ZELK_AVX512_BEGIN

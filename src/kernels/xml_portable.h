@@ -9,6 +9,7 @@
 #include "tables/xml.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
