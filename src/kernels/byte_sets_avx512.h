@@ -1,7 +1,7 @@
 // Sixty-four characters at a time. The upper half of a set lies in planes of 128 bytes, each two registers, in which
 // one permutation looks 64 characters up. The planes of a character's first and last UTF-8 byte in turn, closed up over
 // their zeros, are the text. A text of one block and a text with characters of three bytes have stages of their own.
-// Included by byte_sets.cpp and the tests alone.
+// Included by byte_sets.cpp alone.
 #pragma once
 
 #include "kernels/avx512_operations.h"

@@ -1,6 +1,5 @@
 // The kernels for every processor: eight ASCII bytes at a time, else a table entry that holds a character's UTF-8 bytes
-// and their number, so that a character costs one load, one store and no branch. Included by byte_sets.cpp and the
-// tests alone.
+// and their number, so that a character costs one load, one store and no branch. Included by byte_sets.cpp alone.
 #pragma once
 
 #include "kernels/byte_sets.h"

@@ -1,4 +1,4 @@
-// UTF-8 text 64 bytes at a time. Included by utf8.cpp alone.
+// UTF-8 text 64 bytes at a time. Included by utf8.cpp and its test alone.
 #pragma once
 
 #include "kernels/utf8.h"

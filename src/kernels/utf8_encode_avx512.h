@@ -1,4 +1,4 @@
-// UCS-2 text to UTF-8, 32 units at a time, or 64 of ASCII. Included by utf8.cpp alone.
+// UCS-2 text to UTF-8, 32 units at a time, or 64 of ASCII. Included by utf8.cpp and its test alone.
 #pragma once
 
 #include "kernels/utf8.h"
