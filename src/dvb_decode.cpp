@@ -12,6 +12,7 @@
 #include "detail/room.h"
 #include "detail/sink.h"
 #include "detail/units.h"
+#include "detail/utf8_char.h"
 #include "detail/utf8_stream.h"
 #include "kernels/byte_sets.h"
 #include "kernels/utf8.h"
@@ -168,7 +169,6 @@ const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned i
     if (isNominal(room)) {
         return {};
     }
-    constexpr int longestSequence = 3; // bytes of UTF-8 a character
     const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, (room - 1) / longestSequence);
     if (table.marks == tables::latinMarks) {
         return ZELK_CHOOSE((table.set, out, at, fitting), markedByteSetToUtf8);
@@ -596,7 +596,7 @@ int utf8Bound(const DvbText &text) {
     case DvbCodeCompressed:
         return isMalaysia(text.extra) ? malaysiaBound : decompressedBytes(text);
     default:
-        return saturated(3LL * ucs2Bound(text));
+        return saturated(longestSequence * static_cast<long long>(ucs2Bound(text)));
     }
 }
 

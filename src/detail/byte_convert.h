@@ -4,6 +4,7 @@
 // the terminator of the output.
 #pragma once
 
+#include "detail/utf8_char.h"
 #include "detail/wrap.h"
 #include "tables/byte_sets.h"
 #include "zelk.h"
@@ -15,8 +16,6 @@
 #include <string>
 
 namespace zelk::detail {
-
-inline constexpr int longestSequence = 3; // bytes of UTF-8 a character
 
 unsigned int bytesToUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in, int inLength);
 unsigned int bytesToUtf8(tables::ByteSet set, char *out, int outSize, const char *in, int inLength);

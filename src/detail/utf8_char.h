@@ -8,6 +8,7 @@
 namespace zelk::detail {
 
 inline constexpr unsigned short replacementCharacter = 0xFFFD;
+inline constexpr int longestSequence = 3; // bytes of a character
 inline constexpr unsigned int unbounded = 0xFFFFFFFFU; // "up to the terminator" as a count of available bytes
 
 constexpr bool isContinuation(unsigned char byte) {
