@@ -153,6 +153,13 @@ ZELK_OPERATION std::size_t storeKept(void *to, Mask keep, Block block) {
     return count;
 }
 
+// A whole text is done: its terminator and its length.
+template <class Unit>
+ZELK_OPERATION unsigned int terminated(Unit *out, std::size_t written) {
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
+}
+
 // A table of 128 bytes, held in registers.
 struct Table128 {
     Block low;

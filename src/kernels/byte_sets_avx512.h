@@ -268,8 +268,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int fittingNameToUtf8(tables::ByteSet
                !storePairs<false>(registersOf(planes.first, planes.last), out, text, bytes, upper)) {
         return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
     }
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
+    return terminated(out, written);
 }
 
 ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
@@ -289,8 +288,7 @@ ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out
             return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
         }
         store(out, bytes, text);
-        out[count] = 0;
-        return static_cast<unsigned int>(count);
+        return terminated(out, count);
     }
     const BytePlanes &planes = tables::planesOf(set);
     const Registers registers = registersOf(planes.first, planes.last);
@@ -300,8 +298,7 @@ ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out
     }
     storeInTurn<true>(registers.order, out, lookOrZero(registers.first, text, upper), last, bytes, upper);
     const std::size_t written = count + countOf(upper);
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
+    return terminated(out, written);
 }
 
 Progress cleanByteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
@@ -370,8 +367,7 @@ ZELK_READS_WHOLE_PAGES unsigned int byteSetToUcs2(tables::ByteSet set, unsigned 
     }
     const BytePlanes &planes = tables::planesOf(set);
     storeUnits(out, bytes, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), text, highBits(text)));
-    out[count] = 0;
-    return static_cast<unsigned int>(count);
+    return terminated(out, count);
 }
 
 std::size_t cleanByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,

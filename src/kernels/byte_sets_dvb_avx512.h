@@ -319,24 +319,14 @@ ZELK_OPERATION bool isName(int outSize, int length) {
     return static_cast<unsigned int>(length) <= blockBytes && outSize > static_cast<int>(3 * blockBytes);
 }
 
-ZELK_OPERATION bool surelyFits(int outSize, int length) {
-    return 3LL * length < outSize;
-}
-
-template <class Unit>
-ZELK_OPERATION unsigned int finished(Unit *out, std::size_t written) {
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
-}
-
 ZELK_STAGE unsigned int longCleanTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
                                             tables::DvbTable table, unsigned int flags) {
-    if (!surelyFits(outSize, length)) {
+    if (!portable::surelyFits(outSize, length)) {
         return dvbTextToUtf8(out, outSize, in, length, table, flags);
     }
     const auto count = static_cast<std::size_t>(length);
     const Progress done = cleanByteSetToUtf8(table.set, out, out + outSize, in, in + count);
-    return done.read == count ? finished(out, done.written)
+    return done.read == count ? terminated(out, done.written)
                               : restOfDvbTextToUtf8(out, outSize, in, length, table, flags, done);
 }
 
@@ -358,20 +348,20 @@ unsigned int cleanTextToUtf8(char *out, int outSize, const unsigned char *in, in
         return longCleanTextToUtf8(out, outSize, in, length, table, flags);
     }
     storeInTurn<true>(registers.order, out, first, last, bytes, upper);
-    return finished(out, count + countOf(upper));
+    return terminated(out, count + countOf(upper));
 }
 
 ZELK_STAGE unsigned int accentedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
                                            tables::DvbTable table, unsigned int flags) {
     const auto count = static_cast<std::size_t>(length);
     const Progress done = markedByteSetToUtf8(table.set, out, in, in + count);
-    return done.read == count ? finished(out, done.written)
+    return done.read == count ? terminated(out, done.written)
                               : restOfDvbTextToUtf8(out, outSize, in, length, table, flags, done);
 }
 
 ZELK_STAGE unsigned int longMarkedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
                                              tables::DvbTable table, unsigned int flags) {
-    if (!surelyFits(outSize, length)) {
+    if (!portable::surelyFits(outSize, length)) {
         return dvbTextToUtf8(out, outSize, in, length, table, flags);
     }
     const auto count = static_cast<std::size_t>(length);
@@ -392,7 +382,7 @@ ZELK_STAGE unsigned int longMarkedTextToUtf8(char *out, int outSize, const unsig
         }
         store(out + done, bytes, text);
     }
-    return finished(out, count);
+    return terminated(out, count);
 }
 
 unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
@@ -406,7 +396,7 @@ unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, i
     const Mask graphic = graphicAscii(avx512::graphic(), text);
     if (same(graphic, bytes)) {
         store(out, bytes, text);
-        return finished(out, count);
+        return terminated(out, count);
     }
     const Utf8Composer c = utf8Composer();
     const MarkedUtf8 block = markedUtf8(c, text);
@@ -416,7 +406,7 @@ unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, i
             return accentedTextToUtf8(out, outSize, in, length, table, flags);
         }
         store(out, block.bytes);
-        return finished(out, count);
+        return terminated(out, count);
     }
     const BytePlanes &bytePlanes = tables::planesOf(table.set);
     const Registers planes = registersOf(bytePlanes.first, bytePlanes.last);
@@ -425,7 +415,7 @@ unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, i
         return accentedTextToUtf8(out, outSize, in, length, table, flags);
     }
     storeInTurn<true>(planes.order, out, turns.first, turns.last, bytes, block.upper);
-    return finished(out, count + countOf(block.upper));
+    return terminated(out, count + countOf(block.upper));
 }
 
 ZELK_STAGE unsigned int longCleanTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
@@ -435,7 +425,7 @@ ZELK_STAGE unsigned int longCleanTextToUcs2(unsigned short *out, int outSize, co
     }
     const auto count = static_cast<std::size_t>(length);
     const std::size_t done = cleanByteSetToUcs2(table.set, out, in, in + count);
-    return done == count ? finished(out, count)
+    return done == count ? terminated(out, count)
                          : restOfDvbTextToUcs2(out, outSize, in, length, table, flags, {done, done});
 }
 
@@ -454,7 +444,7 @@ unsigned int cleanTextToUcs2(unsigned short *out, int outSize, const unsigned ch
     const Pairs units = unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), text, highBits(text));
     store(out, units.front);
     store(out + blockBytes / 2, units.back);
-    return finished(out, count);
+    return terminated(out, count);
 }
 
 unsigned int markedTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
@@ -464,7 +454,7 @@ unsigned int markedTextToUcs2(unsigned short *out, int outSize, const unsigned c
     }
     const Progress done = markedByteSetToUcs2(table.set, out, in, in + length);
     return done.read == static_cast<std::size_t>(length)
-               ? finished(out, done.written)
+               ? terminated(out, done.written)
                : restOfDvbTextToUcs2(out, outSize, in, length, table, flags, done);
 }
 

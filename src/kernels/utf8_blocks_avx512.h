@@ -45,13 +45,6 @@ ZELK_OPERATION bool isAmple(std::size_t room, std::size_t least) {
     return room - least < static_cast<std::size_t>(detail::leastNominalSize) - least;
 }
 
-// A whole text is done: its terminator and its length.
-template <class Unit>
-ZELK_OPERATION unsigned int terminated(Unit *out, std::size_t written) {
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
-}
-
 inline constexpr std::size_t longText = 16 * blockBytes;
 
 // The bytes up to the next line of the cache, for long texts: blocks then lie each in a line of its own.

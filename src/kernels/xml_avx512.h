@@ -365,8 +365,7 @@ ZELK_OPERATION bool endsIn(const TextBlock &block, std::size_t length) {
 // A text that stays as it is and fits.
 ZELK_OPERATION unsigned int copied(const TextBlock &block, char *out) {
     store(out, firstBytes(block.count), block.bytes);
-    out[block.count] = 0;
-    return static_cast<unsigned int>(block.count);
+    return terminated(out, block.count);
 }
 
 // A text that ends in its first block, in one go.
@@ -387,8 +386,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int escapeShortXml(const char *text, 
         return otherwise(text, length, out, room);
     }
     const std::size_t written = escapeRuns(text, block, special, out);
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
+    return terminated(out, written);
 }
 
 // A text without references keeps what it needs in few registers; with them, a stage of its own goes on.
@@ -401,8 +399,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortReferences(Block byt
         return otherwise(text, length, out, room);
     }
     const std::size_t written = storeKept<false>(out, present & ~result.names, result.bytes);
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
+    return terminated(out, written);
 }
 
 ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortXml(const char *text, std::size_t length, char *out,
