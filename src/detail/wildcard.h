@@ -8,8 +8,8 @@
 // pattern.
 #pragma once
 
-#include <bit>
-#include <climits>
+#include "detail/words.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -67,33 +67,17 @@ void moveOverShared(Cursor<Rules> &a, Cursor<Rules> &b, int end) {
     b.settle();
 }
 
-// The high bits of those of eight bytes that are zero.
-constexpr std::uint64_t zeroBytes(std::uint64_t eight) {
-    constexpr std::uint64_t lowBits = 0x7F7F7F7F7F7F7F7FU;
-    return ~(((eight & lowBits) + lowBits) | eight | lowBits);
-}
-
-inline std::uint64_t eightBytes(const Byte *bytes) {
-    std::uint64_t eight = 0;
-    std::memcpy(&eight, bytes, sizeof eight);
-    return eight;
-}
-
 // The first place at which one byte lies and the other one `distance` bytes on; the end where there is none. Bytes as
 // they are, eight places at a time.
 template <class Rules>
 const Byte *findPair(const Rules &rules, const Byte *at, const Byte *end, Byte first, Byte last, std::size_t distance) {
-    constexpr std::uint64_t ones = 0x0101010101010101U;
-    constexpr std::size_t step = sizeof ones;
-    while (rules.areExact() && static_cast<std::size_t>(end - at) >= distance + step) {
+    while (rules.areExact() && static_cast<std::size_t>(end - at) >= distance + wordBytes) {
         const std::uint64_t pairs =
-            zeroBytes((eightBytes(at) ^ first * ones) | (eightBytes(at + distance) ^ last * ones));
+            zeroBytes((wordAt(at) ^ first * everyByte) | (wordAt(at + distance) ^ last * everyByte));
         if (pairs != 0) {
-            const int bits =
-                std::endian::native == std::endian::little ? std::countr_zero(pairs) : std::countl_zero(pairs);
-            return at + bits / CHAR_BIT;
+            return at + firstByteOf(pairs);
         }
-        at += step;
+        at += wordBytes;
     }
     const int foldedFirst = rules.fold(first);
     const int foldedLast = rules.fold(last);

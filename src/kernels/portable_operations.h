@@ -2,8 +2,9 @@
 // vectors of sixteen, which it keeps in a register where the target has such (SSE2, NEON) and in words where not.
 #pragma once
 
+#include "detail/words.h"
+
 #include <bit>
-#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -15,27 +16,13 @@
 
 namespace zelk::kernels::portable {
 
-inline constexpr std::size_t wordBytes = sizeof(std::uint64_t);
-inline constexpr std::uint64_t everyByte = 0x0101010101010101U;
-inline constexpr std::uint64_t highBits = 0x80 * everyByte;
-inline constexpr std::uint64_t lowBits = ~highBits;
-
-inline std::uint64_t wordAt(const void *bytes) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
-// Of a word that has bits in some bytes alone, the first of these bytes as memory has them; wordBytes for none.
-inline std::size_t firstByteOf(std::uint64_t marks) {
-    const int bits = std::endian::native == std::endian::little ? std::countr_zero(marks) : std::countl_zero(marks);
-    return static_cast<std::size_t>(bits) / CHAR_BIT;
-}
-
-// High bits tell the bytes that are not zero.
-constexpr std::uint64_t nonZeroBytes(std::uint64_t word) {
-    return ((word & lowBits) + lowBits) | word;
-}
+using detail::everyByte;
+using detail::firstByteOf;
+using detail::highBits;
+using detail::lowBits;
+using detail::nonZeroBytes;
+using detail::wordAt;
+using detail::wordBytes;
 
 inline constexpr std::size_t vectorBytes = 16;
 inline constexpr std::size_t vectorUnits = vectorBytes / 2;
