@@ -24,7 +24,8 @@ constexpr const char *traceSource = "zelkdvb_";
 constexpr int selectionTraceLine = 179;
 constexpr int iconvTraceLine = 277;
 
-constexpr int mostUnits = INT_MAX / static_cast<int>(sizeof(unsigned short)); // that an array may hold
+// Of an array where sizes have 32 bits: the limit on all machines.
+constexpr int mostUnits = INT_MAX / static_cast<int>(sizeof(unsigned short));
 
 // Prepared text whose count cuts its last character leaves that unit as it was. In a buffer of ours it is 0, so that no
 // old heap bytes show.

@@ -1,5 +1,5 @@
-// Bounded output: a sink counts room in its own units, the terminator included, and never writes past it. Every
-// converter of the library writes its characters through one of the two sinks.
+// Bounded output: a sink counts room in its own units, the terminator included, and never writes past it. What is
+// converted character by character is written through one of the two sinks.
 #pragma once
 
 #include "detail/utf8_char.h"
@@ -70,8 +70,9 @@ private:
     int room_;
 };
 
-// The loop of the single-byte sets and of teletext: one input unit, one character. A zero unit ends the text, counted
-// or not; a negative count runs to it. A character of value 0 is not written. `in` is a pointer, or BytePairs.
+// The plain loop of single-byte sets, teletext and UCS-2 text: one input unit, one character. A zero unit ends the
+// text, counted or not; a negative count runs to it. A character of value 0 is not written. `in` is a pointer, or
+// BytePairs.
 template <class Sink, class In, class Map>
 unsigned int convertUnits(typename Sink::Unit *out, int outSize, In in, int inLength, Map map) {
     Sink sink(out, outSize);

@@ -1,5 +1,5 @@
-// The one place that forms or reads a UTF-8 sequence. Everything here is inline so that loops keep it in registers;
-// utf8_char.cpp exports the same four operations.
+// The rule of the library's UTF-8, one sequence at a time: kernels give what it gives. Everything here is inline so
+// that loops keep it in registers; utf8_char.cpp exports the same four operations.
 //
 // One-, two- and three-byte forms only (U+0000 to U+FFFF, RFC 3629 without its last plane and without its ban on
 // surrogates). Whatever else arrives is U+FFFD, one per rejected byte or sequence.
@@ -8,7 +8,7 @@
 namespace zelk::detail {
 
 inline constexpr unsigned short replacementCharacter = 0xFFFD;
-inline constexpr int longestSequence = 3; // bytes of a character
+inline constexpr int longestSequence = 3;              // bytes of a character
 inline constexpr unsigned int unbounded = 0xFFFFFFFFU; // "up to the terminator" as a count of available bytes
 
 constexpr bool isContinuation(unsigned char byte) {
