@@ -33,11 +33,12 @@ __attribute__((used)) ZELK_RESOLVER Resolved zelkResolveInstructionSet() {
         return resolved(InstructionSet::Portable);
     }
     __cpuid(1, a, b, c, d);
-    if ((c & statesAreTold) != 0) {
+    const unsigned int leaf1Ecx = c;
+    if ((leaf1Ecx & statesAreTold) != 0) {
         __asm__("xgetbv" : "=a"(savedState), "=d"(d) : "c"(0));
     }
     __cpuid_count(7, 0, a, b, c, d);
-    return resolved(bestOf({b, c, savedState}));
+    return resolved(bestOf({leaf1Ecx, b, c, savedState}));
 }
 
 void zelkInstructionSet() __attribute__((ifunc("zelkResolveInstructionSet")));

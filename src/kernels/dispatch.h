@@ -39,7 +39,7 @@ namespace zelk::kernels {
 
 enum class InstructionSet : std::uintptr_t {
     Portable, // the baseline of the target: SSE2, NEON or none
-    Avx512,   // AVX-512 F, BW, DQ, VL, VBMI and VBMI2 with BMI2: server and desktop processors since 2019
+    Avx512,   // AVX-512 F, BW, DQ, VL, VBMI, VBMI2 with BMI1, BMI2, POPCNT: server and desktop processors since 2019
 };
 
 #if defined(ZELK_KERNELS_PORTABLE)
