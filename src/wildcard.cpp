@@ -5,6 +5,10 @@
 
 #include <cctype>
 
+#if defined(__GLIBC__) && !defined(__UCLIBC__) // which passes for it and has other tables
+#define ZELK_HAS_CHARACTER_TABLES
+#endif
+
 namespace zelk::detail {
 
 namespace {
@@ -13,7 +17,7 @@ namespace {
 // so 0x80 to 0x9F and 0xFF are some too: kept on purpose.
 class CharacterTables {
 public:
-#if defined(__GLIBC__)
+#if defined(ZELK_HAS_CHARACTER_TABLES)
     int lower(Byte byte) const {
         return lower_[byte];
     }
@@ -58,7 +62,7 @@ private:
     return compare(WithoutControls(letters), a, b);
 }
 
-#if !defined(__GLIBC__)
+#if !defined(ZELK_HAS_CHARACTER_TABLES)
 class AnyCase {
 public:
     static constexpr bool ignoresBytes = false;
@@ -69,7 +73,7 @@ public:
 #endif
 
 int matchInAnyCase(const char *text, const char *pattern) {
-#if defined(__GLIBC__)
+#if defined(ZELK_HAS_CHARACTER_TABLES)
     return ZELK_CHOOSE((text, pattern, *__ctype_tolower_loc()), matchWildcardsInAnyCase);
 #else
     return match(AnyCase(), text, pattern);
