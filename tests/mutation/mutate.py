@@ -376,6 +376,7 @@ def main():
                         help="do not try survivors on the whole suite")
     parser.add_argument("--again", type=Path, metavar="LOG", help="try only what survived the run that wrote this")
     parser.add_argument("--list", action="store_true", help="only count the places that can be changed")
+    parser.add_argument("--check", action="store_true", help="only check that the sources have what explained.txt names")
     options = parser.parse_args()
     root = Path(__file__).resolve().parents[2]
     listed = subprocess.run(["git", "ls-files", "src"], cwd=root, check=True, capture_output=True, text=True).stdout
@@ -386,6 +387,8 @@ def main():
         return
     if stale := stale_explanations(root):
         sys.exit("\n".join(["explained.txt names changes that the sources have no place for:", *stale]))
+    if options.check:
+        return
     run = Run(Tree(root, options.work.resolve()), options)
     if options.again:
         files = [name for name in files if any(place.startswith(f"{name}:") for place in run.again)]
