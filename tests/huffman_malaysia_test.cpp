@@ -363,6 +363,16 @@ TEST(HuffmanMalaysia, BoundedOutputEndsWithTheLastPieceThatFits) {
         const MalaysiaEncoder encoder(rowsOf(tableId));
         std::vector<std::string> inputs = {encoder.encode("This show is for the nation"),
                                            encoder.encode("yang \xE9\xFF drama. 9")};
+        // The most characters for the fewest bits: more of them would fit into the window than into the room left.
+        const auto &codes = rowsOf(tableId).pieceOf; // pieces by code
+        const auto densest = std::max_element(codes.begin(), codes.end(), [](const auto &left, const auto &right) {
+            return left.second.size() * right.first.size() < right.second.size() * left.first.size();
+        });
+        std::string dense;
+        for (int i = 0; i < 40; ++i) {
+            dense += densest->first;
+        }
+        inputs.push_back(whole(dense));
         for (int i = 0; i < 8; ++i) {
             std::string input(12, '\0');
             for (char &byte : input) {
