@@ -1,8 +1,8 @@
 #include "detail/byte_convert.h"
 
-#include "detail/room.h"
+#include "detail/sink.h"
 #include "detail/utf8_char.h"
-#include "kernels/byte_sets.h"
+#include "kernels/kernels.h"
 
 namespace zelk::detail {
 
@@ -18,27 +18,44 @@ unsigned int empty(Unit *out) {
     return 0;
 }
 
-// Numbers are compared, not addresses: where those have 32 bits, a count beyond a terminated text may lead around all
-// of memory.
-unsigned int toUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in, int length) {
-    const int fitting = std::min(length, outSize - 1);
-    return ZELK_CHOOSE((set, out, bytesOf(in), bytesOf(in) + fitting), byteSetToUcs2);
+unsigned int plainToUtf8(tables::ByteSet set, char *out, int outSize, const unsigned char *in, int length) {
+    const tables::CodePoints &codePoints = tables::codePointsOf(set);
+    return convertUnits<Utf8Sink>(out, outSize, in, length,
+                                  [&codePoints](unsigned char byte) -> unsigned int { return codePoints[byte]; });
 }
 
-unsigned int toUtf8(tables::ByteSet set, char *out, int outSize, const char *in, const unsigned char *inEnd) {
-    if (isNominal(outSize)) [[unlikely]] {
-        return kernels::plainByteSetToUtf8(set, out, out + outSize, bytesOf(in), inEnd, out);
+unsigned int toUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in, int length) {
+    const kernels::Progress done = kernels::kernels().bytesToUcs2(
+        set, bytesOf(in), static_cast<unsigned int>(length), out, static_cast<unsigned int>(outSize - 1));
+    out[done.written] = 0;
+    return static_cast<unsigned int>(done.written);
+}
+
+// What a kernel leaves: near the end of the buffer what does not fit is skipped, and what comes after it may fit.
+unsigned int toUtf8(tables::ByteSet set, char *out, int outSize, const char *in, int length) {
+    const kernels::Progress done = kernels::kernels().bytesToUtf8(
+        set, bytesOf(in), static_cast<unsigned int>(length), out, static_cast<unsigned int>(outSize - 1));
+    const auto read = static_cast<int>(done.read);
+    const auto written = static_cast<unsigned int>(done.written);
+    if (read != length) {
+        return written + plainToUtf8(set, out + written, outSize - static_cast<int>(written), bytesOf(in) + read,
+                                     length - read);
     }
-    return ZELK_CHOOSE((set, out, out + outSize, bytesOf(in), inEnd), byteSetToUtf8);
+    out[written] = 0;
+    return written;
+}
+
+int terminatedLength(const char *in) {
+    return static_cast<int>(std::min<std::size_t>(std::strlen(in), INT_MAX));
 }
 
 // The way of a text without a count is a function of its own: strlen() costs the other one registers.
 [[gnu::noinline]] unsigned int terminatedToUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in) {
-    return toUcs2(set, out, outSize, in, static_cast<int>(std::min<std::size_t>(std::strlen(in), INT_MAX)));
+    return toUcs2(set, out, outSize, in, terminatedLength(in));
 }
 
 [[gnu::noinline]] unsigned int terminatedToUtf8(tables::ByteSet set, char *out, int outSize, const char *in) {
-    return toUtf8(set, out, outSize, in, bytesOf(in) + std::strlen(in));
+    return toUtf8(set, out, outSize, in, terminatedLength(in));
 }
 
 } // namespace
@@ -50,13 +67,11 @@ unsigned int bytesToUcs2(tables::ByteSet set, unsigned short *out, int outSize, 
     return inLength < 0 ? terminatedToUcs2(set, out, outSize, in) : toUcs2(set, out, outSize, in, inLength);
 }
 
-// The kernels may store whole blocks; of a text without characters the terminator alone is written.
 unsigned int bytesToUtf8(tables::ByteSet set, char *out, int outSize, const char *in, int inLength) {
-    if (in == nullptr || outSize < 2 || inLength == 0 || *in == 0) {
+    if (in == nullptr || outSize < 2 || inLength == 0) {
         return empty(out);
     }
-    return inLength < 0 ? terminatedToUtf8(set, out, outSize, in)
-                        : toUtf8(set, out, outSize, in, bytesOf(in) + inLength);
+    return inLength < 0 ? terminatedToUtf8(set, out, outSize, in) : toUtf8(set, out, outSize, in, inLength);
 }
 
 unsigned int utf8LengthOfBytes(tables::ByteSet set, const char *in, int inLength) {

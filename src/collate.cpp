@@ -3,7 +3,7 @@
 //
 // Bytes that both texts share decide nothing, so that long equal stretches are stepped over without a look at keys.
 #include "detail/utf8_char.h"
-#include "kernels/collation.h"
+#include "kernels/kernels.h"
 #include "tables/collation.h"
 #include "zelk.h"
 
@@ -62,7 +62,7 @@ public:
     // Steps over what two texts have side by side and is surely alike, as far as whole characters go.
     friend void passAlike(KeyReader &a, KeyReader &b, kernels::LesserDifferences &differences) {
         if (a.pending_ == 0 && b.pending_ == 0) {
-            const std::size_t passed = wholeCharacters(a.at_, ZELK_CHOOSE((a.at_, b.at_, differences), alikeBytes));
+            const std::size_t passed = wholeCharacters(a.at_, kernels::kernels().alikeBytes(a.at_, b.at_, differences));
             a.at_ += passed;
             b.at_ += passed;
         }
@@ -113,7 +113,7 @@ inline int compareLetters(const unsigned char *a, const unsigned char *b) {
 
 // As zelkCollate(), of texts that part behind so many equal bytes. Equal characters say the same, whatever expands
 // among them.
-int compareBehind(const unsigned char *a, const unsigned char *b, std::size_t shared) {
+int compareAfter(const unsigned char *a, const unsigned char *b, std::size_t shared) {
     const bool atCharacters = (a[shared] | b[shared]) < 0x80; // ASCII ends any sequence
     const std::size_t skipped = atCharacters ? shared : wholeCharacters(a, shared);
     const int letters = compareLetters(a + skipped, b + skipped);
@@ -138,5 +138,6 @@ int zelkCollate(int /*selector*/, const char *a, const char *b) {
             return letters;
         }
     }
-    return ZELK_CHOOSE((left, right, compareBehind), compareBehindShared);
+    const std::size_t shared = kernels::kernels().sharedBytes(left, right);
+    return left[shared] == right[shared] ? 0 : compareAfter(left, right, shared);
 }

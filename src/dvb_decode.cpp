@@ -9,13 +9,12 @@
 #include "detail/dvb_select.h"
 #include "detail/huffman_malaysia.h"
 #include "detail/huffman_stream.h"
-#include "detail/room.h"
+#include "detail/plain_steps.h"
 #include "detail/sink.h"
 #include "detail/units.h"
 #include "detail/utf8_char.h"
 #include "detail/utf8_stream.h"
-#include "kernels/byte_sets.h"
-#include "kernels/utf8.h"
+#include "kernels/kernels.h"
 #include "tables/byte_sets.h"
 #include "tables/dvb_marks.h"
 #include "tables/dvb_tables.h"
@@ -150,31 +149,26 @@ const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned i
 // The kernels take the stretches of plain characters; what stops them is decoded by the rule. They read no further than
 // the rule would: of the text that is left, as many bytes as surely fit.
 
-[[gnu::noinline]] kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end,
-                                            unsigned short *out, int room) {
-    if (isNominal(room)) {
-        return {};
+template <class Unit>
+kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end, Unit *out,
+                          int room) {
+    constexpr bool toUtf8 = std::is_same_v<Unit, char>;
+    const auto left = static_cast<std::size_t>(end - at);
+    const auto units = static_cast<std::size_t>(room - 1);
+    const kernels::Kernels &kernels = kernels::kernels();
+    if constexpr (toUtf8) {
+        return table.marks == tables::latinMarks ? kernels.markedToUtf8(table.set, at, left, out, units)
+               : table.marks == tables::noMarks
+                   ? kernels.cleanToUtf8(table.set, at, left, out, units)
+                   : kernels.cleanToUtf8(table.set, at, static_cast<std::size_t>(findGreekMark(at, end) - at), out,
+                                         units);
+    } else {
+        return table.marks == tables::latinMarks ? kernels.markedToUcs2(table.set, at, left, out, units)
+               : table.marks == tables::noMarks
+                   ? kernels.cleanToUcs2(table.set, at, left, out, units)
+                   : kernels.cleanToUcs2(table.set, at, static_cast<std::size_t>(findGreekMark(at, end) - at), out,
+                                         units);
     }
-    const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, room - 1);
-    if (table.marks == tables::latinMarks) {
-        return ZELK_CHOOSE((table.set, out, at, fitting), markedByteSetToUcs2);
-    }
-    const unsigned char *const stretchEnd = table.marks == tables::noMarks ? fitting : findGreekMark(at, fitting);
-    const std::size_t done = ZELK_CHOOSE((table.set, out, at, stretchEnd), cleanByteSetToUcs2);
-    return {done, done};
-}
-
-[[gnu::noinline]] kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end,
-                                            char *out, int room) {
-    if (isNominal(room)) {
-        return {};
-    }
-    const unsigned char *const fitting = at + std::min<std::ptrdiff_t>(end - at, (room - 1) / longestSequence);
-    if (table.marks == tables::latinMarks) {
-        return ZELK_CHOOSE((table.set, out, at, fitting), markedByteSetToUtf8);
-    }
-    const unsigned char *const stretchEnd = table.marks == tables::noMarks ? fitting : findGreekMark(at, fitting);
-    return ZELK_CHOOSE((table.set, out, out + room, at, stretchEnd), cleanByteSetToUtf8);
 }
 
 // The steps by the rule before a kernel is tried again: one, to pass what stopped it, or some where it made so little
@@ -184,8 +178,8 @@ constexpr int stepsBehind(const kernels::Progress &done) {
 }
 
 template <class Sink>
-unsigned int decodeTable(typename Sink::Unit *out, int outSize, const unsigned char *at, int length,
-                         tables::DvbTable table, unsigned int flags, kernels::Progress done) {
+[[gnu::noinline]] unsigned int restOfTable(typename Sink::Unit *out, int outSize, const unsigned char *at, int length,
+                                           tables::DvbTable table, unsigned int flags, kernels::Progress done) {
     Sink sink(out, outSize);
     const unsigned char *const end = at + length;
     for (;;) {
@@ -201,44 +195,31 @@ unsigned int decodeTable(typename Sink::Unit *out, int outSize, const unsigned c
     }
 }
 
-[[gnu::always_inline]] inline unsigned int decodeCounted(unsigned short *out, int outSize, const unsigned char *at,
-                                                         int length, tables::DvbTable table, unsigned int flags) {
-    if (isNominal(outSize)) [[unlikely]] {
-        return kernels::dvbTextToUcs2(out, outSize, at, length, table, flags);
-    }
-    switch (table.marks) {
-    case tables::noMarks:
-        return ZELK_CHOOSE((out, outSize, at, length, table, flags), cleanTextToUcs2);
-    case tables::latinMarks:
-        return ZELK_CHOOSE((out, outSize, at, length, table, flags), markedTextToUcs2);
-    default:
-        return kernels::dvbTextToUcs2(out, outSize, at, length, table, flags);
-    }
+template <class Unit>
+unsigned int finished(Unit *out, std::size_t written) {
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
 }
 
-[[gnu::always_inline]] inline unsigned int decodeCounted(char *out, int outSize, const unsigned char *at, int length,
-                                                         tables::DvbTable table, unsigned int flags) {
-    if (isNominal(outSize)) [[unlikely]] {
-        return kernels::dvbTextToUtf8(out, outSize, at, length, table, flags);
+template <class Unit>
+using SinkOf = std::conditional_t<std::is_same_v<Unit, char>, Utf8Sink, Ucs2Sink>;
+
+// Most texts are one stretch.
+template <class Unit>
+[[gnu::noinline]] unsigned int decodeCounted(Unit *out, int outSize, const unsigned char *at, int length,
+                                             tables::DvbTable table, unsigned int flags) {
+    if (outSize < 2) {
+        return finished(out, 0);
     }
-    switch (table.marks) {
-    case tables::noMarks:
-        return ZELK_CHOOSE((out, outSize, at, length, table, flags), cleanTextToUtf8);
-    case tables::latinMarks:
-        return ZELK_CHOOSE((out, outSize, at, length, table, flags), markedTextToUtf8);
-    default:
-        return kernels::dvbTextToUtf8(out, outSize, at, length, table, flags);
-    }
+    const kernels::Progress done = stretch(table, at, at + length, out, outSize);
+    return done.read == static_cast<std::size_t>(length)
+               ? finished(out, done.written)
+               : restOfTable<SinkOf<Unit>>(out, outSize, at, length, table, flags, done);
 }
 
-// The kernels may store whole blocks; of a text without characters the terminator alone is written.
 template <class Unit>
 [[gnu::noinline]] unsigned int decodeTerminated(Unit *out, int outSize, const unsigned char *at, tables::DvbTable table,
                                                 unsigned int flags) {
-    if (*at == 0) {
-        *out = 0;
-        return 0;
-    }
     return decodeCounted(out, outSize, at, byteCount(at, -1), table, flags);
 }
 
@@ -248,31 +229,21 @@ template <class Unit>
 // one stretch, and end where they began.
 
 kernels::Progress twoByteStretch(const unsigned char *text, std::size_t units, unsigned short *out, int room) {
-    return kernels::ucs2ToNative<kernels::Clean::NoControls>(text, units, out, static_cast<std::size_t>(room - 1));
+    return kernels::kernels().cleanHighFirstToNative(text, units, out, static_cast<std::size_t>(room - 1));
 }
 
 kernels::Progress twoByteStretch(const unsigned char *text, std::size_t units, char *out, int room) {
-    return kernels::ucs2ToUtf8<kernels::UnitOrder::HighFirst, kernels::Clean::NoControls>(
-        text, units, out, static_cast<std::size_t>(room));
+    return kernels::kernels().cleanHighFirstToUtf8(text, units, out, static_cast<std::size_t>(room - 1));
 }
 
 kernels::Progress utf8Stretch(const unsigned char *text, std::size_t length, unsigned short *out, int room) {
-    return kernels::utf8ToUcs2<kernels::Clean::NoControls>(text, length, out, static_cast<std::size_t>(room - 1));
+    return kernels::kernels().cleanUtf8ToUcs2(text, length, out, static_cast<std::size_t>(room - 1));
 }
 
 kernels::Progress utf8Stretch(const unsigned char *text, std::size_t length, char *out, int room) {
-    if (isNominal(room)) {
-        return {};
-    }
     const std::size_t fitting = std::min(length, static_cast<std::size_t>(room - 1));
-    const std::size_t clean = kernels::copyWellFormedUtf8<kernels::Clean::NoControls>(text, fitting, out);
+    const std::size_t clean = kernels::kernels().copyCleanUtf8(text, fitting, out);
     return {clean, clean};
-}
-
-template <class Unit>
-unsigned int finished(Unit *out, std::size_t written) {
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
 }
 
 // High byte first. A zero unit ends the text where there is no count; an odd last byte is no unit.
@@ -285,7 +256,7 @@ template <class Sink>
         at += done.read;
         left -= static_cast<unsigned int>(done.read);
         sink.advance(static_cast<int>(done.written));
-        for (auto steps = kernels::plainSteps(done.read); steps != 0 && left != 0 && !sink.full();
+        for (auto steps = plainSteps(done.read); steps != 0 && left != 0 && !sink.full();
              --steps, --left, ++at) {
             const unsigned int unit = *at;
             if (unit == 0 && text.left < 0) {
@@ -326,7 +297,7 @@ template <class Sink>
         at += done.read;
         sink.advance(static_cast<int>(done.written));
         // The kernels begin with a character: a sequence that the steps begin is finished first.
-        for (auto steps = kernels::plainSteps(done.read);
+        for (auto steps = plainSteps(done.read);
              (steps != 0 || state.remaining != 0) && at != end && !sink.full(); ++at) {
             steps -= steps != 0 ? 1 : 0;
             putUnlessDropped(sink, filterControls(laterUnit(utf8StreamDecode(state, *at)), flags));
@@ -609,32 +580,6 @@ unsigned int decodeToUtf8(const DvbText &text, char *out, int outSize, unsigned 
 }
 
 } // namespace zelk::detail
-
-namespace zelk::kernels {
-
-unsigned int restOfDvbTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
-                                 unsigned int flags, Progress done) {
-    return detail::decodeTable<detail::Utf8Sink>(out, outSize, in, length, table, flags, done);
-}
-
-unsigned int restOfDvbTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
-                                 tables::DvbTable table, unsigned int flags, Progress done) {
-    return detail::decodeTable<detail::Ucs2Sink>(out, outSize, in, length, table, flags, done);
-}
-
-[[gnu::noinline]] unsigned int dvbTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
-                                             tables::DvbTable table, unsigned int flags) {
-    const Progress first = outSize < 2 ? Progress{} : detail::stretch(table, in, in + length, out, outSize);
-    return restOfDvbTextToUtf8(out, outSize, in, length, table, flags, first);
-}
-
-[[gnu::noinline]] unsigned int dvbTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
-                                             tables::DvbTable table, unsigned int flags) {
-    const Progress first = outSize < 2 ? Progress{} : detail::stretch(table, in, in + length, out, outSize);
-    return restOfDvbTextToUcs2(out, outSize, in, length, table, flags, first);
-}
-
-} // namespace zelk::kernels
 
 using namespace zelk;
 

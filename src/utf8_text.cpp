@@ -1,64 +1,19 @@
 // Whole texts and streams between UCS-2 and UTF-8. One template serves the three layouts of UCS-2 text; a negative
 // count means up to the terminator, and a count is tested before the next unit is looked at.
+#include "detail/plain_steps.h"
 #include "detail/sink.h"
 #include "detail/units.h"
 #include "detail/utf8_char.h"
 #include "detail/utf8_stream.h"
 #include "detail/wrap.h"
-#include "kernels/utf8.h"
+#include "kernels/kernels.h"
 #include "zelk.h"
 
 #include <bit>
 
-namespace zelk::kernels {
-
-// What a kernel leaves: near the end of the buffer what does not fit is skipped, and what comes behind it may fit.
-template <UnitOrder order>
-[[gnu::cold, gnu::noinline]] unsigned int restOfUcs2Text(const unsigned char *text, std::size_t count, char *out,
-                                                         std::size_t room, Progress done) {
-    constexpr detail::FirstByte first = order == UnitOrder::LowFirst ? detail::FirstByte::Low : detail::FirstByte::High;
-    const auto written = static_cast<unsigned int>(done.written);
-    return written + detail::convertUnits<detail::Utf8Sink>(out + written, static_cast<int>(room - done.written),
-                                                            detail::BytePairs<first>(text) += done.read,
-                                                            static_cast<int>(count - done.read),
-                                                            [](unsigned int unit) { return unit; });
-}
-
-template unsigned int restOfUcs2Text<UnitOrder::LowFirst>(const unsigned char *, std::size_t, char *, std::size_t,
-                                                          Progress);
-template unsigned int restOfUcs2Text<UnitOrder::HighFirst>(const unsigned char *, std::size_t, char *, std::size_t,
-                                                           Progress);
-
-// The output moves on by one unit for a sequence that the length cuts off, though nothing is stored for it: that unit
-// keeps what the caller's buffer held.
-unsigned int anyUtf8Text(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
-    unsigned short *at = out;
-    auto available = static_cast<unsigned int>(length);
-    auto left = static_cast<int>(room);
-    while (left > 1 && available != 0 && *text != 0) {
-        const Progress done = utf8ToUcs2<Clean::Any>(text, available, at, static_cast<std::size_t>(left - 1));
-        text += done.read;
-        available -= static_cast<unsigned int>(done.read);
-        at += done.written;
-        left -= static_cast<int>(done.written);
-        for (std::size_t steps = plainSteps(done.read); steps != 0 && left > 1 && available != 0 && *text != 0;
-             --steps, --left) {
-            const unsigned int used = detail::utf8Decode(text, available, at++);
-            text += used;
-            available -= used;
-        }
-    }
-    *at = 0;
-    return static_cast<unsigned int>(at - out);
-}
-
-} // namespace zelk::kernels
-
 namespace zelk::detail {
 
 namespace {
-
-using kernels::UnitOrder;
 
 // Native units are the byte pairs of this machine's order.
 using NativeUnits = BytePairs<std::endian::native == std::endian::little ? FirstByte::Low : FirstByte::High>;
@@ -67,8 +22,15 @@ NativeUnits nativeUnits(const unsigned short *text) {
     return NativeUnits(reinterpret_cast<const unsigned char *>(text));
 }
 
+// What a kernel leaves: near the end of the buffer what does not fit is skipped, and what comes after it may fit.
 template <FirstByte first>
-inline constexpr UnitOrder orderOf = first == FirstByte::High ? UnitOrder::HighFirst : UnitOrder::LowFirst;
+[[gnu::cold, gnu::noinline]] unsigned int restOfUnits(BytePairs<first> text, unsigned int count, char *out, int size,
+                                                      kernels::Progress done) {
+    const auto written = static_cast<unsigned int>(done.written);
+    return written + convertUnits<Utf8Sink>(out + written, size - static_cast<int>(written), text += done.read,
+                                            static_cast<int>(count - static_cast<unsigned int>(done.read)),
+                                            [](unsigned int unit) { return unit; });
+}
 
 template <FirstByte first>
 unsigned int encodeText(unsigned char *out, int size, BytePairs<first> text, int count) {
@@ -76,8 +38,16 @@ unsigned int encodeText(unsigned char *out, int size, BytePairs<first> text, int
         *out = 0;
         return 0;
     }
-    return kernels::ucs2TextToUtf8<orderOf<first>>(text.bytes(), static_cast<unsigned int>(count),
-                                                   reinterpret_cast<char *>(out), static_cast<std::size_t>(size));
+    const auto extent = static_cast<unsigned int>(count);
+    const kernels::Kernels &kernels = kernels::kernels();
+    const auto kernel = first == FirstByte::High ? kernels.highFirstToUtf8 : kernels.lowFirstToUtf8;
+    auto *const chars = reinterpret_cast<char *>(out);
+    const kernels::Progress done = kernel(text.bytes(), extent, chars, static_cast<unsigned int>(size - 1));
+    if (done.read == extent) [[likely]] {
+        out[done.written] = 0;
+        return static_cast<unsigned int>(done.written);
+    }
+    return restOfUnits(text, extent, chars, size, done);
 }
 
 template <FirstByte first>
@@ -85,8 +55,9 @@ unsigned int encodedLength(BytePairs<first> text, int count) {
     if (text == nullptr) {
         return 0;
     }
-    const auto extent = static_cast<unsigned int>(count);
-    return static_cast<unsigned int>(kernels::measureUcs2<orderOf<first>>(text.bytes(), extent).written);
+    const kernels::Kernels &kernels = kernels::kernels();
+    const auto kernel = first == FirstByte::High ? kernels.measureHighFirst : kernels.measureLowFirst;
+    return static_cast<unsigned int>(kernel(text.bytes(), static_cast<unsigned int>(count)).written);
 }
 
 // A result of 65,536 bytes or more is cut to its length modulo 65,536, as packets count.
@@ -99,6 +70,31 @@ template <FirstByte first>
     return filledPacket(newCharPacketHolding(length), [&](char *chars, int size) {
         return encodeText(reinterpret_cast<unsigned char *>(chars), size, text, count);
     });
+}
+
+// The output moves on by one unit for a sequence that the length cuts off, though nothing is stored for it: that unit
+// keeps what the caller's buffer held.
+[[gnu::noinline]] unsigned int restOfUtf8Text(const unsigned char *text, unsigned int available, unsigned short *out,
+                                              int size, kernels::Progress done) {
+    unsigned short *at = out;
+    int left = size;
+    for (;;) {
+        text += done.read;
+        available -= static_cast<unsigned int>(done.read);
+        at += done.written;
+        left -= static_cast<int>(done.written);
+        for (std::size_t steps = plainSteps(done.read); steps != 0 && left > 1 && available != 0 && *text != 0;
+             --steps, --left) {
+            const unsigned int used = utf8Decode(text, available, at++);
+            text += used;
+            available -= used;
+        }
+        if (left <= 1 || available == 0 || *text == 0) {
+            *at = 0;
+            return static_cast<unsigned int>(at - out);
+        }
+        done = kernels::kernels().utf8ToUcs2(text, available, at, static_cast<unsigned int>(left - 1));
+    }
 }
 
 // One output byte for a unit; the rest of its sequence waits in the state, last byte first.
@@ -170,7 +166,14 @@ unsigned int zelkUtf8DecodeText(unsigned short *out, int size, const unsigned ch
         *out = 0;
         return 0;
     }
-    return kernels::utf8TextToUcs2(text, static_cast<unsigned int>(length), out, static_cast<std::size_t>(size));
+    const auto extent = static_cast<unsigned int>(length);
+    const kernels::Progress done =
+        kernels::kernels().utf8ToUcs2(text, extent, out, static_cast<unsigned int>(size - 1));
+    if (done.read == extent) [[likely]] {
+        out[done.written] = 0;
+        return static_cast<unsigned int>(done.written);
+    }
+    return detail::restOfUtf8Text(text, extent, out, size, done);
 }
 
 WideCharPacket *zelkUtf8DecodeString(const unsigned char *text, int length) {

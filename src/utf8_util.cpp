@@ -1,8 +1,9 @@
 // Measuring, checking, cutting, quoting and filtering of UTF-8 text without converting it. A character is one step of
 // the codec, so each rejected byte or sequence is a character too.
 #include "detail/control_filter.h"
+#include "detail/plain_steps.h"
 #include "detail/utf8_char.h"
-#include "kernels/utf8.h"
+#include "kernels/kernels.h"
 #include "zelk.h"
 
 #include <algorithm>
@@ -119,7 +120,7 @@ unsigned int filterText(unsigned char *out, int size, const unsigned char *text,
         text += wellFormed;
         length -= static_cast<unsigned int>(wellFormed);
         unsigned short character = 0;
-        for (std::size_t steps = kernels::plainSteps(wellFormed); steps != 0 && length != 0 && *text != 0; --steps) {
+        for (std::size_t steps = detail::plainSteps(wellFormed); steps != 0 && length != 0 && *text != 0; --steps) {
             const unsigned int used = utf8Decode(text, length, &character);
             if (character == replacementCharacter) {
                 return 0;
@@ -130,7 +131,7 @@ unsigned int filterText(unsigned char *out, int size, const unsigned char *text,
         if (length == 0 || *text == 0) {
             return 1;
         }
-        wellFormed = kernels::wellFormedUtf8<kernels::Clean::Any>(text, length);
+        wellFormed = kernels::kernels().wellFormedUtf8(text, length);
     }
 }
 
@@ -141,7 +142,7 @@ unsigned int filterText(unsigned char *out, int size, const unsigned char *text,
 using namespace zelk;
 
 unsigned int zelkUtf8GetTextWidth(const unsigned char *text, unsigned int length) {
-    return text == nullptr ? 0 : static_cast<unsigned int>(kernels::measureUtf8(text, length).written);
+    return text == nullptr ? 0 : static_cast<unsigned int>(kernels::kernels().measureUtf8(text, length).written);
 }
 
 unsigned int zelkUtf8Pos(const unsigned char *text, unsigned int characters) {
@@ -158,7 +159,7 @@ int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length) {
     if (text == nullptr) {
         return 1;
     }
-    const std::size_t wellFormed = kernels::wellFormedUtf8<kernels::Clean::Any>(text, length);
+    const std::size_t wellFormed = kernels::kernels().wellFormedUtf8(text, length);
     return wellFormed == length ? 1 : detail::restIsValid(text, length, wellFormed);
 }
 
@@ -171,13 +172,13 @@ unsigned int zelkUtf8CopyAndCheckIfValid(unsigned char *out, int size, const uns
         int room = size;
         while (*invalid == 0 && room > 1 && available != 0 && *text != 0) {
             const std::size_t fitting = std::min(available, static_cast<unsigned int>(room - 1));
-            const std::size_t wellFormed = kernels::wellFormedUtf8<kernels::Clean::Any>(text, fitting);
+            const std::size_t wellFormed = kernels::kernels().wellFormedUtf8(text, fitting);
             at = std::copy_n(text, wellFormed, at);
             text += wellFormed;
             available -= static_cast<unsigned int>(wellFormed);
             room -= static_cast<int>(wellFormed);
             unsigned short character = 0;
-            for (std::size_t steps = kernels::plainSteps(wellFormed);
+            for (std::size_t steps = detail::plainSteps(wellFormed);
                  steps != 0 && room > 1 && available != 0 && *text != 0; --steps) {
                 const unsigned int used = detail::utf8Decode(text, available, &character);
                 if (character == detail::replacementCharacter) {

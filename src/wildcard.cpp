@@ -1,6 +1,6 @@
 // Wildcard patterns, and comparison that passes over control characters: the variants, by rules of their own.
 #include "detail/wildcard.h"
-#include "kernels/wildcard.h"
+#include "kernels/kernels.h"
 #include "zelk.h"
 
 #include <cctype>
@@ -74,7 +74,9 @@ public:
 
 int matchInAnyCase(const char *text, const char *pattern) {
 #if defined(ZELK_HAS_CHARACTER_TABLES)
-    return ZELK_CHOOSE((text, pattern, *__ctype_tolower_loc()), matchWildcardsInAnyCase);
+    const int *const smallLetters = *__ctype_tolower_loc();
+    const int answer = kernels::kernels().matchWildcardsInAnyCase(text, pattern, smallLetters);
+    return answer != kernels::notTaken ? answer : match(FoldedBytes(smallLetters), text, pattern);
 #else
     return match(AnyCase(), text, pattern);
 #endif
@@ -82,16 +84,13 @@ int matchInAnyCase(const char *text, const char *pattern) {
 
 } // namespace
 
-int matchPlainly(const char *text, const char *pattern, const int *smallLetters) {
-    return match(FoldedBytes(smallLetters), text, pattern);
-}
-
 } // namespace zelk::detail
 
 using namespace zelk;
 
 int zelk_patternWildcardMatch(const char *text, const char *pattern) {
-    return ZELK_CHOOSE((text, pattern), matchWildcards);
+    const int answer = kernels::kernels().matchWildcards(text, pattern);
+    return answer != kernels::notTaken ? answer : detail::match(detail::FoldedBytes(nullptr), text, pattern);
 }
 
 int zelk_patternWildcardMatchIgnoreCase(const char *text, const char *pattern) {

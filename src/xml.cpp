@@ -3,9 +3,8 @@
 // The kernels take what is ordinary; here stands the exact rule: for the last bytes that an output has room for, and
 // for references that are shortened, numeric or none.
 #include "tables/xml.h"
-#include "detail/room.h"
 #include "detail/wrap.h"
-#include "kernels/xml.h"
+#include "kernels/kernels.h"
 #include "zelk.hpp"
 
 #include <algorithm>
@@ -23,13 +22,8 @@ std::size_t boundOf(int inLength) {
     return inLength < 0 ? static_cast<std::size_t>(PTRDIFF_MAX) : static_cast<std::size_t>(inLength);
 }
 
-// Whether kernels may store whole blocks.
-constexpr bool isBufferRoom(std::size_t room) {
-    return room < leastNominalSize - 1;
-}
-
 unsigned int escape(const char *in, std::size_t length, char *out, std::size_t room) {
-    auto [read, written] = isBufferRoom(room) ? kernels::escapeXml(in, length, out, room) : kernels::Progress();
+    auto [read, written] = kernels::kernels().escapeXml(in, length, out, room);
     for (; read != length && in[read] != 0 && written != room; ++read) {
         const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(in[read])];
         if (character.length > room - written) {
@@ -78,12 +72,10 @@ unsigned int unescape(const char *in, std::size_t length, char *out, std::size_t
     std::size_t read = 0;
     std::size_t written = 0;
     for (;;) {
-        if (isBufferRoom(room)) {
-            const kernels::Progress done =
-                kernels::unescapeXml(in + read, length - read, out + written, room - written);
-            read += done.read;
-            written += done.written;
-        }
+        const kernels::Progress done =
+            kernels::kernels().unescapeXml(in + read, length - read, out + written, room - written);
+        read += done.read;
+        written += done.written;
         if (read == length || in[read] == 0 || written == room) {
             break;
         }
@@ -104,17 +96,8 @@ unsigned int unescape(const char *in, std::size_t length, char *out, std::size_t
     return static_cast<unsigned int>(written);
 }
 
-unsigned int escapeText(const char *in, std::size_t length, char *out, std::size_t room) {
-    return isBufferRoom(room) ? kernels::escapeShortXml(in, length, out, room, escape) : escape(in, length, out, room);
-}
-
-unsigned int unescapeText(const char *in, std::size_t length, char *out, std::size_t room) {
-    return isBufferRoom(room) ? kernels::unescapeShortXml(in, length, out, room, unescape)
-                              : unescape(in, length, out, room);
-}
-
 // What both directions refuse in the same way.
-template <kernels::XmlConversion conversion>
+template <auto conversion>
 unsigned int convert(char *out, int outSize, const char *in, int inLength) {
     if (outSize < 1) {
         return 0;
@@ -153,16 +136,16 @@ unsigned int zelk_xmlifiedLength(const char *in, int inLen) {
     if (in == nullptr) {
         return 0;
     }
-    const std::uint64_t length = kernels::escapedXmlLength(in, detail::boundOf(inLen));
+    const std::uint64_t length = kernels::kernels().escapedXmlLength(in, detail::boundOf(inLen));
     return static_cast<unsigned int>(std::min<std::uint64_t>(length, UINT_MAX));
 }
 
 unsigned int zelk_xmlify(char *out, int outSize, const char *in, int inLen) {
-    return detail::convert<detail::escapeText>(out, outSize, in, inLen);
+    return detail::convert<detail::escape>(out, outSize, in, inLen);
 }
 
 unsigned int zelk_unxml(char *out, int outSize, const char *in, int inLen) {
-    return detail::convert<detail::unescapeText>(out, outSize, in, inLen);
+    return detail::convert<detail::unescape>(out, outSize, in, inLen);
 }
 
 CharPacket *zelkXmlify(const char *in, int inLen) {

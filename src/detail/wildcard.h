@@ -266,7 +266,4 @@ int compare(const Rules &rules, const char *a, const char *b) {
     }
 }
 
-// By the plain rule alone, for kernels that take what is usual; the table as that of FoldedBytes.
-int matchPlainly(const char *text, const char *pattern, const int *smallLetters);
-
 } // namespace zelk::detail

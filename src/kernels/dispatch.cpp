@@ -1,51 +1,46 @@
+// Which kernels are used: fixed by the build, or on x86-64 chosen once per process by the dynamic linker.
 #include "kernels/dispatch.h"
 
-#if !defined(ZELK_KERNELS_PORTABLE) && !defined(ZELK_KERNELS_AVX512)
-
+#if !defined(ZELK_KERNELS_ONLY)
 #include "kernels/processor.h"
-
-#include <cpuid.h>
+#endif
 
 namespace zelk::kernels {
 
-namespace {
+#if defined(ZELK_KERNELS_ONLY)
 
-using Resolved = void (*)();
-
-Resolved resolved(InstructionSet set) {
-    return reinterpret_cast<Resolved>(static_cast<std::uintptr_t>(set)); // NOLINT(performance-no-int-to-ptr)
+std::span<const Candidate> candidates() {
+    static constexpr Candidate only[] = {{ZELK_KERNELS_NAME, [] { return true; }, &ZELK_KERNELS_ONLY}};
+    return only;
 }
 
-} // namespace
+#else
 
-extern "C" {
-
-// Of C linkage because the attribute below takes its name as the assembler sees it; hidden like all that is internal.
-__attribute__((used)) ZELK_RESOLVER Resolved zelkResolveInstructionSet() {
-    constexpr unsigned int statesAreTold = 1U << 27U; // OSXSAVE
-    unsigned int a = 0;
-    unsigned int b = 0;
-    unsigned int c = 0;
-    unsigned int d = 0;
-    unsigned int savedState = 0;
-    __cpuid(0, a, b, c, d);
-    if (a < 7) {
-        return resolved(InstructionSet::Portable);
-    }
-    __cpuid(1, a, b, c, d);
-    const unsigned int leaf1Ecx = c;
-    if ((leaf1Ecx & statesAreTold) != 0) {
-        __asm__("xgetbv" : "=a"(savedState), "=d"(d) : "c"(0));
-    }
-    __cpuid_count(7, 0, a, b, c, d);
-    return resolved(bestOf({leaf1Ecx, b, c, savedState}));
+std::span<const Candidate> candidates() {
+    static constexpr Candidate all[] = {
+        {"avx512", [] { return hasAvx512(thisProcessor()); }, &avx512Kernels},
+        {"avx2", [] { return hasAvx2(thisProcessor()); }, &avx2Kernels},
+        {"sse41", [] { return hasSse41(thisProcessor()); }, &sse41Kernels},
+        {"portable", [] { return true; }, &portableKernels},
+    };
+    return all;
 }
 
-void zelkInstructionSet() __attribute__((ifunc("zelkResolveInstructionSet")));
-
-void (*const zelkResolvedInstructionSet)() = zelkInstructionSet;
+// It runs while the library is relocated, so that it reads no table. Of C linkage for the name that the assembler sees.
+extern "C" __attribute__((used, visibility("hidden"))) ZELK_RESOLVER const Kernels *zelkResolveKernels() {
+    const Processor processor = thisProcessor();
+    return hasAvx512(processor)  ? &avx512Kernels
+           : hasAvx2(processor)  ? &avx2Kernels
+           : hasSse41(processor) ? &sse41Kernels
+                                 : &portableKernels;
 }
 
-} // namespace zelk::kernels
+// Not by the compiler's attribute: Clang 14 cannot link such a function with -flto.
+__asm__(".globl zelkKernels\n"
+        ".hidden zelkKernels\n"
+        ".type zelkKernels, @gnu_indirect_function\n"
+        ".set zelkKernels, zelkResolveKernels\n");
 
 #endif
+
+} // namespace zelk::kernels

@@ -3,13 +3,12 @@
 // place, and only the other characters of the upper half make the text longer. Included by byte_sets.cpp alone.
 #pragma once
 
-#include "kernels/byte_sets_avx512.h"
-#include "kernels/byte_sets_dvb_portable.h"
+#include "kernels/move/planes.h"
+#include "kernels/plain/marked_sets.h"
 #include "tables/dvb_marks.h"
 
-ZELK_AVX512_BEGIN
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 using tables::markPlanes;
 
@@ -142,7 +141,7 @@ ZELK_OPERATION InTurn upperInTurn(const Registers &planes, const Utf8Composer &c
 inline constexpr Mask lastPlace = 1ULL << (blockBytes - 1);
 
 ZELK_OPERATION std::ptrdiff_t bytesInFront(const unsigned char *in) {
-    return whole - (tables::dvbMarks.sets[tables::latinMarks].columnOf[in[whole - 1]] != 0 ? 1 : 0);
+    return whole - (tables::dvbMarks.sets[0].columnOf[in[whole - 1]] != 0 ? 1 : 0);
 }
 
 // Whole blocks up to one that is not plain. There is room for three bytes a character.
@@ -204,25 +203,30 @@ ZELK_OPERATION void convertMarkedPart(const Registers &planes, const Utf8Compose
 
 // Characters of three bytes are put one by one.
 ZELK_OPERATION bool putRare(tables::ByteSet set, char *&out, const unsigned char *&in, const unsigned char *inEnd) {
-    portable::Utf8Out utf8{tables::packedUtf8Of(set), out};
+    plain::Utf8Out utf8{tables::packedUtf8Of(set), out};
     const bool done = putMarked(tables::codePointsOf(set), utf8, in, inEnd);
     out = utf8.at;
     return done;
 }
 
-Progress markedByteSetToUtf8(tables::ByteSet set, char *out, const unsigned char *in, const unsigned char *inEnd) {
+ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out,
+                                 std::size_t room) {
+    const unsigned char *const inEnd = in + plain::fittingBytes(length, room);
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const Registers planes = held(registersOf(bytePlanes.first, bytePlanes.last));
     const Utf8Composer c = utf8Composer();
     const Graphic ascii = graphic();
     const char *const begin = out;
     const unsigned char *const text = in;
-    do {
+    while (in != inEnd) {
         convertMarked(planes, c, ascii, out, in, inEnd);
         if (in != inEnd) {
             convertMarkedPart(planes, c, ascii, out, in, inEnd);
         }
-    } while (in != inEnd && putRare(set, out, in, inEnd));
+        if (in != inEnd && !putRare(set, out, in, inEnd)) {
+            break;
+        }
+    }
     return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
 }
 
@@ -280,8 +284,9 @@ ZELK_OPERATION std::size_t storeMarkedUnits(const Pairs &order, unsigned short *
     return frontUnits + backUnits;
 }
 
-Progress markedByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
-                             const unsigned char *inEnd) {
+ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *in, std::size_t length,
+                                 unsigned short *out, std::size_t room) {
+    const unsigned char *const inEnd = in + std::min(length, room);
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const UnitPlanes planes{held(registersOf(bytePlanes.ucs2High, bytePlanes.ucs2Low)), load(markPlanes.lows),
                             load(markPlanes.highs), everyByte<0x3F>(), everyByte<0xFF>()};
@@ -312,152 +317,4 @@ Progress markedByteSetToUcs2(tables::ByteSet set, unsigned short *out, const uns
     return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
 }
 
-// ---- Texts from beginning to end, if they are plain and surely fit. Names are one block; what they need is not held
-// in registers.
-
-ZELK_OPERATION bool isName(int outSize, int length) {
-    return static_cast<unsigned int>(length) <= blockBytes && outSize > static_cast<int>(3 * blockBytes);
-}
-
-ZELK_STAGE unsigned int longCleanTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
-                                            tables::DvbTable table, unsigned int flags) {
-    if (!portable::surelyFits(outSize, length)) {
-        return dvbTextToUtf8(out, outSize, in, length, table, flags);
-    }
-    const auto count = static_cast<std::size_t>(length);
-    const Progress done = cleanByteSetToUtf8(table.set, out, out + outSize, in, in + count);
-    return done.read == count ? terminated(out, done.written)
-                              : restOfDvbTextToUtf8(out, outSize, in, length, table, flags, done);
-}
-
-unsigned int cleanTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
-                             unsigned int flags) {
-    if (!isName(outSize, length)) {
-        return longCleanTextToUtf8(out, outSize, in, length, table, flags);
-    }
-    const auto count = static_cast<std::size_t>(length);
-    const Mask bytes = firstBytes(count);
-    const Block text = load(in, bytes);
-    const Mask upper = highBits(text);
-    const BytePlanes &planes = tables::planesOf(table.set);
-    const Registers registers = registersOf(planes.first, planes.last);
-    const Block first = lookOrZero(registers.first, text, upper);
-    const Block last = lookOrKeep(registers.last, text, upper);
-    const Mask ordinary = _mm512_mask_test_epi8_mask(ordinaryBytes<UpTo::Control>(text), last, last);
-    if (!same(ordinary, bytes)) {
-        return longCleanTextToUtf8(out, outSize, in, length, table, flags);
-    }
-    storeInTurn<true>(registers.order, out, first, last, bytes, upper);
-    return terminated(out, count + countOf(upper));
-}
-
-ZELK_STAGE unsigned int accentedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
-                                           tables::DvbTable table, unsigned int flags) {
-    const auto count = static_cast<std::size_t>(length);
-    const Progress done = markedByteSetToUtf8(table.set, out, in, in + count);
-    return done.read == count ? terminated(out, done.written)
-                              : restOfDvbTextToUtf8(out, outSize, in, length, table, flags, done);
-}
-
-ZELK_STAGE unsigned int longMarkedTextToUtf8(char *out, int outSize, const unsigned char *in, int length,
-                                             tables::DvbTable table, unsigned int flags) {
-    if (!portable::surelyFits(outSize, length)) {
-        return dvbTextToUtf8(out, outSize, in, length, table, flags);
-    }
-    const auto count = static_cast<std::size_t>(length);
-    const Graphic ascii = graphic();
-    std::size_t done = 0;
-    for (; count - done >= blockBytes; done += blockBytes) {
-        const Block text = load(in + done);
-        if (!all(graphicAscii(ascii, text))) {
-            return accentedTextToUtf8(out, outSize, in, length, table, flags);
-        }
-        store(out + done, text);
-    }
-    if (done != count) {
-        const Mask bytes = firstBytes(count - done);
-        const Block text = load(in + done, bytes);
-        if (!same(graphicAscii(ascii, text), bytes)) {
-            return accentedTextToUtf8(out, outSize, in, length, table, flags);
-        }
-        store(out + done, bytes, text);
-    }
-    return terminated(out, count);
-}
-
-unsigned int markedTextToUtf8(char *out, int outSize, const unsigned char *in, int length, tables::DvbTable table,
-                              unsigned int flags) {
-    if (!isName(outSize, length)) {
-        return longMarkedTextToUtf8(out, outSize, in, length, table, flags);
-    }
-    const auto count = static_cast<std::size_t>(length);
-    const Mask bytes = firstBytes(count);
-    const Block text = load(in, bytes);
-    const Mask graphic = graphicAscii(avx512::graphic(), text);
-    if (same(graphic, bytes)) {
-        store(out, bytes, text);
-        return terminated(out, count);
-    }
-    const Utf8Composer c = utf8Composer();
-    const MarkedUtf8 block = markedUtf8(c, text);
-    const Mask plain = either(graphic, block.leads);
-    if (none(block.upper)) {
-        if (!same(plain, bytes)) {
-            return accentedTextToUtf8(out, outSize, in, length, table, flags);
-        }
-        store(out, block.bytes);
-        return terminated(out, count);
-    }
-    const BytePlanes &bytePlanes = tables::planesOf(table.set);
-    const Registers planes = registersOf(bytePlanes.first, bytePlanes.last);
-    const InTurn turns = upperInTurn(planes, c, text, block);
-    if (!same(either(plain, turns.plain), bytes)) {
-        return accentedTextToUtf8(out, outSize, in, length, table, flags);
-    }
-    storeInTurn<true>(planes.order, out, turns.first, turns.last, bytes, block.upper);
-    return terminated(out, count + countOf(block.upper));
-}
-
-ZELK_STAGE unsigned int longCleanTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
-                                            tables::DvbTable table, unsigned int flags) {
-    if (length >= outSize) {
-        return dvbTextToUcs2(out, outSize, in, length, table, flags);
-    }
-    const auto count = static_cast<std::size_t>(length);
-    const std::size_t done = cleanByteSetToUcs2(table.set, out, in, in + count);
-    return done == count ? terminated(out, count)
-                         : restOfDvbTextToUcs2(out, outSize, in, length, table, flags, {done, done});
-}
-
-unsigned int cleanTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
-                             tables::DvbTable table, unsigned int flags) {
-    if (static_cast<unsigned int>(length) > blockBytes || outSize <= static_cast<int>(blockBytes)) {
-        return longCleanTextToUcs2(out, outSize, in, length, table, flags);
-    }
-    const auto count = static_cast<std::size_t>(length);
-    const Mask bytes = firstBytes(count);
-    const Block text = load(in, bytes);
-    if (!same(ordinaryBytes<UpTo::Control>(text), bytes)) {
-        return longCleanTextToUcs2(out, outSize, in, length, table, flags);
-    }
-    const BytePlanes &planes = tables::planesOf(table.set);
-    const Pairs units = unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), text, highBits(text));
-    store(out, units.front);
-    store(out + blockBytes / 2, units.back);
-    return terminated(out, count);
-}
-
-unsigned int markedTextToUcs2(unsigned short *out, int outSize, const unsigned char *in, int length,
-                              tables::DvbTable table, unsigned int flags) {
-    if (length >= outSize) {
-        return dvbTextToUcs2(out, outSize, in, length, table, flags);
-    }
-    const Progress done = markedByteSetToUcs2(table.set, out, in, in + length);
-    return done.read == static_cast<std::size_t>(length)
-               ? terminated(out, done.written)
-               : restOfDvbTextToUcs2(out, outSize, in, length, table, flags, done);
-}
-
-} // namespace zelk::kernels::avx512
-
-ZELK_AVX512_END
+} // namespace zelk::kernels::ZELK_KERNEL_SET

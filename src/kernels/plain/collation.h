@@ -3,14 +3,13 @@
 // collation.cpp alone.
 #pragma once
 
-#include "kernels/collation.h"
-#include "kernels/dispatch.h"
-#include "kernels/portable_operations.h"
+#include "kernels/kernels.h"
+#include "kernels/plain/operations.h"
 
 #include <cstdint>
 #include <cstring>
 
-namespace zelk::kernels::portable {
+namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
 // The bytes before the terminator, at most `limit`.
 inline std::size_t boundedLength(const unsigned char *text, std::size_t limit) {
@@ -33,7 +32,7 @@ inline std::size_t countEqual(const unsigned char *a, const unsigned char *b, st
 }
 
 // The search for a terminator runs ahead in growing blocks, after the first few bytes, where most texts part.
-inline std::size_t sharedBytes(const unsigned char *a, const unsigned char *b) {
+ZELK_STAGE std::size_t sharedBytes(const unsigned char *a, const unsigned char *b) {
     constexpr std::size_t singly = 4;
     std::size_t shared = 0;
     while (shared < singly) {
@@ -52,17 +51,7 @@ inline std::size_t sharedBytes(const unsigned char *a, const unsigned char *b) {
     }
 }
 
-// Texts that are the same are many among those that begin alike, and the C library finds them fastest.
-int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareBehind *compare) {
-    const auto *const left = reinterpret_cast<const char *>(a);
-    const auto *const right = reinterpret_cast<const char *>(b);
-    if (*a == *b && std::strcmp(left, right) == 0) {
-        return 0;
-    }
-    return compare(a, b, sharedBytes(a, b));
-}
-
-std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
+ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
     constexpr int promising = 4; // equal bytes in a row: many more may be
     int equal = 0;
     for (std::size_t passed = 0;; ++passed) {
@@ -91,4 +80,4 @@ std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDif
     }
 }
 
-} // namespace zelk::kernels::portable
+} // namespace zelk::kernels::ZELK_KERNEL_SET::plain

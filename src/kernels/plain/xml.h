@@ -3,9 +3,8 @@
 // what counts, inside the room. Included by xml.cpp and its test alone.
 #pragma once
 
-#include "kernels/dispatch.h"
-#include "kernels/portable_operations.h"
-#include "kernels/xml.h"
+#include "kernels/plain/operations.h"
+#include "kernels/kernels.h"
 #include "tables/xml.h"
 
 #include <algorithm>
@@ -13,7 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace zelk::kernels::portable {
+namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
 // As many bytes as are looked at together, and what they hold none of.
 #if defined(ZELK_HAS_VECTORS)
@@ -53,17 +52,6 @@ inline constexpr std::size_t window = 256;
 
 inline std::size_t lengthInWindow(const char *text, std::size_t left) {
     return strnlen(text, std::min(left, window));
-}
-
-// Short texts have no way of their own.
-ZELK_STAGE unsigned int escapeShortXml(const char *text, std::size_t length, char *out, std::size_t room,
-                                       XmlConversion otherwise) {
-    return otherwise(text, length, out, room);
-}
-
-ZELK_STAGE unsigned int unescapeShortXml(const char *text, std::size_t length, char *out, std::size_t room,
-                                         XmlConversion otherwise) {
-    return otherwise(text, length, out, room);
 }
 
 inline const tables::XmlCharacter &escaped(char character) {
@@ -214,4 +202,4 @@ ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
     return done;
 }
 
-} // namespace zelk::kernels::portable
+} // namespace zelk::kernels::ZELK_KERNEL_SET::plain

@@ -1,15 +1,15 @@
 // UTF-8 text 64 bytes at a time. Included by utf8.cpp and its test alone.
 #pragma once
 
-#include "kernels/utf8.h"
-#include "kernels/utf8_blocks_avx512.h"
+#include "kernels/kernels.h"
+#include "kernels/text_forms.h"
+#include "kernels/move/text_blocks.h"
 
 #include <algorithm>
 #include <cstring>
 
-ZELK_AVX512_BEGIN
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 // ---- ASCII
 
@@ -349,13 +349,13 @@ struct WaitingUnits {
     ZELK_OPERATION void store(const WaitingUnits &units, std::size_t next, const UnitParts &parts) {
         const Block front = _mm512_permutex2var_epi8(units.low, parts.front, units.high);
         if (units.count <= blockUnits && units.count + next >= blockUnits) {
-            avx512::store(units.out, front);
+            ZELK_KERNEL_SET::store(units.out, front);
             return;
         }
         const Block back = _mm512_permutex2var_epi8(units.low, parts.back, units.high);
         if (units.count + next >= blockBytes) {
-            avx512::store(units.out, front);
-            avx512::store(units.out + blockUnits, back);
+            ZELK_KERNEL_SET::store(units.out, front);
+            ZELK_KERNEL_SET::store(units.out + blockUnits, back);
         } else {
             storeUnits(units.out, units.count, front, back);
         }
@@ -491,78 +491,17 @@ ZELK_OPERATION std::size_t storeFreely(unsigned short *out, const Units &units, 
     return countOf(ends);
 }
 
-// 128 to 256 bytes of ASCII: four blocks, of which those of the last half may begin in the first; false if there are
-// others among them.
-ZELK_OPERATION bool decodeAsciiText(const unsigned char *text, std::size_t length, unsigned short *out) {
-    const std::size_t half = length - 2 * blockBytes;
-    const Block a = loadText(text);
-    const Block b = loadText(text + blockBytes);
-    const Block c = loadText(text + half);
-    const Block d = loadText(text + half + blockBytes);
-    if (!isAscii<Clean::Any>(_mm512_min_epi8(_mm512_min_epi8(a, b), _mm512_min_epi8(c, d)), ~0ULL)) {
-        return false;
-    }
-    storeAscii(out, a);
-    storeAscii(out + blockBytes, b);
-    storeAscii(out + half, c);
-    storeAscii(out + half + blockBytes, d);
-    return true;
-}
-
-// Three bytes and more of any kind; false, and nothing counts, if something is wrong with them.
-ZELK_STAGE bool decodeWellFormed(const unsigned char *text, std::size_t length, unsigned short *out,
-                                 std::size_t &written) {
-    const Utf8Constants constants = utf8Constants<Clean::Any>();
-    const UnitParts parts = unitParts();
-    Trial trial;
-    std::size_t done = 0;
-    for (std::size_t read = 0; read < length; read += blockBytes) {
-        const Mask present = firstBytes(std::min(length - read, blockBytes));
-        const Utf8Block block =
-            read != 0 && present == ~0ULL ? utf8BlockAt(text + read) : utf8PartAt(text, read, present);
-        Units units;
-        if (Trial::isDue(trial) && areOfTwo<Clean::Any>(block, present, parts.leads)) {
-            units = unitsOfTwo(block, parts);
-        } else if ((wrongBytes(block, constants) & present) == 0) {
-            units = unitsOf(block, parts);
-            Trial::failed(trial);
-        } else {
-            return false;
-        }
-        done += storeFreely(out + done, units, units.ends & present, parts);
-    }
-    written = done;
-    return true;
-}
-
-ZELK_OPERATION bool endsWithin(const unsigned char *text, std::size_t length) {
-    return text[length - 1] >= 0xC0 || text[length - 2] >= 0xE0;
-}
-
-ZELK_STAGE unsigned int longerUtf8Text(const unsigned char *text, std::size_t length, unsigned short *out,
-                                       std::size_t room) {
-    if (length - longestName - 1 < longText && length <= bytesInPage(text) && isAmple(room, length + blockBytes)) {
-        if (length - 2 * blockBytes <= 2 * blockBytes && decodeAsciiText(text, length, out)) {
-            return terminated(out, length);
-        }
-        std::size_t written = 0;
-        if (!endsWithin(text, length) && decodeWellFormed(text, length, out, written)) {
-            return terminated(out, written);
-        }
-    }
-    return anyUtf8Text(text, length, out, room);
-}
-
-ZELK_STAGE unsigned int utf8TextToUcs2(const unsigned char *text, std::size_t length, unsigned short *out,
-                                       std::size_t room) {
+// A name in one go.
+ZELK_STAGE Progress utf8NameToUcs2(const unsigned char *text, std::size_t length, unsigned short *out,
+                                   std::size_t room) {
     if (length > longestName || !blockInPage(text) || !isAmple(room, blockBytes)) {
-        return longerUtf8Text(text, length, out, room);
+        return utf8ToUcs2<Clean::Any>(text, length, out, room);
     }
     const Mask all = firstBytes(length);
     const Block bytes = loadText(text, all);
     if (isAscii<Clean::Any>(bytes, all)) {
         storeAscii(out, bytes);
-        return terminated(out, length);
+        return {length, length};
     }
     const Utf8Block name = utf8Name(bytes);
     const UnitParts parts = unitParts();
@@ -572,9 +511,9 @@ ZELK_STAGE unsigned int utf8TextToUcs2(const unsigned char *text, std::size_t le
     } else if (isRightName(name, all, utf8Constants<Clean::Any>())) {
         units = unitsOf(name, parts);
     } else {
-        return anyUtf8Text(text, length, out, room);
+        return utf8ToUcs2<Clean::Any>(text, length, out, room);
     }
-    return terminated(out, storeFreely(out, units, units.ends & all, parts));
+    return {length, storeFreely(out, units, units.ends & all, parts)};
 }
 
 // ---- Checking, and copying what was checked
@@ -780,6 +719,5 @@ ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
     return measurePart(text, length, done) ? measureLong(text, length, done) : done;
 }
 
-} // namespace zelk::kernels::avx512
+} // namespace zelk::kernels::ZELK_KERNEL_SET
 
-ZELK_AVX512_END

@@ -4,16 +4,14 @@
 // Included by byte_sets.cpp alone.
 #pragma once
 
-#include "kernels/avx512_operations.h"
-#include "kernels/byte_sets.h"
-#include "kernels/dispatch.h"
+#include "kernels/simd/avx512.h"
+#include "kernels/kernels.h"
 #include "tables/byte_set_planes.h"
 
 #include <array>
 
-ZELK_AVX512_BEGIN
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 using tables::BytePlanes;
 
@@ -233,80 +231,56 @@ ZELK_OPERATION bool convert(const BytePlanes &planes, char *&out, char *outEnd, 
     }
 }
 
-template <bool wide>
-ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int blocksToUtf8(tables::ByteSet set, char *out, char *outEnd,
-                                                            const unsigned char *in, const unsigned char *inEnd,
-                                                            char *begin) {
-    if (!convert<UpTo::Zero, wide>(tables::planesOf(set), out, outEnd, in, inEnd)) {
-        return blocksToUtf8<true>(set, out, outEnd, in, inEnd, begin);
-    }
-    if (in != inEnd) {
-        return plainByteSetToUtf8(set, out, outEnd, in, inEnd, begin);
-    }
-    *out = 0;
-    return static_cast<unsigned int>(out - begin);
+// Of a room, what the text may use at most, and a place for the terminator.
+ZELK_OPERATION std::size_t roomUsed(std::size_t length, std::size_t room) {
+    return std::min(room, 3 * length + 2 * blockBytes) + 1;
 }
 
-// The stages of names: one block, which is all of the text and fits; in most rooms two blocks would.
-
-ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int fittingNameToUtf8(tables::ByteSet set, char *out, char *outEnd,
-                                                                 const unsigned char *in, const unsigned char *inEnd) {
-    const auto count = static_cast<std::size_t>(inEnd - in);
-    const Mask bytes = firstBytes(count);
-    const Block text = load(in, bytes);
-    const Mask upper = highBits(text);
-    const std::size_t written = count + countOf(upper);
-    if (written >= static_cast<std::size_t>(outEnd - out)) {
-        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+ZELK_STAGE Progress blocksToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                 std::size_t room) {
+    const unsigned char *in = text;
+    const unsigned char *inEnd = text + length;
+    char *to = out;
+    char *const outEnd = out + roomUsed(length, room);
+    if (!convert<UpTo::Zero, false>(tables::planesOf(set), to, outEnd, in, inEnd)) {
+        convert<UpTo::Zero, true>(tables::planesOf(set), to, outEnd, in, inEnd);
     }
-    if (upper == 0) {
-        if (nonZero(text) != bytes) {
-            return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
-        }
-        store(out, bytes, text);
-    } else if (const BytePlanes &planes = tables::planesOf(set);
-               !storePairs<false>(registersOf(planes.first, planes.last), out, text, bytes, upper)) {
-        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
-    }
-    return terminated(out, written);
+    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
 }
 
-ZELK_READS_WHOLE_PAGES unsigned int byteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
-                                                  const unsigned char *inEnd) {
-    const auto count = static_cast<std::size_t>(inEnd - in);
-    if (count > blockBytes || !blockInPage(in)) {
-        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+// A name is one block, which is all of the text and fits.
+ZELK_STAGE Progress bytesToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                std::size_t room) {
+    if (length > blockBytes || !blockInPage(text) || room < 2 * blockBytes) {
+        return blocksToUtf8(set, text, length, out, room);
     }
-    if (outEnd - out <= 2 * whole) {
-        return fittingNameToUtf8(set, out, outEnd, in, inEnd);
-    }
-    const Mask bytes = firstBytes(count);
-    const Block text = load(in, bytes);
-    const Mask upper = highBits(text);
+    const Mask bytes = firstBytes(length);
+    const Block block = load(text, bytes);
+    const Mask upper = highBits(block);
     if (none(upper)) {
-        if (!same(nonZero(text), bytes)) {
-            return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+        if (!same(nonZero(block), bytes)) {
+            return blocksToUtf8(set, text, length, out, room);
         }
-        store(out, bytes, text);
-        return terminated(out, count);
+        store(out, bytes, block);
+        return {length, length};
     }
     const BytePlanes &planes = tables::planesOf(set);
     const Registers registers = registersOf(planes.first, planes.last);
-    const Block last = lookOrKeep(registers.last, text, upper);
+    const Block last = lookOrKeep(registers.last, block, upper);
     if (!same(nonZero(last), bytes)) {
-        return blocksToUtf8<false>(set, out, outEnd, in, inEnd, out);
+        return blocksToUtf8(set, text, length, out, room);
     }
-    storeInTurn<true>(registers.order, out, lookOrZero(registers.first, text, upper), last, bytes, upper);
-    const std::size_t written = count + countOf(upper);
-    return terminated(out, written);
+    storeInTurn<true>(registers.order, out, lookOrZero(registers.first, block, upper), last, bytes, upper);
+    return {length, length + countOf(upper)};
 }
 
-Progress cleanByteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
-                            const unsigned char *inEnd) {
-    const char *const begin = out;
-    const unsigned char *const text = in;
-    convert<UpTo::Control, true>(tables::planesOf(set), out, outEnd, in, inEnd);
-    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
+ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                std::size_t room) {
+    const unsigned char *in = text;
+    const unsigned char *inEnd = text + length;
+    char *to = out;
+    convert<UpTo::Control, true>(tables::planesOf(set), to, out + roomUsed(length, room), in, inEnd);
+    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
 }
 
 ZELK_OPERATION Pairs unitsOf(const Registers &registers, Block text, Mask upper) {
@@ -347,34 +321,36 @@ ZELK_OPERATION unsigned short *convertToUnits(const BytePlanes &planes, unsigned
     }
 }
 
-ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int blocksToUcs2(tables::ByteSet set, unsigned short *out,
-                                                            const unsigned char *in, const unsigned char *inEnd) {
-    unsigned short *const end = convertToUnits<UpTo::Zero>(tables::planesOf(set), out, in, inEnd);
-    *end = 0;
-    return static_cast<unsigned int>(end - out);
+ZELK_STAGE Progress blocksToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                 unsigned short *out) {
+    const auto done = static_cast<std::size_t>(
+        convertToUnits<UpTo::Zero>(tables::planesOf(set), out, text, text + length) - out);
+    return {done, done};
 }
 
-ZELK_READS_WHOLE_PAGES unsigned int byteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
-                                                  const unsigned char *inEnd) {
-    const auto count = static_cast<std::size_t>(inEnd - in);
-    if (count > blockBytes || !blockInPage(in)) {
-        return blocksToUcs2(set, out, in, inEnd);
+ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                unsigned short *out, std::size_t room) {
+    length = std::min(length, room);
+    if (length > blockBytes || !blockInPage(text)) {
+        return blocksToUcs2(set, text, length, out);
     }
-    const Mask bytes = firstBytes(count);
-    const Block text = load(in, bytes);
-    if (nonZero(text) != bytes) {
-        return blocksToUcs2(set, out, in, inEnd);
+    const Mask bytes = firstBytes(length);
+    const Block block = load(text, bytes);
+    if (nonZero(block) != bytes) {
+        return blocksToUcs2(set, text, length, out);
     }
     const BytePlanes &planes = tables::planesOf(set);
-    storeUnits(out, bytes, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), text, highBits(text)));
-    return terminated(out, count);
+    storeUnits(out, bytes, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), block, highBits(block)));
+    return {length, length};
 }
 
-std::size_t cleanByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
-                               const unsigned char *inEnd) {
-    return static_cast<std::size_t>(convertToUnits<UpTo::Control>(tables::planesOf(set), out, in, inEnd) - out);
+ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                unsigned short *out, std::size_t room) {
+    const std::size_t fitting = std::min(length, room);
+    const auto done = static_cast<std::size_t>(
+        convertToUnits<UpTo::Control>(tables::planesOf(set), out, text, text + fitting) - out);
+    return {done, done};
 }
 
-} // namespace zelk::kernels::avx512
+} // namespace zelk::kernels::ZELK_KERNEL_SET
 
-ZELK_AVX512_END

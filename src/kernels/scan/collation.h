@@ -4,16 +4,14 @@
 // memory page in which it begins, just as the C library's own string functions read.
 #pragma once
 
-#include "kernels/avx512_operations.h"
-#include "kernels/collation.h"
-#include "kernels/dispatch.h"
+#include "kernels/simd/avx512.h"
+#include "kernels/kernels.h"
 
 #include <algorithm>
 #include <bit>
 
-ZELK_AVX512_BEGIN
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 // What two texts have side by side: a block of either, less where a memory page ends.
 struct BlockPair {
@@ -21,7 +19,7 @@ struct BlockPair {
     Block right;
     std::size_t count; // of bytes that were read; zeros behind them
 
-    ZELK_READS_WHOLE_PAGES ZELK_OPERATION BlockPair at(const unsigned char *a, const unsigned char *b) {
+    ZELK_OPERATION BlockPair at(const unsigned char *a, const unsigned char *b) {
         if (blockInPage(a) && blockInPage(b)) [[likely]] {
             return {load(a), load(b), blockBytes};
         }
@@ -30,44 +28,29 @@ struct BlockPair {
     }
 
     // The bytes that are the same, no terminators.
-    ZELK_READS_WHOLE_PAGES inline __attribute__((always_inline)) Mask same() const {
+    inline __attribute__((always_inline)) Mask same() const {
         return _mm512_mask_test_epi8_mask(_mm512_cmpeq_epi8_mask(left, right), left, left);
     }
     // The bytes that are both ASCII, no terminators.
-    ZELK_READS_WHOLE_PAGES inline __attribute__((always_inline)) Mask ascii() const {
+    inline __attribute__((always_inline)) Mask ascii() const {
         return nonZero(left) & nonZero(right) & ~highBits(_mm512_or_si512(left, right));
     }
-    ZELK_READS_WHOLE_PAGES inline __attribute__((always_inline)) Mask differing(const std::uint8_t (&plane)[128],
+    inline __attribute__((always_inline)) Mask differing(const std::uint8_t (&plane)[128],
                                                                                 Mask bytes) const {
         const Table128 table = Table128::from(plane);
         return _mm512_cmpneq_epi8_mask(lookOrZero(table, left, bytes), lookOrZero(table, right, bytes));
     }
 };
 
-ZELK_STAGE ZELK_READS_WHOLE_PAGES int compareBehindBlocks(const unsigned char *a, const unsigned char *b,
-                                                          CompareBehind *compare) {
+ZELK_STAGE std::size_t sharedBytes(const unsigned char *a, const unsigned char *b) {
     for (std::size_t shared = 0;;) {
         const BlockPair pair = BlockPair::at(a + shared, b + shared);
         const auto count = static_cast<std::size_t>(std::countr_one(pair.same()));
         shared += count;
         if (count < pair.count) {
-            return a[shared] == b[shared] ? 0 : compare(a, b, shared);
+            return shared;
         }
     }
-}
-
-// The first block decides most comparisons, and its page is seldom left.
-ZELK_READS_WHOLE_PAGES int compareBehindShared(const unsigned char *a, const unsigned char *b, CompareBehind *compare) {
-    if (blockInPage(a) && blockInPage(b)) [[likely]] {
-        const Block left = load(a);
-        const Mask unequal = _mm512_cmpneq_epi8_mask(left, load(b));
-        const Mask stops = unequal | _mm512_testn_epi8_mask(left, left);
-        if (stops != 0) [[likely]] {
-            const bool same = (unequal & _blsi_u64(stops)) == 0;
-            return same ? 0 : compare(a, b, static_cast<std::size_t>(std::countr_zero(stops)));
-        }
-    }
-    return compareBehindBlocks(a, b, compare);
 }
 
 ZELK_OPERATION void noteFirst(Mask places, const unsigned char *a, const unsigned char *b,
@@ -78,7 +61,7 @@ ZELK_OPERATION void noteFirst(Mask places, const unsigned char *a, const unsigne
     }
 }
 
-ZELK_READS_WHOLE_PAGES std::size_t alikeBytes(const unsigned char *a, const unsigned char *b,
+ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b,
                                               LesserDifferences &differences) {
     const tables::AsciiCollation &planes = tables::asciiCollation;
     for (std::size_t passed = 0;;) {
@@ -100,6 +83,5 @@ ZELK_READS_WHOLE_PAGES std::size_t alikeBytes(const unsigned char *a, const unsi
     }
 }
 
-} // namespace zelk::kernels::avx512
+} // namespace zelk::kernels::ZELK_KERNEL_SET
 
-ZELK_AVX512_END

@@ -2,9 +2,8 @@
 // and their number, so that a character costs one load, one store and no branch. Included by byte_sets.cpp alone.
 #pragma once
 
-#include "kernels/byte_sets.h"
-#include "kernels/dispatch.h"
-#include "kernels/portable_operations.h"
+#include "kernels/kernels.h"
+#include "kernels/plain/operations.h"
 #include "tables/byte_set_planes.h"
 
 #include <algorithm>
@@ -12,9 +11,9 @@
 #include <cstdint>
 #include <cstring>
 
-namespace zelk::kernels::portable {
+namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
-inline constexpr std::ptrdiff_t step = wordBytes;
+inline constexpr std::ptrdiff_t wordStep = wordBytes;
 
 inline bool isAscii(const unsigned char *in) {
     return (wordAt(in) & highBits) == 0;
@@ -29,19 +28,24 @@ inline char *putPacked(char *out, const tables::PackedCharacter &character) {
     return out + character.count;
 }
 
+// Of a room, what the text may use at most: three bytes a character, and one that a whole entry may touch.
+constexpr std::size_t roomUsed(std::size_t length, std::size_t room) {
+    return std::min(room, 3 * length) + 1;
+}
+
 // Moves both as far as the text surely fits.
 inline void convert(const tables::PackedUtf8 &packed, char *&out, const char *outEnd, const unsigned char *&in,
                     const unsigned char *inEnd) {
-    while (inEnd - in >= step && outEnd - out > 3 * step) {
+    while (inEnd - in >= wordStep && outEnd - out > 3 * wordStep) {
         if (isAscii(in)) {
-            std::memcpy(out, in, step);
-            out += step;
+            std::memcpy(out, in, wordStep);
+            out += wordStep;
         } else {
-            for (std::ptrdiff_t i = 0; i < step; ++i) {
+            for (std::ptrdiff_t i = 0; i < wordStep; ++i) {
                 out = putPacked(out, packed[in[i]]);
             }
         }
-        in += step;
+        in += wordStep;
     }
     while (in != inEnd && outEnd - out >= entryBytes) {
         out = putPacked(out, packed[*in++]);
@@ -54,12 +58,12 @@ inline const unsigned char *endOfText(const unsigned char *in, const unsigned ch
     return zero != nullptr ? static_cast<const unsigned char *>(zero) : inEnd;
 }
 
-unsigned int byteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
-                           const unsigned char *inEnd) {
-    char *const begin = out;
-    inEnd = endOfText(in, inEnd);
-    convert(tables::packedUtf8Of(set), out, outEnd, in, inEnd);
-    return plainByteSetToUtf8(set, out, outEnd, in, inEnd, begin);
+ZELK_STAGE Progress bytesToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                std::size_t room) {
+    const unsigned char *in = text;
+    char *to = out;
+    convert(tables::packedUtf8Of(set), to, out + roomUsed(length, room), in, endOfText(in, in + length));
+    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
 }
 
 // Four units with one store.
@@ -93,44 +97,46 @@ inline unsigned short *convertToUnits(tables::ByteSet set, unsigned short *out, 
         return widen(out, in, inEnd);
     }
     const tables::CodePoints &codePoints = tables::codePointsOf(set);
-    for (; inEnd - in >= step; in += step, out += step) {
+    for (; inEnd - in >= wordStep; in += wordStep, out += wordStep) {
         putFour(out, codePoints, in);
         putFour(out + 4, codePoints, in + 4);
     }
     return std::transform(in, inEnd, out, [&codePoints](unsigned char byte) { return codePoints[byte]; });
 }
 
-unsigned int byteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
-                           const unsigned char *inEnd) {
-    unsigned short *const end = convertToUnits(set, out, in, endOfText(in, inEnd));
-    *end = 0;
-    return static_cast<unsigned int>(end - out);
+ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                unsigned short *out, std::size_t room) {
+    const unsigned char *const end = endOfText(text, text + std::min(length, room));
+    const auto done = static_cast<std::size_t>(convertToUnits(set, out, text, end) - out);
+    return {done, done};
 }
 
 // Where the first control is: of its bits 0x60, both are zero.
 inline const unsigned char *firstControl(const unsigned char *in, const unsigned char *inEnd) {
     constexpr std::uint64_t graphicBits = 0x60 * everyByte;
-    while (inEnd - in >= step) {
+    while (inEnd - in >= wordStep) {
         const std::uint64_t word = wordAt(in);
         if ((((word & graphicBits) + graphicBits) & highBits) != highBits) {
             break;
         }
-        in += step;
+        in += wordStep;
     }
     return std::find_if(in, inEnd, [](unsigned char byte) { return (byte & 0x60U) == 0; });
 }
 
-Progress cleanByteSetToUtf8(tables::ByteSet set, char *out, char *outEnd, const unsigned char *in,
-                            const unsigned char *inEnd) {
-    const char *const begin = out;
-    const unsigned char *const text = in;
-    convert(tables::packedUtf8Of(set), out, outEnd, in, firstControl(in, inEnd));
-    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
+ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                std::size_t room) {
+    const unsigned char *in = text;
+    char *to = out;
+    convert(tables::packedUtf8Of(set), to, out + roomUsed(length, room), in, firstControl(in, in + length));
+    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
 }
 
-std::size_t cleanByteSetToUcs2(tables::ByteSet set, unsigned short *out, const unsigned char *in,
-                               const unsigned char *inEnd) {
-    return static_cast<std::size_t>(convertToUnits(set, out, in, firstControl(in, inEnd)) - out);
+ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                unsigned short *out, std::size_t room) {
+    const unsigned char *const end = firstControl(text, text + std::min(length, room));
+    const auto done = static_cast<std::size_t>(convertToUnits(set, out, text, end) - out);
+    return {done, done};
 }
 
-} // namespace zelk::kernels::portable
+} // namespace zelk::kernels::ZELK_KERNEL_SET::plain

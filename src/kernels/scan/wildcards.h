@@ -11,22 +11,21 @@
 // the text does not reach.
 #pragma once
 
-#include "kernels/avx512_operations.h"
-#include "kernels/wildcard.h"
+#include "kernels/simd/avx512.h"
+#include "kernels/kernels.h"
 
 #include <algorithm>
 #include <cstdint>
 
-ZELK_AVX512_BEGIN
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 namespace wildcards {
 
 using Byte = unsigned char;
 
 // The block at any place of a terminated text. What lies behind the terminator is undefined.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION Block blockAt(const Byte *text) {
+ZELK_OPERATION Block blockAt(const Byte *text) {
     if (blockInPage(text)) [[likely]] {
         return load(text);
     }
@@ -124,7 +123,7 @@ struct Part {
 };
 
 template <class Rule>
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION Part partAt(const Byte *start, const Rule &rule) {
+ZELK_OPERATION Part partAt(const Byte *start, const Rule &rule) {
     const Block block = blockAt(start);
     Mask marks = specials(block);
     if ((marks & 1) != 0) [[unlikely]] {
@@ -152,7 +151,7 @@ ZELK_OPERATION bool fits(const Part &part, Block folded) {
 
 // Where the first place ends at which the part fits; null where there is none; the text itself where the rule refuses.
 template <class Rule>
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION const Byte *behindPart(const Byte *const text, const Part &part,
+ZELK_OPERATION const Byte *behindPart(const Byte *const text, const Part &part,
                                                              const Rule &rule) {
     const std::size_t reach = lastOf(static_cast<std::uint16_t>(part.literals)); // of the two bytes looked for
     const Block first = _mm512_broadcastb_epi8(_mm512_castsi512_si128(part.folded));
@@ -185,7 +184,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION const Byte *behindPart(const Byte *const t
     }
 }
 
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION const Byte *terminatorOf(const Byte *text) {
+ZELK_OPERATION const Byte *terminatorOf(const Byte *text) {
     Mask ends = zeros(blockAt(text));
     if (ends == 0) {
         text -= reinterpret_cast<std::uintptr_t>(text) % blockBytes;
@@ -200,7 +199,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION const Byte *terminatorOf(const Byte *text)
 enum class Answer { No, Yes, Open };
 
 template <class Rule>
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION Answer endsWith(const Byte *text, const Part &part, const Rule &rule) {
+ZELK_OPERATION Answer endsWith(const Byte *text, const Part &part, const Rule &rule) {
     const Byte *const end = terminatorOf(text);
     if (static_cast<std::size_t>(end - text) < part.size) {
         return Answer::No;
@@ -220,7 +219,7 @@ struct Rest {
 
 // As far as the rule goes: where the answer is open, it is that of the rest.
 template <class Rule>
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION Answer answerFromStar(Rest &rest, const Rule &rule) {
+ZELK_OPERATION Answer answerFromStar(Rest &rest, const Rule &rule) {
     for (;;) {
         const Byte *const start = rest.pattern + 1;
         if (*start == 0) {
@@ -253,32 +252,17 @@ inline const Byte *bytes(const char *text) {
 }
 
 // The stages give 0 for a match, else what is wanted.
-ZELK_STAGE int matchRestPlainly(Rest rest, int wanted) {
-    return portable::matchWildcards(chars(rest.text), chars(rest.pattern)) == 0 ? 0 : wanted;
-}
-
-ZELK_STAGE ZELK_READS_WHOLE_PAGES int matchRest(Rest rest, int wanted) {
+ZELK_STAGE int matchRest(Rest rest, int wanted) {
     const Answer answer = answerFromStar(rest, Exact{});
-    if (answer == Answer::Open) {
-        return matchRestPlainly(rest, wanted);
-    }
-    return answer == Answer::Yes ? 0 : wanted;
+    return answer == Answer::Yes ? 0 : answer == Answer::No ? wanted : notTaken;
 }
 
-ZELK_STAGE int matchRestInAnyCasePlainly(Rest rest, int wanted, const int *smallLetters) {
-    const int result = portable::matchWildcardsInAnyCase(chars(rest.text), chars(rest.pattern), smallLetters);
-    return result == 0 ? 0 : wanted;
-}
-
-ZELK_STAGE ZELK_READS_WHOLE_PAGES int matchRestInAnyCase(Rest rest, int wanted, const int *smallLetters) {
+ZELK_STAGE int matchRestInAnyCase(Rest rest, int wanted, const int *smallLetters) {
     const Answer answer = answerFromStar(rest, AnyCase::by(smallLetters));
-    if (answer == Answer::Open) {
-        return matchRestInAnyCasePlainly(rest, wanted, smallLetters);
-    }
-    return answer == Answer::Yes ? 0 : wanted;
+    return answer == Answer::Yes ? 0 : answer == Answer::No ? wanted : notTaken;
 }
 
-ZELK_STAGE ZELK_READS_WHOLE_PAGES int matchAsciiRestInAnyCase(Rest rest, int wanted, const int *smallLetters) {
+ZELK_STAGE int matchAsciiRestInAnyCase(Rest rest, int wanted, const int *smallLetters) {
     const Answer answer = answerFromStar(rest, AsciiInAnyCase::by(smallLetters));
     if (answer == Answer::Open) {
         return matchRestInAnyCase(rest, wanted, smallLetters);
@@ -309,7 +293,7 @@ ZELK_OPERATION bool beginsWithStar(const Rest &rest) {
 }
 
 // How many literals the two begin with alike, as far as a block goes.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t sharedLiterals(const Rest &rest) {
+ZELK_OPERATION std::size_t sharedLiterals(const Rest &rest) {
     const Block pattern = blockAt(rest.pattern);
     const Mask differing = _mm512_cmpneq_epi8_mask(pattern, blockAt(rest.text));
     return firstOf(_kor_mask64(specials(pattern), differing));
@@ -317,6 +301,26 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t sharedLiterals(const Rest &res
 
 } // namespace wildcards
 
-} // namespace zelk::kernels::avx512
+ZELK_STAGE int matchWildcards(const char *text, const char *pattern) {
+    using namespace wildcards;
+    Rest rest = {bytes(text), bytes(pattern)};
+    if (beginsWithStar(rest)) {
+        return matchRest(rest, rest.pattern[1]);
+    }
+    if (*pattern != '*') {
+        const std::size_t shared = sharedLiterals(rest);
+        rest = {rest.text + shared, rest.pattern + shared};
+    }
+    return matchFromHead(
+        rest, [](Byte byte) { return int{byte}; }, matchRest);
+}
 
-ZELK_AVX512_END
+ZELK_STAGE int matchWildcardsInAnyCase(const char *text, const char *pattern, const int *smallLetters) {
+    using namespace wildcards;
+    return matchFromHead(
+        {bytes(text), bytes(pattern)}, [=](Byte byte) { return smallLetters[byte]; },
+        [=](Rest rest, int wanted) { return matchAsciiRestInAnyCase(rest, wanted, smallLetters); });
+}
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+

@@ -3,17 +3,17 @@
 // wherever the sequences lie. Included by utf8_decode_portable.h alone.
 #pragma once
 
-#include "kernels/dispatch.h"
 #include "kernels/pages.h"
-#include "kernels/portable_operations.h"
-#include "kernels/utf8.h"
+#include "kernels/plain/operations.h"
+#include "kernels/kernels.h"
+#include "kernels/text_forms.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 
-namespace zelk::kernels::portable {
+namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
 struct Utf8Block {
     Bytes text, before1, before2; // zeros in front of the text
@@ -176,4 +176,4 @@ ZELK_UNSEEN inline bool endsWithCharacter(const unsigned char *text, std::size_t
     return length <= bytesInPage(text) && text[length - 1] < 0xC0 && (length < 2 || text[length - 2] < 0xE0);
 }
 
-} // namespace zelk::kernels::portable
+} // namespace zelk::kernels::ZELK_KERNEL_SET::plain

@@ -10,38 +10,13 @@
 #include <cstdint>
 #include <immintrin.h>
 
-// A pragma is one literal, however long.
-// clang-format off
-
-// The functions between these two are compiled for the instruction set, whatever the rest of the library is built for.
-#if defined(__clang__)
-#define ZELK_AVX512_BEGIN                                                                                              \
-    _Pragma("clang attribute push(__attribute__((target(\"avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt\"))), apply_to = function)")
-#define ZELK_AVX512_END _Pragma("clang attribute pop")
-#else
-#define ZELK_AVX512_BEGIN                                                                                              \
-    _Pragma("GCC push_options")                                                                                        \
-    _Pragma("GCC target(\"avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,bmi,bmi2,popcnt\")")
-#define ZELK_AVX512_END _Pragma("GCC pop_options")
-#endif
-// clang-format on
-
-// For functions that load blocks of terminated texts: what lies behind a terminator in its page is read and ignored.
-#define ZELK_READS_WHOLE_PAGES __attribute__((no_sanitize("address")))
-
-// Sanitized as the function that it becomes part of. GCC marks the scopes of an operation's variables by the attributes
-// of the operation itself, and they would stay marked in a function that reads whole pages.
-#define ZELK_OPERATION static inline __attribute__((always_inline, no_sanitize("address")))
-
-ZELK_AVX512_BEGIN
-
 // GCC 12 takes the registers that its own intrinsics leave undefined on purpose for mistakes of the caller.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #endif
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 inline constexpr std::size_t blockBytes = 64;
 
@@ -153,13 +128,6 @@ ZELK_OPERATION std::size_t storeKept(void *to, Mask keep, Block block) {
     return count;
 }
 
-// A whole text is done: its terminator and its length.
-template <class Unit>
-ZELK_OPERATION unsigned int terminated(Unit *out, std::size_t written) {
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
-}
-
 // A table of 128 bytes, held in registers.
 struct Table128 {
     Block low;
@@ -213,6 +181,5 @@ ZELK_OPERATION Block startingAt(Block block, std::size_t place) {
     return _mm512_permutexvar_epi8(places, block);
 }
 
-} // namespace zelk::kernels::avx512
+} // namespace zelk::kernels::ZELK_KERNEL_SET
 
-ZELK_AVX512_END

@@ -1,15 +1,15 @@
 // UCS-2 text to UTF-8, 32 units at a time, or 64 of ASCII. Included by utf8.cpp and its test alone.
 #pragma once
 
-#include "kernels/utf8.h"
-#include "kernels/utf8_blocks_avx512.h"
+#include "kernels/kernels.h"
+#include "kernels/text_forms.h"
+#include "kernels/move/text_blocks.h"
 
 #include <algorithm>
 #include <array>
 
-ZELK_AVX512_BEGIN
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 using UnitMask = __mmask32;
 
@@ -203,7 +203,7 @@ ZELK_OPERATION TwoBlocks twoBlocks(const unsigned char *text, std::size_t frontU
             inNativeOrder<order>(loadText(text + blockBytes, firstBytes(2 * backUnits)))};
 }
 
-// The bytes of so many units in two blocks, stored to a room that is ample for them; none, and nothing counts, where
+// The bytes of so many units in two blocks, stored to a room that is ample for them; refused, and nothing counts, where
 // something out of the ordinary is among the units.
 template <Clean clean>
 ZELK_OPERATION std::size_t storeTriples(char *out, const TwoBlocks &units, std::size_t frontUnits,
@@ -368,15 +368,15 @@ ZELK_OPERATION bool isDescription(const unsigned char *text, std::size_t count, 
     return count - blockBytes <= blockBytes && 2 * count <= bytesInPage(text) && isAmple(room, roomOfFour);
 }
 
-// Up to 32 units in a block that may be read and, with room for two blocks, stored whole. Tells the bytes, or `none`
+// Up to 32 units in a block that may be read and, with room for two blocks, stored whole. Tells the bytes, or `refused`
 // where something out of the ordinary is among the units.
-inline constexpr std::size_t none = ~std::size_t{0};
+inline constexpr std::size_t refused = ~std::size_t{0};
 
 template <UnitOrder order, Clean clean>
 ZELK_OPERATION std::size_t encodeName(const unsigned char *text, std::size_t count, char *out) {
     const Block units = inNativeOrder<order>(loadText(text, firstBytes(2 * count)));
     if ((extraordinaryUnits<clean>(units) & firstBytes(count)) != 0) {
-        return none;
+        return refused;
     }
     return ofThreeBytes(units) == 0 ? storePairs(out, units, count) : storeTriples<true>(out, units, triples());
 }
@@ -405,29 +405,9 @@ ZELK_STAGE Progress encodeLonger(const unsigned char *text, std::size_t count, c
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    const std::size_t written = isName(text, count, room) ? encodeName<order, clean>(text, count, out) : none;
-    return written != none ? Progress{count, written} : encodeLonger<order, clean>(text, count, out, room);
-}
-
-// The same with the terminator.
-
-template <UnitOrder order>
-ZELK_STAGE unsigned int otherUcs2Text(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    return restOfUcs2Text<order>(text, count, out, room, encodeOther<order, Clean::Any>(text, count, out, room));
-}
-
-template <UnitOrder order>
-ZELK_STAGE unsigned int longerUcs2Text(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    std::size_t written = 0;
-    return isDescription(text, count, room) && encodeFourBlocks<order, Clean::Any>(text, count, out, written)
-               ? terminated(out, written)
-               : otherUcs2Text<order>(text, count, out, room);
-}
-
-template <UnitOrder order>
-ZELK_STAGE unsigned int ucs2TextToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    const std::size_t written = isName(text, count, room) ? encodeName<order, Clean::Any>(text, count, out) : none;
-    return written != none ? terminated(out, written) : longerUcs2Text<order>(text, count, out, room);
+    ++room; // the terminator's place
+    const std::size_t written = isName(text, count, room) ? encodeName<order, clean>(text, count, out) : refused;
+    return written != refused ? Progress{count, written} : encodeLonger<order, clean>(text, count, out, room);
 }
 
 // ---- Measuring, and exchanging the bytes of units
@@ -451,12 +431,12 @@ ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
             return done;
         }
         while (mayRead(text + 2 * done.read, 2 * (count - done.read), blockBytes)) {
-            const Block whole = inNativeOrder<order>(loadText(text + 2 * done.read));
-            if (extraordinaryUnits<Clean::Any>(whole) != 0) {
+            const Block all32 = inNativeOrder<order>(loadText(text + 2 * done.read));
+            if (extraordinaryUnits<Clean::Any>(all32) != 0) {
                 break;
             }
             done.read += blockUnits;
-            done.written += blockUnits + bytesBeyondOne(whole, static_cast<UnitMask>(~0U));
+            done.written += blockUnits + bytesBeyondOne(all32, static_cast<UnitMask>(~0U));
         }
     }
 }
@@ -476,16 +456,15 @@ ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, u
             return {done, done};
         }
         while (mayRead(text + 2 * done, 2 * (fitting - done), blockBytes)) {
-            const Block whole = inNativeOrder<UnitOrder::HighFirst>(loadText(text + 2 * done));
-            if (extraordinaryUnits<clean>(whole) != 0) {
+            const Block all32 = inNativeOrder<UnitOrder::HighFirst>(loadText(text + 2 * done));
+            if (extraordinaryUnits<clean>(all32) != 0) {
                 break;
             }
-            store(out + done, whole);
+            store(out + done, all32);
             done += blockUnits;
         }
     }
 }
 
-} // namespace zelk::kernels::avx512
+} // namespace zelk::kernels::ZELK_KERNEL_SET
 
-ZELK_AVX512_END

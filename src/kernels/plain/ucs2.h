@@ -4,12 +4,11 @@
 // and its test alone.
 #pragma once
 
-#include "detail/room.h"
 #include "detail/utf8_char.h"
-#include "kernels/dispatch.h"
 #include "kernels/pages.h"
-#include "kernels/portable_operations.h"
-#include "kernels/utf8.h"
+#include "kernels/plain/operations.h"
+#include "kernels/kernels.h"
+#include "kernels/text_forms.h"
 
 #include <algorithm>
 #include <array>
@@ -17,7 +16,7 @@
 #include <climits>
 #include <cstdint>
 
-namespace zelk::kernels::portable {
+namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
 template <UnitOrder order>
 unsigned int unitAt(const unsigned char *text, std::size_t index) {
@@ -99,8 +98,6 @@ struct Totals {
     static Totals of(const Widths &widths) { return {saturated(widths.one + widths.notThree + 3) * everyByte}; }
     std::size_t at(std::size_t unit) const { return bytes >> CHAR_BIT * unit & 0xFF; }
 };
-
-using SignedFours = std::int32_t __attribute__((vector_size(vectorBytes)));
 
 // Units below 0x800, as pairs: each is four bytes, of which two to four count.
 inline void putPairs(Units units, const Widths &widths, const Totals &totals, char *out) {
@@ -192,18 +189,18 @@ inline std::size_t unitsOnPage(const unsigned char *text, std::size_t count) {
 }
 
 using Blocks = Progress (*)(const unsigned char *text, std::size_t count, char *out);
-using Rest = Progress (*)(const unsigned char *text, std::size_t count, char *out, std::size_t room);
+using UnitLoop = Progress (*)(const unsigned char *text, std::size_t count, char *out, std::size_t room);
 
 // Page by page, by blocks while the room surely suffices for one. Written once for all texts.
 [[gnu::cold, gnu::noinline]] inline Progress encodePages(const unsigned char *text, std::size_t count, char *out,
-                                                         std::size_t room, Blocks blocks, Rest rest) {
+                                                         std::size_t room, Blocks blocks, UnitLoop rest) {
     Progress done;
     for (bool going = true; going && done.read < count;) {
         const unsigned char *const from = text + 2 * done.read;
         char *const to = out + done.written;
         const std::size_t left = room - done.written;
         const std::size_t onPage = unitsOnPage(from, count - done.read);
-        const std::size_t fitting = room < detail::leastNominalSize ? std::min(onPage, (left - 1) / 3) : 0;
+        const std::size_t fitting = std::min(onPage, (left - 1) / 3);
         const bool block = fitting >= vectorUnits;
         const Progress step = block ? blocks(from, fitting, to) : rest(from, onPage, to, left);
         done.read += step.read;
@@ -216,10 +213,11 @@ using Rest = Progress (*)(const unsigned char *text, std::size_t count, char *ou
 // Most texts are on one page and have room for whatever they hold.
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    ++room; // the terminator's place
     if (count < vectorUnits) {
         return encodeUnits<order, clean>(text, count, out, room);
     }
-    if (count > bytesInPage(text) / 2 || room <= 3 * count || room >= detail::leastNominalSize) [[unlikely]] {
+    if (count > bytesInPage(text) / 2 || room <= 3 * count) [[unlikely]] {
         return encodePages(text, count, out, room, encodeBlocks<order, clean>, encodeUnits<order, clean>);
     }
     return encodeBlocks<order, clean>(text, count, out);
@@ -247,6 +245,7 @@ ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    ++room; // the terminator's place
     return encodeUnits<order, clean>(text, count, out, room);
 }
 
@@ -273,15 +272,4 @@ ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, u
     return done;
 }
 
-// A whole text, with its terminator.
-template <UnitOrder order>
-ZELK_STAGE unsigned int ucs2TextToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    const Progress done = ucs2ToUtf8<order, Clean::Any>(text, count, out, room);
-    if (done.read == count) [[likely]] {
-        out[done.written] = 0;
-        return static_cast<unsigned int>(done.written);
-    }
-    return restOfUcs2Text<order>(text, count, out, room, done);
-}
-
-} // namespace zelk::kernels::portable
+} // namespace zelk::kernels::ZELK_KERNEL_SET::plain

@@ -2,22 +2,21 @@
 // time, the rest character by character. Included by utf8.cpp and its test alone.
 #pragma once
 
-#include "detail/room.h"
 #include "detail/utf8_char.h"
-#include "kernels/dispatch.h"
-#include "kernels/portable_operations.h"
-#include "kernels/utf8.h"
-#include "kernels/utf8_blocks_portable.h"
+#include "kernels/plain/operations.h"
+#include "kernels/kernels.h"
+#include "kernels/text_forms.h"
+#include "kernels/plain/utf8_blocks.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
-namespace zelk::kernels::portable {
+namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
 // ---- Character by character
 
-inline constexpr std::size_t window = 256;
+inline constexpr std::size_t extentWindow = 256;
 
 // No high bit, and no byte below `limit` (at most 0x80): every byte of 0x80 - limit and more carries when limit is
 // taken from it with its high bit set.
@@ -25,7 +24,7 @@ inline bool plainAscii(std::uint64_t word, unsigned int limit) {
     return ((word | ~((word | highBits) - limit * everyByte)) & highBits) == 0;
 }
 
-// A text whose count may be too large: the C library tells what is surely there, a window at a time.
+// A text whose count may be too large: the C library tells what is surely there, a extentWindow at a time.
 class Extent {
 public:
     Extent(const unsigned char *text, std::size_t length) : text_(text), length_(length) {}
@@ -35,7 +34,7 @@ public:
 
     bool hasWordAt(std::size_t position) {
         if (position + wordBytes > known_ && known_ < length_) {
-            const std::size_t wanted = std::min(window, length_ - position);
+            const std::size_t wanted = std::min(extentWindow, length_ - position);
             const void *zero = std::memchr(text_ + position, 0, wanted);
             known_ = position + wanted;
             if (zero != nullptr) {
@@ -265,7 +264,6 @@ inline Fours closedUpByFour(Units pairs, Fours leftOutOfFirst) {
 
 // Bytes 1 to 3 of each four where one of the first two is left out.
 inline Fours gapsOfFour(Bytes leftOut) {
-    using SignedFours = std::int32_t __attribute__((vector_size(vectorBytes)));
     const Bytes either = leftOut | reinterpret_cast<Bytes>(reinterpret_cast<Units>(leftOut) >> 8);
     return reinterpret_cast<Fours>(reinterpret_cast<SignedFours>(reinterpret_cast<Fours>(either) << 24) >> 16);
 }
@@ -452,27 +450,9 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     if constexpr (clean == Clean::NoControls) {
         length = wellFormedUtf8<clean>(text, room < length / 3 ? 3 * room : length);
     }
-    if (room + 1 >= detail::leastNominalSize) {
-        return decodeCharacters<Clean::Any>(text, length, out, room);
-    }
     return length == 0      ? Progress{}
            : text[0] < 0xE0 ? decodeShorter(text, length, out, room)
                             : decodeFurther(text, length, out, room, {});
 }
 
-// A whole text, with its terminator.
-ZELK_STAGE unsigned int utf8TextToUcs2(const unsigned char *text, std::size_t length, unsigned short *out,
-                                       std::size_t room) {
-    Progress done;
-    if (length != 0 && *text != 0) {
-        done = utf8ToUcs2<Clean::Any>(text, length, out, room - 1);
-        if (done.read != length && text[done.read] != 0) [[unlikely]] {
-            return static_cast<unsigned int>(done.written) +
-                   anyUtf8Text(text + done.read, length - done.read, out + done.written, room - done.written);
-        }
-    }
-    out[done.written] = 0;
-    return static_cast<unsigned int>(done.written);
-}
-
-} // namespace zelk::kernels::portable
+} // namespace zelk::kernels::ZELK_KERNEL_SET::plain

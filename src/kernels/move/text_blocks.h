@@ -3,15 +3,13 @@
 // goes on.
 #pragma once
 
-#include "detail/room.h"
-#include "kernels/avx512_operations.h"
+#include "kernels/simd/avx512.h"
 
 #include <algorithm>
 #include <cstdint>
 
-ZELK_AVX512_BEGIN
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 inline constexpr std::size_t blockUnits = blockBytes / 2;
 
@@ -40,9 +38,9 @@ ZELK_OPERATION std::size_t readableBlocks(const unsigned char *text, std::size_t
     return std::min(length, bytesInPage(text)) / blockBytes;
 }
 
-// Whole blocks may be stored in a room that holds them, unless its size is none of a buffer.
+// Whole blocks may be stored in a room that holds them.
 ZELK_OPERATION bool isAmple(std::size_t room, std::size_t least) {
-    return room - least < static_cast<std::size_t>(detail::leastNominalSize) - least;
+    return room >= least;
 }
 
 inline constexpr std::size_t longText = 16 * blockBytes;
@@ -74,6 +72,5 @@ ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t 
     return (_mm512_test_epi16_mask(block, block) & present) == present ? units : onPage;
 }
 
-} // namespace zelk::kernels::avx512
+} // namespace zelk::kernels::ZELK_KERNEL_SET
 
-ZELK_AVX512_END

@@ -4,9 +4,8 @@
 // nor out of the memory page in which it begins, just as the C library's own string functions read.
 #pragma once
 
-#include "kernels/avx512_operations.h"
-#include "kernels/dispatch.h"
-#include "kernels/xml.h"
+#include "kernels/simd/avx512.h"
+#include "kernels/kernels.h"
 #include "tables/xml.h"
 
 #include <algorithm>
@@ -15,9 +14,8 @@
 #include <cstdint>
 #include <cstring>
 
-ZELK_AVX512_BEGIN
 
-namespace zelk::kernels::avx512 {
+namespace zelk::kernels::ZELK_KERNEL_SET {
 
 // The next bytes of a text, zeros behind them, and their number: all that may be read, or less where the text ends.
 struct TextBlock {
@@ -26,7 +24,7 @@ struct TextBlock {
     std::size_t count;
 };
 
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION TextBlock textBlock(const char *text, std::size_t left) {
+ZELK_OPERATION TextBlock textBlock(const char *text, std::size_t left) {
     std::size_t readable = blockBytes;
     if (left < blockBytes || !blockInPage(text)) {
         readable = std::min({left, bytesInPage(text), blockBytes});
@@ -44,7 +42,7 @@ ZELK_OPERATION Mask specials(Block bytes) {
 }
 
 // Stores all eight bytes of a character's entry, of which its length counts: the last byte.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t storeEscaped(char *out, char character) {
+ZELK_OPERATION std::size_t storeEscaped(char *out, char character) {
     std::uint64_t entry = 0;
     std::memcpy(&entry, &tables::xmlCharacters[static_cast<unsigned char>(character)], sizeof entry);
     std::memcpy(out, &entry, sizeof entry);
@@ -53,7 +51,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t storeEscaped(char *out, char c
 
 // A special character now and then: the run up to it is stored with what follows, which the next store overwrites.
 // There is room for a whole block behind the result.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special,
+ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special,
                                                              char *out) {
     std::size_t read = 0;
     std::size_t written = 0;
@@ -69,7 +67,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeRuns(const char *text, c
 }
 
 // Special characters all over, or little room: each character by its entry, without a branch.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeEach(const char *text, std::size_t count, char *out) {
+ZELK_OPERATION std::size_t escapeEach(const char *text, std::size_t count, char *out) {
     std::size_t written = 0;
 #pragma GCC unroll 4
     for (std::size_t i = 0; i < count; ++i) {
@@ -81,7 +79,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::size_t escapeEach(const char *text, s
 inline constexpr std::size_t mostInRuns = 16; // special characters of a block
 
 // One block; false where what comes out may not fit.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special,
+ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special,
                                                        char *out, std::size_t room, Progress &done) {
     const std::size_t places = countOf(special);
     const std::size_t longest = block.count + places * tables::longestXmlEntity;
@@ -111,7 +109,7 @@ ZELK_OPERATION void add(Progress &done, const Progress &more) {
 }
 
 // Whole blocks with special characters here and there, without a wait for where the text might end in them.
-ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress escapeBlocks(const char *text, std::size_t length, char *out,
+ZELK_STAGE Progress escapeBlocks(const char *text, std::size_t length, char *out,
                                                         std::size_t room) {
     constexpr std::size_t roomOfBlock = 2 * blockBytes + mostInRuns * tables::longestXmlEntity;
     const std::size_t readable = std::min(length, bytesInPage(text));
@@ -138,7 +136,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress escapeBlocks(const char *text, std::s
     return {static_cast<std::size_t>(at - text), static_cast<std::size_t>(to - out)};
 }
 
-ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress escapeXml(const char *text, std::size_t length, char *out,
+ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out,
                                                      std::size_t room) {
     Progress done;
     for (;;) {
@@ -154,7 +152,7 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress escapeXml(const char *text, std::size
     }
 }
 
-ZELK_STAGE ZELK_READS_WHOLE_PAGES std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
+ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
     std::uint64_t total = 0;
     for (std::size_t read = 0;;) {
         const TextBlock block = textBlock(text + read, length - read);
@@ -221,7 +219,7 @@ ZELK_OPERATION const tables::XmlReference *referenceIn(std::uint64_t eight) {
     return (eight & mask) == text ? &reference : nullptr;
 }
 
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION std::uint64_t eightBytesAt(const char *text) {
+ZELK_OPERATION std::uint64_t eightBytesAt(const char *text) {
     std::uint64_t eight = 0;
     std::memcpy(&eight, text, sizeof eight);
     return eight;
@@ -236,7 +234,7 @@ struct UnescapedRuns {
 
 // References now and then: the run up to one is stored with what follows, which the next store overwrites. Eight bytes
 // behind the block may be read.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask references,
+ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask references,
                                                                  char *out) {
     Progress done;
     for (; references != 0; references &= references - 1) {
@@ -264,7 +262,7 @@ struct Unescaper {
     char *lastTo;       // where two blocks may be written
 
     // A block with few references; false in front of one that is no whole entity.
-    ZELK_READS_WHOLE_PAGES ZELK_OPERATION bool byRuns(Unescaper &self, Block bytes, Mask references) {
+    ZELK_OPERATION bool byRuns(Unescaper &self, Block bytes, Mask references) {
         const UnescapedRuns runs = unescapeRuns(self.at, bytes, references, self.to);
         self.to += runs.done.written;
         if (runs.stopped || runs.done.read > blockBytes) {
@@ -280,7 +278,7 @@ struct Unescaper {
     // Whole blocks. Where references are many, in steps that leave room for the longest name: a reference is looked at
     // where all of it is in the block, and what its name covers of the next block is carried there. So no step waits
     // for the last one's result.
-    ZELK_READS_WHOLE_PAGES ZELK_OPERATION void byBlocks(Unescaper &self) {
+    ZELK_OPERATION void byBlocks(Unescaper &self) {
         constexpr std::size_t stride = entityStarts;
         Mask carried = 0;
         while (self.at <= self.lastAt && self.to <= self.lastTo) {
@@ -312,7 +310,7 @@ struct Unescaper {
 };
 
 // The last block of a text, or of what of it lies in a page: as far as its references are whole entities.
-ZELK_READS_WHOLE_PAGES ZELK_OPERATION Progress unescapeLast(const TextBlock &block, Mask references, char *out) {
+ZELK_OPERATION Progress unescapeLast(const TextBlock &block, Mask references, char *out) {
     if (block.count == 0) {
         return {}; // an empty store may be slow
     }
@@ -325,7 +323,7 @@ ZELK_READS_WHOLE_PAGES ZELK_OPERATION Progress unescapeLast(const TextBlock &blo
     return {end, end == 0 ? 0 : storeKept<false>(out, firstBytes(end) & ~result.names, result.bytes)};
 }
 
-ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress unescapeXml(const char *text, std::size_t length, char *out,
+ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
                                                        std::size_t room) {
     Unescaper self = {text, out, text, out};
     char *const outEnd = out + room;
@@ -353,70 +351,4 @@ ZELK_STAGE ZELK_READS_WHOLE_PAGES Progress unescapeXml(const char *text, std::si
     }
 }
 
-// Texts whose count is known to go over a block are no short ones.
-ZELK_OPERATION bool mayBeShort(std::size_t length) {
-    return length <= blockBytes || length > INT_MAX;
-}
-
-ZELK_OPERATION bool endsIn(const TextBlock &block, std::size_t length) {
-    return block.count < block.readable || block.count == length;
-}
-
-// A text that stays as it is and fits.
-ZELK_OPERATION unsigned int copied(const TextBlock &block, char *out) {
-    store(out, firstBytes(block.count), block.bytes);
-    return terminated(out, block.count);
-}
-
-// A text that ends in its first block, in one go.
-ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int escapeShortXml(const char *text, std::size_t length, char *out,
-                                                              std::size_t room, XmlConversion otherwise) {
-    if (!mayBeShort(length)) {
-        return otherwise(text, length, out, room);
-    }
-    const TextBlock block = textBlock(text, length);
-    const Mask special = specials(block.bytes) & firstBytes(block.count);
-    if (!endsIn(block, length)) {
-        return otherwise(text, length, out, room);
-    }
-    if (special == 0 && room >= block.count) {
-        return copied(block, out);
-    }
-    if (room < block.count + countOf(special) * tables::longestXmlEntity + blockBytes) {
-        return otherwise(text, length, out, room);
-    }
-    const std::size_t written = escapeRuns(text, block, special, out);
-    return terminated(out, written);
-}
-
-// A text without references keeps what it needs in few registers; with them, a stage of its own goes on.
-ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortReferences(Block bytes, std::size_t count, const char *text,
-                                                                       std::size_t length, char *out, std::size_t room,
-                                                                       XmlConversion otherwise) {
-    const Mask present = firstBytes(count);
-    const Unescaped result = unescaped(bytes, _mm512_cmpeq_epi8_mask(bytes, everyByte<'&'>()) & present);
-    if (result.others != 0) {
-        return otherwise(text, length, out, room);
-    }
-    const std::size_t written = storeKept<false>(out, present & ~result.names, result.bytes);
-    return terminated(out, written);
-}
-
-ZELK_STAGE ZELK_READS_WHOLE_PAGES unsigned int unescapeShortXml(const char *text, std::size_t length, char *out,
-                                                                std::size_t room, XmlConversion otherwise) {
-    if (!mayBeShort(length)) {
-        return otherwise(text, length, out, room);
-    }
-    const TextBlock block = textBlock(text, length);
-    if (!endsIn(block, length) || room < block.count) {
-        return otherwise(text, length, out, room);
-    }
-    if ((_mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>()) & firstBytes(block.count)) != 0) {
-        return unescapeShortReferences(block.bytes, block.count, text, length, out, room, otherwise);
-    }
-    return copied(block, out);
-}
-
-} // namespace zelk::kernels::avx512
-
-ZELK_AVX512_END
+} // namespace zelk::kernels::ZELK_KERNEL_SET

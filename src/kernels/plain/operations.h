@@ -14,7 +14,7 @@
 #include <arm_neon.h>
 #endif
 
-namespace zelk::kernels::portable {
+namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
 using detail::everyByte;
 using detail::firstByteOf;
@@ -29,6 +29,7 @@ inline constexpr std::size_t vectorUnits = vectorBytes / 2;
 using Bytes = std::uint8_t __attribute__((vector_size(vectorBytes)));
 using Units = std::uint16_t __attribute__((vector_size(vectorBytes)));
 using Fours = std::uint32_t __attribute__((vector_size(vectorBytes)));
+using SignedFours = std::int32_t __attribute__((vector_size(vectorBytes)));
 using Words = std::uint64_t __attribute__((vector_size(vectorBytes)));
 
 template <class Vector>
@@ -220,4 +221,4 @@ inline Units highProducts(Units a, Units b) {
 
 #endif
 
-} // namespace zelk::kernels::portable
+} // namespace zelk::kernels::ZELK_KERNEL_SET::plain

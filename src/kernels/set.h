@@ -1,0 +1,35 @@
+// What every set of kernels is compiled with. A set is one source file: it names itself (ZELK_KERNEL_SET), includes
+// what every target may use, and between ZELK_TARGET_BEGIN and ZELK_TARGET_END the files of its kernels, all of whose
+// functions are then of its instruction set and in its namespace.
+#pragma once
+
+#include "kernels/kernels.h"
+#include "tables/byte_set_planes.h"
+#include "tables/dvb_marks.h"
+#include "tables/xml.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <type_traits>
+
+#define ZELK_PRAGMA(text) _Pragma(#text)
+#if defined(__clang__)
+#define ZELK_TARGET_BEGIN(features)                                                                                    \
+    ZELK_PRAGMA(clang attribute push(__attribute__((target(features))), apply_to = function))
+#define ZELK_TARGET_END ZELK_PRAGMA(clang attribute pop)
+#else
+#define ZELK_TARGET_BEGIN(features) ZELK_PRAGMA(GCC push_options) ZELK_PRAGMA(GCC target(features))
+#define ZELK_TARGET_END ZELK_PRAGMA(GCC pop_options)
+#endif
+
+// A stage of a conversion: a function of its own, so that the registers that it saves do not burden the others.
+#define ZELK_STAGE [[gnu::noinline, maybe_unused]] static
+
+// A small operation that becomes part of whatever uses it.
+#define ZELK_OPERATION [[gnu::always_inline, maybe_unused]] static inline

@@ -1,0 +1,20 @@
+// In which forms the kernels take UCS-2 and UTF-8 text.
+#pragma once
+
+namespace zelk::kernels {
+
+// How the two bytes of a UCS-2 unit lie in memory.
+enum class UnitOrder { LowFirst, HighFirst };
+
+// What stops a conversion, besides zeros.
+enum class Clean {
+    Any,        // nothing: every other unit is converted
+    NoControls, // U+0000 to U+001F, U+0080 to U+009F and their images from U+E080 on, which DVB text filters
+};
+
+constexpr bool isClean(Clean clean, unsigned int unit) {
+    return clean == Clean::Any ? unit != 0
+                               : unit >= 0x20 && (unit < 0x80 || (unit > 0x9F && (unit < 0xE080 || unit > 0xE09F)));
+}
+
+} // namespace zelk::kernels
