@@ -25,21 +25,21 @@ unsigned int plainToUtf8(tables::ByteSet set, char *out, int outSize, const unsi
 }
 
 unsigned int toUcs2(tables::ByteSet set, unsigned short *out, int outSize, const char *in, int length) {
-    const kernels::Progress done = kernels::kernels().bytesToUcs2(
-        set, bytesOf(in), static_cast<unsigned int>(length), out, static_cast<unsigned int>(outSize - 1));
+    const kernels::Progress done = kernels::kernels().bytesToUcs2(set, bytesOf(in), static_cast<unsigned int>(length),
+                                                                  out, static_cast<unsigned int>(outSize - 1));
     out[done.written] = 0;
     return static_cast<unsigned int>(done.written);
 }
 
 // What a kernel leaves: near the end of the buffer what does not fit is skipped, and what comes after it may fit.
 unsigned int toUtf8(tables::ByteSet set, char *out, int outSize, const char *in, int length) {
-    const kernels::Progress done = kernels::kernels().bytesToUtf8(
-        set, bytesOf(in), static_cast<unsigned int>(length), out, static_cast<unsigned int>(outSize - 1));
+    const kernels::Progress done = kernels::kernels().bytesToUtf8(set, bytesOf(in), static_cast<unsigned int>(length),
+                                                                  out, static_cast<unsigned int>(outSize - 1));
     const auto read = static_cast<int>(done.read);
     const auto written = static_cast<unsigned int>(done.written);
     if (read != length) {
-        return written + plainToUtf8(set, out + written, outSize - static_cast<int>(written), bytesOf(in) + read,
-                                     length - read);
+        return written +
+               plainToUtf8(set, out + written, outSize - static_cast<int>(written), bytesOf(in) + read, length - read);
     }
     out[written] = 0;
     return written;

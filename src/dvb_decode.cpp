@@ -256,8 +256,7 @@ template <class Sink>
         at += done.read;
         left -= static_cast<unsigned int>(done.read);
         sink.advance(static_cast<int>(done.written));
-        for (auto steps = plainSteps(done.read); steps != 0 && left != 0 && !sink.full();
-             --steps, --left, ++at) {
+        for (auto steps = plainSteps(done.read); steps != 0 && left != 0 && !sink.full(); --steps, --left, ++at) {
             const unsigned int unit = *at;
             if (unit == 0 && text.left < 0) {
                 return sink.finish();
@@ -297,8 +296,8 @@ template <class Sink>
         at += done.read;
         sink.advance(static_cast<int>(done.written));
         // The kernels begin with a character: a sequence that the steps begin is finished first.
-        for (auto steps = plainSteps(done.read);
-             (steps != 0 || state.remaining != 0) && at != end && !sink.full(); ++at) {
+        for (auto steps = plainSteps(done.read); (steps != 0 || state.remaining != 0) && at != end && !sink.full();
+             ++at) {
             steps -= steps != 0 ? 1 : 0;
             putUnlessDropped(sink, filterControls(laterUnit(utf8StreamDecode(state, *at)), flags));
         }

@@ -8,6 +8,7 @@
 ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 
 #include "kernels/plain/kernels.h"
+#include "kernels/simd/avx2.h"
 
 namespace zelk::kernels {
 

@@ -8,6 +8,7 @@
 ZELK_TARGET_BEGIN("sse4.1,popcnt")
 
 #include "kernels/plain/kernels.h"
+#include "kernels/simd/sse41.h"
 
 namespace zelk::kernels {
 

@@ -7,7 +7,6 @@
 #include "kernels/plain/marked_sets.h"
 #include "tables/dvb_marks.h"
 
-
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
 using tables::markPlanes;
@@ -284,8 +283,8 @@ ZELK_OPERATION std::size_t storeMarkedUnits(const Pairs &order, unsigned short *
     return frontUnits + backUnits;
 }
 
-ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *in, std::size_t length,
-                                 unsigned short *out, std::size_t room) {
+ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *in, std::size_t length, unsigned short *out,
+                                 std::size_t room) {
     const unsigned char *const inEnd = in + std::min(length, room);
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const UnitPlanes planes{held(registersOf(bytePlanes.ucs2High, bytePlanes.ucs2Low)), load(markPlanes.lows),

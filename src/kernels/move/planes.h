@@ -4,12 +4,11 @@
 // Included by byte_sets.cpp alone.
 #pragma once
 
-#include "kernels/simd/avx512.h"
 #include "kernels/kernels.h"
+#include "kernels/simd/avx512.h"
 #include "tables/byte_set_planes.h"
 
 #include <array>
-
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
@@ -323,13 +322,13 @@ ZELK_OPERATION unsigned short *convertToUnits(const BytePlanes &planes, unsigned
 
 ZELK_STAGE Progress blocksToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
                                  unsigned short *out) {
-    const auto done = static_cast<std::size_t>(
-        convertToUnits<UpTo::Zero>(tables::planesOf(set), out, text, text + length) - out);
+    const auto done =
+        static_cast<std::size_t>(convertToUnits<UpTo::Zero>(tables::planesOf(set), out, text, text + length) - out);
     return {done, done};
 }
 
-ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
-                                unsigned short *out, std::size_t room) {
+ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
+                                std::size_t room) {
     length = std::min(length, room);
     if (length > blockBytes || !blockInPage(text)) {
         return blocksToUcs2(set, text, length, out);
@@ -344,13 +343,12 @@ ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, 
     return {length, length};
 }
 
-ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
-                                unsigned short *out, std::size_t room) {
+ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
+                                std::size_t room) {
     const std::size_t fitting = std::min(length, room);
-    const auto done = static_cast<std::size_t>(
-        convertToUnits<UpTo::Control>(tables::planesOf(set), out, text, text + fitting) - out);
+    const auto done =
+        static_cast<std::size_t>(convertToUnits<UpTo::Control>(tables::planesOf(set), out, text, text + fitting) - out);
     return {done, done};
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
-

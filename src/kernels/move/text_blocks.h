@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdint>
 
-
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
 inline constexpr std::size_t blockUnits = blockBytes / 2;
@@ -73,4 +72,3 @@ ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t 
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
-

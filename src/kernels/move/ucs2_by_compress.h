@@ -2,12 +2,11 @@
 #pragma once
 
 #include "kernels/kernels.h"
-#include "kernels/text_forms.h"
 #include "kernels/move/text_blocks.h"
+#include "kernels/text_forms.h"
 
 #include <algorithm>
 #include <array>
-
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
@@ -467,4 +466,3 @@ ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, u
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
-

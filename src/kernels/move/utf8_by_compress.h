@@ -2,12 +2,11 @@
 #pragma once
 
 #include "kernels/kernels.h"
-#include "kernels/text_forms.h"
 #include "kernels/move/text_blocks.h"
+#include "kernels/text_forms.h"
 
 #include <algorithm>
 #include <cstring>
-
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
@@ -720,4 +719,3 @@ ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
-

@@ -104,8 +104,8 @@ inline unsigned short *convertToUnits(tables::ByteSet set, unsigned short *out, 
     return std::transform(in, inEnd, out, [&codePoints](unsigned char byte) { return codePoints[byte]; });
 }
 
-ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
-                                unsigned short *out, std::size_t room) {
+ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
+                                std::size_t room) {
     const unsigned char *const end = endOfText(text, text + std::min(length, room));
     const auto done = static_cast<std::size_t>(convertToUnits(set, out, text, end) - out);
     return {done, done};
@@ -132,8 +132,8 @@ ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, 
     return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
 }
 
-ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
-                                unsigned short *out, std::size_t room) {
+ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
+                                std::size_t room) {
     const unsigned char *const end = firstControl(text, text + std::min(length, room));
     const auto done = static_cast<std::size_t>(convertToUnits(set, out, text, end) - out);
     return {done, done};

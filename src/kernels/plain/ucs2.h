@@ -5,9 +5,9 @@
 #pragma once
 
 #include "detail/utf8_char.h"
+#include "kernels/kernels.h"
 #include "kernels/pages.h"
 #include "kernels/plain/operations.h"
-#include "kernels/kernels.h"
 #include "kernels/text_forms.h"
 
 #include <algorithm>

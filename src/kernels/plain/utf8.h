@@ -3,10 +3,10 @@
 #pragma once
 
 #include "detail/utf8_char.h"
-#include "kernels/plain/operations.h"
 #include "kernels/kernels.h"
-#include "kernels/text_forms.h"
+#include "kernels/plain/operations.h"
 #include "kernels/plain/utf8_blocks.h"
+#include "kernels/text_forms.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -3,9 +3,9 @@
 // wherever the sequences lie. Included by utf8_decode_portable.h alone.
 #pragma once
 
+#include "kernels/kernels.h"
 #include "kernels/pages.h"
 #include "kernels/plain/operations.h"
-#include "kernels/kernels.h"
 #include "kernels/text_forms.h"
 
 #include <algorithm>

@@ -11,9 +11,9 @@
 // the text does not reach.
 #pragma once
 
+#include "kernels/kernels.h"
 #include "kernels/pages.h"
 #include "kernels/plain/operations.h"
-#include "kernels/kernels.h"
 
 #include <array>
 #include <cstdint>

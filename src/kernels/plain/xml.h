@@ -3,8 +3,8 @@
 // what counts, inside the room. Included by xml.cpp and its test alone.
 #pragma once
 
-#include "kernels/plain/operations.h"
 #include "kernels/kernels.h"
+#include "kernels/plain/operations.h"
 #include "tables/xml.h"
 
 #include <algorithm>

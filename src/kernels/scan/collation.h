@@ -4,12 +4,11 @@
 // memory page in which it begins, just as the C library's own string functions read.
 #pragma once
 
-#include "kernels/simd/avx512.h"
 #include "kernels/kernels.h"
+#include "kernels/simd/avx512.h"
 
 #include <algorithm>
 #include <bit>
-
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
@@ -35,8 +34,7 @@ struct BlockPair {
     inline __attribute__((always_inline)) Mask ascii() const {
         return nonZero(left) & nonZero(right) & ~highBits(_mm512_or_si512(left, right));
     }
-    inline __attribute__((always_inline)) Mask differing(const std::uint8_t (&plane)[128],
-                                                                                Mask bytes) const {
+    inline __attribute__((always_inline)) Mask differing(const std::uint8_t (&plane)[128], Mask bytes) const {
         const Table128 table = Table128::from(plane);
         return _mm512_cmpneq_epi8_mask(lookOrZero(table, left, bytes), lookOrZero(table, right, bytes));
     }
@@ -61,8 +59,7 @@ ZELK_OPERATION void noteFirst(Mask places, const unsigned char *a, const unsigne
     }
 }
 
-ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b,
-                                              LesserDifferences &differences) {
+ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
     const tables::AsciiCollation &planes = tables::asciiCollation;
     for (std::size_t passed = 0;;) {
         const BlockPair pair = BlockPair::at(a + passed, b + passed);
@@ -84,4 +81,3 @@ ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
-

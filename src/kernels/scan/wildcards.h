@@ -11,12 +11,11 @@
 // the text does not reach.
 #pragma once
 
-#include "kernels/simd/avx512.h"
 #include "kernels/kernels.h"
+#include "kernels/simd/avx512.h"
 
 #include <algorithm>
 #include <cstdint>
-
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
@@ -151,8 +150,7 @@ ZELK_OPERATION bool fits(const Part &part, Block folded) {
 
 // Where the first place ends at which the part fits; null where there is none; the text itself where the rule refuses.
 template <class Rule>
-ZELK_OPERATION const Byte *behindPart(const Byte *const text, const Part &part,
-                                                             const Rule &rule) {
+ZELK_OPERATION const Byte *behindPart(const Byte *const text, const Part &part, const Rule &rule) {
     const std::size_t reach = lastOf(static_cast<std::uint16_t>(part.literals)); // of the two bytes looked for
     const Block first = _mm512_broadcastb_epi8(_mm512_castsi512_si128(part.folded));
     const Block last = everyOf(part.folded, reach);
@@ -323,4 +321,3 @@ ZELK_STAGE int matchWildcardsInAnyCase(const char *text, const char *pattern, co
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
-

@@ -4,8 +4,8 @@
 // nor out of the memory page in which it begins, just as the C library's own string functions read.
 #pragma once
 
-#include "kernels/simd/avx512.h"
 #include "kernels/kernels.h"
+#include "kernels/simd/avx512.h"
 #include "tables/xml.h"
 
 #include <algorithm>
@@ -13,7 +13,6 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
-
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
@@ -51,8 +50,7 @@ ZELK_OPERATION std::size_t storeEscaped(char *out, char character) {
 
 // A special character now and then: the run up to it is stored with what follows, which the next store overwrites.
 // There is room for a whole block behind the result.
-ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special,
-                                                             char *out) {
+ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special, char *out) {
     std::size_t read = 0;
     std::size_t written = 0;
     for (; special != 0; special &= special - 1) {
@@ -79,8 +77,8 @@ ZELK_OPERATION std::size_t escapeEach(const char *text, std::size_t count, char 
 inline constexpr std::size_t mostInRuns = 16; // special characters of a block
 
 // One block; false where what comes out may not fit.
-ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special,
-                                                       char *out, std::size_t room, Progress &done) {
+ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special, char *out, std::size_t room,
+                                Progress &done) {
     const std::size_t places = countOf(special);
     const std::size_t longest = block.count + places * tables::longestXmlEntity;
     const std::size_t left = room - done.written;
@@ -109,8 +107,7 @@ ZELK_OPERATION void add(Progress &done, const Progress &more) {
 }
 
 // Whole blocks with special characters here and there, without a wait for where the text might end in them.
-ZELK_STAGE Progress escapeBlocks(const char *text, std::size_t length, char *out,
-                                                        std::size_t room) {
+ZELK_STAGE Progress escapeBlocks(const char *text, std::size_t length, char *out, std::size_t room) {
     constexpr std::size_t roomOfBlock = 2 * blockBytes + mostInRuns * tables::longestXmlEntity;
     const std::size_t readable = std::min(length, bytesInPage(text));
     if (readable < blockBytes || room < roomOfBlock) {
@@ -136,8 +133,7 @@ ZELK_STAGE Progress escapeBlocks(const char *text, std::size_t length, char *out
     return {static_cast<std::size_t>(at - text), static_cast<std::size_t>(to - out)};
 }
 
-ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out,
-                                                     std::size_t room) {
+ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
     for (;;) {
         add(done, escapeBlocks(text + done.read, length - done.read, out + done.written, room - done.written));
@@ -234,8 +230,7 @@ struct UnescapedRuns {
 
 // References now and then: the run up to one is stored with what follows, which the next store overwrites. Eight bytes
 // behind the block may be read.
-ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask references,
-                                                                 char *out) {
+ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask references, char *out) {
     Progress done;
     for (; references != 0; references &= references - 1) {
         const auto place = static_cast<std::size_t>(std::countr_zero(references));
@@ -323,8 +318,7 @@ ZELK_OPERATION Progress unescapeLast(const TextBlock &block, Mask references, ch
     return {end, end == 0 ? 0 : storeKept<false>(out, firstBytes(end) & ~result.names, result.bytes)};
 }
 
-ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
-                                                       std::size_t room) {
+ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Unescaper self = {text, out, text, out};
     char *const outEnd = out + room;
     for (;;) {

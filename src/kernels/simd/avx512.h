@@ -182,4 +182,3 @@ ZELK_OPERATION Block startingAt(Block block, std::size_t place) {
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
-

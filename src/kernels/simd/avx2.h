@@ -1,0 +1,146 @@
+// Operations of AVX2: blocks of 32 bytes, two lanes.
+#pragma once
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+inline constexpr std::size_t blockBytes = 32;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
+#include "kernels/simd/vectors.h"
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+ZELK_OPERATION __m256i raw(Bytes bytes) {
+    return reinterpret_cast<__m256i>(bytes);
+}
+
+ZELK_OPERATION Bytes bytesOf(__m256i vector) {
+    return reinterpret_cast<Bytes>(vector);
+}
+
+// ---- Lanes
+
+// The same 16 bytes in every lane of a block.
+ZELK_OPERATION Bytes repeatLane(Lane lane) {
+    return bytesOf(_mm256_broadcastsi128_si256(reinterpret_cast<__m128i>(lane)));
+}
+
+template <std::size_t lane>
+ZELK_OPERATION Lane laneOf(Bytes bytes) {
+    return reinterpret_cast<Lane>(_mm256_extracti128_si256(raw(bytes), static_cast<int>(lane)));
+}
+
+// ---- Bytes
+
+// Each byte of `index` looked up in the 16 bytes of its lane of `table`. An index is 0 to 15, or 0x80 and more for a 0.
+ZELK_OPERATION Bytes lookUp(Bytes table, Bytes index) {
+    return bytesOf(_mm256_shuffle_epi8(raw(table), raw(index)));
+}
+
+ZELK_OPERATION Lane shuffleLane(Lane table, Lane index) {
+    return reinterpret_cast<Lane>(_mm_shuffle_epi8(reinterpret_cast<__m128i>(table), reinterpret_cast<__m128i>(index)));
+}
+
+ZELK_OPERATION Bytes addSaturated(Bytes a, Bytes b) {
+    return bytesOf(_mm256_adds_epu8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes subtractSaturated(Bytes a, Bytes b) {
+    return bytesOf(_mm256_subs_epu8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes lesser(Bytes a, Bytes b) {
+    return bytesOf(_mm256_min_epu8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes greater(Bytes a, Bytes b) {
+    return bytesOf(_mm256_max_epu8(raw(a), raw(b)));
+}
+
+// ---- What flags say
+
+// A bit for the high bit of each byte, that of the first byte lowest.
+ZELK_OPERATION std::uint64_t signBits(Bytes bytes) {
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(raw(bytes)));
+}
+
+ZELK_OPERATION bool anyBit(Bytes bytes) {
+    return _mm256_testz_si256(raw(bytes), raw(bytes)) == 0;
+}
+
+ZELK_OPERATION bool anySignBit(Bytes bytes) {
+    return _mm256_movemask_epi8(raw(bytes)) != 0;
+}
+
+// Places in a block, for a search: as many bits for each byte as a set finds cheap, of which one is set.
+inline constexpr unsigned int bitsPerPlace = 1;
+
+ZELK_OPERATION std::uint64_t placesOf(Flags flags) {
+    return signBits(flags);
+}
+
+// A bit for each unit, that of the first one lowest.
+ZELK_OPERATION std::uint32_t unitBits(UnitFlags flags) {
+    const __m256i bytes = _mm256_packs_epi16(raw(asBytes(flags)), _mm256_setzero_si256()); // in lanes
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_permute4x64_epi64(bytes, 0b11'01'10'00)));
+}
+
+ZELK_OPERATION std::uint32_t laneUnitBits(LaneUnits flags) {
+    const __m128i bytes = _mm_packs_epi16(reinterpret_cast<__m128i>(flags), _mm_setzero_si128());
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes));
+}
+
+// ---- Between bytes and units
+
+ZELK_OPERATION Units frontUnits(Bytes bytes) {
+    return reinterpret_cast<Units>(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(raw(bytes))));
+}
+
+ZELK_OPERATION Units backUnits(Bytes bytes) {
+    return reinterpret_cast<Units>(_mm256_cvtepu8_epi16(_mm256_extracti128_si256(raw(bytes), 1)));
+}
+
+// The bytes of two blocks of units, of which each is 0 to 0xFF: a unit from 0x100 to 0x7FFF gives 0xFF, a greater one
+// 0.
+ZELK_OPERATION Bytes packed(Units front, Units back) {
+    return bytesOf(
+        _mm256_permute4x64_epi64(_mm256_packus_epi16(raw(asBytes(front)), raw(asBytes(back))), 0b11'01'10'00));
+}
+
+// The first eight bytes of each lane of `first` and `second` interleaved, and the last eight.
+ZELK_OPERATION Bytes interleavedLow(Bytes first, Bytes second) {
+    return bytesOf(_mm256_unpacklo_epi8(raw(first), raw(second)));
+}
+
+ZELK_OPERATION Bytes interleavedHigh(Bytes first, Bytes second) {
+    return bytesOf(_mm256_unpackhi_epi8(raw(first), raw(second)));
+}
+
+// The same of four units each, as groups of four bytes.
+ZELK_OPERATION Bytes interleavedUnitsLow(Units first, Units second) {
+    return bytesOf(_mm256_unpacklo_epi16(raw(asBytes(first)), raw(asBytes(second))));
+}
+
+ZELK_OPERATION Bytes interleavedUnitsHigh(Units first, Units second) {
+    return bytesOf(_mm256_unpackhi_epi16(raw(asBytes(first)), raw(asBytes(second))));
+}
+
+ZELK_OPERATION Units lesserUnits(Units a, Units b) {
+    return reinterpret_cast<Units>(_mm256_min_epu16(raw(asBytes(a)), raw(asBytes(b))));
+}
+
+ZELK_OPERATION Units highProducts(Units a, Units b) {
+    return reinterpret_cast<Units>(_mm256_mulhi_epu16(raw(asBytes(a)), raw(asBytes(b))));
+}
+
+// The sum of all bytes.
+ZELK_OPERATION std::size_t sumOf(Bytes bytes) {
+    const __m256i quarters = _mm256_sad_epu8(raw(bytes), _mm256_setzero_si256());
+    const __m128i sums = _mm_add_epi64(_mm256_castsi256_si128(quarters), _mm256_extracti128_si256(quarters, 1));
+    return static_cast<std::size_t>(_mm_cvtsi128_si64(sums) + _mm_extract_epi64(sums, 1));
+}
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
+#include "kernels/simd/places.h"

@@ -1,0 +1,185 @@
+// Operations of NEON (Advanced SIMD): blocks of 16 bytes.
+#pragma once
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+inline constexpr std::size_t blockBytes = 16;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
+#include "kernels/simd/vectors.h"
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+ZELK_OPERATION uint8x16_t raw(Bytes bytes) {
+    return reinterpret_cast<uint8x16_t>(bytes);
+}
+
+ZELK_OPERATION uint16x8_t rawUnits(Units units) {
+    return reinterpret_cast<uint16x8_t>(units);
+}
+
+ZELK_OPERATION Bytes bytesOf(uint8x16_t vector) {
+    return reinterpret_cast<Bytes>(vector);
+}
+
+ZELK_OPERATION Units unitsOf(uint16x8_t vector) {
+    return reinterpret_cast<Units>(vector);
+}
+
+// ---- Lanes
+
+// The same 16 bytes in every lane of a block.
+ZELK_OPERATION Bytes repeatLane(Lane lane) {
+    return lane;
+}
+
+template <std::size_t>
+ZELK_OPERATION Lane laneOf(Bytes bytes) {
+    return bytes;
+}
+
+// ---- Bytes
+
+// Each byte of `index` looked up in the 16 bytes of its lane of `table`. An index is 0 to 15, or 0x80 and more for a 0.
+ZELK_OPERATION Bytes lookUp(Bytes table, Bytes index) {
+#if defined(__aarch64__)
+    return bytesOf(vqtbl1q_u8(raw(table), raw(index)));
+#else
+    const uint8x8x2_t halves = {{vget_low_u8(raw(table)), vget_high_u8(raw(table))}};
+    return bytesOf(vcombine_u8(vtbl2_u8(halves, vget_low_u8(raw(index))), vtbl2_u8(halves, vget_high_u8(raw(index)))));
+#endif
+}
+
+ZELK_OPERATION Lane shuffleLane(Lane table, Lane index) {
+    return lookUp(table, index);
+}
+
+ZELK_OPERATION Bytes addSaturated(Bytes a, Bytes b) {
+    return bytesOf(vqaddq_u8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes subtractSaturated(Bytes a, Bytes b) {
+    return bytesOf(vqsubq_u8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes lesser(Bytes a, Bytes b) {
+    return bytesOf(vminq_u8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes greater(Bytes a, Bytes b) {
+    return bytesOf(vmaxq_u8(raw(a), raw(b)));
+}
+
+// ---- What flags say
+
+// A bit for the high bit of each byte, that of the first byte lowest.
+ZELK_OPERATION std::uint64_t signBits(Bytes bytes) {
+    const Lane weights = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+    const uint8x16_t bits = vandq_u8(vreinterpretq_u8_s8(vshrq_n_s8(vreinterpretq_s8_u8(raw(bytes)), 7)), raw(weights));
+    uint8x8_t sums = vpadd_u8(vget_low_u8(bits), vget_high_u8(bits));
+    sums = vpadd_u8(sums, sums);
+    return vget_lane_u16(vreinterpret_u16_u8(vpadd_u8(sums, sums)), 0);
+}
+
+ZELK_OPERATION bool anyBit(Bytes bytes) {
+#if defined(__aarch64__)
+    return vmaxvq_u32(vreinterpretq_u32_u8(raw(bytes))) != 0;
+#else
+    const uint32x2_t halves = vreinterpret_u32_u8(vorr_u8(vget_low_u8(raw(bytes)), vget_high_u8(raw(bytes))));
+    return vget_lane_u32(vpmax_u32(halves, halves), 0) != 0;
+#endif
+}
+
+ZELK_OPERATION bool anySignBit(Bytes bytes) {
+#if defined(__aarch64__)
+    return vmaxvq_u8(raw(bytes)) >= 0x80;
+#else
+    return anyBit(bytes & 0x80);
+#endif
+}
+
+// Places in a block, for a search: as many bits for each byte as a set finds cheap, of which one is set.
+inline constexpr unsigned int bitsPerPlace = 4;
+
+ZELK_OPERATION std::uint64_t placesOf(Flags flags) {
+    const uint8x8_t nibbles = vshrn_n_u16(vreinterpretq_u16_u8(raw(flags)), 4);
+    return vget_lane_u64(vreinterpret_u64_u8(nibbles), 0) & 0x1111111111111111U;
+}
+
+// A bit for each unit, that of the first one lowest.
+ZELK_OPERATION std::uint32_t unitBits(UnitFlags flags) {
+    const LaneUnits weights = {1, 2, 4, 8, 16, 32, 64, 128};
+#if defined(__aarch64__)
+    return vaddvq_u16(vandq_u16(rawUnits(flags), rawUnits(weights)));
+#else
+    const uint16x8_t bits = vandq_u16(rawUnits(flags), rawUnits(weights));
+    uint16x4_t sums = vadd_u16(vget_low_u16(bits), vget_high_u16(bits));
+    sums = vpadd_u16(sums, sums);
+    return vget_lane_u16(vpadd_u16(sums, sums), 0);
+#endif
+}
+
+ZELK_OPERATION std::uint32_t laneUnitBits(LaneUnits flags) {
+    return unitBits(flags);
+}
+
+// ---- Between bytes and units
+
+ZELK_OPERATION Units frontUnits(Bytes bytes) {
+    return unitsOf(vmovl_u8(vget_low_u8(raw(bytes))));
+}
+
+ZELK_OPERATION Units backUnits(Bytes bytes) {
+    return unitsOf(vmovl_u8(vget_high_u8(raw(bytes))));
+}
+
+// The bytes of two blocks of units, of which each is 0 to 0xFF: a unit from 0x100 to 0x7FFF gives 0xFF, a greater one
+// 0.
+ZELK_OPERATION Bytes packed(Units front, Units back) {
+    return bytesOf(vcombine_u8(vqmovun_s16(vreinterpretq_s16_u16(rawUnits(front))),
+                               vqmovun_s16(vreinterpretq_s16_u16(rawUnits(back)))));
+}
+
+// The first eight bytes of each lane of `first` and `second` interleaved, and the last eight.
+ZELK_OPERATION Bytes interleavedLow(Bytes first, Bytes second) {
+    return bytesOf(vzipq_u8(raw(first), raw(second)).val[0]);
+}
+
+ZELK_OPERATION Bytes interleavedHigh(Bytes first, Bytes second) {
+    return bytesOf(vzipq_u8(raw(first), raw(second)).val[1]);
+}
+
+// The same of four units each, as groups of four bytes.
+ZELK_OPERATION Bytes interleavedUnitsLow(Units first, Units second) {
+    return bytesOf(vreinterpretq_u8_u16(vzipq_u16(rawUnits(first), rawUnits(second)).val[0]));
+}
+
+ZELK_OPERATION Bytes interleavedUnitsHigh(Units first, Units second) {
+    return bytesOf(vreinterpretq_u8_u16(vzipq_u16(rawUnits(first), rawUnits(second)).val[1]));
+}
+
+ZELK_OPERATION Units lesserUnits(Units a, Units b) {
+    return unitsOf(vminq_u16(rawUnits(a), rawUnits(b)));
+}
+
+ZELK_OPERATION Units highProducts(Units a, Units b) {
+    const uint16x8_t x = rawUnits(a);
+    const uint16x8_t y = rawUnits(b);
+    return unitsOf(vcombine_u16(vshrn_n_u32(vmull_u16(vget_low_u16(x), vget_low_u16(y)), 16),
+                                vshrn_n_u32(vmull_u16(vget_high_u16(x), vget_high_u16(y)), 16)));
+}
+
+// The sum of all bytes.
+ZELK_OPERATION std::size_t sumOf(Bytes bytes) {
+#if defined(__aarch64__)
+    return vaddlvq_u8(raw(bytes));
+#else
+    const uint64x2_t sums = vpaddlq_u32(vpaddlq_u16(vpaddlq_u8(raw(bytes))));
+    return static_cast<std::size_t>(vgetq_lane_u64(sums, 0) + vgetq_lane_u64(sums, 1));
+#endif
+}
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
+#include "kernels/simd/places.h"

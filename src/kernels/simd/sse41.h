@@ -1,0 +1,143 @@
+// Operations of SSE4.1: blocks of 16 bytes.
+#pragma once
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+inline constexpr std::size_t blockBytes = 16;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
+#include "kernels/simd/vectors.h"
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+ZELK_OPERATION __m128i raw(Bytes bytes) {
+    return reinterpret_cast<__m128i>(bytes);
+}
+
+ZELK_OPERATION Bytes bytesOf(__m128i vector) {
+    return reinterpret_cast<Bytes>(vector);
+}
+
+// ---- Lanes
+
+// The same 16 bytes in every lane of a block.
+ZELK_OPERATION Bytes repeatLane(Lane lane) {
+    return lane;
+}
+
+template <std::size_t>
+ZELK_OPERATION Lane laneOf(Bytes bytes) {
+    return bytes;
+}
+
+// ---- Bytes
+
+// Each byte of `index` looked up in the 16 bytes of its lane of `table`. An index is 0 to 15, or 0x80 and more for a 0.
+ZELK_OPERATION Bytes lookUp(Bytes table, Bytes index) {
+    return bytesOf(_mm_shuffle_epi8(raw(table), raw(index)));
+}
+
+ZELK_OPERATION Lane shuffleLane(Lane table, Lane index) {
+    return lookUp(table, index);
+}
+
+ZELK_OPERATION Bytes addSaturated(Bytes a, Bytes b) {
+    return bytesOf(_mm_adds_epu8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes subtractSaturated(Bytes a, Bytes b) {
+    return bytesOf(_mm_subs_epu8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes lesser(Bytes a, Bytes b) {
+    return bytesOf(_mm_min_epu8(raw(a), raw(b)));
+}
+
+ZELK_OPERATION Bytes greater(Bytes a, Bytes b) {
+    return bytesOf(_mm_max_epu8(raw(a), raw(b)));
+}
+
+// ---- What flags say
+
+// A bit for the high bit of each byte, that of the first byte lowest.
+ZELK_OPERATION std::uint64_t signBits(Bytes bytes) {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(raw(bytes)));
+}
+
+ZELK_OPERATION bool anyBit(Bytes bytes) {
+    return _mm_testz_si128(raw(bytes), raw(bytes)) == 0;
+}
+
+ZELK_OPERATION bool anySignBit(Bytes bytes) {
+    return _mm_movemask_epi8(raw(bytes)) != 0;
+}
+
+// Places in a block, for a search: as many bits for each byte as a set finds cheap, of which one is set.
+inline constexpr unsigned int bitsPerPlace = 1;
+
+ZELK_OPERATION std::uint64_t placesOf(Flags flags) {
+    return signBits(flags);
+}
+
+// A bit for each unit, that of the first one lowest.
+ZELK_OPERATION std::uint32_t unitBits(UnitFlags flags) {
+    const __m128i bytes = _mm_packs_epi16(raw(asBytes(flags)), _mm_setzero_si128());
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes));
+}
+
+ZELK_OPERATION std::uint32_t laneUnitBits(LaneUnits flags) {
+    return unitBits(flags);
+}
+
+// ---- Between bytes and units
+
+ZELK_OPERATION Units frontUnits(Bytes bytes) {
+    return reinterpret_cast<Units>(_mm_unpacklo_epi8(raw(bytes), _mm_setzero_si128()));
+}
+
+ZELK_OPERATION Units backUnits(Bytes bytes) {
+    return reinterpret_cast<Units>(_mm_unpackhi_epi8(raw(bytes), _mm_setzero_si128()));
+}
+
+// The bytes of two blocks of units, of which each is 0 to 0xFF: a unit from 0x100 to 0x7FFF gives 0xFF, a greater one
+// 0.
+ZELK_OPERATION Bytes packed(Units front, Units back) {
+    return bytesOf(_mm_packus_epi16(raw(asBytes(front)), raw(asBytes(back))));
+}
+
+// The first eight bytes of each lane of `first` and `second` interleaved, and the last eight.
+ZELK_OPERATION Bytes interleavedLow(Bytes first, Bytes second) {
+    return bytesOf(_mm_unpacklo_epi8(raw(first), raw(second)));
+}
+
+ZELK_OPERATION Bytes interleavedHigh(Bytes first, Bytes second) {
+    return bytesOf(_mm_unpackhi_epi8(raw(first), raw(second)));
+}
+
+// The same of four units each, as groups of four bytes.
+ZELK_OPERATION Bytes interleavedUnitsLow(Units first, Units second) {
+    return bytesOf(_mm_unpacklo_epi16(raw(asBytes(first)), raw(asBytes(second))));
+}
+
+ZELK_OPERATION Bytes interleavedUnitsHigh(Units first, Units second) {
+    return bytesOf(_mm_unpackhi_epi16(raw(asBytes(first)), raw(asBytes(second))));
+}
+
+ZELK_OPERATION Units lesserUnits(Units a, Units b) {
+    return reinterpret_cast<Units>(_mm_min_epu16(raw(asBytes(a)), raw(asBytes(b))));
+}
+
+ZELK_OPERATION Units highProducts(Units a, Units b) {
+    return reinterpret_cast<Units>(_mm_mulhi_epu16(raw(asBytes(a)), raw(asBytes(b))));
+}
+
+// The sum of all bytes.
+ZELK_OPERATION std::size_t sumOf(Bytes bytes) {
+    const __m128i sums = _mm_sad_epu8(raw(bytes), _mm_setzero_si128());
+    return static_cast<std::size_t>(_mm_cvtsi128_si64(sums) + _mm_extract_epi64(sums, 1));
+}
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
+#include "kernels/simd/places.h"
