@@ -12,6 +12,11 @@ enum class Clean {
     NoControls, // U+0000 to U+001F, U+0080 to U+009F and their images from U+E080 on, which DVB text filters
 };
 
+// The least byte of ASCII that stops no conversion.
+constexpr unsigned int leastAscii(Clean clean) {
+    return clean == Clean::Any ? 0x01 : 0x20;
+}
+
 constexpr bool isClean(Clean clean, unsigned int unit) {
     return clean == Clean::Any ? unit != 0
                                : unit >= 0x20 && (unit < 0x80 || (unit > 0x9F && (unit < 0xE080 || unit > 0xE09F)));
