@@ -10,9 +10,36 @@ ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/avx2.h"
 
+#include "kernels/move/units_to_utf8.h"
+
 namespace zelk::kernels {
 
-const Kernels avx2Kernels = avx2::plain::table;
+const Kernels avx2Kernels = {
+    .bytesToUtf8 = avx2::plain::bytesToUtf8,
+    .bytesToUcs2 = avx2::plain::bytesToUcs2,
+    .cleanToUtf8 = avx2::plain::cleanToUtf8,
+    .cleanToUcs2 = avx2::plain::cleanToUcs2,
+    .markedToUtf8 = avx2::plain::markedToUtf8,
+    .markedToUcs2 = avx2::plain::markedToUcs2,
+    .lowFirstToUtf8 = avx2::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,
+    .highFirstToUtf8 = avx2::ucs2ToUtf8<UnitOrder::HighFirst, Clean::Any>,
+    .cleanHighFirstToUtf8 = avx2::ucs2ToUtf8<UnitOrder::HighFirst, Clean::NoControls>,
+    .cleanHighFirstToNative = avx2::ucs2ToNative<UnitOrder::HighFirst, Clean::NoControls>,
+    .measureLowFirst = avx2::measureUcs2<UnitOrder::LowFirst>,
+    .measureHighFirst = avx2::measureUcs2<UnitOrder::HighFirst>,
+    .utf8ToUcs2 = avx2::plain::utf8ToUcs2<Clean::Any>,
+    .cleanUtf8ToUcs2 = avx2::plain::utf8ToUcs2<Clean::NoControls>,
+    .wellFormedUtf8 = avx2::plain::wellFormedUtf8<Clean::Any>,
+    .copyCleanUtf8 = avx2::plain::copyWellFormedUtf8<Clean::NoControls>,
+    .measureUtf8 = avx2::plain::measureUtf8,
+    .sharedBytes = avx2::plain::sharedBytes,
+    .alikeBytes = avx2::plain::alikeBytes,
+    .matchWildcards = avx2::plain::matchWildcards,
+    .matchWildcardsInAnyCase = avx2::plain::matchWildcardsInAnyCase,
+    .escapeXml = avx2::plain::escapeXml,
+    .unescapeXml = avx2::plain::unescapeXml,
+    .escapedXmlLength = avx2::plain::escapedXmlLength,
+};
 
 } // namespace zelk::kernels
 

@@ -9,8 +9,35 @@
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/neon.h"
 
+#include "kernels/move/units_to_utf8.h"
+
 namespace zelk::kernels {
 
-const Kernels neonKernels = neon::plain::table;
+const Kernels neonKernels = {
+    .bytesToUtf8 = neon::plain::bytesToUtf8,
+    .bytesToUcs2 = neon::plain::bytesToUcs2,
+    .cleanToUtf8 = neon::plain::cleanToUtf8,
+    .cleanToUcs2 = neon::plain::cleanToUcs2,
+    .markedToUtf8 = neon::plain::markedToUtf8,
+    .markedToUcs2 = neon::plain::markedToUcs2,
+    .lowFirstToUtf8 = neon::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,
+    .highFirstToUtf8 = neon::ucs2ToUtf8<UnitOrder::HighFirst, Clean::Any>,
+    .cleanHighFirstToUtf8 = neon::ucs2ToUtf8<UnitOrder::HighFirst, Clean::NoControls>,
+    .cleanHighFirstToNative = neon::ucs2ToNative<UnitOrder::HighFirst, Clean::NoControls>,
+    .measureLowFirst = neon::measureUcs2<UnitOrder::LowFirst>,
+    .measureHighFirst = neon::measureUcs2<UnitOrder::HighFirst>,
+    .utf8ToUcs2 = neon::plain::utf8ToUcs2<Clean::Any>,
+    .cleanUtf8ToUcs2 = neon::plain::utf8ToUcs2<Clean::NoControls>,
+    .wellFormedUtf8 = neon::plain::wellFormedUtf8<Clean::Any>,
+    .copyCleanUtf8 = neon::plain::copyWellFormedUtf8<Clean::NoControls>,
+    .measureUtf8 = neon::plain::measureUtf8,
+    .sharedBytes = neon::plain::sharedBytes,
+    .alikeBytes = neon::plain::alikeBytes,
+    .matchWildcards = neon::plain::matchWildcards,
+    .matchWildcardsInAnyCase = neon::plain::matchWildcardsInAnyCase,
+    .escapeXml = neon::plain::escapeXml,
+    .unescapeXml = neon::plain::unescapeXml,
+    .escapedXmlLength = neon::plain::escapedXmlLength,
+};
 
 } // namespace zelk::kernels

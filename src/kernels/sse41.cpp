@@ -10,9 +10,36 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/sse41.h"
 
+#include "kernels/move/units_to_utf8.h"
+
 namespace zelk::kernels {
 
-const Kernels sse41Kernels = sse41::plain::table;
+const Kernels sse41Kernels = {
+    .bytesToUtf8 = sse41::plain::bytesToUtf8,
+    .bytesToUcs2 = sse41::plain::bytesToUcs2,
+    .cleanToUtf8 = sse41::plain::cleanToUtf8,
+    .cleanToUcs2 = sse41::plain::cleanToUcs2,
+    .markedToUtf8 = sse41::plain::markedToUtf8,
+    .markedToUcs2 = sse41::plain::markedToUcs2,
+    .lowFirstToUtf8 = sse41::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,
+    .highFirstToUtf8 = sse41::ucs2ToUtf8<UnitOrder::HighFirst, Clean::Any>,
+    .cleanHighFirstToUtf8 = sse41::ucs2ToUtf8<UnitOrder::HighFirst, Clean::NoControls>,
+    .cleanHighFirstToNative = sse41::ucs2ToNative<UnitOrder::HighFirst, Clean::NoControls>,
+    .measureLowFirst = sse41::measureUcs2<UnitOrder::LowFirst>,
+    .measureHighFirst = sse41::measureUcs2<UnitOrder::HighFirst>,
+    .utf8ToUcs2 = sse41::plain::utf8ToUcs2<Clean::Any>,
+    .cleanUtf8ToUcs2 = sse41::plain::utf8ToUcs2<Clean::NoControls>,
+    .wellFormedUtf8 = sse41::plain::wellFormedUtf8<Clean::Any>,
+    .copyCleanUtf8 = sse41::plain::copyWellFormedUtf8<Clean::NoControls>,
+    .measureUtf8 = sse41::plain::measureUtf8,
+    .sharedBytes = sse41::plain::sharedBytes,
+    .alikeBytes = sse41::plain::alikeBytes,
+    .matchWildcards = sse41::plain::matchWildcards,
+    .matchWildcardsInAnyCase = sse41::plain::matchWildcardsInAnyCase,
+    .escapeXml = sse41::plain::escapeXml,
+    .unescapeXml = sse41::plain::unescapeXml,
+    .escapedXmlLength = sse41::plain::escapedXmlLength,
+};
 
 } // namespace zelk::kernels
 

@@ -91,6 +91,25 @@ ZELK_OPERATION std::uint32_t laneUnitBits(LaneUnits flags) {
     return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes));
 }
 
+// For each lane 16 bits, those of the first lane lowest: a bit for each unit, and eight more without a meaning.
+ZELK_OPERATION std::uint32_t unitBitsByLane(UnitFlags flags) {
+    const __m256i numbers = raw(asBytes(flags));
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_packs_epi16(numbers, numbers)));
+}
+
+// For each lane 16 bits, those of the first lane lowest: four of `a`, four of `b`, the other four of `a`, those of `b`.
+ZELK_OPERATION std::uint32_t groupBits(UnitFlags a, UnitFlags b) {
+    const __m256i front = _mm256_unpacklo_epi64(raw(asBytes(a)), raw(asBytes(b)));
+    const __m256i back = _mm256_unpackhi_epi64(raw(asBytes(a)), raw(asBytes(b)));
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_packs_epi16(front, back)));
+}
+
+ZELK_OPERATION std::uint32_t laneGroupBits(LaneUnits a, LaneUnits b) {
+    const __m128i front = _mm_unpacklo_epi64(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b));
+    const __m128i back = _mm_unpackhi_epi64(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b));
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(front, back)));
+}
+
 // ---- Between bytes and units
 
 ZELK_OPERATION Units frontUnits(Bytes bytes) {
@@ -132,6 +151,21 @@ ZELK_OPERATION Units lesserUnits(Units a, Units b) {
 
 ZELK_OPERATION Units highProducts(Units a, Units b) {
     return reinterpret_cast<Units>(_mm256_mulhi_epu16(raw(asBytes(a)), raw(asBytes(b))));
+}
+
+// The low eight bytes of a lane as a number, and the bytes of eight units, of which each is 0 to 0xFF.
+ZELK_OPERATION std::uint64_t lowWord(Lane lane) {
+    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(reinterpret_cast<__m128i>(lane)));
+}
+
+ZELK_OPERATION std::uint64_t packedLane(LaneUnits units) {
+    const auto numbers = reinterpret_cast<__m128i>(units);
+    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(numbers, numbers)));
+}
+
+// The two bytes of each unit exchanged.
+ZELK_OPERATION Units exchanged(Bytes bytes) {
+    return asUnits(lookUp(bytes, repeatLane(Lane{1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14})));
 }
 
 // The sum of all bytes.

@@ -124,6 +124,24 @@ ZELK_OPERATION std::uint32_t laneUnitBits(LaneUnits flags) {
     return unitBits(flags);
 }
 
+// For each lane 16 bits, those of the first lane lowest: a bit for each unit, and eight more without a meaning.
+ZELK_OPERATION std::uint32_t unitBitsByLane(UnitFlags flags) {
+    return unitBits(flags);
+}
+
+// For each lane 16 bits, those of the first lane lowest: four of `a`, four of `b`, the other four of `a`, those of `b`.
+ZELK_OPERATION std::uint32_t groupBits(UnitFlags a, UnitFlags b) {
+    const uint8x8_t low = vcreate_u8(0x0804020108040201U);
+    const uint8x8_t high = vcreate_u8(0x8040201080402010U);
+    const uint8x8_t bits = vorr_u8(vand_u8(vmovn_u16(rawUnits(a)), low), vand_u8(vmovn_u16(rawUnits(b)), high));
+    const uint8x8_t sums = vpadd_u8(bits, bits);
+    return vget_lane_u16(vreinterpret_u16_u8(vpadd_u8(sums, sums)), 0);
+}
+
+ZELK_OPERATION std::uint32_t laneGroupBits(LaneUnits a, LaneUnits b) {
+    return groupBits(a, b);
+}
+
 // ---- Between bytes and units
 
 ZELK_OPERATION Units frontUnits(Bytes bytes) {
@@ -168,6 +186,20 @@ ZELK_OPERATION Units highProducts(Units a, Units b) {
     const uint16x8_t y = rawUnits(b);
     return unitsOf(vcombine_u16(vshrn_n_u32(vmull_u16(vget_low_u16(x), vget_low_u16(y)), 16),
                                 vshrn_n_u32(vmull_u16(vget_high_u16(x), vget_high_u16(y)), 16)));
+}
+
+// The low eight bytes of a lane as a number, and the bytes of eight units, of which each is 0 to 0xFF.
+ZELK_OPERATION std::uint64_t lowWord(Lane lane) {
+    return vgetq_lane_u64(vreinterpretq_u64_u8(raw(lane)), 0);
+}
+
+ZELK_OPERATION std::uint64_t packedLane(LaneUnits units) {
+    return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(rawUnits(units))), 0);
+}
+
+// The two bytes of each unit exchanged.
+ZELK_OPERATION Units exchanged(Bytes bytes) {
+    return asUnits(bytesOf(vrev16q_u8(raw(bytes))));
 }
 
 // The sum of all bytes.

@@ -75,6 +75,13 @@ ZELK_OPERATION Flags lessSigned(Bytes a, Bytes b) {
     return reinterpret_cast<Flags>(reinterpret_cast<Signed>(a) < reinterpret_cast<Signed>(b));
 }
 
+ZELK_OPERATION Bytes lesserSigned(Bytes a, Bytes b) {
+    using Signed = std::int8_t __attribute__((vector_size(blockBytes)));
+    const auto left = reinterpret_cast<Signed>(a);
+    const auto right = reinterpret_cast<Signed>(b);
+    return reinterpret_cast<Bytes>(left < right ? left : right);
+}
+
 ZELK_OPERATION UnitFlags equalUnits(Units a, Units b) {
     return reinterpret_cast<UnitFlags>(a == b);
 }

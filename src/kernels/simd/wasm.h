@@ -97,6 +97,22 @@ ZELK_OPERATION std::uint32_t laneUnitBits(LaneUnits flags) {
     return unitBits(flags);
 }
 
+// For each lane 16 bits, those of the first lane lowest: a bit for each unit, and eight more without a meaning.
+ZELK_OPERATION std::uint32_t unitBitsByLane(UnitFlags flags) {
+    return unitBits(flags);
+}
+
+// For each lane 16 bits, those of the first lane lowest: four of `a`, four of `b`, the other four of `a`, those of `b`.
+ZELK_OPERATION std::uint32_t groupBits(UnitFlags a, UnitFlags b) {
+    const v128_t front = wasm_i64x2_shuffle(rawUnits(a), rawUnits(b), 0, 2);
+    const v128_t back = wasm_i64x2_shuffle(rawUnits(a), rawUnits(b), 1, 3);
+    return wasm_i8x16_bitmask(wasm_i8x16_narrow_i16x8(front, back));
+}
+
+ZELK_OPERATION std::uint32_t laneGroupBits(LaneUnits a, LaneUnits b) {
+    return groupBits(a, b);
+}
+
 // ---- Between bytes and units
 
 ZELK_OPERATION Units frontUnits(Bytes bytes) {
@@ -139,6 +155,20 @@ ZELK_OPERATION Units highProducts(Units a, Units b) {
     const v128_t low = wasm_u32x4_extmul_low_u16x8(rawUnits(a), rawUnits(b));
     const v128_t high = wasm_u32x4_extmul_high_u16x8(rawUnits(a), rawUnits(b));
     return unitsOf(wasm_i16x8_shuffle(low, high, 1, 3, 5, 7, 9, 11, 13, 15));
+}
+
+// The low eight bytes of a lane as a number, and the bytes of eight units, of which each is 0 to 0xFF.
+ZELK_OPERATION std::uint64_t lowWord(Lane lane) {
+    return static_cast<std::uint64_t>(wasm_i64x2_extract_lane(raw(lane), 0));
+}
+
+ZELK_OPERATION std::uint64_t packedLane(LaneUnits units) {
+    return lowWord(bytesOf(wasm_u8x16_narrow_i16x8(rawUnits(units), rawUnits(units))));
+}
+
+// The two bytes of each unit exchanged.
+ZELK_OPERATION Units exchanged(Bytes bytes) {
+    return asUnits(lookUp(bytes, Lane{1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14}));
 }
 
 // The sum of all bytes.

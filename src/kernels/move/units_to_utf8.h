@@ -1,0 +1,462 @@
+// Units to UTF-8 by shuffles: a unit becomes two or four bytes, and a shuffle from a table of 256 takes out those that
+// it does not need. All units are converted; there is room for all.
+//
+//   ASCII                    blocks of bytes, the last one overlapping
+//   up to U+07FF             lanes of 8 units as pairs of bytes
+//   others                   lanes of 8 units as two groups of four times four bytes
+//   fewer than 8 units       one by one
+//
+// The last units of a text that is no whole number of lanes are a lane once more, over units that the lane before has
+// converted: it writes the same bytes again. A lane is stored whole where as many bytes are sure to follow as it
+// reaches too far, else exactly.
+#pragma once
+
+#include "detail/utf8_char.h"
+#include "kernels/scan/ucs2.h"
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+using Shuffle = std::array<std::uint8_t, laneBytes>;
+
+inline constexpr std::uint8_t leftOut = 0x80; // as an index of a shuffle: a zero, after what counts
+
+// By a bit for each of eight units, set above ASCII: the bytes of their pairs.
+alignas(laneBytes) inline constexpr auto pairShuffles = [] {
+    std::array<Shuffle, 256> shuffles{};
+    for (unsigned int above = 0; above < shuffles.size(); ++above) {
+        shuffles[above].fill(leftOut);
+        std::size_t count = 0;
+        for (unsigned int unit = 0; unit < laneUnits; ++unit) {
+            shuffles[above][count++] = static_cast<std::uint8_t>(2 * unit);
+            if ((above >> unit & 1U) != 0) {
+                shuffles[above][count++] = static_cast<std::uint8_t>(2 * unit + 1);
+            }
+        }
+    }
+    return shuffles;
+}();
+
+// By a bit for each of four units, set above ASCII, and four bits above those, set from U+0800 on: their bytes.
+alignas(laneBytes) inline constexpr auto tripleShuffles = [] {
+    std::array<Shuffle, 256> shuffles{};
+    for (unsigned int bits = 0; bits < shuffles.size(); ++bits) {
+        shuffles[bits].fill(leftOut);
+        std::size_t count = 0;
+        for (unsigned int unit = 0; unit < wordUnits; ++unit) {
+            const unsigned int bytes = 1 + (bits >> unit & 1U) + (bits >> (unit + wordUnits) & 1U);
+            for (unsigned int byte = 0; byte < bytes; ++byte) {
+                shuffles[bits][count++] = static_cast<std::uint8_t>(4 * unit + byte);
+            }
+        }
+    }
+    return shuffles;
+}();
+
+// From place n on: the index of byte n and those after it.
+alignas(laneBytes) inline constexpr auto slide = [] {
+    std::array<std::uint8_t, 2 * laneBytes> places{};
+    for (std::size_t place = 0; place < places.size(); ++place) {
+        places[place] = static_cast<std::uint8_t>(place < laneBytes ? place : leftOut);
+    }
+    return places;
+}();
+
+ZELK_OPERATION Lane shuffled(Lane lane, const Shuffle &shuffle) {
+    return shuffleLane(lane, load<Lane>(shuffle.data()));
+}
+
+inline constexpr std::size_t wordBytes = laneBytes / 2;
+
+// The first bytes of a lane, 8 to 16: by two words, which overlap.
+ZELK_OPERATION void storeWords(char *out, Lane lane, std::size_t count) {
+    const Lane last = shuffleLane(lane, load<Lane>(slide.data() + (count - wordBytes)));
+    store(out, lowWord(lane));
+    store(out + (count - wordBytes), lowWord(last));
+}
+
+// The first bytes of a lane, 4 to 12.
+ZELK_OPERATION void storeFours(char *out, Lane lane, std::size_t count) {
+    if (count >= wordBytes) {
+        storeWords(out, lane, count);
+        return;
+    }
+    const std::uint64_t word = lowWord(lane);
+    store(out, static_cast<std::uint32_t>(word));
+    store(out + (count - 4), static_cast<std::uint32_t>(word >> 8 * (count - 4)));
+}
+
+enum class Reach { Whole, Exact };
+
+// ---- One by one
+
+template <UnitOrder order>
+ZELK_OPERATION std::size_t encodeFew(const unsigned char *text, std::size_t count, char *out) {
+    std::size_t written = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        constexpr int ample = 4;
+        written += detail::utf8Encode(unitAt<order>(text, i), out + written, ample);
+    }
+    return written;
+}
+
+// ---- Up to U+07FF
+
+template <class Vector>
+ZELK_OPERATION Vector aboveAscii(Vector units) {
+    return reinterpret_cast<Vector>(units >= 0x80);
+}
+
+template <class Vector>
+ZELK_OPERATION Vector ofThreeBytes(Vector units) {
+    return reinterpret_cast<Vector>(units >= 0x800);
+}
+
+struct Pairs {
+    static constexpr std::size_t surplus = 8; // bytes that a lane stored whole may reach too far
+
+    // Below 0x80 the unit itself, in the first byte of the pair.
+    template <class Vector>
+    ZELK_OPERATION Vector pairsOf(Vector units, Vector above) {
+        const Vector two = units >> 6 | (units << 8 & 0x3F00) | 0x80C0;
+        return (units & ~above) | (two & above);
+    }
+
+    template <Reach reach>
+    ZELK_OPERATION std::size_t putPairs(char *out, Lane pairs, unsigned int above) {
+        const Lane bytes = shuffled(pairs, pairShuffles[above]);
+        const std::size_t count = laneUnits + countOf(above);
+        if (reach == Reach::Whole) {
+            store(out, bytes);
+        } else {
+            storeWords(out, bytes, count);
+        }
+        return count;
+    }
+
+    ZELK_OPERATION std::size_t putExactly(char *out, LaneUnits units) {
+        const LaneUnits above = aboveAscii(units);
+        return putPairs<Reach::Exact>(out, asLane(pairsOf(units, above)), laneUnitBits(above));
+    }
+
+    // A block, its lanes stored whole.
+    ZELK_OPERATION std::size_t putBlock(char *out, Units units) {
+        const Units above = aboveAscii(units);
+        const Bytes pairs = asBytes(pairsOf(units, above));
+        const std::uint32_t bits = unitBitsByLane(above);
+        std::size_t count = putPairs<Reach::Whole>(out, laneOf<0>(pairs), bits & 0xFFU);
+        if constexpr (blockLanes == 2) {
+            count += putPairs<Reach::Whole>(out + count, laneOf<1>(pairs), bits >> 16U & 0xFFU);
+        }
+        return count;
+    }
+
+    // What the first units of a lane, fewer than all, take.
+    ZELK_OPERATION std::size_t bytesOfFirst(LaneUnits units, std::size_t count) {
+        return count + countOf(laneUnitBits(aboveAscii(units)) & ((1U << count) - 1));
+    }
+};
+
+// ---- Others
+
+struct Triples {
+    static constexpr std::size_t surplus = 12;
+
+    // The first two bytes of each unit's UTF-8, and the third.
+    template <class Vector>
+    ZELK_OPERATION Vector firstTwoOf(Vector units, Vector above, Vector wide) {
+        const Vector two = units >> 6 | (units << 8 & 0x3F00) | 0x80C0;
+        const Vector three = units >> 12 | (units << 2 & 0x3F00) | 0x80E0;
+        const Vector several = two ^ ((two ^ three) & wide);
+        return units ^ ((units ^ several) & above);
+    }
+    template <class Vector>
+    ZELK_OPERATION Vector thirdOf(Vector units) {
+        return (units & 0x3F) | 0x80;
+    }
+
+    // Four units as four times four bytes.
+    template <Reach reach>
+    ZELK_OPERATION std::size_t putFour(char *out, Lane groups, unsigned int bits) {
+        const Lane bytes = shuffled(groups, tripleShuffles[bits]);
+        const std::size_t count = wordUnits + countOf(bits);
+        if (reach == Reach::Whole) {
+            store(out, bytes);
+        } else {
+            storeFours(out, bytes, count);
+        }
+        return count;
+    }
+
+    template <Reach reach>
+    ZELK_OPERATION std::size_t putTwoFours(char *out, Lane front, Lane back, std::uint32_t bits) {
+        const std::size_t count = putFour<reach>(out, front, bits & 0xFFU);
+        return count + putFour<reach>(out + count, back, bits >> 8U & 0xFFU);
+    }
+
+    ZELK_OPERATION std::size_t putExactly(char *out, LaneUnits units) {
+        const LaneUnits above = aboveAscii(units);
+        const LaneUnits wide = ofThreeBytes(units);
+        const LaneUnits firstTwo = firstTwoOf(units, above, wide);
+        const LaneUnits third = thirdOf(units);
+        const auto front = reinterpret_cast<Lane>(__builtin_shufflevector(firstTwo, third, 0, 8, 1, 9, 2, 10, 3, 11));
+        const auto back = reinterpret_cast<Lane>(__builtin_shufflevector(firstTwo, third, 4, 12, 5, 13, 6, 14, 7, 15));
+        return putTwoFours<Reach::Exact>(out, front, back, laneGroupBits(above, wide));
+    }
+
+    ZELK_OPERATION std::size_t putBlock(char *out, Units units) {
+        const Units above = aboveAscii(units);
+        const Units wide = ofThreeBytes(units);
+        const Units firstTwo = firstTwoOf(units, above, wide);
+        const Units third = thirdOf(units);
+        const Bytes front = interleavedUnitsLow(firstTwo, third);
+        const Bytes back = interleavedUnitsHigh(firstTwo, third);
+        const std::uint32_t bits = groupBits(above, wide);
+        std::size_t count = putTwoFours<Reach::Whole>(out, laneOf<0>(front), laneOf<0>(back), bits);
+        if constexpr (blockLanes == 2) {
+            count += putTwoFours<Reach::Whole>(out + count, laneOf<1>(front), laneOf<1>(back), bits >> 16U);
+        }
+        return count;
+    }
+
+    ZELK_OPERATION std::size_t bytesOfFirst(LaneUnits units, std::size_t count) {
+        const std::uint32_t first = (1U << count) - 1;
+        return count + countOf(laneUnitBits(aboveAscii(units)) & first) +
+               countOf(laneUnitBits(ofThreeBytes(units)) & first);
+    }
+};
+
+// Eight units and more, without a stop.
+template <UnitOrder order, class Form>
+ZELK_OPERATION std::size_t encodeLanes(const unsigned char *text, std::size_t count, char *out) {
+    std::size_t read = 0;
+    std::size_t written = 0;
+    while (count - read >= blockUnits + Form::surplus) {
+        written += Form::putBlock(out + written, unitsAt<order>(text, read));
+        read += blockUnits;
+    }
+    while (count - read >= laneUnits) {
+        written += Form::putExactly(out + written, laneUnitsAt<order>(text, read));
+        read += laneUnits;
+    }
+    if (read != count) {
+        const LaneUnits last = laneUnitsAt<order>(text, count - laneUnits);
+        const std::size_t again = Form::bytesOfFirst(last, laneUnits - (count - read));
+        written += Form::putExactly(out + (written - again), last) - again;
+    }
+    return written;
+}
+
+template <UnitOrder order>
+ZELK_OPERATION std::size_t encodeStretch(const unsigned char *text, Stretch stretch, char *out) {
+    return stretch.bits < 0x800 ? encodeLanes<order, Pairs>(text, stretch.count, out)
+                                : encodeLanes<order, Triples>(text, stretch.count, out);
+}
+
+// ---- Texts
+
+// Fewer than 8 units, or those in front of a stop.
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeSingly(const unsigned char *text, std::size_t count, char *out) {
+    count = unitsBeforeStop<order, clean>(text, count);
+    return {count, encodeFew<order>(text, count, out)};
+}
+
+// 8 to 128 units that may be read and are sure to fit: few enough for one rare character not to slow down many others.
+inline constexpr std::size_t stretchUnits = 128;
+
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeUpTo128(const unsigned char *text, std::size_t count, char *out) {
+    const Stretch stretch =
+        count >= blockUnits ? stretchOf<order, clean>(text, count) : stretchOfLanes<order, clean>(text, count);
+    return stretch.count < laneUnits ? Progress{stretch.count, encodeFew<order>(text, stretch.count, out)}
+                                     : Progress{stretch.count, encodeStretch<order>(text, stretch, out)};
+}
+
+// Whether packed units are ASCII: the others are less as signed numbers.
+template <Clean clean>
+ZELK_OPERATION bool areAscii(Bytes bytes) {
+    return !anySignBit(lessSigned(bytes, repeatByte(leastAscii(clean))));
+}
+
+template <UnitOrder order>
+ZELK_OPERATION Bytes packedAt(const unsigned char *text, std::size_t front, std::size_t back) {
+    return packed(unitsAt<order>(text, front), unitsAt<order>(text, back));
+}
+
+// One block of ASCII or two, which may overlap.
+ZELK_OPERATION void storeHalves(char *out, std::size_t count, Bytes bytes) {
+    if constexpr (blockLanes == 2) {
+        store(out, laneOf<0>(bytes));
+        store(out + (count - laneBytes), laneOf<1>(bytes));
+    } else {
+        const auto words = std::bit_cast<std::array<std::uint64_t, blockBytes / wordBytes>>(bytes);
+        store(out, words[0]);
+        store(out + (count - wordBytes), words[1]);
+    }
+}
+
+// As many units of ASCII as come first, by blocks; of the last block a part may be taken for the second time.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION std::size_t encodeAscii(const unsigned char *text, std::size_t count, char *out) {
+    std::size_t done = 0;
+    while (done != count) {
+        const std::size_t at = std::min(done, count - blockBytes);
+        const Bytes bytes = packedAt<order>(text, at, at + blockUnits);
+        if (!areAscii<clean>(bytes)) {
+            break;
+        }
+        store(out + at, bytes);
+        done = at + blockBytes;
+    }
+    return done;
+}
+
+// More than two blocks, of which all units may be read and are sure to fit.
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeReadable(const unsigned char *text, std::size_t count, char *out) {
+    Progress done;
+    while (count - done.read >= blockBytes) {
+        const unsigned char *const from = text + 2 * done.read;
+        const std::size_t ascii = encodeAscii<order, clean>(from, count - done.read, out + done.written);
+        done.read += ascii;
+        done.written += ascii;
+        const std::size_t wanted = std::min(count - done.read, stretchUnits);
+        if (wanted < laneUnits) {
+            break;
+        }
+        const Progress step = encodeUpTo128<order, clean>(text + 2 * done.read, wanted, out + done.written);
+        done.read += step.read;
+        done.written += step.written;
+        if (step.read < wanted) {
+            break;
+        }
+    }
+    return done;
+}
+
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    constexpr std::size_t mostAtOnce = 1024; // units that are looked at for a zero, then converted
+    Progress done;
+    for (;;) {
+        const unsigned char *const from = text + 2 * done.read;
+        const std::size_t fitting = (room - done.written) / detail::longestSequence;
+        const std::size_t wanted = std::min({count - done.read, fitting, mostAtOnce});
+        const std::size_t units = clean == Clean::Any ? readableUnits<order>(from, wanted) : wanted;
+        char *const to = out + done.written;
+        const Progress step = units > blockBytes   ? encodeReadable<order, clean>(from, units, to)
+                              : units >= laneUnits ? encodeUpTo128<order, clean>(from, units, to)
+                                                   : encodeSingly<order, clean>(from, units, to);
+        done.read += step.read;
+        done.written += step.written;
+        if (done.read == count || wanted < laneUnits || step.read == 0) {
+            return done;
+        }
+    }
+}
+
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    if (count > stretchUnits || room < detail::longestSequence * count) {
+        return encodeLong<order, clean>(text, count, out, room);
+    }
+    if (clean == Clean::Any) {
+        count = readableUnits<order>(text, count);
+    }
+    if (count > 4 * blockUnits) {
+        return encodeReadable<order, clean>(text, count, out);
+    }
+    if (count > 2 * blockUnits) {
+        const Bytes front = packedAt<order>(text, 0, blockUnits);
+        const Bytes back = packedAt<order>(text, count - 2 * blockUnits, count - blockUnits);
+        if (areAscii<clean>(lesserSigned(front, back))) {
+            store(out, front);
+            store(out + (count - blockBytes), back);
+            return {count, count};
+        }
+    } else if (count >= blockUnits) {
+        const Bytes bytes = packedAt<order>(text, 0, count - blockUnits);
+        if (areAscii<clean>(bytes)) {
+            storeHalves(out, count, bytes);
+            return {count, count};
+        }
+    }
+    return count >= laneUnits ? encodeUpTo128<order, clean>(text, count, out)
+                              : encodeSingly<order, clean>(text, count, out);
+}
+
+// ---- Measuring
+
+template <UnitOrder order>
+ZELK_OPERATION std::size_t bytesBeyondOne(const unsigned char *text, std::size_t count) {
+    Units totals{};
+    std::size_t read = 0;
+    for (; count - read >= blockUnits; read += blockUnits) {
+        const Units units = unitsAt<order>(text, read);
+        totals -= aboveAscii(units) + ofThreeBytes(units); // all bits are -1
+    }
+    std::size_t bytes = sumOf(asBytes(totals));
+    for (; read < count; ++read) {
+        bytes += detail::utf8EncodedLength(unitAt<order>(text, read)) - 1;
+    }
+    return bytes;
+}
+
+// A total holds the units of one place of each block of a stretch.
+static_assert(2 * stretchUnits / blockUnits <= 0xFF);
+
+template <UnitOrder order>
+ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
+    Progress done;
+    for (;;) {
+        const unsigned char *const from = text + 2 * done.read;
+        const std::size_t wanted = std::min(count - done.read, stretchUnits);
+        const std::size_t units = readableUnits<order>(from, wanted);
+        std::size_t clean = units;
+        if (units >= blockUnits) {
+            clean = stretchOf<order, Clean::Any>(from, units).count;
+        } else {
+            clean = unitsBeforeStop<order, Clean::Any>(from, units);
+        }
+        done.read += clean;
+        done.written += clean + bytesBeyondOne<order>(from, clean);
+        if (clean < stretchUnits) {
+            return done;
+        }
+    }
+}
+
+// ---- To native units
+
+template <UnitOrder order>
+ZELK_OPERATION void copyUnits(const unsigned char *text, std::size_t count, unsigned short *out) {
+    if (count < blockUnits) {
+        for (std::size_t i = 0; i < count; ++i) {
+            out[i] = static_cast<unsigned short>(unitAt<order>(text, i));
+        }
+        return;
+    }
+    for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
+        store(out + at, unitsAt<order>(text, at));
+    }
+    store(out + (count - blockUnits), unitsAt<order>(text, count - blockUnits));
+}
+
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, unsigned short *out, std::size_t room) {
+    const std::size_t fitting = std::min(count, room);
+    std::size_t done = 0;
+    for (;;) {
+        const unsigned char *const from = text + 2 * done;
+        const std::size_t wanted = std::min(fitting - done, stretchUnits);
+        const std::size_t units = wanted >= blockUnits ? stretchOf<order, clean>(from, wanted).count
+                                                       : unitsBeforeStop<order, clean>(from, wanted);
+        copyUnits<order>(from, units, out + done);
+        done += units;
+        if (units < stretchUnits) {
+            return {done, done};
+        }
+    }
+}
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET

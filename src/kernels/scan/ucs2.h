@@ -1,0 +1,151 @@
+// UCS-2 text looked at before its conversion: where it ends or stops, and how large its units are.
+//
+// Nothing is read in a line after the one that holds a zero: a short text is looked at in its first line before it is
+// taken at once, a long one goes line by line.
+#pragma once
+
+#include "kernels/simd/lines.h"
+#include "kernels/text_forms.h"
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+inline constexpr std::size_t laneUnits = laneBytes / 2;
+inline constexpr std::size_t wordUnits = laneUnits / 2;
+
+using Words = std::uint64_t __attribute__((vector_size(laneBytes)));
+
+template <UnitOrder order>
+ZELK_OPERATION unsigned int unitAt(const unsigned char *text, std::size_t index) {
+    const unsigned int first = text[2 * index];
+    const unsigned int second = text[2 * index + 1];
+    return order == UnitOrder::HighFirst ? first << 8U | second : second << 8U | first;
+}
+
+template <UnitOrder order>
+ZELK_OPERATION Units unitsAt(const unsigned char *text, std::size_t index) {
+    const Bytes bytes = load(text + 2 * index);
+    return order == UnitOrder::HighFirst ? exchanged(bytes) : asUnits(bytes);
+}
+
+template <UnitOrder order>
+ZELK_OPERATION LaneUnits inNativeOrder(LaneUnits units) {
+    return order == UnitOrder::HighFirst ? units << 8 | units >> 8 : units;
+}
+
+template <UnitOrder order>
+ZELK_OPERATION LaneUnits laneUnitsAt(const unsigned char *text, std::size_t index) {
+    return inNativeOrder<order>(load<LaneUnits>(text + 2 * index));
+}
+
+// Bits are set in the units that stop a conversion: zeros, or for clean text controls and their images too.
+template <Clean clean, class Vector>
+ZELK_OPERATION Vector stopsAmong(Vector units) {
+    if (clean == Clean::Any) {
+        return reinterpret_cast<Vector>(units == 0);
+    }
+    return reinterpret_cast<Vector>(((units & 0xFF60) == 0) | ((units & 0xFFE0) == 0xE080));
+}
+
+ZELK_OPERATION unsigned int bitsOfLane(LaneUnits units) {
+    const auto words = reinterpret_cast<Words>(units);
+    const std::uint64_t word = words[0] | words[1];
+    const std::uint64_t half = word | word >> 32U;
+    return static_cast<unsigned int>(half | half >> 16U) & 0xFFFFU;
+}
+
+ZELK_OPERATION unsigned int bitsOfBlock(Units units) {
+    LaneUnits bits = asLaneUnits(laneOf<0>(asBytes(units)));
+    if constexpr (blockLanes == 2) {
+        bits |= asLaneUnits(laneOf<1>(asBytes(units)));
+    }
+    return bitsOfLane(bits);
+}
+
+// The units in front of the first stop, one by one.
+template <UnitOrder order, Clean clean>
+ZELK_STAGE std::size_t unitsBeforeStop(const unsigned char *text, std::size_t count) {
+    std::size_t units = 0;
+    while (units < count && isClean(clean, unitAt<order>(text, units))) {
+        ++units;
+    }
+    return units;
+}
+
+// ---- What may be read
+
+// Whether a zero is among the units of a text, at an even address, that lie in its first line. All of the line is read:
+// its bytes share a page and a tag, but no sanitizer knows of them.
+__attribute__((no_sanitize("address"))) ZELK_OPERATION bool firstLineHasZero(const unsigned char *text,
+                                                                             std::size_t count) {
+    const std::size_t place = placeInLine(text);
+    const auto *const line = reinterpret_cast<const Units *>(text - place);
+    std::uint64_t zeros = 0;
+    for (std::size_t i = 0; i < lineBytes / blockBytes; ++i) {
+        zeros |= placesOf(asBytes(equalUnits(line[i], Units{}))) << i * blockBytes * bitsPerPlace;
+    }
+    zeros >>= place * bitsPerPlace;
+    return zeros != 0 && firstPlace(zeros) < 2 * count;
+}
+
+// Of at most `count` units, as many as may be read at once: all, where no zero ends the text in a line before the last
+// of them. Else the text ends in front of the zero. A unit across the end of a line is taken to the line after it.
+template <UnitOrder order>
+ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t count) {
+    constexpr std::size_t lineUnits = lineBytes / 2;
+    const std::size_t first = std::min(bytesInLine(text) / 2, count);
+    const bool isEven = reinterpret_cast<std::uintptr_t>(text) % 2 == 0;
+    if (isEven ? firstLineHasZero(text, count) : unitsBeforeStop<order, Clean::Any>(text, first) != first)
+        [[unlikely]] {
+        return unitsBeforeStop<order, Clean::Any>(text, first);
+    }
+    std::size_t checked = first;
+    for (; count - checked > lineUnits; checked += lineUnits) {
+        const unsigned char *const line = text + 2 * checked;
+        UnitFlags zeros{};
+        for (std::size_t at = 0; at < lineUnits; at += blockUnits) {
+            zeros |= equalUnits(unitsAt<UnitOrder::LowFirst>(line, at), Units{});
+        }
+        if (anyBit(asBytes(zeros))) [[unlikely]] {
+            return checked + unitsBeforeStop<order, Clean::Any>(line, lineUnits);
+        }
+    }
+    return count;
+}
+
+// ---- Stretches
+
+// Units without a stop, and all of their bits.
+struct Stretch {
+    std::size_t count;
+    unsigned int bits;
+};
+
+// Of a text that may be read: a block of units or more.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION Stretch stretchOf(const unsigned char *text, std::size_t count) {
+    Units bits = unitsAt<order>(text, count - blockUnits);
+    Units stops = stopsAmong<clean>(bits);
+    for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
+        const Units units = unitsAt<order>(text, at);
+        bits |= units;
+        stops |= stopsAmong<clean>(units);
+    }
+    if (anyBit(asBytes(stops))) [[unlikely]] {
+        count = unitsBeforeStop<order, clean>(text, count);
+    }
+    return {count, bitsOfBlock(bits)};
+}
+
+// Two lanes, which may overlap: 8 to 16 units.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION Stretch stretchOfLanes(const unsigned char *text, std::size_t count) {
+    const LaneUnits front = laneUnitsAt<order>(text, 0);
+    const LaneUnits back = laneUnitsAt<order>(text, count - laneUnits);
+    const LaneUnits stops = stopsAmong<clean>(front) | stopsAmong<clean>(back);
+    if (bitsOfLane(stops) != 0) [[unlikely]] {
+        count = unitsBeforeStop<order, clean>(text, count);
+    }
+    return {count, bitsOfLane(front | back)};
+}
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
