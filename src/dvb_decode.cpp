@@ -272,7 +272,7 @@ template <class Sink>
 
 template <class Sink>
 [[gnu::noinline]] unsigned int decodeTwoByte(typename Sink::Unit *out, int outSize, Body text, unsigned int flags) {
-    const unsigned int units = text.left < 0 ? unbounded : static_cast<unsigned int>(text.left) / 2;
+    const unsigned int units = text.left < 0 ? zelk_nawcslen(text.bytes) : static_cast<unsigned int>(text.left) / 2;
     if (units == 0 || outSize < 2) {
         return finished(out, 0);
     }

@@ -10,7 +10,7 @@ ZELK_TARGET_BEGIN("avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,bmi
 
 #include "kernels/move/marked_planes.h"
 #include "kernels/move/planes.h"
-#include "kernels/move/ucs2_by_compress.h"
+#include "kernels/move/units_by_compress.h"
 #include "kernels/move/utf8_by_compress.h"
 #include "kernels/scan/collation.h"
 #include "kernels/scan/wildcards.h"
@@ -28,7 +28,7 @@ const Kernels avx512Kernels = {
     .lowFirstToUtf8 = avx512::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,
     .highFirstToUtf8 = avx512::ucs2ToUtf8<UnitOrder::HighFirst, Clean::Any>,
     .cleanHighFirstToUtf8 = avx512::ucs2ToUtf8<UnitOrder::HighFirst, Clean::NoControls>,
-    .cleanHighFirstToNative = avx512::ucs2ToNative<Clean::NoControls>,
+    .cleanHighFirstToNative = avx512::ucs2ToNative<UnitOrder::HighFirst, Clean::NoControls>,
     .measureLowFirst = avx512::measureUcs2<UnitOrder::LowFirst>,
     .measureHighFirst = avx512::measureUcs2<UnitOrder::HighFirst>,
     .utf8ToUcs2 = avx512::utf8NameToUcs2,

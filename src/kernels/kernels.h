@@ -39,7 +39,8 @@ struct Kernels {
     Progress (*bytesToUcs2)(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
                             std::size_t room);
 
-    // DVB text of a table without marks: the same up to the first control (0x00 to 0x1F, 0x80 to 0x9F).
+    // DVB text of a table without marks: the same up to the first control (0x00 to 0x1F, 0x80 to 0x9F). Of DVB text,
+    // here and below, all of the count may be read: a zero is a control like others.
     Progress (*cleanToUtf8)(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                             std::size_t room);
     Progress (*cleanToUcs2)(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
@@ -56,7 +57,7 @@ struct Kernels {
     Progress (*lowFirstToUtf8)(const unsigned char *text, std::size_t count, char *out, std::size_t room);
     Progress (*highFirstToUtf8)(const unsigned char *text, std::size_t count, char *out, std::size_t room);
 
-    // The same up to a control too: U+0000 to U+001F, U+0080 to U+009F, and their images U+E080 to U+E09F.
+    // DVB text: the same up to a control too, U+0000 to U+001F, U+0080 to U+009F, and their images U+E080 to U+E09F.
     Progress (*cleanHighFirstToUtf8)(const unsigned char *text, std::size_t count, char *out, std::size_t room);
     Progress (*cleanHighFirstToNative)(const unsigned char *text, std::size_t count, unsigned short *out,
                                        std::size_t room);

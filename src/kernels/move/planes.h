@@ -102,7 +102,7 @@ ZELK_OPERATION Registers held(Registers r) {
 
 template <bool freely>
 ZELK_OPERATION void storeNonZero(char *out, std::size_t count, Block block) {
-    const Block text = closedUp(nonZero(block), block);
+    const Block text = compressed(nonZero(block), block);
     if (freely) {
         store(out, text);
     } else {

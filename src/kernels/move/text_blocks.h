@@ -3,14 +3,13 @@
 // goes on.
 #pragma once
 
+#include "kernels/move/units_by_compress.h"
 #include "kernels/simd/avx512.h"
 
 #include <algorithm>
 #include <cstdint>
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
-
-inline constexpr std::size_t blockUnits = blockBytes / 2;
 
 // The sanitizers, which know no pages, do not see these two loads.
 ZELK_OPERATION Block loadText(const unsigned char *text) {
@@ -58,17 +57,6 @@ ZELK_OPERATION std::size_t readableBytes(const unsigned char *text, std::size_t 
     }
     const Mask present = firstBytes(onPage);
     return (nonZero(loadText(text, present)) & present) == present ? bytes : onPage;
-}
-
-// The same in units; a unit may lie across the end of the page.
-ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t units) {
-    const std::size_t onPage = bytesInPage(text) / 2;
-    if (units <= onPage) [[likely]] {
-        return units;
-    }
-    const Mask present = firstBytes(onPage);
-    const Block block = loadText(text, firstBytes(2 * onPage));
-    return (_mm512_test_epi16_mask(block, block) & present) == present ? units : onPage;
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

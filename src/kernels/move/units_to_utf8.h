@@ -315,19 +315,18 @@ ZELK_OPERATION std::size_t encodeAscii(const unsigned char *text, std::size_t co
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress encodeReadable(const unsigned char *text, std::size_t count, char *out) {
     Progress done;
-    while (count - done.read >= blockBytes) {
+    while (done.read != count) {
         const unsigned char *const from = text + 2 * done.read;
-        const std::size_t ascii = encodeAscii<order, clean>(from, count - done.read, out + done.written);
-        done.read += ascii;
-        done.written += ascii;
-        const std::size_t wanted = std::min(count - done.read, stretchUnits);
-        if (wanted < laneUnits) {
-            break;
-        }
-        const Progress step = encodeUpTo128<order, clean>(text + 2 * done.read, wanted, out + done.written);
+        char *const to = out + done.written;
+        const std::size_t left = count - done.read;
+        const std::size_t wanted = std::min(left, stretchUnits);
+        const std::size_t ascii = left >= blockBytes ? encodeAscii<order, clean>(from, left, to) : 0;
+        const Progress step = ascii != 0            ? Progress{ascii, ascii}
+                              : wanted >= laneUnits ? encodeUpTo128<order, clean>(from, wanted, to)
+                                                    : encodeSingly<order, clean>(from, wanted, to);
         done.read += step.read;
         done.written += step.written;
-        if (step.read < wanted) {
+        if (ascii == 0 && step.read < wanted) {
             break;
         }
     }
@@ -359,6 +358,9 @@ template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
     if (count > stretchUnits || room < detail::longestSequence * count) {
         return encodeLong<order, clean>(text, count, out, room);
+    }
+    if (count < laneUnits) {
+        return encodeSingly<order, clean>(text, count, out);
     }
     if (clean == Clean::Any) {
         count = readableUnits<order>(text, count);
@@ -411,13 +413,9 @@ ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
     for (;;) {
         const unsigned char *const from = text + 2 * done.read;
         const std::size_t wanted = std::min(count - done.read, stretchUnits);
-        const std::size_t units = readableUnits<order>(from, wanted);
-        std::size_t clean = units;
-        if (units >= blockUnits) {
-            clean = stretchOf<order, Clean::Any>(from, units).count;
-        } else {
-            clean = unitsBeforeStop<order, Clean::Any>(from, units);
-        }
+        const std::size_t units = wanted >= blockUnits ? readableUnits<order>(from, wanted) : wanted;
+        const std::size_t clean = units >= blockUnits ? stretchOf<order, Clean::Any>(from, units).count
+                                                      : unitsBeforeStop<order, Clean::Any>(from, units);
         done.read += clean;
         done.written += clean + bytesBeyondOne<order>(from, clean);
         if (clean < stretchUnits) {

@@ -303,8 +303,8 @@ ZELK_OPERATION bool decodePart(const unsigned char *text, std::size_t length, un
     if (room - done.written < characters) {
         return false;
     }
-    const Block low = closedUp(ends, units.low);
-    const Block high = closedUp(ends, units.high);
+    const Block low = compressed(ends, units.low);
+    const Block high = compressed(ends, units.high);
     storeUnits(out + done.written, characters, _mm512_permutex2var_epi8(low, parts.front, high),
                _mm512_permutex2var_epi8(low, parts.back, high));
     done.read += bytes;
@@ -390,7 +390,7 @@ ZELK_STAGE Progress decodeBlocks(const unsigned char *text, std::size_t length, 
         }
         before = count;
         WaitingUnits::store(waiting, count, parts);
-        waiting = {out + done.written, count, closedUp(units.ends, units.low), closedUp(units.ends, units.high)};
+        waiting = {out + done.written, count, compressed(units.ends, units.low), compressed(units.ends, units.high)};
         done.read += blockBytes;
         done.written += count;
     }
@@ -483,8 +483,8 @@ ZELK_OPERATION void storeAscii(unsigned short *out, Block text) {
 
 // The units of a block, to a room for 64.
 ZELK_OPERATION std::size_t storeFreely(unsigned short *out, const Units &units, Mask ends, const UnitParts &parts) {
-    const Block low = closedUp(ends, units.low);
-    const Block high = closedUp(ends, units.high);
+    const Block low = compressed(ends, units.low);
+    const Block high = compressed(ends, units.high);
     store(out, _mm512_permutex2var_epi8(low, parts.front, high));
     store(out + blockUnits, _mm512_permutex2var_epi8(low, parts.back, high));
     return countOf(ends);

@@ -73,15 +73,13 @@ ZELK_STAGE std::size_t unitsBeforeStop(const unsigned char *text, std::size_t co
 
 // ---- What may be read
 
-// Whether a zero is among the units of a text, at an even address, that lie in its first line. All of the line is read:
-// its bytes share a page and a tag, but no sanitizer knows of them.
-__attribute__((no_sanitize("address"))) ZELK_OPERATION bool firstLineHasZero(const unsigned char *text,
-                                                                             std::size_t count) {
+// Whether a zero is among the units of a text, at an even address, that lie in its first line. All of the line is read.
+ZELK_OPERATION bool firstLineHasZero(const unsigned char *text, std::size_t count) {
     const std::size_t place = placeInLine(text);
-    const auto *const line = reinterpret_cast<const Units *>(text - place);
+    const unsigned char *const line = text - place;
     std::uint64_t zeros = 0;
     for (std::size_t i = 0; i < lineBytes / blockBytes; ++i) {
-        zeros |= placesOf(asBytes(equalUnits(line[i], Units{}))) << i * blockBytes * bitsPerPlace;
+        zeros |= placesOf(asBytes(equalUnits(asUnits(loadAligned(line + i * blockBytes)), Units{}))) << i * blockBytes * bitsPerPlace;
     }
     zeros >>= place * bitsPerPlace;
     return zeros != 0 && firstPlace(zeros) < 2 * count;

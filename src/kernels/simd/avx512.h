@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kernels/pages.h"
+#include "kernels/simd/lines.h"
 
 #include <array>
 #include <cstddef>
@@ -110,20 +111,20 @@ ZELK_OPERATION Mask nonZero(Block block) {
 
 // The bytes of a block that the mask keeps, closed up in front of zeros. Written to the register that it comes from:
 // the processor waits for the old value of another one, though nothing of it remains.
-ZELK_OPERATION Block closedUp(Mask keep, Block block) {
+ZELK_OPERATION Block compressed(Mask keep, Block block) {
     __asm__("vpcompressb %0, %0%{%1%}%{z%}" : "+v"(block) : "Yk"(keep));
     return block;
 }
 
 // Stores the bytes of a block that the mask keeps, closed up, and tells their number. `freely` says that the output has
 // room for a whole block, so that zeros may be written behind the result.
-template <bool freely>
+template <bool freely = false>
 ZELK_OPERATION std::size_t storeKept(void *to, Mask keep, Block block) {
     const std::size_t count = countOf(keep);
     if (freely) {
-        store(to, closedUp(keep, block));
+        store(to, compressed(keep, block));
     } else {
-        store(to, firstBytes(count), closedUp(keep, block));
+        store(to, firstBytes(count), compressed(keep, block));
     }
     return count;
 }

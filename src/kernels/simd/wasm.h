@@ -27,6 +27,11 @@ ZELK_OPERATION Units unitsOf(v128_t vector) {
     return reinterpret_cast<Units>(vector);
 }
 
+// An aligned block: a part of it may lie before a text or after its terminator.
+ZELK_OPERATION Bytes loadAligned(const void *from) {
+    return load(from);
+}
+
 // ---- Lanes
 
 // The same 16 bytes in every lane of a block.
