@@ -1,6 +1,10 @@
 // DVB text of a table: stretches of plain characters, and names whole. Where a table has the marks of ISO/IEC 6937, a
 // mark and its letter are two bytes, and so is the UTF-8 of what they compose: the composed character takes their
-// place, and only the other characters of the upper half make the text longer. Included by byte_sets.cpp alone.
+// place, and only the other characters of the upper half make the text longer.
+//
+//     whole blocks          ASCII copied; composed; composed, with characters of two bytes interleaved
+//     the last, in part     up to the first byte that is not plain
+//     what is not plain     by the table, one character, then blocks again (to UTF-8)
 #pragma once
 
 #include "kernels/move/planes.h"
@@ -122,14 +126,15 @@ ZELK_OPERATION MarkedUtf8 markedUtf8(const Utf8Composer &c, Block text) {
     return {bytes, pairs.marks, pairs.leads, butNot(high, pairs.marks)};
 }
 
-// The same with the characters of two bytes in the place of one: first and last bytes in turn.
-struct InTurn {
+// The same with the characters of two bytes in the place of one: their first bytes, and all last ones.
+struct FirstAndLast {
     Block first;
     Block last;
     Mask plain; // of those characters the ones that have two bytes
 };
 
-ZELK_OPERATION InTurn upperInTurn(const Registers &planes, const Utf8Composer &c, Block text, const MarkedUtf8 &block) {
+ZELK_OPERATION FirstAndLast withUpper(const Registers &planes, const Utf8Composer &c, Block text,
+                                      const MarkedUtf8 &block) {
     const Block last = lookOrKeep(planes.last, block.bytes, block.upper);
     const Mask noControls = _mm512_mask_test_epi8_mask(block.upper, text, c.composer.ordinaryBits);
     return {lookOrZero(planes.first, text, block.upper), last, _mm512_mask_test_epi8_mask(noControls, last, last)};
@@ -139,94 +144,98 @@ ZELK_OPERATION InTurn upperInTurn(const Registers &planes, const Utf8Composer &c
 // byte apart from the others, so that a block need not wait for the one before it.
 inline constexpr Mask lastPlace = 1ULL << (blockBytes - 1);
 
-ZELK_OPERATION std::ptrdiff_t bytesInFront(const unsigned char *in) {
-    return whole - (tables::dvbMarks.sets[0].columnOf[in[whole - 1]] != 0 ? 1 : 0);
+ZELK_OPERATION std::size_t bytesInFront(const unsigned char *in) {
+    return blockBytes - (tables::dvbMarks.sets[0].columnOf[in[blockBytes - 1]] != 0 ? 1U : 0U);
 }
 
-// Whole blocks up to one that is not plain. There is room for three bytes a character.
-ZELK_OPERATION void convertMarked(const Registers &planes, const Utf8Composer &c, const Graphic &ascii, char *&out,
-                                  const unsigned char *&in, const unsigned char *inEnd) {
-    while (inEnd - in >= whole) {
-        const Block text = load(in);
+// There is room for three bytes a character.
+
+// Whole blocks up to one that is not plain.
+ZELK_OPERATION void wholeMarkedBlocks(const Registers &planes, const Utf8Composer &composer, const Graphic &ascii,
+                                      Conversion<char> &c) {
+    while (c.left >= blockBytes) {
+        const Block text = load(c.in);
         const Mask graphic = graphicAscii(ascii, text);
         if (all(graphic)) {
-            store(out, text);
-            in += whole;
-            out += whole;
+            store(c.out, text);
+            Conversion<char>::advance(c, blockBytes, blockBytes);
             continue;
         }
-        const MarkedUtf8 block = markedUtf8(c, text);
+        const MarkedUtf8 block = markedUtf8(composer, text);
         const Mask plain = either(either(graphic, block.leads), both(block.marks, lastPlace));
-        const std::ptrdiff_t count = bytesInFront(in);
+        const std::size_t count = bytesInFront(c.in);
+        std::size_t written = count;
         if (none(block.upper)) {
             if (!all(plain)) {
                 break;
             }
-            store(out, block.bytes);
+            store(c.out, firstBytes(count), block.bytes);
         } else {
-            const InTurn turns = upperInTurn(planes, c, text, block);
-            if (!all(either(plain, turns.plain))) {
+            const FirstAndLast bytes = withUpper(planes, composer, text, block);
+            if (!all(either(plain, bytes.plain))) {
                 break;
             }
-            storeInTurn<true>(planes.order, out, turns.first, turns.last, ~0ULL, block.upper);
-            out += countOf(block.upper);
+            written = storeInterleaved<true>(planes.order, c.out, bytes.first, bytes.last, count, block.upper);
         }
-        in += count;
-        out += count;
+        Conversion<char>::advance(c, count, written);
     }
 }
 
 // Of what is left, a block at most, as far as it is plain.
-ZELK_OPERATION void convertMarkedPart(const Registers &planes, const Utf8Composer &c, const Graphic &ascii, char *&out,
-                                      const unsigned char *&in, const unsigned char *inEnd) {
-    const auto left = static_cast<std::size_t>(inEnd - in);
-    const Block text = load(in, firstBytes(left < blockBytes ? left : blockBytes));
-    const MarkedUtf8 block = markedUtf8(c, text);
-    const InTurn turns = upperInTurn(planes, c, text, block);
-    const Mask plain = graphicAscii(ascii, text) | block.leads | turns.plain;
-    const std::size_t count = _tzcnt_u64(~plain);
+ZELK_OPERATION void partOfMarkedBlock(const Registers &planes, const Utf8Composer &composer, const Graphic &ascii,
+                                      Conversion<char> &c) {
+    const Block text = load(c.in, firstBytes(std::min(c.left, blockBytes)));
+    const MarkedUtf8 block = markedUtf8(composer, text);
+    const FirstAndLast both = withUpper(planes, composer, text, block);
+    const std::size_t count = firstOf(~(graphicAscii(ascii, text) | block.leads | both.plain));
     if (count == 0) {
         return;
     }
     const Mask bytes = firstBytes(count);
     const Mask upper = block.upper & bytes;
     if (upper == 0) {
-        store(out, bytes, block.bytes);
+        store(c.out, bytes, block.bytes);
     } else {
-        storeInTurn<false>(planes.order, out, _mm512_maskz_mov_epi8(upper, turns.first),
-                           _mm512_maskz_mov_epi8(bytes, turns.last), bytes, upper);
+        storeInterleaved<false>(planes.order, c.out, _mm512_maskz_mov_epi8(upper, both.first),
+                                _mm512_maskz_mov_epi8(bytes, both.last), count, upper);
     }
-    in += count;
-    out += count + countOf(upper);
+    Conversion<char>::advance(c, count, count + countOf(upper));
 }
 
 // Characters of three bytes are put one by one.
-ZELK_OPERATION bool putRare(tables::ByteSet set, char *&out, const unsigned char *&in, const unsigned char *inEnd) {
-    plain::Utf8Out utf8{tables::packedUtf8Of(set), out};
-    const bool done = putMarked(tables::codePointsOf(set), utf8, in, inEnd);
-    out = utf8.at;
-    return done;
+struct RareUtf8 {
+    tables::PackedUtf8 packed;
+    char *at;
+
+    void put(unsigned char byte, unsigned int /*character*/) { at = plain::putCharacter(at, packed[byte]); }
+    void putComposed(unsigned int character) { at += detail::utf8Encode(character, at, plain::entryBytes); }
+};
+
+ZELK_OPERATION bool putRare(tables::ByteSet set, Conversion<char> &c) {
+    RareUtf8 utf8{tables::packedUtf8Of(set), c.out};
+    const std::size_t read = plain::putMarked(tables::codePointsOf(set), utf8, c.in, c.left);
+    Conversion<char>::advance(c, read, static_cast<std::size_t>(utf8.at - c.out));
+    return read != 0;
 }
 
-ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out,
+ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                  std::size_t room) {
-    const unsigned char *const inEnd = in + plain::fittingBytes(length, room);
+    length = plain::fittingBytes(length, room);
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const Registers planes = held(registersOf(bytePlanes.first, bytePlanes.last));
-    const Utf8Composer c = utf8Composer();
+    const Utf8Composer composer = utf8Composer();
     const Graphic ascii = graphic();
-    const char *const begin = out;
-    const unsigned char *const text = in;
-    while (in != inEnd) {
-        convertMarked(planes, c, ascii, out, in, inEnd);
-        if (in != inEnd) {
-            convertMarkedPart(planes, c, ascii, out, in, inEnd);
+    Conversion<char> c{text, length, out, room};
+    while (c.left != 0) {
+        wholeMarkedBlocks(planes, composer, ascii, c);
+        if (c.left != 0) {
+            partOfMarkedBlock(planes, composer, ascii, c);
         }
-        if (in != inEnd && !putRare(set, out, in, inEnd)) {
+        if (c.left != 0 && !putRare(set, c)) {
             break;
         }
     }
-    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
+    return {length - c.left, room - c.room};
 }
 
 // ---- UCS-2: a composed character is one unit in the place of its mark, and its letter's place falls out.
@@ -236,7 +245,7 @@ struct UnitPlanes {
     Block lows, highs, sixBits, unassigned;
 };
 
-// The units of a block in planes of their bytes; `kept` tells the places that hold one, `plain` the bytes converted.
+// The units of a block in planes of their bytes; `kept`: the places that hold one; `plain`: the bytes converted.
 struct MarkedUnits {
     Block low;
     Block high;
@@ -259,61 +268,62 @@ ZELK_OPERATION MarkedUnits markedUnits(const UnitPlanes &planes, const Composer 
     return {low, high, pairs.marks, ~_kshiftli_mask64(pairs.leads, 1), either(either(graphic, pairs.leads), known)};
 }
 
-// The units of the first `count` bytes. Tells their number; `freely`: there is room for a whole block.
-template <bool freely>
+// The units of the first `count` bytes. Returns their number. Those of the first half of a block are stored whole where
+// the block is, but for its last byte: the two halves have 32 units at least, so that the second overwrites what is too
+// much.
+template <bool whole>
 ZELK_OPERATION std::size_t storeMarkedUnits(const Pairs &order, unsigned short *out, const MarkedUnits &block,
                                             std::size_t count) {
     const Mask kept = block.kept & firstBytes(count);
-    const Pairs units = inTurn(block.low, block.high, order);
+    const Pairs units = interleaved(block.low, block.high, order);
     const auto frontKept = static_cast<__mmask32>(kept);
     const auto backKept = static_cast<__mmask32>(kept >> 32U);
-    const std::size_t frontUnits = countOf(frontKept);
-    const std::size_t backUnits = countOf(backKept);
+    const std::size_t frontCount = countOf(frontKept);
+    const std::size_t backCount = countOf(backKept);
     const Block front = _mm512_maskz_compress_epi16(frontKept, units.front);
-    const Block back = _mm512_maskz_compress_epi16(backKept, units.back);
-    if (freely) {
+    if (whole) {
         store(out, front);
-        store(out + frontUnits, back);
     } else {
-        store(out, firstBytes(2 * frontUnits), front);
-        if (backUnits != 0) {
-            store(out + frontUnits, firstBytes(2 * backUnits), back);
+        store(out, firstBytes(2 * frontCount), front);
+        if (backCount == 0) {
+            return frontCount;
         }
     }
-    return frontUnits + backUnits;
+    const Block back = _mm512_maskz_compress_epi16(backKept, units.back);
+    store(out + frontCount, firstBytes(2 * backCount), back);
+    return frontCount + backCount;
 }
 
-ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *in, std::size_t length, unsigned short *out,
-                                 std::size_t room) {
-    const unsigned char *const inEnd = in + std::min(length, room);
+ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                 unsigned short *out, std::size_t room) {
+    length = std::min(length, room);
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const UnitPlanes planes{held(registersOf(bytePlanes.ucs2High, bytePlanes.ucs2Low)), load(markPlanes.lows),
                             load(markPlanes.highs), everyByte<0x3F>(), everyByte<0xFF>()};
     const Composer c = composer();
     const Graphic ascii = graphic();
-    unsigned short *const begin = out;
-    const unsigned char *const text = in;
-    while (inEnd - in >= whole) {
-        const Block block = load(in);
+    std::size_t read = 0;
+    std::size_t written = 0;
+    while (length - read >= blockBytes) {
+        const Block block = load(text + read);
         const MarkedUnits units = markedUnits(planes, c, block, graphicAscii(ascii, block));
         if (!all(either(units.plain, both(units.marks, lastPlace)))) {
             break;
         }
-        const std::ptrdiff_t count = bytesInFront(in);
-        out += storeMarkedUnits<true>(planes.planes.order, out, units, static_cast<std::size_t>(count));
-        in += count;
+        const std::size_t count = bytesInFront(text + read);
+        written += storeMarkedUnits<true>(planes.planes.order, out + written, units, count);
+        read += count;
     }
-    if (in != inEnd) {
-        const auto left = static_cast<std::size_t>(inEnd - in);
-        const Block block = load(in, firstBytes(left < blockBytes ? left : blockBytes));
+    if (read != length) {
+        const Block block = load(text + read, firstBytes(std::min(length - read, blockBytes)));
         const MarkedUnits units = markedUnits(planes, c, block, graphicAscii(ascii, block));
-        const std::size_t count = _tzcnt_u64(~units.plain);
+        const std::size_t count = firstOf(~units.plain);
         if (count != 0) {
-            out += storeMarkedUnits<false>(planes.planes.order, out, units, count);
-            in += count;
+            written += storeMarkedUnits<false>(planes.planes.order, out + written, units, count);
+            read += count;
         }
     }
-    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(out - begin)};
+    return {read, written};
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

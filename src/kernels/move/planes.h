@@ -1,7 +1,11 @@
-// Sixty-four characters at a time. The upper half of a set lies in planes of 128 bytes, each two registers, in which
-// one permutation looks 64 characters up. The planes of a character's first and last UTF-8 byte in turn, closed up over
-// their zeros, are the text. A text of one block and a text with characters of three bytes have stages of their own.
-// Included by byte_sets.cpp alone.
+// Single-byte sets, sixty-four characters at a time. The upper half of a set lies in planes of 128 bytes, each two
+// registers, in which one permutation looks 64 characters up. The planes of a character's first and last UTF-8 byte
+// interleaved, compressed over their zeros, are the text.
+//
+//     1 to 64 bytes that fit    bytesToUtf8, bytesToUcs2: one block, no loop
+//     longer                    whole blocks, then the part of a block before the end; the same again up to the end
+//     ASCII                     whole blocks copied
+//     characters of 3 bytes     the parts of a block, once the first such character was met
 #pragma once
 
 #include "kernels/kernels.h"
@@ -35,7 +39,8 @@ ZELK_OPERATION bool same(Mask a, Mask b) {
     return none(_kxor_mask64(a, b));
 }
 
-// What a text is converted up to.
+// What a text is converted up to. A text that a zero ends may be shorter than its count: of it, no line of the cache is
+// read before the text is known to go on to it.
 enum class UpTo { Zero, Control };
 
 template <UpTo end>
@@ -49,15 +54,27 @@ ZELK_OPERATION Mask ordinaryAscii(Block text) {
     return _mm512_cmpgt_epi8_mask(text, everyByte<(end == UpTo::Zero ? 0 : 0x1F)>());
 }
 
-// The bytes of a block that may be read: of a text that may end before its end, none of the next page.
-template <UpTo end>
-ZELK_OPERATION std::size_t blockAt(const unsigned char *in, const unsigned char *inEnd) {
-    const auto left = static_cast<std::size_t>(inEnd - in);
-    const std::size_t count = left < blockBytes ? left : blockBytes;
-    return end == UpTo::Zero && !blockInPage(in) && bytesInPage(in) < count ? bytesInPage(in) : count;
+ZELK_OPERATION std::size_t bytesInLine(const unsigned char *in) {
+    return blockBytes - reinterpret_cast<std::uintptr_t>(in) % blockBytes;
 }
 
-// Two blocks of bytes in turn, as two blocks.
+// The bytes that may be read at once, a block at most.
+template <UpTo end>
+ZELK_OPERATION std::size_t readableBytes(const unsigned char *in, std::size_t left) {
+    return std::min(left, end == UpTo::Zero ? bytesInLine(in) : blockBytes);
+}
+
+// Whether all of a text of a block at most may be read, because it lies in one line or goes on to the end of its first.
+ZELK_OPERATION bool mayReadAll(const unsigned char *text, std::size_t length) {
+    const std::size_t first = bytesInLine(text);
+    if (length <= first) [[likely]] {
+        return true;
+    }
+    const Mask bytes = firstBytes(first);
+    return same(nonZero(load(text, bytes)), bytes);
+}
+
+// Two blocks of bytes interleaved, as two blocks.
 struct Pairs {
     Block front;
     Block back;
@@ -78,11 +95,11 @@ inline constexpr Interleaving interleaving = [] {
     return result;
 }();
 
-ZELK_OPERATION Pairs inTurn(Block first, Block second, const Pairs &order) {
+ZELK_OPERATION Pairs interleaved(Block first, Block second, const Pairs &order) {
     return {_mm512_permutex2var_epi8(first, order.front, second), _mm512_permutex2var_epi8(first, order.back, second)};
 }
 
-// Two planes of a set and the order that puts them in turn: what a loop holds in registers.
+// Two planes of a set and the order that interleaves them: what a loop holds in registers.
 struct Registers {
     Table128 first;
     Table128 last;
@@ -100,37 +117,31 @@ ZELK_OPERATION Registers held(Registers r) {
             {held(r.order.front), held(r.order.back)}};
 }
 
-template <bool freely>
-ZELK_OPERATION void storeNonZero(char *out, std::size_t count, Block block) {
-    const Block text = compressed(nonZero(block), block);
-    if (freely) {
-        store(out, text);
+ZELK_OPERATION Block withoutZeros(Block block) {
+    return compressed(nonZero(block), block);
+}
+
+inline constexpr std::size_t halfBlock = blockBytes / 2;
+
+// The UTF-8 of the first `count` bytes of a block: the first bytes of characters of two, which are at `upper`, and all
+// last bytes. Returns its length. The first half of a whole block is stored whole: the second half, which has 32 bytes
+// at least, overwrites what is too much.
+template <bool whole>
+ZELK_OPERATION std::size_t storeInterleaved(const Pairs &order, char *out, Block first, Block last, std::size_t count,
+                                            Mask upper) {
+    const Pairs pairs = interleaved(first, last, order);
+    const std::size_t written = count + countOf(upper);
+    const std::size_t frontBytes = std::min(count, halfBlock) + countOf(static_cast<std::uint32_t>(upper));
+    if (whole) {
+        store(out, withoutZeros(pairs.front));
     } else {
-        store(out, firstBytes(count), text);
+        store(out, firstBytes(frontBytes), withoutZeros(pairs.front));
+        if (count <= halfBlock) {
+            return written;
+        }
     }
-}
-
-// The UTF-8 of the `bytes` of a block: the first bytes of characters of two, which are at `upper`, and all last bytes.
-template <bool freely>
-ZELK_OPERATION void storeInTurn(const Pairs &order, char *out, Block first, Block last, Mask bytes, Mask upper) {
-    const Pairs pairs = inTurn(first, last, order);
-    const std::size_t frontBytes = countOf(bytes & 0xFFFFFFFFU) + countOf(upper & 0xFFFFFFFFU);
-    storeNonZero<freely>(out, frontBytes, pairs.front);
-    storeNonZero<freely>(out + frontBytes, countOf(bytes >> 32U) + countOf(upper >> 32U), pairs.back);
-}
-
-// A block of characters of one or two bytes; false, and nothing is written, if others or zeros are among its `bytes`.
-// `freely`: all of the block is text, of which `bytes` are ordinary, and there is room for two blocks; else for the
-// bytes that the characters take.
-template <bool freely>
-ZELK_OPERATION bool storePairs(const Registers &registers, char *out, Block text, Mask bytes, Mask upper) {
-    const Block first = lookOrZero(registers.first, text, upper);
-    const Block last = lookOrKeep(registers.last, text, upper);
-    if (freely ? !all(_mm512_mask_test_epi8_mask(bytes, last, last)) : nonZero(last) != bytes) {
-        return false;
-    }
-    storeInTurn<freely>(registers.order, out, first, last, freely ? ~0ULL : bytes, upper);
-    return true;
+    store(out + frontBytes, firstBytes(written - frontBytes), withoutZeros(pairs.back));
+    return written;
 }
 
 // Characters of up to three bytes: 16 at a time, each in a lane of four bytes whose zeros fall out.
@@ -145,112 +156,132 @@ ZELK_OPERATION char *storeTriples(char *out, Block firsts, Block pairs) {
     return storeTriples(out, _mm512_extracti64x4_epi64(firsts, 1), _mm512_extracti64x4_epi64(pairs, 1));
 }
 
-// There is room for three bytes a character.
 ZELK_OPERATION char *storeTriples(const BytePlanes &planes, char *out, Block text, Mask upper) {
     const Registers two = registersOf(planes.first, planes.last);
     const Block first = lookOrZero(Table128::from(planes.firstOfThree), text, upper);
     const Block second = lookOrZero(two.first, text, upper);
     const Block lastOfThree = lookOrZero(Table128::from(planes.lastOfThree), text, upper);
     const Block last = _mm512_or_si512(lookOrKeep(two.last, text, upper), lastOfThree);
-    const Pairs firsts = inTurn(first, _mm512_setzero_si512(), two.order);
-    const Pairs others = inTurn(second, last, two.order); // NOLINT(readability-suspicious-call-argument): of three
+    const Pairs firsts = interleaved(first, _mm512_setzero_si512(), two.order);
+    const Pairs others = interleaved(second, last, two.order); // NOLINT(readability-suspicious-call-argument): of three
     return storeTriples(storeTriples(out, firsts.front, others.front), firsts.back, others.back);
 }
 
-inline constexpr auto whole = static_cast<std::ptrdiff_t>(blockBytes);
+// A conversion on its way.
+template <class Unit>
+struct Conversion {
+    const unsigned char *in;
+    std::size_t left;
+    Unit *out;
+    std::size_t room;
 
-// That 64 bytes may be read and, where they are no characters of three bytes, two blocks written.
+    ZELK_OPERATION void advance(Conversion &conversion, std::size_t read, std::size_t written) {
+        conversion.in += read;
+        conversion.left -= read;
+        conversion.out += written;
+        conversion.room -= written;
+    }
+};
+// There is room for two blocks: for all that a block gives, where its characters have two bytes at most.
 template <UpTo end>
-ZELK_OPERATION bool wholeBlockFits(const char *out, const char *outEnd, const unsigned char *in,
-                                   const unsigned char *inEnd) {
-    return inEnd - in >= whole && outEnd - out > 2 * whole && (end == UpTo::Control || blockInPage(in));
+ZELK_OPERATION bool isWholeBlock(const Conversion<char> &c) {
+    return c.left >= blockBytes && c.room >= 2 * blockBytes &&
+           (end == UpTo::Control || bytesInLine(c.in) == blockBytes);
 }
 
-// Moves all; false when a block with characters of three bytes comes next and `wide` does not ask for them.
-template <UpTo end, bool wide>
-ZELK_OPERATION bool convert(const BytePlanes &planes, char *&out, char *outEnd, const unsigned char *&in,
-                            const unsigned char *&inEnd) {
-    const Registers registers = held(registersOf(planes.first, planes.last));
-    for (;;) {
-        while (wholeBlockFits<end>(out, outEnd, in, inEnd)) {
-            Block text = load(in);
-            const Mask upper = highBits(text);
-            if (upper != 0) {
-                const Mask ordinary = end == UpTo::Zero ? ~0ULL : ordinaryBytes<end>(text);
-                if (!storePairs<true>(registers, out, text, ordinary, upper)) {
-                    break;
-                }
-                in += whole;
-                out += blockBytes + countOf(upper);
-                continue;
-            }
+template <UpTo end>
+ZELK_OPERATION void asciiBlocks(Conversion<char> &c, Block text) {
+    do {
+        store(c.out, text);
+        Conversion<char>::advance(c, blockBytes, blockBytes);
+        if (!isWholeBlock<end>(c)) {
+            return;
+        }
+        text = load(c.in);
+    } while (all(ordinaryAscii<end>(text)));
+}
+
+// Up to one with a zero or a control, or a character of three bytes.
+template <UpTo end>
+ZELK_OPERATION void wholeBlocks(const Registers &registers, Conversion<char> &c) {
+    while (isWholeBlock<end>(c)) {
+        const Block text = load(c.in);
+        const Mask upper = highBits(text);
+        if (upper == 0) {
             if (!all(ordinaryAscii<end>(text))) {
-                break;
+                return;
             }
-            do {
-                store(out, text);
-                in += whole;
-                out += whole;
-                if (!wholeBlockFits<end>(out, outEnd, in, inEnd)) {
-                    break;
-                }
-                text = load(in);
-            } while (all(ordinaryAscii<end>(text)));
-        }
-        const std::size_t count = blockAt<end>(in, inEnd);
-        if (count == 0) {
-            return true;
-        }
-        const Mask bytes = firstBytes(count);
-        const Block text = load(in, bytes);
-        const Mask ordinary = ordinaryBytes<end>(text);
-        if (ordinary != bytes) {
-            inEnd = in + __builtin_ctzll(~ordinary);
+            asciiBlocks<end>(c, text);
             continue;
         }
-        const Mask upper = highBits(text);
-        const auto room = static_cast<std::size_t>(outEnd - out);
-        const std::size_t written = count + countOf(upper);
-        if (written >= room) {
-            return true;
+        const Block first = lookOrZero(registers.first, text, upper);
+        const Block last = lookOrKeep(registers.last, text, upper);
+        const Mask ordinary = end == UpTo::Zero ? ~0ULL : ordinaryBytes<end>(text);
+        if (!all(_mm512_mask_test_epi8_mask(ordinary, last, last))) {
+            return;
         }
-        if (upper == 0) {
-            store(out, bytes, text);
-            out += written;
-        } else if (storePairs<false>(registers, out, text, bytes, upper)) {
-            out += written;
-        } else if (!wide) {
-            return false;
-        } else if (room > 3 * count) {
-            out = storeTriples(planes, out, text, upper);
-        } else {
-            return true;
-        }
-        in += count;
+        const std::size_t written = storeInterleaved<true>(registers.order, c.out, first, last, blockBytes, upper);
+        Conversion<char>::advance(c, blockBytes, written);
     }
 }
 
-// Of a room, what the text may use at most, and a place for the terminator.
-ZELK_OPERATION std::size_t roomUsed(std::size_t length, std::size_t room) {
-    return std::min(room, 3 * length + 2 * blockBytes) + 1;
+enum class Part { Done, Ended, Wide, Full };
+
+// The part of a block before a zero or a control. `wide`: characters of three bytes too; else Wide tells of them.
+template <UpTo end, bool wide>
+ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Registers &registers, Conversion<char> &c) {
+    const std::size_t readable = readableBytes<end>(c.in, c.left);
+    const Block text = load(c.in, firstBytes(readable));
+    const std::size_t count = firstOf(~ordinaryBytes<end>(text));
+    const Mask bytes = firstBytes(count);
+    const Mask upper = highBits(text) & bytes;
+    std::size_t written = count + countOf(upper);
+    if (written > c.room) {
+        return Part::Full;
+    }
+    const Block last = lookOrKeep(registers.last, text, upper);
+    if (upper == 0) {
+        store(c.out, bytes, text);
+    } else if ((nonZero(last) & bytes) == bytes) {
+        const Block first = lookOrZero(registers.first, text, upper);
+        storeInterleaved<false>(registers.order, c.out, first, _mm512_maskz_mov_epi8(bytes, last), count, upper);
+    } else if (!wide) {
+        return Part::Wide;
+    } else if (c.room < 3 * count) {
+        return Part::Full;
+    } else {
+        written =
+            static_cast<std::size_t>(storeTriples(planes, c.out, _mm512_maskz_mov_epi8(bytes, text), upper) - c.out);
+    }
+    Conversion<char>::advance(c, count, written);
+    return count < readable || c.left == 0 ? Part::Ended : Part::Done;
+}
+
+// False when a block with characters of three bytes comes next and `wide` does not ask for them.
+template <UpTo end, bool wide>
+ZELK_OPERATION bool convert(const BytePlanes &planes, Conversion<char> &c) {
+    const Registers registers = held(registersOf(planes.first, planes.last));
+    for (;;) {
+        wholeBlocks<end>(registers, c);
+        if (const Part part = partOfBlock<end, wide>(planes, registers, c); part != Part::Done) {
+            return part != Part::Wide;
+        }
+    }
 }
 
 ZELK_STAGE Progress blocksToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                  std::size_t room) {
-    const unsigned char *in = text;
-    const unsigned char *inEnd = text + length;
-    char *to = out;
-    char *const outEnd = out + roomUsed(length, room);
-    if (!convert<UpTo::Zero, false>(tables::planesOf(set), to, outEnd, in, inEnd)) {
-        convert<UpTo::Zero, true>(tables::planesOf(set), to, outEnd, in, inEnd);
+    Conversion<char> c{text, length, out, room};
+    if (!convert<UpTo::Zero, false>(tables::planesOf(set), c)) {
+        convert<UpTo::Zero, true>(tables::planesOf(set), c);
     }
-    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
+    return {length - c.left, room - c.room};
 }
 
 // A name is one block, which is all of the text and fits.
 ZELK_STAGE Progress bytesToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                 std::size_t room) {
-    if (length > blockBytes || !blockInPage(text) || room < 2 * blockBytes) {
+    if (length > blockBytes || room < 2 * length || !mayReadAll(text, length)) {
         return blocksToUtf8(set, text, length, out, room);
     }
     const Mask bytes = firstBytes(length);
@@ -269,86 +300,83 @@ ZELK_STAGE Progress bytesToUtf8(tables::ByteSet set, const unsigned char *text, 
     if (!same(nonZero(last), bytes)) {
         return blocksToUtf8(set, text, length, out, room);
     }
-    storeInTurn<true>(registers.order, out, lookOrZero(registers.first, block, upper), last, bytes, upper);
-    return {length, length + countOf(upper)};
+    const Block first = lookOrZero(registers.first, block, upper);
+    return {length, storeInterleaved<false>(registers.order, out, first, last, length, upper)};
 }
 
 ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                 std::size_t room) {
-    const unsigned char *in = text;
-    const unsigned char *inEnd = text + length;
-    char *to = out;
-    convert<UpTo::Control, true>(tables::planesOf(set), to, out + roomUsed(length, room), in, inEnd);
-    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
+    Conversion<char> c{text, length, out, room};
+    convert<UpTo::Control, true>(tables::planesOf(set), c);
+    return {length - c.left, room - c.room};
 }
 
-ZELK_OPERATION Pairs unitsOf(const Registers &registers, Block text, Mask upper) {
-    return inTurn(lookOrKeep(registers.last, text, upper), lookOrZero(registers.first, text, upper), registers.order);
+ZELK_OPERATION Pairs unitsOf(const Registers &registers, Block text) {
+    const Mask upper = highBits(text);
+    return interleaved(lookOrKeep(registers.last, text, upper), lookOrZero(registers.first, text, upper),
+                       registers.order);
 }
 
-ZELK_OPERATION void storeUnits(unsigned short *out, Mask characters, const Pairs &units) {
+ZELK_OPERATION void storeUnits(unsigned short *out, std::size_t count, const Pairs &units) {
+    const Mask characters = firstBytes(count);
     _mm512_mask_storeu_epi16(out, static_cast<__mmask32>(characters), units.front);
-    _mm512_mask_storeu_epi16(out + blockBytes / 2, static_cast<__mmask32>(characters >> 32U), units.back);
+    if (count > halfBlock) {
+        _mm512_mask_storeu_epi16(out + halfBlock, static_cast<__mmask32>(characters >> halfBlock), units.back);
+    }
 }
 
-// Tells where the units end.
 template <UpTo end>
-ZELK_OPERATION unsigned short *convertToUnits(const BytePlanes &planes, unsigned short *out, const unsigned char *in,
-                                              const unsigned char *inEnd) {
+ZELK_OPERATION Progress convertToUnits(const BytePlanes &planes, const unsigned char *in, std::size_t length,
+                                       unsigned short *out) {
     const Registers registers = held(registersOf(planes.ucs2High, planes.ucs2Low));
+    std::size_t done = 0;
     for (;;) {
-        std::size_t count = blockAt<end>(in, inEnd);
-        for (; count == blockBytes; count = blockAt<end>(in, inEnd)) {
-            const Block text = load(in);
+        std::size_t readable = readableBytes<end>(in + done, length - done);
+        for (; readable == blockBytes; readable = readableBytes<end>(in + done, length - done)) {
+            const Block text = load(in + done);
             if (!all(ordinaryBytes<end>(text))) {
                 break;
             }
-            const Pairs units = unitsOf(registers, text, highBits(text));
-            store(out, units.front);
-            store(out + blockBytes / 2, units.back);
-            in += count;
-            out += count;
+            const Pairs units = unitsOf(registers, text);
+            store(out + done, units.front);
+            store(out + done + halfBlock, units.back);
+            done += blockBytes;
         }
-        const Block text = load(in, firstBytes(count));
-        const auto before = static_cast<std::size_t>(__builtin_ctzll(~ordinaryBytes<end>(text)));
-        storeUnits(out, firstBytes(before), unitsOf(registers, text, highBits(text)));
-        in += before;
-        out += before;
-        if (before < count || in == inEnd) {
-            return out;
+        const Block text = load(in + done, firstBytes(readable));
+        const std::size_t count = firstOf(~ordinaryBytes<end>(text));
+        storeUnits(out + done, count, unitsOf(registers, text));
+        done += count;
+        if (count < readable || done == length) {
+            return {done, done};
         }
     }
 }
 
 ZELK_STAGE Progress blocksToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
                                  unsigned short *out) {
-    const auto done =
-        static_cast<std::size_t>(convertToUnits<UpTo::Zero>(tables::planesOf(set), out, text, text + length) - out);
-    return {done, done};
+    return convertToUnits<UpTo::Zero>(tables::planesOf(set), text, length, out);
 }
 
+// A name is one block.
 ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
                                 std::size_t room) {
     length = std::min(length, room);
-    if (length > blockBytes || !blockInPage(text)) {
+    if (length > blockBytes || !mayReadAll(text, length)) {
         return blocksToUcs2(set, text, length, out);
     }
     const Mask bytes = firstBytes(length);
     const Block block = load(text, bytes);
-    if (nonZero(block) != bytes) {
+    if (!same(nonZero(block), bytes)) {
         return blocksToUcs2(set, text, length, out);
     }
     const BytePlanes &planes = tables::planesOf(set);
-    storeUnits(out, bytes, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), block, highBits(block)));
+    storeUnits(out, length, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), block));
     return {length, length};
 }
 
 ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
                                 std::size_t room) {
-    const std::size_t fitting = std::min(length, room);
-    const auto done =
-        static_cast<std::size_t>(convertToUnits<UpTo::Control>(tables::planesOf(set), out, text, text + fitting) - out);
-    return {done, done};
+    return convertToUnits<UpTo::Control>(tables::planesOf(set), text, std::min(length, room), out);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

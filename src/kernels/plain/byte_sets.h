@@ -1,5 +1,9 @@
-// The kernels for every processor: eight ASCII bytes at a time, else a table entry that holds a character's UTF-8 bytes
-// and their number, so that a character costs one load, one store and no branch. Included by byte_sets.cpp alone.
+// Single-byte sets on every machine. To UTF-8: eight ASCII bytes at a time, else a table entry that holds a character's
+// UTF-8 bytes and their number, so that a character costs one load, one store and no branch. To UCS-2: four units with
+// one store.
+//
+// An entry is stored whole, four bytes for at most three that count. That is allowed where three more characters are
+// sure to follow, since each gives a byte at least; the last characters of a text are stored byte by byte.
 #pragma once
 
 #include "kernels/kernels.h"
@@ -13,57 +17,106 @@
 
 namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
-inline constexpr std::ptrdiff_t wordStep = wordBytes;
+inline constexpr std::size_t mostBytes = 3; // of a character's UTF-8
+inline constexpr std::size_t entryBytes = sizeof(tables::PackedCharacter);
+inline constexpr std::size_t charactersToCover = entryBytes - 1; // what an entry may overwrite, at a byte each
 
 inline bool isAscii(const unsigned char *in) {
     return (wordAt(in) & highBits) == 0;
 }
 
-// An entry is stored whole, four bytes for at most three that count: a character may touch one byte more than it needs,
-// and the terminator's byte is there for it.
-inline constexpr std::ptrdiff_t entryBytes = 4;
-
-inline char *putPacked(char *out, const tables::PackedCharacter &character) {
+// Stores the whole entry.
+inline char *putEntry(char *out, const tables::PackedCharacter &character) {
     std::memcpy(out, &character, entryBytes);
     return out + character.count;
 }
 
-// Of a room, what the text may use at most: three bytes a character, and one that a whole entry may touch.
-constexpr std::size_t roomUsed(std::size_t length, std::size_t room) {
-    return std::min(room, 3 * length) + 1;
+inline char *putCharacter(char *out, const tables::PackedCharacter &character) {
+    for (unsigned int i = 0; i < character.count; ++i) {
+        *out++ = static_cast<char>(character.bytes[i]);
+    }
+    return out;
 }
 
-// Moves both as far as the text surely fits.
-inline void convert(const tables::PackedUtf8 &packed, char *&out, const char *outEnd, const unsigned char *&in,
-                    const unsigned char *inEnd) {
-    while (inEnd - in >= wordStep && outEnd - out > 3 * wordStep) {
+// All of a text whose characters are none of value 0, to where there is room.
+inline char *putEach(const tables::PackedUtf8 &packed, char *out, const unsigned char *in, std::size_t length) {
+    for (; length > charactersToCover; --length) {
+        out = putEntry(out, packed[*in++]);
+    }
+    for (; length != 0; --length) {
+        out = putCharacter(out, packed[*in++]);
+    }
+    return out;
+}
+
+inline char *putAll(const tables::PackedUtf8 &packed, char *out, const unsigned char *in, std::size_t length) {
+    for (; length >= wordBytes + charactersToCover; length -= wordBytes) {
         if (isAscii(in)) {
-            std::memcpy(out, in, wordStep);
-            out += wordStep;
+            std::memcpy(out, in, wordBytes);
+            out += wordBytes;
         } else {
-            for (std::ptrdiff_t i = 0; i < wordStep; ++i) {
-                out = putPacked(out, packed[in[i]]);
+            for (std::size_t i = 0; i < wordBytes; ++i) {
+                out = putEntry(out, packed[in[i]]);
             }
         }
-        in += wordStep;
+        in += wordBytes;
     }
-    while (in != inEnd && outEnd - out >= entryBytes) {
-        out = putPacked(out, packed[*in++]);
+    return putEach(packed, out, in, length);
+}
+
+// Converts a text in parts of as many bytes as are sure to fit. Where the room is for most of the text, the parts
+// become ever smaller; less than three bytes of room are left over.
+template <class Convert>
+inline Progress inFittingParts(const unsigned char *text, std::size_t length, char *out, std::size_t room,
+                               Convert convert) {
+    Progress done;
+    for (;;) {
+        const std::size_t part = std::min(length - done.read, (room - done.written) / mostBytes);
+        if (part == 0) {
+            return done;
+        }
+        done.written = static_cast<std::size_t>(convert(out + done.written, text + done.read, part) - out);
+        done.read += part;
     }
 }
 
-// Where the text ends; behind a zero byte nothing is read.
-inline const unsigned char *endOfText(const unsigned char *in, const unsigned char *inEnd) {
-    const void *zero = std::memchr(in, 0, static_cast<std::size_t>(inEnd - in));
-    return zero != nullptr ? static_cast<const unsigned char *>(zero) : inEnd;
+// The bytes before a zero. After a zero nothing is read.
+inline std::size_t bytesBeforeZero(const unsigned char *text, std::size_t length) {
+    const void *zero = std::memchr(text, 0, length);
+    return zero != nullptr ? static_cast<std::size_t>(static_cast<const unsigned char *>(zero) - text) : length;
+}
+
+// The bytes before a control: of its bits 0x60, both are zero.
+inline std::size_t bytesBeforeControl(const unsigned char *text, std::size_t length) {
+    constexpr std::uint64_t graphicBits = 0x60 * everyByte;
+    std::size_t place = 0;
+    for (; length - place >= wordBytes; place += wordBytes) {
+        if ((((wordAt(text + place) & graphicBits) + graphicBits) & highBits) != highBits) {
+            break;
+        }
+    }
+    while (place < length && (text[place] & 0x60U) != 0) {
+        ++place;
+    }
+    return place;
+}
+
+inline Progress toUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                       std::size_t room) {
+    return inFittingParts(text, length, out, room,
+                          [packed = tables::packedUtf8Of(set)](char *to, const unsigned char *in, std::size_t count) {
+                              return putAll(packed, to, in, count);
+                          });
 }
 
 ZELK_STAGE Progress bytesToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                 std::size_t room) {
-    const unsigned char *in = text;
-    char *to = out;
-    convert(tables::packedUtf8Of(set), to, out + roomUsed(length, room), in, endOfText(in, in + length));
-    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
+    return toUtf8(set, text, bytesBeforeZero(text, length), out, room);
+}
+
+ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                std::size_t room) {
+    return toUtf8(set, text, bytesBeforeControl(text, length), out, room);
 }
 
 // Four units with one store.
@@ -76,67 +129,30 @@ inline void putFour(unsigned short *out, const tables::CodePoints &codePoints, c
     std::memcpy(out, &units, sizeof units);
 }
 
-// The bytes of ISO 8859-1 are U+0000 to U+00FF: a block of them or more, the last block again in part.
-ZELK_STAGE unsigned short *widen(unsigned short *out, const unsigned char *in, const unsigned char *inEnd) {
-    const auto widenBlock = [&](std::size_t place) {
-        const auto bytes = vectorAt<Bytes>(in + place);
-        store(out + place, frontUnits(bytes, Bytes{}));
-        store(out + place + vectorUnits, backUnits(bytes, Bytes{}));
-    };
-    const auto length = static_cast<std::size_t>(inEnd - in);
-    for (std::size_t place = 0; place < length - vectorBytes; place += vectorBytes) {
-        widenBlock(place);
-    }
-    widenBlock(length - vectorBytes);
-    return out + length;
-}
-
-inline unsigned short *convertToUnits(tables::ByteSet set, unsigned short *out, const unsigned char *in,
-                                      const unsigned char *inEnd) {
-    if (hasVectors && set == tables::ByteSet::Iso8859_1 && inEnd - in >= std::ptrdiff_t{vectorBytes}) {
-        return widen(out, in, inEnd);
+// All of a text, to where there is room.
+inline Progress putUnits(tables::ByteSet set, unsigned short *out, const unsigned char *in, std::size_t length) {
+    const unsigned char *const end = in + length;
+    if (set == tables::ByteSet::Iso8859_1) {
+        std::copy(in, end, out);
+        return {length, length};
     }
     const tables::CodePoints &codePoints = tables::codePointsOf(set);
-    for (; inEnd - in >= wordStep; in += wordStep, out += wordStep) {
+    for (std::size_t left = length; left >= wordBytes; left -= wordBytes, in += wordBytes, out += wordBytes) {
         putFour(out, codePoints, in);
         putFour(out + 4, codePoints, in + 4);
     }
-    return std::transform(in, inEnd, out, [&codePoints](unsigned char byte) { return codePoints[byte]; });
+    std::transform(in, end, out, [&codePoints](unsigned char byte) { return codePoints[byte]; });
+    return {length, length};
 }
 
 ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
                                 std::size_t room) {
-    const unsigned char *const end = endOfText(text, text + std::min(length, room));
-    const auto done = static_cast<std::size_t>(convertToUnits(set, out, text, end) - out);
-    return {done, done};
-}
-
-// Where the first control is: of its bits 0x60, both are zero.
-inline const unsigned char *firstControl(const unsigned char *in, const unsigned char *inEnd) {
-    constexpr std::uint64_t graphicBits = 0x60 * everyByte;
-    while (inEnd - in >= wordStep) {
-        const std::uint64_t word = wordAt(in);
-        if ((((word & graphicBits) + graphicBits) & highBits) != highBits) {
-            break;
-        }
-        in += wordStep;
-    }
-    return std::find_if(in, inEnd, [](unsigned char byte) { return (byte & 0x60U) == 0; });
-}
-
-ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
-                                std::size_t room) {
-    const unsigned char *in = text;
-    char *to = out;
-    convert(tables::packedUtf8Of(set), to, out + roomUsed(length, room), in, firstControl(in, in + length));
-    return {static_cast<std::size_t>(in - text), static_cast<std::size_t>(to - out)};
+    return putUnits(set, out, text, bytesBeforeZero(text, std::min(length, room)));
 }
 
 ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
                                 std::size_t room) {
-    const unsigned char *const end = firstControl(text, text + std::min(length, room));
-    const auto done = static_cast<std::size_t>(convertToUnits(set, out, text, end) - out);
-    return {done, done};
+    return putUnits(set, out, text, bytesBeforeControl(text, std::min(length, room)));
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET::plain
