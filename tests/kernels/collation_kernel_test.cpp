@@ -1,9 +1,9 @@
 // The kernels of collation, each instruction set's own: against loops over single bytes, at every alignment, and with
-// both texts ending right in front of an unreadable page.
-#include "kernels/collation.h"
-
+// both texts right beside unreadable pages.
 #include "helpers/guard_pages.h"
+#include "helpers/kernel_sets.h"
 #include "helpers/text.h"
+#include "tables/collation.h"
 
 #include <gtest/gtest.h>
 
@@ -15,33 +15,12 @@ using namespace zelk;
 using namespace zelk_test;
 using kernels::LesserDifferences;
 
-struct Kernels {
-    const char *name;
-    int (*compareBehindShared)(const unsigned char *, const unsigned char *, kernels::CompareBehind *);
-    std::size_t (*alikeBytes)(const unsigned char *, const unsigned char *, LesserDifferences &);
-};
-
-std::vector<Kernels> kernelsOfThisMachine() {
-    std::vector<Kernels> all{{"portable", kernels::portable::compareBehindShared, kernels::portable::alikeBytes}};
-#if defined(ZELK_HAS_AVX512_KERNELS)
-    if (kernels::instructionSet() == kernels::InstructionSet::Avx512) {
-        all.push_back({"avx512", kernels::avx512::compareBehindShared, kernels::avx512::alikeBytes});
-    }
-#endif
-    return all;
-}
-
-// Distinguishes every number of shared bytes, and from "the same".
-int oneMoreThanShared(const unsigned char * /*a*/, const unsigned char * /*b*/, std::size_t shared) {
-    return static_cast<int>(shared) + 1;
-}
-
-int expectedBehindShared(const std::string &a, const std::string &b) {
+std::size_t expectedShared(const std::string &a, const std::string &b) {
     std::size_t shared = 0;
     while (shared < a.size() && shared < b.size() && a[shared] == b[shared]) {
         ++shared;
     }
-    return shared == a.size() && shared == b.size() ? 0 : static_cast<int>(shared) + 1;
+    return shared;
 }
 
 std::size_t expectedAlike(const std::string &a, const std::string &b, LesserDifferences &differences) {
@@ -62,27 +41,32 @@ std::size_t expectedAlike(const std::string &a, const std::string &b, LesserDiff
     return alike;
 }
 
-// Texts side by side in front of unreadable pages, `distance` bytes from them.
+// Texts side by side, each `distance` bytes in front of an unreadable page, or right after one.
 class Sides {
 public:
     void expectAsModel(const std::string &a, const std::string &b, std::size_t aDistance, std::size_t bDistance) {
-        const unsigned char *left = place(left_, a, aDistance);
-        const unsigned char *right = place(right_, b, bDistance);
-        LesserDifferences expected;
-        const std::size_t alike = expectedAlike(a, b, expected);
-        for (const Kernels &kernel : all_) {
-            ASSERT_EQ(kernel.compareBehindShared(left, right, oneMoreThanShared), expectedBehindShared(a, b))
-                << kernel.name << ' ' << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
-            LesserDifferences differences;
-            ASSERT_EQ(kernel.alikeBytes(left, right, differences), alike)
-                << kernel.name << ' ' << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
-            ASSERT_EQ(differences.decision(), expected.decision())
-                << kernel.name << ' ' << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
-        }
+        expectAsModel(a, b, place(left_, a, aDistance), place(right_, b, bDistance));
+        expectAsModel(a, b, left_.atFront(a + '\0'), place(right_, b, bDistance));
+        expectAsModel(a, b, place(left_, a, aDistance), right_.atFront(b + '\0'));
     }
 
 private:
-    // What lies behind the terminator goes on alike: it must not count.
+    void expectAsModel(const std::string &a, const std::string &b, const unsigned char *left,
+                       const unsigned char *right) {
+        LesserDifferences expected;
+        const std::size_t alike = expectedAlike(a, b, expected);
+        for (const kernels::Candidate &set : sets_) {
+            ASSERT_EQ(set.kernels->sharedBytes(left, right), expectedShared(a, b))
+                << set.name << ' ' << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
+            LesserDifferences differences;
+            ASSERT_EQ(set.kernels->alikeBytes(left, right, differences), alike)
+                << set.name << ' ' << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
+            ASSERT_EQ(differences.decision(), expected.decision())
+                << set.name << ' ' << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
+        }
+    }
+
+    // What lies after the terminator goes on alike: it must not count.
     static const unsigned char *place(GuardPages &pages, const std::string &text, std::size_t distance) {
         std::string bytes = text;
         bytes.push_back(0);
@@ -92,7 +76,7 @@ private:
 
     GuardPages left_{8192};
     GuardPages right_{8192};
-    std::vector<Kernels> all_ = kernelsOfThisMachine();
+    std::vector<kernels::Candidate> sets_ = kernelSets();
 };
 
 TEST(CollationKernels, EveryPairOfCharacters) {
@@ -106,17 +90,28 @@ TEST(CollationKernels, EveryPairOfCharacters) {
     }
 }
 
-// The place of the difference runs over three blocks, for texts that end anywhere in the last block of a page.
+// The place of the difference runs over four blocks, for texts that end anywhere in the last block of a page.
 TEST(CollationKernels, EveryPlaceAndAlignment) {
     Sides sides;
-    for (std::size_t length = 0; length < 200; ++length) {
+    for (std::size_t length = 0; length <= 300; ++length) {
         const std::string text(length, 'a');
-        for (std::size_t place = 0; place <= length; place += 1 + place / 64) {
+        for (std::size_t place = 0; place <= length; place += 1 + place / 16) {
             for (const char *other : {"A", "b", "%", "\xC3", ""}) {
                 std::string changed = text;
                 changed.replace(place, place < length ? 1 : 0, other);
                 sides.expectAsModel(text, changed, (length + place) % 67, place % 65);
             }
+        }
+    }
+}
+
+// Every pair of alignments, both texts the same up to their ends.
+TEST(CollationKernels, EqualTextsAtEveryPairOfAlignments) {
+    Sides sides;
+    for (std::size_t aDistance = 0; aDistance < 64; ++aDistance) {
+        for (std::size_t bDistance = 0; bDistance < 64; ++bDistance) {
+            const std::string text((aDistance * 7 + bDistance * 5) % 150, 'n');
+            sides.expectAsModel(text, text, aDistance, bDistance);
         }
     }
 }

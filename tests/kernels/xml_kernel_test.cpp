@@ -1,18 +1,16 @@
 // The kernels of XML text, each instruction set's own: what they convert is what loops over single characters make of
-// it, they stop only where they may, and neither text nor output is left, both lying beside unreadable pages.
-#include "kernels/dispatch.h"
-#include "kernels/xml_portable.h"
-#if defined(ZELK_HAS_AVX512_KERNELS)
-#include "kernels/xml_avx512.h"
-#endif
-
+// it, they stop only where they may, of the output nothing else changes, and neither text nor output is left, both
+// lying beside unreadable pages.
 #include "helpers/guard_pages.h"
+#include "helpers/kernel_sets.h"
 #include "helpers/text.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -20,28 +18,6 @@ namespace {
 using namespace zelk;
 using namespace zelk_test;
 using kernels::Progress;
-
-struct Kernels {
-    const char *name;
-    Progress (*escape)(const char *, std::size_t, char *, std::size_t);
-    Progress (*unescape)(const char *, std::size_t, char *, std::size_t);
-    std::uint64_t (*escapedLength)(const char *, std::size_t);
-    decltype(&kernels::portable::escapeShortXml) escapeShort;
-    decltype(&kernels::portable::unescapeShortXml) unescapeShort;
-};
-
-std::vector<Kernels> kernelsOfThisMachine() {
-    using namespace kernels;
-    std::vector<Kernels> all{{"portable", portable::escapeXml, portable::unescapeXml, portable::escapedXmlLength,
-                              portable::escapeShortXml, portable::unescapeShortXml}};
-#if defined(ZELK_HAS_AVX512_KERNELS)
-    if (instructionSet() == InstructionSet::Avx512) {
-        all.push_back({"avx512", avx512::escapeXml, avx512::unescapeXml, avx512::escapedXmlLength,
-                       avx512::escapeShortXml, avx512::unescapeShortXml});
-    }
-#endif
-    return all;
-}
 
 struct Entity {
     char character;
@@ -96,76 +72,87 @@ std::string unescaped(const std::string &text) {
     return result;
 }
 
-// Stands for the conversion that goes on where a text is not for the short way.
-constexpr unsigned int leftToOthers = UINT_MAX;
-unsigned int otherwise(const char * /*text*/, std::size_t /*length*/, char * /*out*/, std::size_t /*room*/) {
-    return leftToOthers;
-}
-
 class Places {
 public:
-    // The text right in front of an unreadable page: counted, or ended by its zero byte, then perhaps `behind` bytes.
-    void expectAsModel(const std::string &text, std::size_t room, std::size_t behind) {
+    // The text right before an unreadable page, or right after one: counted, or ended by its zero byte, then perhaps
+    // `after` bytes up to the page. Of the room as much as stated is writable, unless that is more than may be needed.
+    void expectAsModel(const std::string &text, std::size_t room, std::size_t after) {
         std::string bytes = text;
-        if (behind > 0) {
+        if (after > 0) {
             bytes.push_back(0);
-            bytes.append(behind - 1, '&');
+            bytes.append(after - 1, '&');
         }
-        const auto *const in = reinterpret_cast<const char *>(in_.atBack(bytes));
-        const std::size_t limit = behind > 0 ? static_cast<std::size_t>(PTRDIFF_MAX) : text.size();
-        auto *const out = reinterpret_cast<char *>(out_.back(room));
-        const std::size_t ample = 6 * text.size() + 256;
-        const std::size_t odd = firstOddReference(text);
-        for (const Kernels &kernel : all_) {
-            const auto where = [&] { return testing::PrintToString(text) + " in " + std::to_string(room); };
-            const Progress done = kernel.escape(in, limit, out, room);
-            ASSERT_LE(done.read, text.size()) << kernel.name << where();
-            ASSERT_LE(done.written, room) << kernel.name << where();
-            ASSERT_EQ(std::string(out, done.written), escaped(text.substr(0, done.read))) << kernel.name << where();
-            if (room >= ample) {
-                ASSERT_EQ(done.read, text.size()) << kernel.name << where();
-            }
-            ASSERT_EQ(kernel.escapedLength(in, limit), escaped(text).size()) << kernel.name << where();
-
-            const Progress back = kernel.unescape(in, limit, out, room);
-            ASSERT_LE(back.read, odd) << kernel.name << where();
-            ASSERT_LE(back.written, room) << kernel.name << where();
-            ASSERT_EQ(std::string(out, back.written), unescaped(text.substr(0, back.read))) << kernel.name << where();
-            if (room >= ample) {
-                ASSERT_TRUE(back.read == odd || text[back.read] == '&') << kernel.name << where();
-            }
-            if (room > 0) {
-                expectShort(kernel, text, in, limit, room);
-            }
-        }
+        const bool isAtFront = ++round_ % 4 == 0;
+        expectAt(text, reinterpret_cast<const char *>(isAtFront ? in_.atFront(bytes) : in_.atBack(bytes)), after, room);
     }
 
 private:
-    // All of the text, or nothing that counts.
-    void expectShort(const Kernels &kernel, const std::string &text, const char *in, std::size_t limit,
-                     std::size_t room) {
-        auto *const out = reinterpret_cast<char *>(out_.back(room));
-        const bool isName = text.size() < 59 && std::string(kernel.name) != "portable";
-        const bool isShort = isName && room > 1000;
-        const bool fits = isName && room > text.size(); // which is enough where nothing is special
-        const unsigned int written = kernel.escapeShort(in, limit, out, room - 1, otherwise);
-        if (written != leftToOthers || isShort || (fits && escaped(text) == text)) {
-            ASSERT_LT(written, room) << kernel.name << ' ' << testing::PrintToString(text);
-            ASSERT_EQ(std::string(out, written + 1), escaped(text) + '\0') << kernel.name;
+    void expectAt(const std::string &text, const char *in, std::size_t after, std::size_t room) {
+        constexpr std::size_t counts[] = {PTRDIFF_MAX, 0x7FFFFFFF, 0xFFFFFFFF, 65535};
+        const std::size_t count = after > 0 ? counts[round_ % std::size(counts)] : text.size();
+        expectEscaped(text, in, count, room);
+        expectUnescaped(text, in, count, room);
+    }
+
+    void expectEscaped(const std::string &text, const char *in, std::size_t count, std::size_t room) {
+        const auto where = [&] { return testing::PrintToString(text) + " in " + std::to_string(room); };
+        const std::string whole = escaped(text);
+        for (const kernels::Candidate &set : sets_) {
+            char *const out = out_.last(std::min(room, whole.size()));
+            const Progress done = set.kernels->escapeXml(in, count, out, room);
+            ASSERT_LE(done.read, text.size()) << set.name << where();
+            ASSERT_LE(done.written, room) << set.name << where();
+            ASSERT_EQ(std::string(out, done.written), escaped(text.substr(0, done.read))) << set.name << where();
+            ASSERT_TRUE(out_.areKeptAfter(done.written)) << set.name << where();
+            if (room >= 6 * text.size() + 256) {
+                ASSERT_EQ(done.read, text.size()) << set.name << where();
+            }
+            ASSERT_EQ(set.kernels->escapedXmlLength(in, count), whole.size()) << set.name << where();
         }
-        const unsigned int back = kernel.unescapeShort(in, limit, out, room - 1, otherwise);
-        if (back != leftToOthers || (isShort && firstOddReference(text) == text.size()) ||
-            (fits && text.find('&') == std::string::npos)) {
-            ASSERT_LT(back, room) << kernel.name << ' ' << testing::PrintToString(text);
-            ASSERT_EQ(firstOddReference(text), text.size()) << kernel.name;
-            ASSERT_EQ(std::string(out, back + 1), unescaped(text) + '\0') << kernel.name;
+    }
+
+    void expectUnescaped(const std::string &text, const char *in, std::size_t count, std::size_t room) {
+        const auto where = [&] { return testing::PrintToString(text) + " in " + std::to_string(room); };
+        const std::size_t odd = firstOddReference(text);
+        for (const kernels::Candidate &set : sets_) {
+            char *const out = out_.last(std::min(room, unescaped(text.substr(0, odd)).size()));
+            const Progress done = set.kernels->unescapeXml(in, count, out, room);
+            ASSERT_LE(done.read, odd) << set.name << where();
+            ASSERT_LE(done.written, room) << set.name << where();
+            ASSERT_EQ(std::string(out, done.written), unescaped(text.substr(0, done.read))) << set.name << where();
+            ASSERT_TRUE(out_.areKeptAfter(done.written)) << set.name << where();
+            if (room >= 6 * text.size() + 256) {
+                ASSERT_TRUE(done.read == odd || text[done.read] == '&') << set.name << where();
+            }
         }
     }
 
     GuardPages in_{16384};
-    GuardPages out_{65536};
-    std::vector<Kernels> all_ = kernelsOfThisMachine();
+    Canaries<char> out_{65536};
+    std::vector<kernels::Candidate> sets_ = kernelSets();
+    std::size_t round_ = 0;
 };
+
+// The output begins `ahead` bytes before the text, in the same buffer: what the kernel has not read is still there.
+void expectUnescapedInPlace(const std::string &text, std::size_t ahead, std::size_t room) {
+    static GuardPages pages(16384);
+    static const std::vector<kernels::Candidate> sets = kernelSets();
+    for (const kernels::Candidate &set : sets) {
+        for (const bool isCounted : {false, true}) {
+            const std::string before = std::string(ahead, '-') + text + std::string(isCounted ? 0 : 1, '\0');
+            auto *const out = reinterpret_cast<char *>(pages.atBack(before));
+            const Progress done = set.kernels->unescapeXml(out + ahead, isCounted ? text.size() : INT_MAX, out, room);
+            ASSERT_LE(done.read, firstOddReference(text)) << set.name;
+            ASSERT_LE(done.written, room) << set.name;
+            std::string after = before;
+            const std::string written = unescaped(text.substr(0, done.read));
+            after.replace(0, written.size(), written);
+            ASSERT_EQ(std::string(out, before.size()), after)
+                << set.name << ' ' << testing::PrintToString(text) << ' ' << ahead << ' ' << room;
+            ASSERT_EQ(done.written, written.size()) << set.name;
+        }
+    }
+}
 
 TEST(XmlKernels, EveryByte) {
     Places places;
@@ -195,10 +182,10 @@ TEST(XmlKernels, EveryEntityAtEveryPlaceOfABlock) {
     Places places;
     for (const Entity &entity : entities) {
         for (std::size_t place = 0; place < 70; ++place) {
-            for (const char *behind : {"", "x", "amp;", "&lt;x", "t;&gt;"}) {
+            for (const char *after : {"", "x", "amp;", "&lt;x", "t;&gt;"}) {
                 std::string text(place, 'x');
                 text += entity.text;
-                text += behind;
+                text += after;
                 places.expectAsModel(text, 2000, place % 70);
                 text.append(100, ';');
                 places.expectAsModel(text, 2000, place % 70);
@@ -238,6 +225,42 @@ TEST(XmlKernels, RandomTextsInEveryRoom) {
             places.expectAsModel(text, room, random.below(100));
         }
         places.expectAsModel(text, 10'000, random.below(100));
+    }
+}
+
+TEST(XmlKernels, EveryLengthInARoomThatIsNotThere) {
+    Places places;
+    Random random(713);
+    for (std::size_t length = 0; length <= 300; ++length) {
+        for (const std::uint32_t percent : {0U, 3U, 30U}) {
+            std::string text(length, 'x');
+            for (char &character : text) {
+                character = random.chance(percent) ? entities[random.below(5)].character : character;
+            }
+            places.expectAsModel(text, INT_MAX, length % 70);
+            places.expectAsModel(escaped(text), INT_MAX, length % 70);
+            places.expectAsModel(text, escaped(text).size(), 0);
+            places.expectAsModel(escaped(text), text.size(), 0);
+        }
+    }
+}
+
+TEST(XmlKernels, UnescapedInPlace) {
+    const std::vector<std::string> pieces = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;", "&#65;", "&am", "&;"};
+    Random random(714);
+    for (std::size_t length = 0; length <= 300; ++length) {
+        for (const std::uint32_t percent : {0U, 2U, 10U, 50U, 100U}) {
+            for (const std::uint32_t kinds : {5U, 8U}) {
+                std::string text;
+                while (text.size() < length) {
+                    text += random.chance(percent) ? pieces[random.below(kinds)]
+                                                   : std::string(1, static_cast<char>('a' + random.below(26)));
+                }
+                for (const std::size_t ahead : {std::size_t{0}, std::size_t{1} + random.below(80)}) {
+                    ASSERT_NO_FATAL_FAILURE(expectUnescapedInPlace(text, ahead, random.chance(50) ? INT_MAX : length));
+                }
+            }
+        }
     }
 }
 

@@ -1,6 +1,5 @@
-// Shared bytes on every processor: memchr finds how far both texts reach and reads nothing behind a terminator; inside
-// that, eight bytes at a time. Characters of ASCII that are only alike are looked at one by one. Included by
-// collation.cpp alone.
+// Texts side by side: memchr finds how far both reach and reads nothing after a terminator; inside
+// that, eight bytes at a time. Characters of ASCII that are only alike are looked at one by one.
 #pragma once
 
 #include "kernels/kernels.h"

@@ -23,6 +23,7 @@ using detail::lowBits;
 using detail::nonZeroBytes;
 using detail::wordAt;
 using detail::wordBytes;
+using detail::zeroBytes;
 
 inline constexpr std::size_t vectorBytes = 16;
 inline constexpr std::size_t vectorUnits = vectorBytes / 2;

@@ -1,6 +1,12 @@
-// XML on every processor: 8 or 16 bytes at a time where nothing is special; else a table entry that holds what stands
-// for a character, so that a character costs one load, one store and no branch. A store of eight bytes may reach behind
-// what counts, inside the room. Included by xml.cpp and its test alone.
+// XML by words of eight bytes.
+//
+// Escaping:    eight bytes without a special character are copied; eight others are looked up one by one in a table
+//              whose entries hold what stands for a character, so that none costs a branch; the last ones singly.
+// Unescaping:  eight bytes without a reference are copied; where there is one, the bytes before it and its character
+//              are appended; the last eight bytes singly.
+// Measuring:   eight bytes without a special character at once, the others singly.
+//
+// A zero is looked for a window ahead of all that.
 #pragma once
 
 #include "kernels/kernels.h"
@@ -14,37 +20,11 @@
 
 namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
-// As many bytes as are looked at together, and what they hold none of.
-#if defined(ZELK_HAS_VECTORS)
-struct Stretch {
-    Bytes bytes;
-
-    template <char... characters>
-    bool holdsNone() const {
-        return isZero(((bytes == static_cast<unsigned char>(characters)) | ...));
-    }
-    bool holdsNoSpecial() const { return holdsNone<'&', '<', '>', '"', '\''>(); }
-    bool holdsNoReference() const { return holdsNone<'&'>(); }
-};
-#else
-struct Stretch {
-    std::uint64_t bytes;
-
-    // The codes of & and ' differ in bit 0, those of < and > in bit 1, so three comparisons find all five; a byte that
-    // is equal is zero after the exclusive or.
-    bool holdsNoSpecial() const {
-        return (~nonZeroBytes((bytes | everyByte) ^ '\'' * everyByte) |
-                ~nonZeroBytes((bytes | 2 * everyByte) ^ '>' * everyByte) | ~nonZeroBytes(bytes ^ '"' * everyByte) |
-                lowBits) == lowBits;
-    }
-    bool holdsNoReference() const { return (~nonZeroBytes(bytes ^ '&' * everyByte) | lowBits) == lowBits; }
-};
-#endif
-
-inline Stretch stretchAt(const char *text) {
-    Stretch stretch;
-    std::memcpy(&stretch.bytes, text, sizeof stretch.bytes);
-    return stretch;
+// The codes of & and ' differ in bit 0, those of < and > in bit 1, so three comparisons find all five; a byte that is
+// equal is zero after the exclusive or.
+inline bool holdsSpecial(std::uint64_t bytes) {
+    return (zeroBytes((bytes | everyByte) ^ '\'' * everyByte) | zeroBytes((bytes | 2 * everyByte) ^ '>' * everyByte) |
+            zeroBytes(bytes ^ '"' * everyByte)) != 0;
 }
 
 // The bytes of a text up to its zero byte or the end of a window, so that looking for the one never runs far ahead.
@@ -65,28 +45,49 @@ inline std::size_t putEscaped(char *out, char character) {
     return static_cast<std::size_t>(std::endian::native == std::endian::little ? entry >> 56U : entry & 0xFFU);
 }
 
+// Writes nothing but what counts. Entities have four bytes at least.
+inline void putEscapedExactly(char *out, const tables::XmlCharacter &character) {
+    if (character.length == 1) {
+        *out = character.text[0];
+    } else {
+        std::memcpy(out, character.text, 4);
+        std::memcpy(out + character.length - 4, character.text + character.length - 4, 4);
+    }
+}
+
 ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+    // The last store of eight goes seven bytes too far: seven more bytes of text follow, each of which gives one byte
+    // at least, and there is room for these even if one entity does not fit.
+    constexpr std::size_t leastText = wordBytes + 7;
+    constexpr std::size_t leastRoom = wordBytes * tables::longestXmlEntity + 7 + tables::longestXmlEntity;
     Progress done;
     for (std::size_t end = 0; done.read == end;) {
+        const std::size_t start = end;
         end += lengthInWindow(text + end, length - end);
-        const std::size_t start = done.read;
-        while (done.read < end && room - done.written >= wordBytes * tables::longestXmlEntity + wordBytes) {
-            if (end - done.read >= sizeof(Stretch) && stretchAt(text + done.read).holdsNoSpecial()) {
-                std::memcpy(out + done.written, text + done.read, sizeof(Stretch));
-                done.read += sizeof(Stretch);
-                done.written += sizeof(Stretch);
-                continue;
-            }
-            if (end - done.read >= wordBytes) {
-                for (std::size_t i = 0; i < wordBytes; ++i) {
-                    done.written += putEscaped(out + done.written, text[done.read + i]);
+        while (done.read < end) {
+            const std::size_t left = room - done.written;
+            if (end - done.read >= wordBytes && left >= wordBytes) {
+                if (const std::uint64_t bytes = wordAt(text + done.read); !holdsSpecial(bytes)) {
+                    std::memcpy(out + done.written, &bytes, wordBytes);
+                    done.read += wordBytes;
+                    done.written += wordBytes;
+                    continue;
                 }
-                done.read += wordBytes;
-                continue;
+                if (end - done.read >= leastText && left >= leastRoom) {
+                    for (std::size_t i = 0; i < wordBytes; ++i) {
+                        done.written += putEscaped(out + done.written, text[done.read + i]);
+                    }
+                    done.read += wordBytes;
+                    continue;
+                }
             }
-            while (done.read < end) {
-                done.written += putEscaped(out + done.written, text[done.read++]);
+            const tables::XmlCharacter &character = escaped(text[done.read]);
+            if (character.length > left) {
+                return done;
             }
+            putEscapedExactly(out + done.written, character);
+            done.written += character.length;
+            ++done.read;
         }
         if (end - start < window) {
             break;
@@ -102,9 +103,9 @@ ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) 
     do {
         inWindow = lengthInWindow(text + at, length - at);
         for (const std::size_t end = at + inWindow; at < end;) {
-            if (end - at >= sizeof(Stretch) && stretchAt(text + at).holdsNoSpecial()) {
-                at += sizeof(Stretch);
-                total += sizeof(Stretch);
+            if (end - at >= wordBytes && !holdsSpecial(wordAt(text + at))) {
+                at += wordBytes;
+                total += wordBytes;
             } else {
                 total += escaped(text[at++]).length;
             }
@@ -120,80 +121,76 @@ inline const tables::XmlReference *referenceIn(const char *text) {
     return (wordAt(text) & wordAt(reference.mask)) == wordAt(reference.text) ? &reference : nullptr;
 }
 
-#if defined(__SSE2__)
-// The bits of those of sixteen bytes that are equal to one.
-inline unsigned int placesOf(Bytes bytes, char character) {
-    using Signs = char __attribute__((vector_size(vectorBytes)));
-    const auto equal = reinterpret_cast<Signs>(bytes == static_cast<unsigned char>(character));
-    return static_cast<unsigned int>(__builtin_ia32_pmovmskb128(equal));
+// The first bytes of a word, less than all, put after the last ones of another.
+inline std::uint64_t appended(std::uint64_t last, std::uint64_t word, std::size_t count) {
+    const std::size_t bits = CHAR_BIT * count;
+    if constexpr (std::endian::native == std::endian::little) {
+        return last >> bits | word << 1U << (63 - bits);
+    } else {
+        return last << bits | word >> 1U >> (63 - bits);
+    }
 }
 
-// To the next reference and past it: one look at sixteen bytes finds both of its ends, so that what follows waits for
-// no comparison of names. Those have their ';' at the end alone. Eight bytes behind the sixteen are read. False, in
-// front of the reference, where it is none of the five.
-inline bool unescapeBlock(const char *text, char *out, Progress &done) {
-    const auto bytes = vectorAt<Bytes>(text + done.read);
-    std::memcpy(out + done.written, &bytes, sizeof bytes);
-    const unsigned int begins = placesOf(bytes, '&');
-    if (begins == 0) {
-        done.read += sizeof bytes;
-        done.written += sizeof bytes;
-        return true;
-    }
-    const auto run = static_cast<unsigned int>(std::countr_zero(begins));
-    const unsigned int ends = placesOf(bytes, ';') >> run;
-    done.read += run;
-    done.written += run;
-    if (ends == 0) {
-        return run != 0;
-    }
-    const tables::XmlReference *reference = referenceIn(text + done.read);
-    if (reference == nullptr) {
-        return false;
-    }
-    out[done.written++] = reference->character;
-    done.read += static_cast<unsigned int>(std::countr_zero(ends)) + 1;
-    return true;
+inline std::uint64_t wordOf(char first) {
+    const auto byte = static_cast<unsigned char>(first);
+    return std::endian::native == std::endian::little ? std::uint64_t{byte} : std::uint64_t{byte} << 56U;
 }
-#endif
+
+// The bytes before a reference and its character, if it has one, stored together with the eight bytes before them: so
+// no byte after them changes, and there is no branch on their number.
+inline void append(char *out, std::size_t &written, std::uint64_t word, std::size_t run, const char *character) {
+    std::uint64_t last = appended(wordAt(out + written - wordBytes), word, run);
+    written += run;
+    if (character != nullptr) {
+        last = appended(last, wordOf(*character), 1);
+        ++written;
+    }
+    std::memcpy(out + written - wordBytes, &last, wordBytes);
+}
 
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
     for (std::size_t end = 0; done.read == end;) {
         const std::size_t start = end;
         end += lengthInWindow(text + end, length - end);
-#if defined(__SSE2__)
-        while (end - done.read >= vectorBytes + wordBytes && room - done.written >= vectorBytes) {
-            if (!unescapeBlock(text, out, done)) {
-                return done;
-            }
-        }
-#endif
-        while (end - done.read >= wordBytes && room - done.written >= wordBytes) {
-            if (end - done.read >= sizeof(Stretch) && room - done.written >= sizeof(Stretch) &&
-                stretchAt(text + done.read).holdsNoReference()) {
-                std::memcpy(out + done.written, text + done.read, sizeof(Stretch));
-                done.read += sizeof(Stretch);
-                done.written += sizeof(Stretch);
+        // Text and output may be one buffer: nothing is written from the place on that is read next.
+        while (end - done.read >= 2 * wordBytes && room - done.written >= wordBytes) {
+            const std::uint64_t eight = wordAt(text + done.read);
+            const std::size_t run = firstByteOf(zeroBytes(eight ^ '&' * everyByte));
+            if (run == wordBytes) {
+                std::memcpy(out + done.written, &eight, wordBytes);
+                done.read += wordBytes;
+                done.written += wordBytes;
                 continue;
             }
-            const std::uint64_t eight = wordAt(text + done.read);
-            const std::uint64_t references = ~nonZeroBytes(eight ^ '&' * everyByte) & highBits;
-            const std::size_t run = firstByteOf(references);
-            std::memcpy(out + done.written, &eight, wordBytes);
-            done.read += run;
-            done.written += run;
-            while (end - done.read >= wordBytes && done.written < room && text[done.read] == '&') {
-                const tables::XmlReference *reference = referenceIn(text + done.read);
-                if (reference == nullptr) {
-                    return done;
+            const tables::XmlReference *const reference = referenceIn(text + done.read + run);
+            if (done.written >= wordBytes) {
+                append(out, done.written, eight, run, reference != nullptr ? &reference->character : nullptr);
+                done.read += run;
+            } else {
+                for (const std::size_t stop = done.read + run; done.read < stop;) {
+                    out[done.written++] = text[done.read++];
                 }
+                if (reference != nullptr) {
+                    out[done.written++] = reference->character;
+                }
+            }
+            if (reference == nullptr) {
+                return done;
+            }
+            done.read += reference->length;
+        }
+        while (done.read < end && done.written < room) {
+            if (text[done.read] != '&') {
+                out[done.written++] = text[done.read++];
+            } else if (end - done.read < wordBytes) {
+                return done;
+            } else if (const tables::XmlReference *reference = referenceIn(text + done.read); reference != nullptr) {
                 out[done.written++] = reference->character;
                 done.read += reference->length;
+            } else {
+                return done;
             }
-        }
-        while (done.read < end && done.written < room && text[done.read] != '&') {
-            out[done.written++] = text[done.read++];
         }
         if (end - start < window) {
             break;

@@ -1,29 +1,25 @@
-// Texts side by side, a block of either at a time. Included by collation.cpp alone.
-//
-// Where the texts end is known only when they are read: a block may reach behind a terminator, but never out of the
-// memory page in which it begins, just as the C library's own string functions read.
+// Texts side by side, as much of either as is sure to be readable: where they end is known only when they are read, and
+// a line that holds a terminator is read to its end, but none after it.
 #pragma once
 
 #include "kernels/kernels.h"
 #include "kernels/simd/avx512.h"
+#include "kernels/simd/lines.h"
 
 #include <algorithm>
 #include <bit>
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
-// What two texts have side by side: a block of either, less where a memory page ends.
+// What two texts have side by side: a block of either, less where a line ends.
 struct BlockPair {
     Block left;
     Block right;
-    std::size_t count; // of bytes that were read; zeros behind them
+    std::size_t count; // of bytes that were read; zeros after them
 
     ZELK_OPERATION BlockPair at(const unsigned char *a, const unsigned char *b) {
-        if (blockInPage(a) && blockInPage(b)) [[likely]] {
-            return {load(a), load(b), blockBytes};
-        }
-        const std::size_t readable = std::min({bytesInPage(a), bytesInPage(b), blockBytes});
-        return {load(a, firstBytes(readable)), load(b, firstBytes(readable)), readable};
+        const std::size_t readable = std::min(bytesInLine(a), bytesInLine(b));
+        return {loadInLine(a, firstBytes(readable)), loadInLine(b, firstBytes(readable)), readable};
     }
 
     // The bytes that are the same, no terminators.

@@ -23,14 +23,11 @@ namespace wildcards {
 
 using Byte = unsigned char;
 
-// The block at any place of a terminated text. What lies behind the terminator is undefined.
+// The block at any place of a terminated text. What lies after the terminator is undefined.
 ZELK_OPERATION Block blockAt(const Byte *text) {
-    if (blockInPage(text)) [[likely]] {
-        return load(text);
-    }
-    const Mask onPage = ~Mask{0} >> reinterpret_cast<std::uintptr_t>(text) % blockBytes; // in its last 64 bytes
-    const Block block = load(text, onPage);
-    return (nonZero(block) & onPage) == onPage ? load(text) : block;
+    const Mask inLine = firstBytes(bytesInLine(text));
+    const Block block = loadInLine(text, inLine);
+    return nonZero(block) == inLine ? loadInLine(text, ~Mask{0}) : block;
 }
 
 ZELK_OPERATION std::size_t lastOf(std::uint16_t mask) { // there is one
@@ -188,7 +185,7 @@ ZELK_OPERATION const Byte *terminatorOf(const Byte *text) {
         text -= reinterpret_cast<std::uintptr_t>(text) % blockBytes;
         do {
             text += blockBytes;
-            ends = zeros(load(text));
+            ends = zeros(loadInLine(text, ~Mask{0}));
         } while (ends == 0);
     }
     return text + firstOf(ends);

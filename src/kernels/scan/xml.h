@@ -1,99 +1,139 @@
-// XML text a block at a time. Included by xml.cpp and its test alone.
+// XML text, 64 bytes at a time.
 //
-// Where the text ends is known only when it is read: a block may reach behind its zero byte, but never behind the count
-// nor out of the memory page in which it begins, just as the C library's own string functions read.
+// Escaping:    whole blocks of a window; then what is left of it as one block. In a block with few special characters
+// the
+//              runs between them are stored, in one with many each character by its entry in a table.
+// Unescaping:  whole blocks of a window, by runs where references are few, else all of a block's at once; then what is
+//              left as one block.
+// Measuring:   blocks, in which each kind of special character is counted.
+//
+// A zero may come before the count: a window is as much text as is known to have none, found line by line.
 #pragma once
 
 #include "kernels/kernels.h"
 #include "kernels/simd/avx512.h"
+#include "kernels/simd/lines.h"
 #include "tables/xml.h"
 
 #include <algorithm>
 #include <bit>
-#include <climits>
 #include <cstdint>
 #include <cstring>
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
-// The next bytes of a text, zeros behind them, and their number: all that may be read, or less where the text ends.
+// The bytes of a text before its end, as far as a window reaches: lines are read that hold some of the text, and of
+// those no byte after the count.
+inline constexpr std::size_t windowBytes = 16 * blockBytes;
+
+ZELK_OPERATION std::size_t textInWindow(const char *text, std::size_t left) {
+    std::size_t known = 0;
+    std::size_t step = bytesInLine(text);
+    do {
+        const std::size_t count = std::min(left - known, step);
+        const Mask zeros = ~nonZero(loadInLine(text + known, firstBytes(count))) & firstBytes(count);
+        if (zeros != 0) {
+            return known + firstOf(zeros);
+        }
+        known += count;
+        step = blockBytes;
+    } while (known < left && known <= windowBytes - blockBytes);
+    return known;
+}
+
+// The next bytes of a text, zeros after them, and their number.
 struct TextBlock {
     Block bytes;
-    std::size_t readable;
     std::size_t count;
 };
 
 ZELK_OPERATION TextBlock textBlock(const char *text, std::size_t left) {
-    std::size_t readable = blockBytes;
-    if (left < blockBytes || !blockInPage(text)) {
-        readable = std::min({left, bytesInPage(text), blockBytes});
-    }
-    const Block bytes = load(text, firstBytes(readable));
-    const Mask zeros = _mm512_testn_epi8_mask(bytes, bytes);
-    const auto count = static_cast<std::size_t>(std::countr_zero(zeros));
-    return {_mm512_maskz_mov_epi8(firstBytes(count), bytes), readable, count};
+    const std::size_t count = std::min(left, blockBytes);
+    return {load(text, firstBytes(count)), count};
 }
 
-// The special characters and zeros: each has a low half byte of its own, which finds it in a table of sixteen.
+// The special characters, and zeros: each has a low half byte of its own, which finds it in a table of sixteen.
 ZELK_OPERATION Mask specials(Block bytes) {
     const Block table = nibbleTable(_mm_setr_epi8(0, -1, '"', -1, -1, -1, '&', '\'', -1, -1, -1, -1, '<', -1, '>', -1));
     return _mm512_cmpeq_epi8_mask(look16(table, bytes), bytes);
 }
 
-// Stores all eight bytes of a character's entry, of which its length counts: the last byte.
-ZELK_OPERATION std::size_t storeEscaped(char *out, char character) {
-    std::uint64_t entry = 0;
-    std::memcpy(&entry, &tables::xmlCharacters[static_cast<unsigned char>(character)], sizeof entry);
-    std::memcpy(out, &entry, sizeof entry);
-    return entry >> 56U;
+// How many bytes escaping makes of so many, among which these are special.
+ZELK_OPERATION std::size_t escapedSize(const TextBlock &block, Mask special) {
+    const Mask ampersands = special & _mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>());
+    const Mask quotes = special & _mm512_cmplt_epu8_mask(block.bytes, everyByte<'<'>()) & ~ampersands;
+    return block.count + 3 * countOf(special) + countOf(ampersands) + 2 * countOf(quotes);
 }
 
-// A special character now and then: the run up to it is stored with what follows, which the next store overwrites.
-// There is room for a whole block behind the result.
+ZELK_OPERATION std::uint64_t entryOf(char character) {
+    std::uint64_t entry = 0;
+    std::memcpy(&entry, &tables::xmlCharacters[static_cast<unsigned char>(character)], sizeof entry);
+    return entry;
+}
+
+// Stores the bytes of an entity, of which there are four at least.
+ZELK_OPERATION std::size_t storeEntity(char *out, char character) {
+    const std::uint64_t entry = entryOf(character);
+    const std::size_t length = entry >> 56U;
+    const auto front = static_cast<std::uint32_t>(entry);
+    const auto back = static_cast<std::uint32_t>(entry >> CHAR_BIT * (length - sizeof front));
+    std::memcpy(out, &front, sizeof front);
+    std::memcpy(out + length - sizeof back, &back, sizeof back);
+    return length;
+}
+
+// A special character now and then: the run before it, and its entity.
 ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special, char *out) {
     std::size_t read = 0;
     std::size_t written = 0;
     for (; special != 0; special &= special - 1) {
-        store(out + written, startingAt(block.bytes, read));
-        const auto place = static_cast<std::size_t>(std::countr_zero(special));
+        const std::size_t place = firstOf(special);
+        store(out + written, firstBytes(place - read), startingAt(block.bytes, read));
         written += place - read;
-        written += storeEscaped(out + written, text[place]);
+        written += storeEntity(out + written, text[place]);
         read = place + 1;
     }
-    store(out + written, startingAt(block.bytes, read));
+    store(out + written, firstBytes(block.count - read), startingAt(block.bytes, read));
     return written + block.count - read;
 }
 
-// Special characters all over, or little room: each character by its entry, without a branch.
+// Special characters all over: each character by its entry, without a branch. A store of all eight bytes of an entry
+// goes seven bytes too far at most, where as many characters follow.
 ZELK_OPERATION std::size_t escapeEach(const char *text, std::size_t count, char *out) {
     std::size_t written = 0;
+    std::size_t read = 0;
 #pragma GCC unroll 4
-    for (std::size_t i = 0; i < count; ++i) {
-        written += storeEscaped(out + written, text[i]);
+    for (; read + sizeof(std::uint64_t) <= count; ++read) {
+        const std::uint64_t entry = entryOf(text[read]);
+        std::memcpy(out + written, &entry, sizeof entry);
+        written += entry >> 56U;
+    }
+    for (; read < count; ++read) {
+        const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(text[read])];
+        if (character.length == 1) {
+            out[written++] = text[read];
+        } else {
+            written += storeEntity(out + written, text[read]);
+        }
     }
     return written;
 }
 
 inline constexpr std::size_t mostInRuns = 16; // special characters of a block
 
-// One block; false where what comes out may not fit.
+// One block; false where it does not fit.
 ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special, char *out, std::size_t room,
                                 Progress &done) {
-    const std::size_t places = countOf(special);
-    const std::size_t longest = block.count + places * tables::longestXmlEntity;
-    const std::size_t left = room - done.written;
-    if (left < longest + (places != 0 ? sizeof(tables::XmlCharacter) : 0)) {
+    if (room - done.written < (special == 0 ? block.count : escapedSize(block, special))) {
         return false;
     }
     text += done.read;
     out += done.written;
     done.read += block.count;
-    if (places == 0) {
-        if (block.count != 0) { // an empty store may be slow
-            store(out, firstBytes(block.count), block.bytes);
-        }
+    if (special == 0) {
+        store(out, firstBytes(block.count), block.bytes);
         done.written += block.count;
-    } else if (left >= longest + blockBytes && places <= mostInRuns) {
+    } else if (countOf(special) <= mostInRuns) {
         done.written += escapeRuns(text, block, special, out);
     } else {
         done.written += escapeEach(text, block.count, out);
@@ -101,48 +141,40 @@ ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask s
     return true;
 }
 
-ZELK_OPERATION void add(Progress &done, const Progress &more) {
-    done.read += more.read;
-    done.written += more.written;
-}
-
-// Whole blocks with special characters here and there, without a wait for where the text might end in them.
-ZELK_STAGE Progress escapeBlocks(const char *text, std::size_t length, char *out, std::size_t room) {
-    constexpr std::size_t roomOfBlock = 2 * blockBytes + mostInRuns * tables::longestXmlEntity;
-    const std::size_t readable = std::min(length, bytesInPage(text));
-    if (readable < blockBytes || room < roomOfBlock) {
-        return {};
-    }
-    const char *at = text;
-    const char *const lastAt = text + readable - blockBytes;
-    char *to = out;
-    char *const lastTo = out + room - roomOfBlock;
-    do {
-        const Block bytes = load(at);
+// Whole blocks with special characters here and there, as long as they are sure to fit.
+ZELK_STAGE void escapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress &done) {
+    constexpr std::size_t roomOfBlock = blockBytes + mostInRuns * (tables::longestXmlEntity - 1);
+    while (end - done.read >= blockBytes && room - done.written >= roomOfBlock) {
+        const Block bytes = load(text + done.read);
         const Mask special = specials(bytes);
         if (special == 0) {
-            store(to, bytes);
-            to += blockBytes;
-        } else if (_mm512_testn_epi8_mask(bytes, bytes) != 0 || countOf(special) > mostInRuns) {
-            break;
+            store(out + done.written, bytes);
+            done.written += blockBytes;
+        } else if (countOf(special) <= mostInRuns) {
+            done.written += escapeRuns(text + done.read, {bytes, blockBytes}, special, out + done.written);
         } else {
-            to += escapeRuns(at, {bytes, blockBytes, blockBytes}, special, to);
+            return;
         }
-        at += blockBytes;
-    } while (at <= lastAt && to <= lastTo);
-    return {static_cast<std::size_t>(at - text), static_cast<std::size_t>(to - out)};
+        done.read += blockBytes;
+    }
 }
 
 ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
     for (;;) {
-        add(done, escapeBlocks(text + done.read, length - done.read, out + done.written, room - done.written));
-        if (done.read == length) {
-            return done;
+        const std::size_t inWindow = textInWindow(text + done.read, length - done.read);
+        const std::size_t end = done.read + inWindow;
+        while (done.read != end) {
+            if (end - done.read >= blockBytes) {
+                escapeBlocks(text, end, out, room, done);
+            }
+            const TextBlock block = textBlock(text + done.read, end - done.read);
+            const Mask special = specials(block.bytes) & firstBytes(block.count);
+            if (block.count != 0 && !escapeBlock(text, block, special, out, room, done)) {
+                return done;
+            }
         }
-        const TextBlock block = textBlock(text + done.read, length - done.read);
-        const Mask special = specials(block.bytes) & firstBytes(block.count);
-        if (!escapeBlock(text, block, special, out, room, done) || block.count < block.readable) {
+        if (inWindow <= windowBytes - blockBytes) {
             return done;
         }
     }
@@ -150,21 +182,20 @@ ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, s
 
 ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
     std::uint64_t total = 0;
-    for (std::size_t read = 0;;) {
-        const TextBlock block = textBlock(text + read, length - read);
-        const Mask special = specials(block.bytes) & firstBytes(block.count);
-        const Mask ampersands = special & _mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>());
-        const Mask quotes = special & _mm512_cmplt_epu8_mask(block.bytes, everyByte<'<'>()) & ~ampersands;
-        total += block.count + 3 * countOf(special) + countOf(ampersands) + 2 * countOf(quotes);
-        read += block.count;
-        if (block.count < block.readable || read == length) {
+    std::size_t step = std::min(length, bytesInLine(text));
+    for (std::size_t read = 0;; step = std::min(length - read, blockBytes)) {
+        const Block bytes = loadInLine(text + read, firstBytes(step));
+        const std::size_t count = std::min(step, firstOf(~nonZero(bytes)));
+        total += escapedSize({bytes, count}, specials(bytes) & firstBytes(count));
+        read += count;
+        if (count < step || read == length) {
             return total;
         }
     }
 }
 
-// A block with every whole entity's '&' replaced, and the places of the names behind; `others` are the references that
-// are no whole entity, or might go on behind the block.
+// A block with every whole entity's '&' replaced, and the places of the names after it; `others` are the references
+// that are no whole entity, or might go on after the block.
 struct Unescaped {
     Block bytes;
     Mask names;
@@ -183,8 +214,8 @@ ZELK_OPERATION Block orDifferent(Block differences, Block a, Block b) {
     return _mm512_ternarylogic_epi64(differences, a, b, 0xF6); // differences | (a ^ b)
 }
 
-// Whole entities are found by what differs from the one that the second letter tells. They end at the next ';': adding
-// their '&' to what is no ';' carries through the name.
+// Whole entities are found by what differs from the one that the second letter selects. They end at the next ';':
+// adding their '&' to what is no ';' carries through the name.
 ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references) {
     const Block first = startingAt<1>(bytes);
     const Block second = startingAt<2>(bytes);
@@ -221,22 +252,21 @@ ZELK_OPERATION std::uint64_t eightBytesAt(const char *text) {
     return eight;
 }
 
-// How far a block is unescaped: where its text goes on, behind the last reference and perhaps behind the block, and
+// How far a block is unescaped: where its text goes on, after the last reference and perhaps after the block, and
 // whether what follows there is a reference that is no whole entity.
 struct UnescapedRuns {
     Progress done;
     bool stopped;
 };
 
-// References now and then: the run up to one is stored with what follows, which the next store overwrites. Eight bytes
-// behind the block may be read.
+// References now and then: the run before each, and its character. Eight bytes after the block may be read.
 ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask references, char *out) {
     Progress done;
     for (; references != 0; references &= references - 1) {
-        const auto place = static_cast<std::size_t>(std::countr_zero(references));
-        store(out + done.written, startingAt(bytes, done.read));
-        done.written += place - done.read;
+        const std::size_t place = firstOf(references);
         const tables::XmlReference *reference = referenceIn(eightBytesAt(text + place));
+        store(out + done.written, firstBytes(place - done.read), startingAt(bytes, done.read));
+        done.written += place - done.read;
         if (reference == nullptr) {
             return {{place, done.written}, true};
         }
@@ -249,98 +279,89 @@ ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask re
 // More references in a block than these are replaced all at once.
 inline constexpr std::size_t mostReferencesInRuns = 3;
 
-// Where an unescaper stands, and how far it may go by whole blocks.
-struct Unescaper {
-    const char *at;
-    char *to;
-    const char *lastAt; // where a block may begin that is read with the eight bytes behind it
-    char *lastTo;       // where two blocks may be written
+// Text and output may be one buffer: nothing is written from the place on that is read next.
 
-    // A block with few references; false in front of one that is no whole entity.
-    ZELK_OPERATION bool byRuns(Unescaper &self, Block bytes, Mask references) {
-        const UnescapedRuns runs = unescapeRuns(self.at, bytes, references, self.to);
-        self.to += runs.done.written;
-        if (runs.stopped || runs.done.read > blockBytes) {
-            self.at += runs.done.read;
-            return !runs.stopped;
-        }
-        store(self.to, startingAt(bytes, runs.done.read));
-        self.to += blockBytes - runs.done.read;
-        self.at += blockBytes; // known before the lengths of the references are
-        return true;
+// A block with few references; false in front of one that is no whole entity.
+ZELK_OPERATION bool unescapeByRuns(const char *text, Block bytes, Mask references, char *out, Progress &done) {
+    const UnescapedRuns runs = unescapeRuns(text + done.read, bytes, references, out + done.written);
+    done.written += runs.done.written;
+    if (runs.stopped || runs.done.read > blockBytes) {
+        done.read += runs.done.read;
+        return !runs.stopped;
     }
+    const std::size_t left = blockBytes - runs.done.read;
+    store(out + done.written, firstBytes(left), startingAt(bytes, runs.done.read));
+    done.written += left;
+    done.read += blockBytes; // known before the lengths of the references are
+    return true;
+}
 
-    // Whole blocks. Where references are many, in steps that leave room for the longest name: a reference is looked at
-    // where all of it is in the block, and what its name covers of the next block is carried there. So no step waits
-    // for the last one's result.
-    ZELK_OPERATION void byBlocks(Unescaper &self) {
-        constexpr std::size_t stride = entityStarts;
-        Mask carried = 0;
-        while (self.at <= self.lastAt && self.to <= self.lastTo) {
-            const Block bytes = load(self.at);
-            const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte<'&'>());
-            if (_mm512_testn_epi8_mask(bytes, bytes) != 0) {
-                break;
-            }
-            if ((references | carried) == 0) {
-                store(self.to, bytes);
-                self.at += blockBytes;
-                self.to += blockBytes;
-            } else if (carried == 0 && countOf(references) <= mostReferencesInRuns) {
-                if (!byRuns(self, bytes, references)) {
-                    break;
-                }
-            } else {
-                const Unescaped block = unescaped(bytes, references & firstBytes(stride));
-                if (block.others != 0) {
-                    break;
-                }
-                self.to += storeKept<true>(self.to, firstBytes(stride) & ~block.names & ~carried, block.bytes);
-                self.at += stride;
+// Whole blocks. Where references are many, in steps that leave room for the longest name: a reference is looked at
+// where all of it is in the block, and what its name covers of the next block is carried there. So no step waits for
+// the last one's result.
+ZELK_STAGE void unescapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress &result) {
+    constexpr std::size_t stride = entityStarts;
+    Progress done = result;
+    Mask carried = 0;
+    bool goesOn = true;
+    while (goesOn && end - done.read >= blockBytes + sizeof(std::uint64_t) && room - done.written >= blockBytes) {
+        const Block bytes = load(text + done.read);
+        const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte<'&'>());
+        if ((references | carried) == 0) {
+            store(out + done.written, bytes);
+            done.read += blockBytes;
+            done.written += blockBytes;
+        } else if (carried == 0 && countOf(references) <= mostReferencesInRuns) {
+            goesOn = unescapeByRuns(text, bytes, references, out, done);
+        } else {
+            const Unescaped block = unescaped(bytes, references & firstBytes(stride));
+            goesOn = block.others == 0;
+            if (goesOn) {
+                const Mask kept = firstBytes(stride) & ~block.names & ~carried;
+                done.written += storeKept<false>(out + done.written, kept, block.bytes);
+                done.read += stride;
                 carried = block.names >> stride;
             }
         }
-        self.at += countOf(carried);
     }
-};
+    done.read += countOf(carried);
+    result = done;
+}
 
-// The last block of a text, or of what of it lies in a page: as far as its references are whole entities.
-ZELK_OPERATION Progress unescapeLast(const TextBlock &block, Mask references, char *out) {
-    if (block.count == 0) {
-        return {}; // an empty store may be slow
-    }
+// What is left of a text, at most a block: as far as its references are whole entities.
+ZELK_OPERATION Progress unescapeLast(const TextBlock &block, char *out) {
+    const Mask references = _mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>()) & firstBytes(block.count);
     if (references == 0) {
         store(out, firstBytes(block.count), block.bytes);
         return {block.count, block.count};
     }
     const Unescaped result = unescaped(block.bytes, references);
-    const std::size_t end = std::min(block.count, static_cast<std::size_t>(std::countr_zero(result.others)));
+    const std::size_t end = std::min(block.count, firstOf(result.others));
     return {end, end == 0 ? 0 : storeKept<false>(out, firstBytes(end) & ~result.names, result.bytes)};
 }
 
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
-    Unescaper self = {text, out, text, out};
-    char *const outEnd = out + room;
+    Progress done;
     for (;;) {
-        std::size_t left = length - static_cast<std::size_t>(self.at - text);
-        const std::size_t readable = std::min(left, bytesInPage(self.at));
-        if (readable >= blockBytes + sizeof(std::uint64_t) &&
-            static_cast<std::size_t>(outEnd - self.to) >= 2 * blockBytes) {
-            self.lastAt = self.at + readable - blockBytes - sizeof(std::uint64_t);
-            self.lastTo = outEnd - 2 * blockBytes;
-            Unescaper::byBlocks(self);
-            left = length - static_cast<std::size_t>(self.at - text);
+        const std::size_t inWindow = textInWindow(text + done.read, length - done.read);
+        const std::size_t end = done.read + inWindow;
+        if (inWindow >= blockBytes + sizeof(std::uint64_t)) {
+            unescapeBlocks(text, end, out, room, done);
         }
-        const TextBlock block = textBlock(self.at, left);
-        Progress last;
-        if (static_cast<std::size_t>(outEnd - self.to) >= block.count) {
-            const Mask references = _mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>()) & firstBytes(block.count);
-            last = unescapeLast(block, references, self.to);
+        while (done.read != end) {
+            const TextBlock block = textBlock(text + done.read, end - done.read);
+            if (room - done.written < block.count) {
+                return done;
+            }
+            const Progress last = unescapeLast(block, out + done.written);
+            done.read += last.read;
+            done.written += last.written;
+            if (last.read == 0) {
+                return done;
+            }
         }
-        self.at += last.read;
-        self.to += last.written;
-        if (last.read == 0 || block.count < block.readable || last.read == left) {
-            return {static_cast<std::size_t>(self.at - text), static_cast<std::size_t>(self.to - out)};
+        if (inWindow <= windowBytes - blockBytes) {
+            return done;
         }
     }
 }
