@@ -60,7 +60,18 @@ std::string patternOf(const std::string &kind, const std::string &text, std::mt1
     if (kind == "inner") {
         return "*" + words[first] + "*";
     }
+    if (kind == "question mark") {
+        const std::size_t letter = text.find(words[first]) + 1;
+        return text.substr(0, letter) + "?" + text.substr(letter + 1);
+    }
     return "*" + words[first / 2] + "*" + words[std::min(first / 2 + 1, words.size() - 1)] + "*";
+}
+
+// Long enough, and nothing in it is special but what its kind has put there.
+bool isOrdinary(const std::string &pattern, const std::string &kind) {
+    const auto questionMarks = std::count(pattern.begin(), pattern.end(), '?');
+    return pattern.size() >= 5 && questionMarks == (kind == "question mark" ? 1 : 0) &&
+           pattern.find_first_of("[\\") == std::string::npos;
 }
 
 } // namespace
@@ -104,12 +115,10 @@ Pairs wildcardCases(const std::string &kind, Length length) {
     Pairs cases;
     for (std::size_t i = 0; i < texts.size(); ++i) {
         std::string pattern;
-        while (pattern.find_first_of("?[\\") != std::string::npos || pattern.size() < 5) {
-            const std::size_t from = i % 2 == 0 ? i : random() % texts.size();
+        std::size_t from = i % 2 == 0 ? i : random() % texts.size();
+        while (!isOrdinary(pattern, kind)) {
             pattern = patternOf(kind, toString(texts[from]), random);
-            if (from == i && (pattern.find_first_of("?[\\") != std::string::npos || pattern.size() < 5)) {
-                pattern = patternOf(kind, toString(texts[random() % texts.size()]), random);
-            }
+            from = random() % texts.size();
         }
         cases.emplace_back(toString(texts[i]), pattern);
     }
@@ -134,6 +143,37 @@ Texts<char> markupTexts(const std::string &kind, Length length) {
         texts.add(text);
     }
     return texts;
+}
+
+Texts<char> escapedTexts(const std::string &kind, Length length) {
+    const Texts<char> texts = markupTexts(kind, length);
+    Texts<char> escaped;
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        std::string text;
+        for (const char c : texts[i]) {
+            switch (c) {
+            case '&':
+                text += "&amp;";
+                break;
+            case '<':
+                text += "&lt;";
+                break;
+            case '>':
+                text += "&gt;";
+                break;
+            case '"':
+                text += "&quot;";
+                break;
+            case '\'':
+                text += "&apos;";
+                break;
+            default:
+                text += c;
+            }
+        }
+        escaped.add(text);
+    }
+    return escaped;
 }
 
 } // namespace zelk_bench

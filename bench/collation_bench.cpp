@@ -73,16 +73,18 @@ void addPairs(Program &program, const std::string &kind) {
     program.cell("collation", kind, Length::Name, [=](Cell &cell) {
         auto kept = std::make_unique<Pairs>(collationPairs(kind));
         const Pairs &pairs = *kept;
-        cell.addChecked("zelk", pairs.size(), [&pairs](std::size_t i) {
-            return sign(zelkCollate(0, pairs[i].first.c_str(), pairs[i].second.c_str()));
+        cell.ours(pairs.size(), [&pairs](const Library &library) {
+            return [&pairs, collate = BENCH_FIND(library, zelkCollate)](std::size_t i) {
+                return sign(collate(0, pairs[i].first.c_str(), pairs[i].second.c_str()));
+            };
         });
 #if defined(BENCH_HAS_ICU)
-        cell.addChecked("ICU ucol_strcollUTF8", pairs.size(), [&pairs, collator = openCollator()](std::size_t i) {
+        cell.rival("ICU ucol_strcollUTF8", pairs.size(), [&pairs, collator = openCollator()](std::size_t i) {
             return sign(compareByIcu(collator.get(), pairs[i].first, pairs[i].second));
         });
 #endif
         if (hasLocale()) {
-            cell.addChecked("strcoll", pairs.size(), [&pairs](std::size_t i) {
+            cell.rival("strcoll", pairs.size(), [&pairs](std::size_t i) {
                 return sign(std::strcoll(pairs[i].first.c_str(), pairs[i].second.c_str()));
             });
         }
@@ -94,9 +96,16 @@ void addSort(Program &program) {
     program.cell("collation", "sorting 1,000 names", Length::Other, [](Cell &cell) {
         auto kept = std::make_unique<std::vector<std::string>>(namesToSort());
         const std::vector<std::string> &names = *kept;
-        cell.add("zelk", 1, sortWith(names, [](const std::string &a, const std::string &b) {
-                     return zelkCollate(0, a.c_str(), b.c_str());
-                 }));
+        for (const Library &library : cell.libraries()) {
+            cell.add(library.name(), 1,
+                     sortWith(names,
+                              [collate = BENCH_FIND(library, zelkCollate)](const std::string &a, const std::string &b) {
+                                  return collate(0, a.c_str(), b.c_str());
+                              }));
+        }
+        if (!cell.rivals()) {
+            return kept;
+        }
 #if defined(BENCH_HAS_ICU)
         cell.add("ICU ucol_strcollUTF8", 1,
                  sortWith(names, [collator = openCollator()](const std::string &a, const std::string &b) {

@@ -83,6 +83,8 @@ Shape shapeOf(Length length) {
         return {512, 16, 48, " - "};
     case Length::Description:
         return {128, 180, 220, " "};
+    case Length::Page:
+        return {1, 8192, 8192, " "};
     case Length::Buffer:
     case Length::Other:
         break;
@@ -93,7 +95,7 @@ Shape shapeOf(Length length) {
 } // namespace
 
 std::string_view lengthName(Length length) {
-    constexpr std::string_view names[] = {"name", "desc", "64K", "-"};
+    constexpr std::string_view names[] = {"name", "desc", "64K", "8K", "-"};
     return names[static_cast<std::size_t>(length)];
 }
 

@@ -18,6 +18,7 @@ enum class Length {
     Name,        // 16 to 48 bytes
     Description, // 180 to 220 bytes
     Buffer,      // 65,536 bytes
+    Page,        // 8,192 bytes, where instructions are counted
     Other,       // as the case says
 };
 

@@ -1,4 +1,4 @@
-// DVB text to UTF-8 and to UCS-2: the default table, the sets behind selectors, two-byte text and UTF-8.
+// DVB text to UTF-8 and to UCS-2: the default table, the sets after selectors, two-byte text and UTF-8.
 #include "harness.h"
 #include "rivals/dvb.h"
 #include "rivals/iconv.h"
@@ -11,19 +11,24 @@ using namespace zelk_bench;
 
 namespace {
 
-unsigned int toUtf8(std::span<const char> in, char *out, std::size_t room) {
-    return zelk_dvb8ToUtf8(DvbCharSetStandard, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()),
-                           DvbCodeNone, 0, 0);
+auto toUtf8(const Library &library) {
+    return [convert = BENCH_FIND(library, zelk_dvb8ToUtf8)](std::span<const char> in, char *out, std::size_t room) {
+        return convert(DvbCharSetStandard, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()),
+                       DvbCodeNone, 0, 0);
+    };
 }
 
-unsigned int toUcs2(std::span<const char> in, unsigned short *out, std::size_t room) {
-    return zelk_dvb8ToUnicode(DvbCharSetStandard, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()),
-                              DvbCodeNone, 0, 0);
+auto toUcs2(const Library &library) {
+    return [convert = BENCH_FIND(library, zelk_dvb8ToUnicode)](std::span<const char> in, unsigned short *out,
+                                                               std::size_t room) {
+        return convert(DvbCharSetStandard, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()),
+                       DvbCodeNone, 0, 0);
+    };
 }
 
-// iconv knows nothing of selectors: it gets the text behind.
+// iconv knows nothing of selectors: it gets the text after them.
 template <class Out>
-auto iconvBehindSelector(const Source &source, const char *to) {
+auto iconvAfterSelector(const Source &source, const char *to) {
     return [convert = Iconv<char, Out>(source.coding.c_str(), to),
             skip = source.selector.size()](std::span<const char> text, Out *out, std::size_t room) {
         return convert(text.subspan(skip), out, room);
@@ -35,7 +40,7 @@ void addToUtf8(Program &program, const std::string &work, const std::string &tit
         program.cell(work, title, length, [=](Cell &cell) {
             auto conversion = std::make_unique<Conversion<char, char>>(cell, makeTexts(source, length));
             conversion->ours(toUtf8);
-            conversion->rival("iconv", iconvBehindSelector<char>(source, "UTF-8"));
+            conversion->rival("iconv", iconvAfterSelector<char>(source, "UTF-8"));
             addDvbLibraries(*conversion, length);
             return conversion;
         });
@@ -47,7 +52,7 @@ void addToUcs2(Program &program, const std::string &work, const std::string &tit
         program.cell(work, title, length, [=](Cell &cell) {
             auto conversion = std::make_unique<Conversion<char, unsigned short>>(cell, makeTexts(source, length));
             conversion->ours(toUcs2);
-            conversion->rival("iconv", iconvBehindSelector<unsigned short>(source, nativeUcs2));
+            conversion->rival("iconv", iconvAfterSelector<unsigned short>(source, nativeUcs2));
             return conversion;
         });
     }
@@ -60,6 +65,9 @@ int main(int argc, char **argv) {
     addToUtf8(program, "DVB default table to UTF-8, plain", english.title, {english, "ISO_6937"});
     for (const Languages &languages : {western, eastern, turkish}) {
         addToUtf8(program, "DVB default table to UTF-8, marks", languages.title, {languages, "ISO_6937"});
+    }
+    for (const Languages &languages : {english, eastern}) {
+        addToUcs2(program, "DVB default table to UCS-2", languages.title, {languages, "ISO_6937"});
     }
 
     const std::string some = ", some accents";

@@ -1,11 +1,14 @@
 #include "harness.h"
 
 #include <cstdio>
-#include <exception>
+#include <stdexcept>
+#include <string_view>
 
 namespace zelk_bench {
 
 namespace {
+
+constexpr std::string_view libraryOption = "--library=";
 
 // One line a repetition: what was run, and the nanoseconds of processor time that one pass over the texts took.
 class LineReporter : public benchmark::BenchmarkReporter {
@@ -50,12 +53,27 @@ void Cell::run() const {
 
 int Program::run(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);
-    const std::vector<std::string> words(argv + 1, argv + argc);
     try {
+        Contest contest;
+        std::vector<std::string> words;
+        for (const std::string argument : std::span(argv + 1, argv + argc)) {
+            if (argument == "--no-rivals") {
+                contest.rivals = false;
+            } else if (argument.starts_with(libraryOption)) {
+                const std::size_t name = libraryOption.size();
+                const std::size_t end = argument.find('=', name);
+                contest.libraries.emplace_back(argument.substr(name, end - name), argument.substr(end + 1));
+            } else {
+                words.push_back(argument);
+            }
+        }
+        if (contest.libraries.empty()) {
+            throw std::runtime_error("needs --library=NAME=PATH");
+        }
         for (const auto &[name, step] : steps_) {
             const auto named = [&name = name](const std::string &word) { return name.find(word) != std::string::npos; };
             if (words.empty() || std::any_of(words.begin(), words.end(), named)) {
-                step();
+                step(contest);
             }
         }
     } catch (const std::exception &failure) {

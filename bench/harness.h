@@ -1,11 +1,13 @@
-// Cells of the benchmark's tables: contenders that do the same work on the same texts, timed in turns.
+// Cells of the benchmark's tables: contenders that do the same work on the same texts, timed interleaved.
 //
-// A cell is one kind of work on one kind of text in one length. Its contenders run in random order, again and again, so
-// that what disturbs the machine disturbs all of them; bench/report.py takes medians. Before a cell is timed, every
-// rival's results are compared with ours, and differences are reported.
+// A cell is one kind of work on one kind of text in one length. Its contenders are builds of our library, which the
+// command line names, and rivals. They run in random order, again and again, so that what disturbs the machine disturbs
+// all of them. Before a cell is timed, all results are compared with those of the first build, and differences are
+// reported.
 #pragma once
 
 #include "corpus.h"
+#include "library.h"
 
 #include <benchmark/benchmark.h>
 
@@ -19,19 +21,26 @@
 
 namespace zelk_bench {
 
+// What the command line asks for.
+struct Contest {
+    std::vector<Library> libraries;
+    bool rivals = true;
+};
+
 class Cell {
 public:
-    Cell(std::string work, std::string text, Length length)
-        : work_(std::move(work)), text_(std::move(text)), length_(length) {}
+    Cell(const Contest &contest, std::string work, std::string text, Length length)
+        : contest_(contest), work_(std::move(work)), text_(std::move(text)), length_(length) {}
 
-    Length length() const { return length_; }
+    const std::vector<Library> &libraries() const { return contest_.libraries; }
+    bool rivals() const { return contest_.rivals; }
 
     // `function(i)` does the work on text number i; what it returns is kept from the optimiser and otherwise ignored.
     template <class Function>
     void add(const std::string &contender, std::size_t texts, Function function) {
         texts_ = texts;
         contenders_.emplace_back(contender, [texts, function](benchmark::State &state) mutable {
-            for ([[maybe_unused]] const auto turn : state) {
+            for ([[maybe_unused]] const auto pass : state) {
                 for (std::size_t i = 0; i < texts; ++i) {
                     benchmark::DoNotOptimize(function(i));
                 }
@@ -40,7 +49,29 @@ public:
         });
     }
 
-    // As add(); the results are compared with those of the first contender that came this way.
+    // Every build of ours: `bind(library)` gives its function.
+    template <class Bind>
+    void ours(std::size_t texts, Bind bind) {
+        for (const Library &library : libraries()) {
+            addChecked(library.name(), texts, bind(library));
+        }
+    }
+
+    template <class Function>
+    void rival(const std::string &name, std::size_t texts, Function function) {
+        if (rivals()) {
+            addChecked(name, texts, function);
+        }
+    }
+
+    void noteDifferences(const std::string &contender, std::size_t differences, std::size_t texts) const;
+    void setBytesWritten(std::size_t bytes) { bytes_ = bytes; }
+
+    // Times the contenders and prints their runs.
+    void run() const;
+
+private:
+    // The results are compared with those of the first contender.
     template <class Function>
     void addChecked(const std::string &contender, std::size_t texts, Function function) {
         std::vector<long long> results;
@@ -58,13 +89,7 @@ public:
         add(contender, texts, function);
     }
 
-    void noteDifferences(const std::string &contender, std::size_t differences, std::size_t texts) const;
-    void setBytesWritten(std::size_t bytes) { bytes_ = bytes; }
-
-    // Times the contenders and prints their runs.
-    void run() const;
-
-private:
+    const Contest &contest_;
     std::string work_;
     std::string text_;
     Length length_;
@@ -84,38 +109,43 @@ public:
     Conversion(const Conversion &) = delete;
     Conversion &operator=(const Conversion &) = delete;
 
-    // Comes first: what it gives is what the others are compared with.
-    template <class Function>
-    void reference(const std::string &name, Function function) {
-        for (std::size_t i = 0; i < texts_.size(); ++i) {
-            const std::size_t written = function(texts_[i], out_.data(), room_);
-            results_.add({out_.data(), written});
+    // Every build of ours, `bind(library)` giving its function, and the memcpy of what the first one writes. What that
+    // one gives is what all others are compared with.
+    template <class Bind>
+    void ours(Bind bind) {
+        for (const Library &library : cell_.libraries()) {
+            auto function = bind(library);
+            if (results_.size() == 0) {
+                for (std::size_t i = 0; i < texts_.size(); ++i) {
+                    const std::size_t written = function(texts_[i], out_.data(), room_);
+                    results_.add({out_.data(), written});
+                }
+                cell_.setBytesWritten(results_.totalUnits() * sizeof(Out));
+            } else {
+                check(library.name(), function);
+            }
+            add(library.name(), function);
         }
-        cell_.setBytesWritten(results_.totalUnits() * sizeof(Out));
-        add(name, function);
-    }
-
-    // Our own conversion, which is the reference, and the memcpy of what it writes.
-    template <class Function>
-    void ours(Function function) {
-        reference("zelk", function);
-        cell_.add("memcpy", texts_.size(), [this](std::size_t i) {
-            const std::span<const Out> result = results_[i];
-            return std::memcpy(out_.data(), result.data(), result.size_bytes());
-        });
+        if (cell_.rivals()) {
+            cell_.add("memcpy", texts_.size(), [this](std::size_t i) {
+                const std::span<const Out> result = results_[i];
+                return std::memcpy(out_.data(), result.data(), result.size_bytes());
+            });
+        }
     }
 
     template <class Function>
     void rival(const std::string &name, Function function) {
-        check(name, function);
-        add(name, function);
+        rival(name, function, function);
     }
 
     // For rivals that hand over a block of their own: `convert` is timed, `copy` is used for the comparison.
     template <class Function, class Copy>
     void rival(const std::string &name, Function convert, Copy copy) {
-        check(name, copy);
-        add(name, convert);
+        if (cell_.rivals()) {
+            check(name, copy);
+            add(name, convert);
+        }
     }
 
 private:
@@ -150,18 +180,19 @@ public:
     // timed.
     template <class Prepare>
     void cell(const std::string &work, const std::string &text, Length length, Prepare prepare) {
-        steps_.emplace_back(work + "/" + text + "/" + std::string(lengthName(length)), [=] {
-            Cell cell(work, text, length);
+        steps_.emplace_back(work + "/" + text + "/" + std::string(lengthName(length)), [=](const Contest &contest) {
+            Cell cell(contest, work, text, length);
             [[maybe_unused]] const auto kept = prepare(cell);
             cell.run();
         });
     }
 
-    // Arguments: those of Google Benchmark, and words of which a cell's name must contain one.
+    // Arguments: those of Google Benchmark; --library=NAME=PATH for each build of ours; --no-rivals; and words of which
+    // a cell's name must contain one.
     int run(int argc, char **argv);
 
 private:
-    std::vector<std::pair<std::string, std::function<void()>>> steps_;
+    std::vector<std::pair<std::string, std::function<void(const Contest &)>>> steps_;
 };
 
 } // namespace zelk_bench

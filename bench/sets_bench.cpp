@@ -1,7 +1,9 @@
 // Single-byte sets to UTF-8 and to UCS-2.
 #include "harness.h"
+#include "rivals/encoding_rs.h"
 #include "rivals/iconv.h"
 #include "rivals/icu.h"
+#include "rivals/simdutf.h"
 
 #include "zelk.h"
 
@@ -33,39 +35,57 @@ void addToUtf8(Program &program, const std::string &work, const Set &set, const 
             auto conversion =
                 std::make_unique<Conversion<char, char>>(cell, makeTexts({languages, set.coding}, length));
             if (set.part != 0) {
-                conversion->ours([part = set.part](std::span<const char> in, char *out, std::size_t room) {
-                    return zelk_isoToUtf8(part, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+                conversion->ours([part = set.part](const Library &library) {
+                    return [part, convert = BENCH_FIND(library, zelk_isoToUtf8)](std::span<const char> in, char *out,
+                                                                                 std::size_t room) {
+                        return convert(part, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+                    };
                 });
             } else {
-                conversion->ours([page = set.codePage](std::span<const char> in, char *out, std::size_t room) {
-                    return zelk_winToUtf8(page, 0, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+                conversion->ours([page = set.codePage](const Library &library) {
+                    return [page, convert = BENCH_FIND(library, zelk_winToUtf8)](std::span<const char> in, char *out,
+                                                                                 std::size_t room) {
+                        return convert(page, 0, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+                    };
                 });
             }
             conversion->rival("iconv", Iconv<char, char>(set.coding.c_str(), "UTF-8"));
             addIcuToUtf8(*conversion, set.coding);
+            addEncodingRsToUtf8(*conversion, set.coding);
+            if (set.part == 1) {
+                addSimdutfLatin1(*conversion);
+            }
             return conversion;
         });
     }
 }
 
-void addToUcs2(Program &program, const Set &set, const Languages &languages) {
+void addToUcs2(Program &program, const std::string &work, const Set &set, const Languages &languages) {
     for (const Length length : allLengths) {
-        program.cell("sets to UCS-2", set.coding + ", " + languages.title, length, [=](Cell &cell) {
+        program.cell(work, set.coding + ", " + languages.title, length, [=](Cell &cell) {
             auto conversion =
                 std::make_unique<Conversion<char, unsigned short>>(cell, makeTexts({languages, set.coding}, length));
             if (set.part != 0) {
-                conversion->ours([part = set.part](std::span<const char> in, unsigned short *out, std::size_t room) {
-                    return zelk_isoToUnicode(part, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+                conversion->ours([part = set.part](const Library &library) {
+                    return [part, convert = BENCH_FIND(library, zelk_isoToUnicode)](
+                               std::span<const char> in, unsigned short *out, std::size_t room) {
+                        return convert(part, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+                    };
                 });
             } else {
-                conversion->ours(
-                    [page = set.codePage](std::span<const char> in, unsigned short *out, std::size_t room) {
-                        return zelk_winToUnicode(page, 0, out, static_cast<int>(room), in.data(),
-                                                 static_cast<int>(in.size()));
-                    });
+                conversion->ours([page = set.codePage](const Library &library) {
+                    return [page, convert = BENCH_FIND(library, zelk_winToUnicode)](
+                               std::span<const char> in, unsigned short *out, std::size_t room) {
+                        return convert(page, 0, out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+                    };
+                });
             }
             conversion->rival("iconv", Iconv<char, unsigned short>(set.coding.c_str(), nativeUcs2));
             addIcuToUcs2(*conversion, set.coding);
+            addEncodingRsToUcs2(*conversion, set.coding);
+            if (set.part == 1) {
+                addSimdutfLatin1(*conversion);
+            }
             return conversion;
         });
     }
@@ -94,14 +114,21 @@ int main(int argc, char **argv) {
 
     addToUtf8(program, "ISO 8859-1 to UTF-8", iso1, western);
 
-    addToUcs2(program, iso1, western);
-    addToUcs2(program, iso2, eastern);
-    addToUcs2(program, iso5, cyrillic);
-    addToUcs2(program, iso7, greek);
-    addToUcs2(program, iso9, turkish);
-    addToUcs2(program, iso15, western);
-    addToUcs2(program, windows1250, eastern);
-    addToUcs2(program, windows1251, cyrillic);
-    addToUcs2(program, windows1254, turkish);
+    const std::string units = "sets to UCS-2";
+    addToUcs2(program, units, iso2, eastern);
+    addToUcs2(program, units, iso5, cyrillic);
+    addToUcs2(program, units, iso7, greek);
+    addToUcs2(program, units, iso9, turkish);
+    addToUcs2(program, units, iso15, western);
+    addToUcs2(program, units, windows1250, eastern);
+    addToUcs2(program, units, windows1251, cyrillic);
+    addToUcs2(program, units, windows1254, turkish);
+
+    const std::string plainUnits = "sets to UCS-2, plain English";
+    addToUcs2(program, plainUnits, iso2, english);
+    addToUcs2(program, plainUnits, iso5, english);
+    addToUcs2(program, plainUnits, windows1254, english);
+
+    addToUcs2(program, "ISO 8859-1 to UCS-2", iso1, western);
     return program.run(argc, argv);
 }

@@ -1,8 +1,10 @@
 // UCS-2 to UTF-8 and back, and the checks on UTF-8.
 #include "harness.h"
+#include "rivals/encoding_rs.h"
 #include "rivals/glib.h"
 #include "rivals/iconv.h"
 #include "rivals/icu.h"
+#include "rivals/simdutf.h"
 #include "rivals/utfcpp.h"
 
 #include "zelk.h"
@@ -24,12 +26,17 @@ unsigned char *asBytes(char *text) {
 void addFromNative(Program &program, const Languages &languages, Length length) {
     program.cell("UCS-2 to UTF-8", "native, " + languages.title, length, [=](Cell &cell) {
         auto conversion = std::make_unique<Conversion<unsigned short, char>>(cell, makeWideTexts(languages, length));
-        conversion->ours([](std::span<const unsigned short> in, char *out, std::size_t room) {
-            return zelkUtf8EncodeText(asBytes(out), static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+        conversion->ours([](const Library &library) {
+            return [encode = BENCH_FIND(library, zelkUtf8EncodeText)](std::span<const unsigned short> in, char *out,
+                                                                      std::size_t room) {
+                return encode(asBytes(out), static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+            };
         });
         conversion->rival("iconv", Iconv<unsigned short, char>(nativeUcs2, "UTF-8"));
         addIcuUtf(*conversion);
         addUtfcpp(*conversion);
+        addSimdutf(*conversion);
+        addEncodingRs(*conversion);
         return conversion;
     });
 }
@@ -38,12 +45,17 @@ void addFromBytePairs(Program &program, const std::string &order, const char *co
                       Length length) {
     program.cell("UCS-2 to UTF-8", order + ", " + languages.title, length, [=](Cell &cell) {
         auto conversion = std::make_unique<Conversion<char, char>>(cell, makeTexts({languages, coding}, length));
-        const auto encode =
-            coding == std::string("UCS-2BE") ? zelkUtf8EncodeNotAlignedText : zelkUtf8EncodeNotAlignedInverseText;
-        conversion->ours([encode](std::span<const char> in, char *out, std::size_t room) {
-            return encode(asBytes(out), static_cast<int>(room), asBytes(in.data()), static_cast<int>(in.size() / 2));
+        const bool highFirst = coding == std::string("UCS-2BE");
+        conversion->ours([highFirst](const Library &library) {
+            return [encode = highFirst ? BENCH_FIND(library, zelkUtf8EncodeNotAlignedText)
+                                       : BENCH_FIND(library, zelkUtf8EncodeNotAlignedInverseText)](
+                       std::span<const char> in, char *out, std::size_t room) {
+                return encode(asBytes(out), static_cast<int>(room), asBytes(in.data()),
+                              static_cast<int>(in.size() / 2));
+            };
         });
         conversion->rival("iconv", Iconv<char, char>(coding, "UTF-8"));
+        addSimdutfBytePairs(*conversion, highFirst);
         return conversion;
     });
 }
@@ -51,12 +63,17 @@ void addFromBytePairs(Program &program, const std::string &order, const char *co
 void addToUcs2(Program &program, const Languages &languages, Length length) {
     program.cell("UTF-8 to UCS-2", languages.title, length, [=](Cell &cell) {
         auto conversion = std::make_unique<Conversion<char, unsigned short>>(cell, makeTexts({languages}, length));
-        conversion->ours([](std::span<const char> in, unsigned short *out, std::size_t room) {
-            return zelkUtf8DecodeText(out, static_cast<int>(room), asBytes(in.data()), static_cast<int>(in.size()));
+        conversion->ours([](const Library &library) {
+            return [decode = BENCH_FIND(library, zelkUtf8DecodeText)](std::span<const char> in, unsigned short *out,
+                                                                      std::size_t room) {
+                return decode(out, static_cast<int>(room), asBytes(in.data()), static_cast<int>(in.size()));
+            };
         });
         conversion->rival("iconv", Iconv<char, unsigned short>("UTF-8", nativeUcs2));
         addIcuUtf(*conversion);
         addUtfcpp(*conversion);
+        addSimdutf(*conversion);
+        addEncodingRs(*conversion);
         return conversion;
     });
 }
@@ -64,21 +81,27 @@ void addToUcs2(Program &program, const Languages &languages, Length length) {
 // Nothing is written: memcpy copies what is read.
 void addMemcpy(Cell &cell, const Texts<char> &texts) {
     cell.setBytesWritten(texts.totalUnits());
-    cell.add("memcpy", texts.size(), [&texts, out = Buffer<char>(texts.longest())](std::size_t i) mutable {
-        return std::memcpy(out.data(), texts[i].data(), texts[i].size());
-    });
+    if (cell.rivals()) {
+        cell.add("memcpy", texts.size(), [&texts, out = Buffer<char>(texts.longest())](std::size_t i) mutable {
+            return std::memcpy(out.data(), texts[i].data(), texts[i].size());
+        });
+    }
 }
 
 void addValidity(Program &program, const Languages &languages, Length length) {
     program.cell("UTF-8 validity", languages.title, length, [=](Cell &cell) {
         auto kept = std::make_unique<Texts<char>>(makeTexts({languages}, length));
         const Texts<char> &texts = *kept;
-        cell.addChecked("zelk", texts.size(), [&texts](std::size_t i) {
-            return zelkUtf8TextIsValid(asBytes(texts[i].data()), static_cast<unsigned int>(texts[i].size()));
+        cell.ours(texts.size(), [&texts](const Library &library) {
+            return [&texts, isValid = BENCH_FIND(library, zelkUtf8TextIsValid)](std::size_t i) {
+                return isValid(asBytes(texts[i].data()), static_cast<unsigned int>(texts[i].size()));
+            };
         });
         addMemcpy(cell, texts);
         addGlibValidity(cell, texts);
         addUtfcppValidity(cell, texts);
+        addSimdutfValidity(cell, texts);
+        addEncodingRsValidity(cell, texts);
         return kept;
     });
 }
@@ -87,12 +110,15 @@ void addWidth(Program &program, const Languages &languages, Length length) {
     program.cell("UTF-8 width", languages.title, length, [=](Cell &cell) {
         auto kept = std::make_unique<Texts<char>>(makeTexts({languages}, length));
         const Texts<char> &texts = *kept;
-        cell.addChecked("zelk", texts.size(), [&texts](std::size_t i) {
-            return zelkUtf8GetTextWidth(asBytes(texts[i].data()), static_cast<unsigned int>(texts[i].size()));
+        cell.ours(texts.size(), [&texts](const Library &library) {
+            return [&texts, width = BENCH_FIND(library, zelkUtf8GetTextWidth)](std::size_t i) {
+                return width(asBytes(texts[i].data()), static_cast<unsigned int>(texts[i].size()));
+            };
         });
         addMemcpy(cell, texts);
         addGlibWidth(cell, texts);
         addUtfcppWidth(cell, texts);
+        addSimdutfWidth(cell, texts);
         addIcuWidth(cell, texts);
         return kept;
     });

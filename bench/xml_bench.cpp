@@ -152,22 +152,14 @@ void addLibxml2Escape(XmlConversion &) {}
 void addLibxml2Unescape(XmlConversion &) {}
 #endif
 
-std::size_t escape(std::span<const char> in, char *out, std::size_t room) {
-    return zelk_xmlify(out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
-}
-
-std::size_t unescape(std::span<const char> in, char *out, std::size_t room) {
-    return zelk_unxml(out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
-}
-
-Texts<char> escapedTexts(const std::string &kind, Length length) {
-    const Texts<char> texts = markupTexts(kind, length);
-    Texts<char> escaped;
-    std::vector<char> out(texts.longest() * 6 + 1);
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        escaped.add({out.data(), escape(texts[i], out.data(), out.size())});
-    }
-    return escaped;
+// The two directions have one signature.
+auto ours(const char *function) {
+    return [function](const Library &library) {
+        return [convert = library.find<decltype(zelk_xmlify)>(function)](std::span<const char> in, char *out,
+                                                                         std::size_t room) {
+            return convert(out, static_cast<int>(room), in.data(), static_cast<int>(in.size()));
+        };
+    };
 }
 
 } // namespace
@@ -178,7 +170,7 @@ int main(int argc, char **argv) {
         for (const Length length : allLengths) {
             program.cell("XML escape", kind, length, [=](Cell &cell) {
                 auto conversion = std::make_unique<XmlConversion>(cell, markupTexts(kind, length));
-                conversion->ours(escape);
+                conversion->ours(ours("zelk_xmlify"));
                 addGlibEscape(*conversion);
                 addPugixmlEscape(*conversion);
                 addLibxml2Escape(*conversion);
@@ -190,7 +182,7 @@ int main(int argc, char **argv) {
         for (const Length length : allLengths) {
             program.cell("XML unescape", kind, length, [=](Cell &cell) {
                 auto conversion = std::make_unique<XmlConversion>(cell, escapedTexts(kind, length));
-                conversion->ours(unescape);
+                conversion->ours(ours("zelk_unxml"));
                 addGlibUnescape(*conversion);
                 addPugixmlUnescape(*conversion);
                 addLibxml2Unescape(*conversion);

@@ -1,8 +1,8 @@
-# What `cmake --install` lays down for developers: library, headers, CMake package and pkg-config file.
+# What `cmake --install` lays down for developers: libraries, headers, CMake package and pkg-config file.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS murn-zelk EXPORT murn-zelkTargets)
-install(FILES include/zelk.h include/zelk.hpp TYPE INCLUDE)
+install(TARGETS murn-zelk zelk-insight EXPORT murn-zelkTargets)
+install(FILES include/zelk.h include/zelk.hpp include/zelk_insight.h TYPE INCLUDE)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/murn-zelk)
 install(EXPORT murn-zelkTargets NAMESPACE zelk:: DESTINATION ${package_dir})
@@ -22,5 +22,7 @@ foreach(dir IN ITEMS includedir libdir)
     set(pc_${dir} "\${prefix}/${CMAKE_INSTALL_${variable}}")
   endif()
 endforeach()
-configure_file(cmake/murn-zelk.pc.in murn-zelk.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/murn-zelk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(name IN ITEMS murn-zelk zelk-insight)
+  configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

@@ -1,12 +1,13 @@
 // Compressed DVB text of encoding types 5 (English) and 6 (Malay): codes of 4 to 12 bits for pieces of one to four
 // characters, SKMM MTSFB TC G001:2013.
 //
-// The rows come from tables/data/malaysia_*.tsv; the build has checked them against all that is known of the official
-// tables. The compiler turns them into code trees, so that nothing is left to do on a first call, and into a lookup of
-// the next bits, which gives most pieces at once; the exact rule is that of the tree.
+// The rows come from tables/data/malaysia_*.tsv, checked against all that is known of the official tables
+// (tables/malaysia_rows.h). The compiler turns them into code trees, so that nothing is left to do on a first call, and
+// into a lookup of the next bits, which gives most pieces at once; the exact rule is that of the tree.
 #include "detail/huffman_malaysia.h"
 #include "detail/bit_window.h"
 #include "detail/utf8_char.h"
+#include "tables/malaysia_rows.h"
 #include "zelk.h"
 
 #include <algorithm>
@@ -19,20 +20,25 @@
 namespace zelk::detail {
 namespace {
 
-struct Row {
-    std::string_view code; // of the characters 0 and 1
-    std::string_view piece;
-};
+// The files, each in a string of its own, which the build has put around it.
+constexpr char englishText[] =
+#include "malaysia_en.tsv.h"
+    ;
+constexpr char malayText[] =
+#include "malaysia_ms.tsv.h"
+    ;
 
-constexpr Row englishRows[] = {
-#include "malaysia_en_rows.h"
-};
-constexpr Row malayRows[] = {
-#include "malaysia_ms_rows.h"
-};
+constexpr auto englishFile = tables::readMalaysiaRows<tables::englishTable.rows()>(englishText, tables::englishTable);
+static_assert(
+    tables::MalaysiaFileAgrees<tables::englishTable.file, englishFile.found.line, englishFile.found.fault>::value);
+constexpr auto malayFile = tables::readMalaysiaRows<tables::malayTable.rows()>(malayText, tables::malayTable);
+static_assert(tables::MalaysiaFileAgrees<tables::malayTable.file, malayFile.found.line, malayFile.found.fault>::value);
+
+template <std::size_t Count>
+using Rows = std::array<tables::MalaysiaRow, Count>;
 
 struct Piece {
-    std::array<char, 4> characters;
+    std::array<char, tables::longestPiece> characters;
     std::uint8_t length;
 };
 
@@ -65,11 +71,11 @@ struct Tree {
 };
 
 // A node may both carry a piece and branch: one Malay code is the beginning of another.
-template <std::size_t Rows>
-consteval Tree treeOf(const Row (&rows)[Rows]) {
+template <std::size_t Count>
+consteval Tree treeOf(const Rows<Count> &rows) {
     Tree tree;
     std::uint16_t number = 0;
-    for (const Row &row : rows) {
+    for (const tables::MalaysiaRow &row : rows) {
         std::size_t node = 0;
         for (const char bit : row.code) {
             std::uint16_t &child = tree.nodes[node].child[bit == '1' ? 1 : 0];
@@ -94,12 +100,12 @@ constexpr unsigned int lookupBits = 11; // 8 KiB
 constexpr unsigned int usedBits = 6;
 constexpr unsigned int usedMask = (1U << usedBits) - 1;
 
-template <std::size_t Rows, std::size_t Nodes>
+template <std::size_t Count, std::size_t Nodes>
 struct Code {
-    std::array<Piece, Rows + 1> pieces{}; // by row; none is row 0
-    std::array<Node, Nodes> nodes{};      // those that branch, the root first
-    std::size_t pieceNode = 0;            // the node that carries a piece although it branches, none is 0
-    std::uint16_t pieceRow = 0;           // its row
+    std::array<Piece, Count + 1> pieces{}; // by row; none is row 0
+    std::array<Node, Nodes> nodes{};       // those that branch, the root first
+    std::size_t pieceNode = 0;             // the node that carries a piece although it branches, none is 0
+    std::uint16_t pieceRow = 0;            // its row
     std::array<Lookup, 1U << lookupBits> lookups{};
 };
 
@@ -118,10 +124,10 @@ constexpr Lookup lookUp(const Tree &tree, unsigned int bits) {
     return row == 0 || open ? Lookup{0} : static_cast<Lookup>(row << usedBits | used);
 }
 
-template <std::size_t Nodes, std::size_t Rows>
-consteval Code<Rows, Nodes> codeOf(const Row (&rows)[Rows], const Tree &tree) {
-    Code<Rows, Nodes> code;
-    for (std::size_t row = 0; row < Rows; ++row) {
+template <std::size_t Nodes, std::size_t Count>
+consteval Code<Count, Nodes> codeOf(const Rows<Count> &rows, const Tree &tree) {
+    Code<Count, Nodes> code;
+    for (std::size_t row = 0; row < Count; ++row) {
         const std::string_view piece = rows[row].piece;
         std::copy(piece.begin(), piece.end(), code.pieces[row + 1].characters.begin());
         code.pieces[row + 1].length = static_cast<std::uint8_t>(piece.size());
@@ -153,44 +159,12 @@ consteval Code<Rows, Nodes> codeOf(const Row (&rows)[Rows], const Tree &tree) {
     return code;
 }
 
-constexpr Tree englishTree = treeOf(englishRows);
-constexpr Tree malayTree = treeOf(malayRows);
-constexpr auto englishCode = codeOf<englishTree.branchingNodes()>(englishRows, englishTree);
-constexpr auto malayCode = codeOf<malayTree.branchingNodes()>(malayRows, malayTree);
+constexpr Tree englishTree = treeOf(englishFile.rows);
+constexpr Tree malayTree = treeOf(malayFile.rows);
+constexpr auto englishCode = codeOf<englishTree.branchingNodes()>(englishFile.rows, englishTree);
+constexpr auto malayCode = codeOf<malayTree.branchingNodes()>(malayFile.rows, malayTree);
 
-struct Figures {
-    std::size_t entries;
-    std::size_t shortestCode;
-    std::size_t longestCode;
-    std::array<unsigned int, 4> pieces; // of one to four characters
-    unsigned int sum;                   // of 2^(12 - code length)
-    unsigned int codesInCodes;          // codes that go on from the end of another
-
-    constexpr bool operator==(const Figures &) const = default;
-};
-
-template <std::size_t Rows>
-consteval Figures figuresOf(const Row (&rows)[Rows], const Tree &tree) {
-    Figures figures{0, 12, 0, {}, 0, 0};
-    for (const Row &row : rows) {
-        figures.shortestCode = std::min(figures.shortestCode, row.code.size());
-        figures.longestCode = std::max(figures.longestCode, row.code.size());
-        ++figures.pieces.at(row.piece.size() - 1);
-        figures.sum += 1U << (12 - row.code.size());
-    }
-    for (const TreeNode &node : tree.nodes) {
-        if (node.row != 0) {
-            ++figures.entries;
-            figures.codesInCodes += (node.child[0] != 0 ? 1 : 0) + (node.child[1] != 0 ? 1 : 0);
-        }
-    }
-    return figures;
-}
-
-static_assert(figuresOf(englishRows, englishTree) == Figures{258, 4, 11, {93, 126, 20, 19}, 3968, 0});
-static_assert(figuresOf(malayRows, malayTree) == Figures{265, 4, 12, {93, 130, 21, 21}, 3833, 1});
-
-constexpr unsigned int malayTable = 6;
+constexpr unsigned int malayType = 6;
 constexpr unsigned int endPath = 0x7F; // a 1 bit that leads nowhere after this path ends the text
 
 class BoundedOutput {
@@ -262,8 +236,8 @@ struct Tables {
     unsigned int pieceRow;
 };
 
-template <std::size_t Rows, std::size_t Nodes>
-constexpr Tables tablesOf(const Code<Rows, Nodes> &code) {
+template <std::size_t Count, std::size_t Nodes>
+constexpr Tables tablesOf(const Code<Count, Nodes> &code) {
     return {code.nodes.data(), code.pieces.data(), code.lookups.data(), code.pieceNode, code.pieceRow};
 }
 
@@ -333,7 +307,7 @@ void decodeMany(const Tables &tables, BitInput &bits, BoundedOutput &output) {
 
 int malaysiaDecode(unsigned int tableId, const unsigned char *src, int srcLength, unsigned char *dst,
                    long long capacity) {
-    const Tables tables = tableId == malayTable ? tablesOf(malayCode) : tablesOf(englishCode);
+    const Tables tables = tableId == malayType ? tablesOf(malayCode) : tablesOf(englishCode);
     BitInput bits(src, src == nullptr ? 0 : static_cast<std::size_t>(std::max(srcLength, 0)));
     BoundedOutput output(dst, capacity);
     do {

@@ -11,13 +11,13 @@ namespace zelk_bench {
 
 #if defined(BENCH_HAS_GLIB)
 inline void addGlibValidity(Cell &cell, const Texts<char> &texts) {
-    cell.addChecked("GLib g_utf8_validate", texts.size(), [&texts](std::size_t i) {
+    cell.rival("GLib g_utf8_validate", texts.size(), [&texts](std::size_t i) {
         return g_utf8_validate_len(texts[i].data(), texts[i].size(), nullptr) ? 1 : 0;
     });
 }
 
 inline void addGlibWidth(Cell &cell, const Texts<char> &texts) {
-    cell.addChecked("GLib g_utf8_strlen", texts.size(), [&texts](std::size_t i) {
+    cell.rival("GLib g_utf8_strlen", texts.size(), [&texts](std::size_t i) {
         return g_utf8_strlen(texts[i].data(), static_cast<gssize>(texts[i].size()));
     });
 }

@@ -90,7 +90,7 @@ inline void addIcuUtf(Conversion<char, unsigned short> &conversion) {
 
 // Counts units by converting into no room.
 inline void addIcuWidth(Cell &cell, const Texts<char> &texts) {
-    cell.addChecked("ICU u_strFromUTF8", texts.size(), [&texts](std::size_t i) {
+    cell.rival("ICU u_strFromUTF8", texts.size(), [&texts](std::size_t i) {
         UErrorCode error = U_ZERO_ERROR;
         std::int32_t units = 0;
         u_strFromUTF8(nullptr, 0, &units, texts[i].data(), static_cast<std::int32_t>(texts[i].size()), &error);

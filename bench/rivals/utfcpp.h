@@ -23,13 +23,13 @@ inline void addUtfcpp(Conversion<char, unsigned short> &conversion) {
 }
 
 inline void addUtfcppValidity(Cell &cell, const Texts<char> &texts) {
-    cell.addChecked("utfcpp", texts.size(),
-                    [&texts](std::size_t i) { return utf8::is_valid(texts[i].begin(), texts[i].end()) ? 1 : 0; });
+    cell.rival("utfcpp", texts.size(),
+               [&texts](std::size_t i) { return utf8::is_valid(texts[i].begin(), texts[i].end()) ? 1 : 0; });
 }
 
 inline void addUtfcppWidth(Cell &cell, const Texts<char> &texts) {
-    cell.addChecked("utfcpp", texts.size(),
-                    [&texts](std::size_t i) { return utf8::distance(texts[i].begin(), texts[i].end()); });
+    cell.rival("utfcpp", texts.size(),
+               [&texts](std::size_t i) { return utf8::distance(texts[i].begin(), texts[i].end()); });
 }
 #else
 inline void addUtfcpp(Conversion<unsigned short, char> &) {}

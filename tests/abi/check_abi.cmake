@@ -1,8 +1,9 @@
-# cmake -DPYTHON=python3 -DLIBRARY=libmurn-zelk.so -DHEADERS=include -DWORK=folder -P check_abi.cmake
-# The exported functions with their types, the tables and the records are those of abi.txt. What is added there within a
+# cmake -DPYTHON=python3 -DLIBRARY=libmurn-zelk.so -DHEADERS=include -DWORK=folder -DRECORD=abi.txt -P check_abi.cmake
+# The exported functions with their types, the tables and the records are those of RECORD. What is added there within a
 # major version is an addition; nothing that stands there changes.
-set(found ${WORK}/abi.txt)
-set(recorded ${CMAKE_CURRENT_LIST_DIR}/abi.txt)
+get_filename_component(name ${RECORD} NAME)
+set(found ${WORK}/${name})
+set(recorded ${RECORD})
 execute_process(COMMAND ${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/list_abi.py ${LIBRARY} ${HEADERS} OUTPUT_FILE ${found}
                 COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND diff -u ${recorded} ${found} OUTPUT_VARIABLE difference RESULT_VARIABLE differs)

@@ -1,4 +1,4 @@
-# cmake -DREADELF=readelf -DLIBRARY=libmurn-zelk.so [-DGUARDED_OBJECTS=LIST] -P check_elf.cmake
+# cmake -DREADELF=readelf -DLIBRARY=libmurn-zelk.so [-DGUARDED_OBJECTS=LIST] [-DALSO_NEEDED=libx.so] -P check_elf.cmake
 # What the shared object asks of the loader and leaves writable: the stack is not executable, code and constants need no
 # relocation, all that is relocated is bound at load time and write-protected then, nothing but the runtime libraries is
 # needed, and no table or state of ours is writable.
@@ -28,13 +28,15 @@ foreach(object IN LISTS GUARDED_OBJECTS)
     list(APPEND defects "no landing pads for indirect jumps: ${object}")
   endif()
 endforeach()
-if(listing MATCHES "R(UN)?PATH")
+# A library that needs another finds it in the build tree by a path, which the installation takes out.
+if(listing MATCHES "R(UN)?PATH" AND NOT ALSO_NEEDED)
   list(APPEND defects "a search path is built in")
 endif()
 
 string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" needed "${listing}")
 foreach(line IN LISTS needed)
-  if(NOT line MATCHES "\\[(libc|libm|libstdc\\+\\+|libgcc_s|ld[-0-9a-z_]*)\\.so\\.[0-9]+\\]")
+  if(NOT line MATCHES "\\[(libc|libm|libstdc\\+\\+|libgcc_s|ld[-0-9a-z_]*)\\.so\\.[0-9]+\\]"
+     AND NOT (ALSO_NEEDED AND line MATCHES "\\[${ALSO_NEEDED}\\.[0-9]+\\]"))
     list(APPEND defects "needs more than the runtime: ${line}")
   endif()
 endforeach()

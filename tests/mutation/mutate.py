@@ -73,6 +73,7 @@ TESTS = [
     (r"zelkdvb_|trace|detail/dvb_decode", ["dvb_decode_test", "dvb_converter_test", "dvb_trace_test", "allocation_test"]),
     (r"dvb", ["dvb_decode_test", "dvb_tables_kernel_test", "byte_sets_test", "dvb_select_test"]),
     (r"huffman_malaysia", ["huffman_malaysia_test"]),
+    (r"malaysia_rows", ["malaysia_rows_test"]),
     (r"huffman_stream", ["huffman_stream_test", "dvb_decode_test"]),
     (r"huffman_(title|description|class)", ["huffman_table_test", "huffman_class_test"]),
     (r"huffman_dvb|context_tree|context_trees", ["huffman_table_test", "huffman_stream_test", "huffman_class_test"]),

@@ -27,3 +27,11 @@ run(pkg-config --define-variable=prefix=${prefix} --cflags --libs murn-zelk)
 separate_arguments(flags UNIX_COMMAND "${output}")
 run(${C} ${SOURCE}/main.c -o ${WORK}/outside-pc ${flags} -Wl,-rpath,${lib_dir})
 run(${WORK}/outside-pc)
+
+# The second library needs the first, which stands beside it.
+set(ENV{LD_LIBRARY_PATH} ${lib_dir})
+run(${WORK}/cmake/outside-insight)
+run(pkg-config --define-variable=prefix=${prefix} --cflags --libs zelk-insight)
+separate_arguments(flags UNIX_COMMAND "${output}")
+run(${C} ${SOURCE}/insight.c -o ${WORK}/outside-insight-pc ${flags} -Wl,-rpath,${lib_dir})
+run(${WORK}/outside-insight-pc)

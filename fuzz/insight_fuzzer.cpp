@@ -1,0 +1,139 @@
+// Decoding with evidence against plain decoding: the same text wherever that is valid UTF-8, findings and steps inside
+// their bounds and in order, steps that cover the string and add up to the text, and the same answer with and without
+// them.
+#include "dvb.h"
+
+#include "zelk_insight.h"
+
+using fuzz::require;
+
+namespace {
+
+// Plain RFC 3629, byte by byte.
+bool isUtf8(const std::string &text) {
+    for (std::size_t i = 0; i < text.size();) {
+        const auto at = [&](std::size_t offset) -> unsigned int {
+            return i + offset < text.size() ? static_cast<unsigned char>(text[i + offset]) : 0U;
+        };
+        const unsigned int lead = at(0);
+        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        unsigned int value = lead < 0x80 ? lead : lead & (0x7FU >> length);
+        for (std::size_t k = 1; k < length; ++k) {
+            if ((at(k) & 0xC0U) != 0x80) {
+                return false;
+            }
+            value = value * 64 + (at(k) & 0x3FU);
+        }
+        constexpr unsigned int least[] = {0, 0x80, 0x800, 0x10000};
+        if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4 || value < least[length - 1] || value > 0x10FFFF ||
+            (value >= 0xD800 && value <= 0xDFFF)) {
+            return false;
+        }
+        i += length;
+    }
+    return true;
+}
+
+struct Decoded {
+    std::string text;
+    zelkInsightEvidence evidence{};
+    std::vector<zelkInsightFinding> findings;
+    std::vector<zelkInsightStep> steps;
+};
+
+Decoded decode(const zelkInsightSettings &settings, const fuzz::DvbString &string, int size, bool withSteps) {
+    constexpr std::size_t room = 4096;
+    Decoded result;
+    result.findings.resize(room);
+    result.steps.resize(withSteps ? room : 0);
+    result.evidence.findings = result.findings.data();
+    result.evidence.findingRoom = room;
+    result.evidence.steps = withSteps ? result.steps.data() : nullptr;
+    result.evidence.stepRoom = withSteps ? room : 0;
+    fuzz::Output<char> out(size);
+    result.text =
+        out.text(zelkInsightDecode(&settings, out.data(), size, string.in.get(), string.count, &result.evidence));
+    result.findings.resize(std::min<std::size_t>(room, result.evidence.findingCount));
+    result.steps.resize(std::min<std::size_t>(result.steps.size(), result.evidence.stepCount));
+    return result;
+}
+
+void checkFindings(const Decoded &decoded, std::size_t length) {
+    unsigned int before = 0;
+    for (const zelkInsightFinding &finding : decoded.findings) {
+        require(finding.offset >= before, "findings are in order");
+        require(finding.offset <= length && finding.length <= length - finding.offset, "a finding lies in the string");
+        require(finding.textOffset <= decoded.text.size() &&
+                    finding.textLength <= decoded.text.size() - finding.textOffset,
+                "a finding lies in the text");
+        require(finding.severity == zelkInsightKindSeverity(finding.kind), "the severity is the kind's");
+        require(finding.severity <= decoded.evidence.severity, "the worst severity is told");
+        before = finding.offset;
+    }
+}
+
+void checkSteps(const Decoded &decoded, std::size_t length) {
+    std::size_t covered = 0; // bits
+    std::size_t shown = 0;
+    for (const zelkInsightStep &step : decoded.steps) {
+        const bool bits = step.bitCount != 0;
+        require((bits ? step.bitOffset : 8 * step.offset) == covered ||
+                    (!bits && 8 * step.offset == (covered + 7) / 8 * 8),
+                "steps have no gap");
+        covered = bits ? step.bitOffset + step.bitCount : 8 * (step.offset + std::size_t{step.length});
+        require(step.textOffset == shown, "steps add up to the text");
+        shown += step.textLength;
+    }
+    require((covered + 7) / 8 == length, "steps cover the string");
+    require(shown == decoded.text.size(), "steps show the text");
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    fuzz::Input input(data, size);
+    const fuzz::DvbSettings s(input);
+    const int small = input.size();
+    const bool coin = input.coin();
+    const unsigned int options = input.byte() & 3U;
+    const std::string text = input.rest();
+    const fuzz::DvbSelected selected(s, text);
+    const bool counted = coin || selected.compressed() || s.code == DvbCodeCompressed; // its end must be there
+    const fuzz::DvbString string(text, counted);
+    const zelkInsightSettings settings = {s.region, s.code, s.extra, s.flags, options};
+
+    const Decoded quick = decode(settings, string, string.ample, false);
+    const Decoded full = decode(settings, string, string.ample, true);
+    const Decoded cut = decode(settings, string, small, false);
+    require(isUtf8(quick.text) && isUtf8(cut.text), "the text is UTF-8");
+    require(quick.text == full.text && quick.evidence.findingCount == full.evidence.findingCount &&
+                quick.evidence.severity == full.evidence.severity,
+            "steps change nothing");
+    require(cut.text.size() <= quick.text.size() || cut.evidence.findingCount != 0, "what is cut is told");
+
+    const bool ignored = (options & ZelkInsightIgnoreSelector) != 0 && quick.evidence.selectorLength != 0;
+    if (!ignored) {
+        const std::string plain = string.utf8(s, string.ample);
+        require(!isUtf8(plain) || plain == quick.text, "the text is that of plain decoding");
+        const std::string plainCut = string.utf8(s, small);
+        require(!isUtf8(plainCut) || plainCut == cut.text, "the cut text is that of plain decoding");
+        require(quick.text.size() < static_cast<std::size_t>(std::max(1, string.ample)), "there is room");
+    }
+    const int bound = zelkInsightDecodeSize(&settings, string.in.get(), string.count);
+    if (counted) {
+        require(quick.text.size() < static_cast<std::size_t>(bound), "the bound holds");
+    }
+    const bool twoByte = full.evidence.table == ZelkInsightTableTwoByte;
+    const std::size_t length = counted              ? text.size()
+                               : full.steps.empty() ? 0
+                                                    : full.steps.back().offset + std::size_t{full.steps.back().length};
+    require(twoByte || counted || length <= text.size() + 3, "a terminated string ends at its terminator");
+    if (full.evidence.stepCount == full.steps.size() && full.evidence.findingCount == full.findings.size()) {
+        checkFindings(full, length);
+        checkFindings(quick, length);
+        if (!(full.steps.empty() && length == 0)) {
+            checkSteps(full, length);
+        }
+    }
+    return 0;
+}

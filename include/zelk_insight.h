@@ -1,0 +1,226 @@
+/*
+ * libzelk-insight: evidence about the text of service information. The companion of libmurn-zelk (<zelk.h>).
+ *
+ * A decoder returns a string and stays silent about everything that was wrong with it. This library returns the same
+ * string and says why: which character table was used and on whose word, which bytes had no character, which marks had
+ * no letter, where a text was cut. This header is C11 and C++17 and needs no other header than <zelk.h>.
+ *
+ * What holds for every function:
+ *
+ * - Text. DVB text is bytes (`char`). UTF-8 that comes out is always valid (RFC 3629): pairs of surrogates are joined
+ * to one character of four bytes, lone ones are U+FFFD. Offsets and lengths are in bytes.
+ * - Counts, sizes, overlap and null are as in <zelk.h>: a negative input count means "up to the terminating zero", an
+ *   output size includes the terminator, the output is always terminated (also where its size is 0), and input and
+ *   output are different memory. A null input is an empty text.
+ * - Arrays. Lists are written to arrays of the caller. The count that comes back is of all entries; those that the
+ * array had no room for are not stored, so that a count above the room says that more was found. A null array has no
+ * room.
+ * - Memory and threads. Nothing is allocated, no state is kept, nothing is written but the arguments: every function
+ * may run on any number of threads at once. Time and stack are bounded: time grows with the length of the input alone.
+ */
+#ifndef ZELK_INSIGHT_H
+#define ZELK_INSIGHT_H
+
+#include "zelk.h"
+
+#if defined(ZELK_BUILDING_INSIGHT)
+#pragma GCC visibility push(default)
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#define ZELK_INT_ENUM : int
+#else
+#define ZELK_INT_ENUM
+#endif
+
+/* =============================================== Decode with evidence ===============================================
+ */
+
+/** How much a finding matters to a viewer. */
+typedef enum zelkInsightSeverity ZELK_INT_ENUM {
+    ZelkInsightNote = 0,    /**< nothing is lost: something that a reader of the string wants to know */
+    ZelkInsightWarning = 1, /**< against the standard, or lost without harm */
+    ZelkInsightError = 2    /**< the viewer sees a wrong text, or less of it */
+} zelkInsightSeverity;
+
+/**
+ * What was found in a string. zelkInsightKindName() gives each its stable identifier, which stands first in the
+ * comment. Values are never used again for something else; later versions may add some.
+ */
+typedef enum zelkInsightKind ZELK_INT_ENUM {
+    ZelkInsightSelectorReserved = 0, /**< selector-reserved: EN 300 468 Table A.3 or A.4 reserves it */
+    ZelkInsightSelectorUnsupported =
+        1,                         /**< selector-unsupported: the standard defines it, the receiver does not read it */
+    ZelkInsightSelectorCut = 2,    /**< selector-cut: the string ends inside its selector */
+    ZelkInsightByteUnassigned = 3, /**< byte-unassigned: no character in this table; `value` is the byte */
+    ZelkInsightUtf8Malformed = 4,  /**< utf8-malformed: not UTF-8 although the selector says so */
+    ZelkInsightUtf8FourByte = 5,   /**< utf8-four-byte: a character above U+FFFF (`value`), shown as U+FFFD */
+    ZelkInsightTwoByteOdd = 6,     /**< two-byte-odd: the last byte of two-byte text is half a character */
+    ZelkInsightSurrogateLone = 7,  /**< surrogate-lone: `value` is half of a pair without the other half */
+    ZelkInsightMarkWithoutLetter =
+        8,                      /**< mark-without-letter: a diacritical mark before no letter; `value` is its byte */
+    ZelkInsightMarkDropped = 9, /**< mark-dropped: mark and letter have no common character, the letter is bare */
+    ZelkInsightControlDropped = 10,     /**< control-dropped: a control code that is not shown; `value` is the code */
+    ZelkInsightEmphasis = 11,           /**< emphasis: from the code that turns it on to the one that turns it off */
+    ZelkInsightEmphasisUnbalanced = 12, /**< emphasis-unbalanced: turned on and never off, or the other way round */
+    ZelkInsightCompressedCut = 13,     /**< compressed-cut: no end of text; `value` is the bits of an unfinished code */
+    ZelkInsightCompressedRest = 14,    /**< compressed-rest: bytes after the end of compressed text */
+    ZelkInsightCompressedUnknown = 15, /**< compressed-unknown: no code of that encoding type (`value`), or no count */
+    ZelkInsightTextCut = 16,           /**< text-cut: what did not fit the output */
+    ZelkInsightByteAfterCount = 17,    /**< byte-after-count: a mark ends the string, the byte after it was looked at */
+    ZelkInsightTextAfterEnd = 18,      /**< text-after-end: a zero byte ends prepared text before its count does */
+    ZelkInsightKindCount = 19          /**< the number of kinds of this version */
+} zelkInsightKind;
+
+/** The table that a text is read with. 0 to 18 are numbered as by combiningMapDvb(). */
+typedef enum zelkInsightTable ZELK_INT_ENUM {
+    ZelkInsightTableDefault = 0,       /**< the DVB default table */
+    ZelkInsightTableAscii = 1,         /**< ASCII alone */
+    ZelkInsightTableIso8859_1 = 2,     /**< ISO 8859-1; 3 to 12 are ISO 8859-2 to -11 */
+    ZelkInsightTableIso8859_11 = 12,   /**< ISO 8859-11 */
+    ZelkInsightTableIso8859_13 = 13,   /**< ISO 8859-13; 14 to 16 are ISO 8859-14 to -16 */
+    ZelkInsightTableIso8859_16 = 16,   /**< ISO 8859-16 */
+    ZelkInsightTableLatin9Marks = 18,  /**< ISO 8859-15 with the default table's marks */
+    ZelkInsightTableWindows1250 = 32,  /**< by a guess alone, as all of Windows */
+    ZelkInsightTableWindows1251 = 33,  /**< Windows Cyrillic */
+    ZelkInsightTableWindows1252 = 34,  /**< Windows Western */
+    ZelkInsightTableWindows1253 = 35,  /**< Windows Greek */
+    ZelkInsightTableWindows1254 = 36,  /**< Windows Turkish */
+    ZelkInsightTableWindows1257 = 37,  /**< Windows Baltic */
+    ZelkInsightTableUtf8 = 64,         /**< UTF-8 */
+    ZelkInsightTableUtf8Prepared = 65, /**< UTF-8 that was prepared before, its controls kept */
+    ZelkInsightTableTwoByte = 66,      /**< two bytes for each character, high byte first */
+    ZelkInsightTableCompressed = 67    /**< the Huffman code of an encoding type */
+} zelkInsightTable;
+
+/** On whose word a table was taken. */
+typedef enum zelkInsightReason ZELK_INT_ENUM {
+    ZelkInsightByDefault = 0,     /**< no selector, no default code: the DVB default table */
+    ZelkInsightByDefaultCode = 1, /**< no selector: the default code of the settings */
+    ZelkInsightBySelector = 2,    /**< the selector at the head of the string */
+    ZelkInsightByRegion = 3, /**< the regional setting, in place of what the selector says or because it says nothing */
+    ZelkInsightByOverride = 4, /**< the default code, which the caller has from an override */
+    ZelkInsightByGuess = 5     /**< the bytes of the text */
+} zelkInsightReason;
+
+/** The bits of zelkInsightSettings::options. */
+enum {
+    ZelkInsightIgnoreSelector = 1, /**< a selector is stepped over, and the defaults decide */
+    ZelkInsightOverridden = 2      /**< the defaults come from an override: for the reason that is reported */
+};
+
+/** How a string is read: the arguments of zelk_dvb8ToUtf8() and what goes beyond them. */
+typedef struct zelkInsightSettings {
+    dvbCharSet_t charSet;  /**< the regional setting; DvbCharSetStandard reads as the standard says */
+    DvbCode_t defaultCode; /**< of strings without a selector, or DvbCodeNone */
+    int defaultExtra;      /**< the encoding type that goes with DvbCodeCompressed as a default */
+    unsigned int flags;    /**< bit 0 keeps the codes for emphasis on and off (U+0086 and U+0087) */
+    unsigned int options;  /**< any of ZelkInsightIgnoreSelector and its kin */
+} zelkInsightSettings;
+
+/** One thing that was found: what, how bad, where in the string and where in the text. */
+typedef struct zelkInsightFinding {
+    zelkInsightKind kind;
+    zelkInsightSeverity severity;
+    unsigned int offset;     /**< of its first byte in the string */
+    unsigned int length;     /**< its bytes in the string */
+    unsigned int textOffset; /**< of what it left in the text, or of where that would stand */
+    unsigned int textLength; /**< the bytes that it left there, 0 for none */
+    unsigned int value;      /**< what the kind says; otherwise 0 */
+} zelkInsightFinding;
+
+/** What a stretch of a string did. */
+typedef enum zelkInsightStepKind ZELK_INT_ENUM {
+    ZelkInsightStepSelector = 0,   /**< named the table */
+    ZelkInsightStepText = 1,       /**< gave a character, or of compressed text up to four */
+    ZelkInsightStepMark = 2,       /**< waits for the letter that it stands above; `value` is its byte */
+    ZelkInsightStepControl = 3,    /**< gave a control code or a line feed */
+    ZelkInsightStepDropped = 4,    /**< gave nothing */
+    ZelkInsightStepUnassigned = 5, /**< has no character: gave U+FFFD or nothing */
+    ZelkInsightStepPiece = 6,      /**< compressed bits that complete no character; `value` is their byte */
+    ZelkInsightStepEnd = 7         /**< the end of the text */
+} zelkInsightStepKind;
+
+/** One stretch of a string. The steps of a string cover it without gap or overlap (compressed text by its bits). */
+typedef struct zelkInsightStep {
+    zelkInsightStepKind kind;
+    unsigned int offset;     /**< of the first byte */
+    unsigned int length;     /**< in bytes; those that the bits touch */
+    unsigned int bitOffset;  /**< of compressed text: the first bit, counted from the first bit of the string; else 0 */
+    unsigned int bitCount;   /**< of compressed text: its bits; else 0 */
+    unsigned int textOffset; /**< in the text */
+    unsigned int textLength; /**< 0 where nothing came out or nothing fitted */
+    unsigned int character;  /**< the code point (a lone surrogate as it is; of several the first); 0 for none */
+    unsigned int value;      /**< the mark of a composed letter, the byte of a compressed character; else 0 */
+    int finding;             /**< the kind of the finding about it, or -1 */
+} zelkInsightStep;
+
+/** The caller sets the arrays and their rooms, the call the rest. */
+typedef struct zelkInsightEvidence {
+    zelkInsightFinding *findings; /**< in order of offset; null for none */
+    unsigned int findingRoom;     /**< entries of `findings` */
+    zelkInsightStep *steps; /**< in order of offset; null for none, which is much faster for text without findings */
+    unsigned int stepRoom;  /**< entries of `steps` */
+
+    unsigned int findingCount;    /**< of all findings */
+    unsigned int stepCount;       /**< of all steps; 0 where no array was given */
+    zelkInsightSeverity severity; /**< of the worst finding; ZelkInsightNote without any */
+    dvbCharSet_t charSet;         /**< after selection */
+    DvbCode_t code;               /**< after selection, as zelk_dvbGetDvbCode() gives it */
+    int extra;                    /**< the encoding type of compressed text */
+    zelkInsightTable table;       /**< what the text was read with */
+    zelkInsightReason reason;     /**< why */
+    unsigned int selectorLength;  /**< the bytes of the selector */
+} zelkInsightEvidence;
+
+/**
+ * Decodes a DVB string to UTF-8 and says what was found.
+ *
+ * The text is that of zelk_dvb8ToUtf8() with the same arguments wherever that is valid UTF-8. For text without
+ * findings, and without steps, the cost is less than twice that function's; it is linear for all.
+ *
+ * What a caller guarantees about the input is what <zelk.h> says for DVB text: with a positive count one byte after the
+ * string must be readable, since a mark looks at its letter (a string that ends with a mark has the finding
+ * byte-after-count); without one a string that begins 10 00 has a third byte.
+ *
+ * @param settings how to read; null for the standard's way without defaults
+ * @param out      receives the text and a zero
+ * @param outSize  bytes in `out`; zelkInsightDecodeSize() bytes hold every text
+ * @param in       the string, or null for an empty one
+ * @param inLen    its bytes; negative: up to the zero byte, as zelk_dvb8ToUtf8() finds it
+ * @param evidence what was found; null for the text alone
+ * @return the bytes of the text
+ */
+unsigned int zelkInsightDecode(const zelkInsightSettings *settings, char *out, int outSize, const char *in, int inLen,
+                               zelkInsightEvidence *evidence);
+
+/**
+ * Gives the size of an output that holds whatever the string decodes to, the terminator included: 3 bytes for a byte,
+ * 24 for one of compressed text. At most 2147483647; compressed text without a count gives 0.
+ */
+int zelkInsightDecodeSize(const zelkInsightSettings *settings, const char *in, int inLen);
+
+/** Gives the stable identifier of a kind, such as "selector-reserved"; "unknown" for a value without a name. */
+const char *zelkInsightKindName(zelkInsightKind kind);
+
+/** Gives the severity that findings of a kind have. */
+zelkInsightSeverity zelkInsightKindSeverity(zelkInsightKind kind);
+
+/** Gives the clause of the public standard that a kind rests on, such as "ETSI EN 300 468 A.2"; "" for none. */
+const char *zelkInsightKindClause(zelkInsightKind kind);
+
+/** Gives a table's name, such as "ISO 8859-5"; "unknown" for a value without a name. */
+const char *zelkInsightTableName(zelkInsightTable table);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+#undef ZELK_INT_ENUM
+
+#if defined(ZELK_BUILDING_INSIGHT)
+#pragma GCC visibility pop
+#endif
+
+#endif /* ZELK_INSIGHT_H */

@@ -1,0 +1,287 @@
+// Compressed text, code by code.
+//
+// The context-tree codes are walked in the tables that libmurn-zelk exports. The codes of pieces come from the rows of
+// the data files that the receiver's library is built from, as a tree of bits.
+#include "compressed.h"
+
+#include "tables/malaysia_rows.h"
+#include "zelk.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace zelk::insight {
+namespace {
+
+// The bits of the text proper; `at` counts from the first bit of the string.
+class Bits {
+public:
+    explicit Bits(const Reading &reading)
+        : bytes_(reading.text), at_(std::uint64_t{8} * reading.begin), end_(std::uint64_t{8} * reading.end) {}
+
+    bool atEnd() const { return at_ >= end_; }
+    std::uint64_t at() const { return at_; }
+    std::uint64_t left() const { return atEnd() ? 0 : end_ - at_; }
+    std::uint64_t end() const { return end_; }
+
+    unsigned int peek() const { return static_cast<unsigned int>(bytes_[at_ / 8]) >> (7 - at_ % 8) & 1U; }
+    unsigned int next() {
+        const unsigned int bit = peek();
+        ++at_;
+        return bit;
+    }
+    void moveTo(std::uint64_t at) { at_ = at; }
+
+private:
+    const unsigned char *bytes_;
+    std::uint64_t at_;
+    std::uint64_t end_;
+};
+
+Span spanOf(std::uint64_t first, std::uint64_t end) {
+    return bitSpan(static_cast<unsigned int>(first), static_cast<unsigned int>(end));
+}
+
+// What follows the end of the text inside its last byte is padding; whole bytes after that are a finding.
+void recordRest(Recorder &recorder, const Reading &reading, const Bits &bits) {
+    const auto first = static_cast<unsigned int>((bits.at() + 7) / 8);
+    if (reading.ends && first < reading.end) {
+        const Span rest{first, reading.end - first};
+        recorder.silent(ZelkInsightStepDropped, rest, 0, ZelkInsightCompressedRest);
+        recorder.found(ZelkInsightCompressedRest, rest);
+    }
+}
+
+void recordCut(Recorder &recorder, std::uint64_t first, std::uint64_t end) {
+    const Span span = first < end ? spanOf(first, end) : Span{static_cast<unsigned int>(end / 8), 0};
+    if (first < end) {
+        recorder.silent(ZelkInsightStepPiece, span, 0, ZelkInsightCompressedCut);
+    }
+    recorder.found(ZelkInsightCompressedCut, span, recorder.length(), span.bitCount);
+}
+
+// ---- Codes by the character before ----
+
+constexpr unsigned int leafFlag = 0x80;
+constexpr unsigned int escape = 0x1B;
+constexpr unsigned int firstWithoutTree = 0x80; // characters after which a plain byte follows
+constexpr int inputEnded = -1;
+
+// The next byte of UTF-8, or inputEnded; `before` is the one before.
+int nextByte(Bits &bits, const unsigned char *table, unsigned int before) {
+    if (before < firstWithoutTree) {
+        const unsigned int tree = static_cast<unsigned int>(table[2 * before]) << 8U | table[2 * before + 1];
+        unsigned int node = 0;
+        do {
+            if (bits.atEnd()) {
+                return inputEnded;
+            }
+            node = table[tree + 2 * node + bits.next()];
+        } while (node < leafFlag);
+        if (node - leafFlag != escape) {
+            return static_cast<int>(node - leafFlag);
+        }
+    }
+    if (bits.left() < 8) {
+        return inputEnded;
+    }
+    unsigned int literal = 0;
+    for (int i = 0; i < 8; ++i) {
+        literal = literal << 1U | bits.next();
+    }
+    return static_cast<int>(literal);
+}
+
+} // namespace
+
+// The bytes are UTF-8, read as libmurn-zelk reads it, whose answers for the end of a text and for "more is needed" are
+// the characters U+FFFF and U+FFFE: they do as much here.
+void recordContextText(Recorder &recorder, const Reading &reading, unsigned int flags) {
+    constexpr unsigned int textEnded = 0xFFFF;
+    constexpr unsigned int replacementBytes = 0xEFBFBD;
+    constexpr unsigned int byteSkipped = 0xFFFE;
+    const unsigned char *const table = reading.extra == 1 ? HuffmanDecodeTable_1 : HuffmanDecodeTable_2;
+    UnitRecorder units(recorder, flags);
+    Utf8DecoderState utf8;
+    zelkInitUtf8Decoder(&utf8);
+    Bits bits(reading);
+    unsigned int before = 0;
+    unsigned int recent = 0; // the last bytes
+    for (;;) {
+        const std::uint64_t first = bits.at();
+        const int byte = nextByte(bits, table, before);
+        if (byte == inputEnded) {
+            units.flush();
+            recordCut(recorder, first, bits.end());
+            return;
+        }
+        before = static_cast<unsigned int>(byte);
+        recent = (recent << 8U | before) & 0xFFFFFFU;
+        const bool inside = utf8.remaining != 0;
+        const unsigned int answer = byte == 0 ? textEnded : zelkUtf8Decode(&utf8, before);
+        const unsigned int character = answer & 0xFFFFU;
+        const Span span = spanOf(first, bits.at());
+        if (character == textEnded) {
+            units.flush();
+            recorder.silent(ZelkInsightStepEnd, span);
+            recordRest(recorder, reading, bits);
+            return;
+        }
+        if (answer != character) {
+            units.flush();
+            recorder.found(ZelkInsightUtf8Malformed, {span.offset, 0});
+        }
+        if (character == byteSkipped) {
+            units.flush();
+            const std::uint64_t after = bits.at() + 8 < bits.end() ? bits.at() + 8 : bits.end();
+            bits.moveTo(after);
+            const Span skipped = spanOf(first, after);
+            recorder.silent(ZelkInsightStepDropped, skipped, before, ZelkInsightUtf8Malformed);
+            recorder.found(ZelkInsightUtf8Malformed, skipped);
+        } else if (character == 0) {
+            units.flush();
+            recorder.silent(ZelkInsightStepPiece, span, before);
+        } else if (character == replacement && !(inside && recent == replacementBytes)) {
+            units.flush();
+            recorder.malformed(ZelkInsightUtf8Malformed, span, before, 1);
+        } else {
+            units.unit(character, span, before);
+        }
+    }
+}
+
+// ---- Codes of pieces ----
+
+namespace {
+
+// The files, each in a string of its own, which the build of the receiver's library has put around it and checked.
+constexpr char englishText[] =
+#include "malaysia_en.tsv.h"
+    ;
+constexpr char malayText[] =
+#include "malaysia_ms.tsv.h"
+    ;
+constexpr auto englishRows =
+    tables::readMalaysiaRows<tables::englishTable.rows()>(englishText, tables::englishTable).rows;
+constexpr auto malayRows = tables::readMalaysiaRows<tables::malayTable.rows()>(malayText, tables::malayTable).rows;
+
+template <std::size_t Count>
+using Rows = std::array<tables::MalaysiaRow, Count>;
+
+struct PieceNode {
+    std::array<std::uint16_t, 2> child; // by the next bit; 0 where no code goes on
+    std::array<char, 4> piece;          // of a node that ends a code
+    std::uint8_t length;                // 0 for all others
+
+    constexpr bool branches() const { return child[0] != 0 || child[1] != 0; }
+};
+
+template <std::size_t Count>
+consteval std::size_t nodesOf(const Rows<Count> &rows) {
+    // A node for every distinct beginning of a code: those that no earlier row shares.
+    std::size_t count = 1;
+    for (std::size_t row = 0; row < Count; ++row) {
+        std::size_t shared = 0;
+        for (std::size_t earlier = 0; earlier < row; ++earlier) {
+            std::size_t common = 0;
+            while (common < rows[row].code.size() && common < rows[earlier].code.size() &&
+                   rows[row].code[common] == rows[earlier].code[common]) {
+                ++common;
+            }
+            shared = common > shared ? common : shared;
+        }
+        count += rows[row].code.size() - shared;
+    }
+    return count;
+}
+
+template <std::size_t Nodes, std::size_t Count>
+consteval std::array<PieceNode, Nodes> treeOf(const Rows<Count> &rows) {
+    std::array<PieceNode, Nodes> tree{};
+    std::uint16_t used = 1;
+    for (const tables::MalaysiaRow &row : rows) {
+        std::size_t node = 0;
+        for (const char bit : row.code) {
+            std::uint16_t &child = tree[node].child[bit == '1' ? 1 : 0];
+            if (child == 0) {
+                child = used++;
+            }
+            node = child;
+        }
+        for (std::size_t i = 0; i < row.piece.size(); ++i) {
+            tree[node].piece[i] = row.piece[i];
+        }
+        tree[node].length = static_cast<std::uint8_t>(row.piece.size());
+    }
+    return tree;
+}
+
+constexpr auto englishTree = treeOf<nodesOf(englishRows)>(englishRows);
+constexpr auto malayTree = treeOf<nodesOf(malayRows)>(malayRows);
+
+constexpr int malayType = 6;
+constexpr unsigned int endPath = 0x7F; // a 1 bit that leads nowhere after this path ends the text
+
+void recordPiece(Recorder &recorder, const PieceNode &node, Span span) {
+    std::array<unsigned int, 4> characters{};
+    for (std::size_t i = 0; i < node.length; ++i) {
+        characters[i] = static_cast<unsigned char>(node.piece[i]);
+    }
+    recorder.characters(characters.data(), node.length, span);
+}
+
+} // namespace
+
+void recordPieces(Recorder &recorder, const Reading &reading) {
+    const PieceNode *const tree = reading.extra == malayType ? malayTree.data() : englishTree.data();
+    recorder.stopAtCut();
+    Bits bits(reading);
+    for (;;) {
+        const std::uint64_t first = bits.at();
+        std::size_t node = 0;
+        unsigned int path = 0;
+        while (!bits.atEnd() && tree[node].branches()) {
+            const unsigned int bit = bits.peek();
+            if (tree[node].child[bit] == 0) {
+                break;
+            }
+            node = tree[node].child[bit];
+            path = path << 1U | bit;
+            bits.next();
+        }
+        if (tree[node].length != 0) {
+            recordPiece(recorder, tree[node], spanOf(first, bits.at()));
+            continue;
+        }
+        if (bits.atEnd()) {
+            if (first < bits.end()) {
+                recorder.silent(ZelkInsightStepPiece, spanOf(first, bits.end())); // bits that fill the last byte
+            }
+            if (bits.end() - first >= 8) {
+                recorder.found(ZelkInsightCompressedCut, spanOf(first, bits.end()), recorder.length(),
+                               static_cast<unsigned int>(bits.end() - first));
+            }
+            return;
+        }
+        const unsigned int bit = bits.next();
+        if (bit == 1 && path == endPath) {
+            recorder.silent(ZelkInsightStepEnd, spanOf(first, bits.at()));
+            recordRest(recorder, reading, bits);
+            return;
+        }
+        unsigned int literal = 0;
+        const bool whole = bits.left() >= 8;
+        for (int i = 0; i < 8 && !bits.atEnd(); ++i) {
+            literal = literal << 1U | bits.next();
+        }
+        const unsigned int character = whole ? literal : 0;
+        recorder.characters(&character, 1, spanOf(first, bits.at()));
+        if (!whole) {
+            recorder.found(ZelkInsightCompressedCut, spanOf(first, bits.at()), recorder.length(),
+                           static_cast<unsigned int>(bits.at() - first));
+        }
+    }
+}
+
+} // namespace zelk::insight

@@ -1,0 +1,570 @@
+// Decoding with evidence.
+//
+// Most broadcast text has no findings. It is decoded by libmurn-zelk, and counts of its bytes show that nothing was
+// lost (clean.h). What is left is decoded here character by character, by the rules that <zelk.h> states, each step
+// with what there is to say of it. No rule is in two places: tables and marks are those that the receiver's library is
+// built from, and UTF-8 is read by its functions.
+#include "clean.h"
+#include "compressed.h"
+#include "reading.h"
+#include "recorder.h"
+
+#include "detail/dvb_select.h"
+#include "tables/byte_set_definitions.h"
+#include "tables/dvb_marks.h"
+#include "tables/dvb_tables.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstring>
+
+namespace zelk::insight {
+namespace {
+
+constexpr zelkInsightSettings standardSettings = {DvbCharSetStandard, DvbCodeNone, 0, 0, 0};
+
+// ---- Which table, and why ----
+
+constexpr unsigned int lastSelector = 0x1F;
+
+unsigned int tableNumber(dvbCharSet_t charSet, DvbCode_t code) {
+    const auto row = static_cast<unsigned int>(charSet);
+    const auto column = static_cast<unsigned int>(code);
+    return row >= tables::dvbRegionCount ? tables::dvbOtherRegionTable
+                                         : tables::dvbSelectionMatrix[row][column < tables::dvbCodeCount ? column : 0];
+}
+
+zelkInsightTable tableOf(dvbCharSet_t charSet, DvbCode_t code) {
+    switch (code) {
+    case DvbCodeUtf8Prepared:
+        return ZelkInsightTableUtf8Prepared;
+    case DvbCodeUcs2:
+        return ZelkInsightTableTwoByte;
+    case DvbCodeUtf8:
+        return ZelkInsightTableUtf8;
+    case DvbCodeCompressed:
+        return ZelkInsightTableCompressed;
+    default:
+        return static_cast<zelkInsightTable>(tableNumber(charSet, code));
+    }
+}
+
+bool isPieces(int compression) {
+    return compression == 5 || compression == 6;
+}
+
+bool hasContextCode(int compression) {
+    return compression == 1 || compression == 2;
+}
+
+// Where a string without a count ends, by the kind of its text.
+unsigned int endOf(const unsigned char *text, unsigned int begin, DvbCode_t code, int extra) {
+    if (code == DvbCodeUcs2) {
+        return begin + 2 * zelk_nawcslen(text + begin);
+    }
+    if (code == DvbCodeCompressed) {
+        return hasContextCode(extra) ? UINT_MAX / 8 : begin;
+    }
+    return begin + static_cast<unsigned int>(std::strlen(reinterpret_cast<const char *>(text) + begin));
+}
+
+Reading readSelector(const zelkInsightSettings &settings, const char *in, int inLen) {
+    Reading reading;
+    reading.text = reinterpret_cast<const unsigned char *>(in);
+    reading.counted = inLen >= 0;
+    reading.charSet = settings.charSet;
+
+    const detail::DvbSelection selection =
+        detail::selectDvbCode(in, inLen, settings.charSet, settings.defaultCode, settings.defaultExtra);
+    reading.charSet = selection.charSet;
+    reading.code = selection.code;
+    reading.extra = selection.extra;
+    reading.selectorWanted = selection.consumed;
+    const auto available = inLen < 0 ? UINT_MAX : static_cast<unsigned int>(inLen);
+    reading.begin = selection.consumed < available ? selection.consumed : available;
+    if ((settings.options & ZelkInsightIgnoreSelector) != 0 && reading.begin != 0) {
+        const detail::DvbSelection defaults =
+            detail::selectDvbCode("", 0, settings.charSet, settings.defaultCode, settings.defaultExtra);
+        reading.charSet = defaults.charSet;
+        reading.code = defaults.code;
+        reading.extra = defaults.extra;
+    }
+    reading.end = inLen < 0 ? endOf(reading.text, reading.begin, reading.code, reading.extra) : available;
+    reading.ends = inLen >= 0 || reading.code != DvbCodeCompressed || !hasContextCode(reading.extra);
+    reading.table = tableOf(reading.charSet, reading.code);
+
+    const bool bySelector = reading.begin != 0 && (settings.options & ZelkInsightIgnoreSelector) == 0;
+    const bool saysNothing = reading.code == DvbCodeNone || reading.code == DvbCodeReserved17;
+    if (bySelector) {
+        reading.reason = saysNothing || reading.table != tableOf(DvbCharSetStandard, reading.code)
+                             ? ZelkInsightByRegion
+                             : ZelkInsightBySelector;
+    } else if (settings.defaultCode != DvbCodeNone) {
+        const bool overridden = (settings.options & ZelkInsightOverridden) != 0;
+        reading.reason = overridden ? ZelkInsightByOverride : ZelkInsightByDefaultCode;
+    } else {
+        reading.reason = ZelkInsightByDefault;
+    }
+    return reading;
+}
+
+// What Tables A.3 and A.4 of the standard say of a selector.
+int selectorFinding(const unsigned char *text, unsigned int length) {
+    switch (text[0]) {
+    case 0x08:
+    case 0x0C:
+    case 0x0D:
+    case 0x0E:
+    case 0x0F:
+        return ZelkInsightSelectorReserved;
+    case 0x10:
+        return length == 3 && text[2] >= 1 && text[2] <= 15 && text[2] != 12
+                   ? noFinding
+                   : static_cast<int>(ZelkInsightSelectorReserved);
+    case 0x12:
+    case 0x13:
+        return ZelkInsightSelectorUnsupported;
+    case 0x1F:
+        return length == 2 && (hasContextCode(text[1]) || isPieces(text[1]))
+                   ? noFinding
+                   : static_cast<int>(ZelkInsightSelectorUnsupported);
+    default:
+        return text[0] >= 0x16 ? static_cast<int>(ZelkInsightSelectorReserved) : noFinding;
+    }
+}
+
+void recordSelector(Recorder &recorder, const Reading &reading) {
+    if (reading.begin == 0) {
+        return;
+    }
+    const Span span{0, reading.begin};
+    const bool cut = reading.begin < reading.selectorWanted;
+    const int finding = cut ? static_cast<int>(ZelkInsightSelectorCut) : selectorFinding(reading.text, reading.begin);
+    recorder.silent(ZelkInsightStepSelector, span, 0, finding);
+    if (finding != noFinding) {
+        recorder.found(static_cast<zelkInsightKind>(finding), span, 0, reading.text[0]);
+    }
+}
+
+// ---- Character by character ----
+
+bool isWindows(zelkInsightTable table) {
+    return table >= ZelkInsightTableWindows1250 && table <= ZelkInsightTableWindows1257;
+}
+
+tables::DvbTable byteTable(zelkInsightTable table) {
+    constexpr tables::ByteSet windows[] = {tables::ByteSet::Windows1250, tables::ByteSet::Windows1251,
+                                           tables::ByteSet::Windows1252, tables::ByteSet::Windows1253,
+                                           tables::ByteSet::Windows1254, tables::ByteSet::Windows1257};
+    return isWindows(table) ? tables::DvbTable{windows[table - ZelkInsightTableWindows1250], tables::noMarks}
+                            : tables::dvbTables[static_cast<unsigned int>(table)];
+}
+
+class TableRecorder {
+public:
+    TableRecorder(Recorder &recorder, const Reading &reading, unsigned int flags)
+        : recorder_(recorder), reading_(reading), flags_(flags), table_(byteTable(reading.table)),
+          set_(tables::codePointsOf(table_.set)) {}
+
+    void record() {
+        for (unsigned int at = reading_.begin; at < reading_.end;) {
+            at = recordByte(at);
+        }
+    }
+
+private:
+    bool isDefaultTable() const { return table_.set == tables::ByteSet::DvbDefault; }
+
+    // Returns where the next character begins.
+    unsigned int recordByte(unsigned int at) {
+        const unsigned int byte = reading_.text[at];
+        const Span span{at, 1};
+        const bool control = byte < 0x20 || (byte >= 0x80 && byte < 0xA0 && !isWindows(reading_.table));
+        if (control && isDefaultTable() && byte < 0x20) {
+            const unsigned int here = recorder_.length();
+            recorder_.silent(ZelkInsightStepDropped, span, 0, ZelkInsightControlDropped);
+            recorder_.found(ZelkInsightControlDropped, span, here, byte);
+            return at + 1;
+        }
+        if (control) {
+            recordControl(recorder_, byte, flags_, span);
+            return at + 1;
+        }
+        const unsigned int character = set_[byte];
+        if (isDefaultTable() && byte >= 0xA0 && character == tables::unassigned) {
+            recorder_.malformed(ZelkInsightByteUnassigned, span, byte, 0);
+            return at + 1;
+        }
+        if (table_.marks != tables::noMarks && byte >= 0xA0 && byte <= 0xCF &&
+            tables::dvbMarks.sets[table_.marks].columnOf[byte] != 0) {
+            return recordMark(at, byte, character);
+        }
+        recordCharacter(span, byte, character);
+        return at + 1;
+    }
+
+    void recordCharacter(Span span, unsigned int byte, unsigned int character) {
+        if (character == tables::unassigned) {
+            recorder_.malformed(ZelkInsightByteUnassigned, span, byte, 1);
+        } else {
+            recorder_.character(character, span);
+        }
+    }
+
+    // The last mark of a counted string looks at the byte after the count and, where the two would compose, is lost.
+    unsigned int recordMark(unsigned int at, unsigned int byte, unsigned int character) {
+        const Span span{at, 1};
+        const bool last = at + 1 == reading_.end;
+        const bool afterCount = last && reading_.counted;
+        const unsigned int next = last && !reading_.counted ? 0 : reading_.text[at + 1];
+        const unsigned int composed = tables::composeIn(tables::dvbMarks, table_.marks, next, byte);
+        if (composed != 0 && !last) {
+            recorder_.silent(ZelkInsightStepMark, span, byte,
+                             isDropped(next, composed) ? static_cast<int>(ZelkInsightMarkDropped) : noFinding);
+            const unsigned int here = recorder_.length();
+            recorder_.character(composed, {at + 1, 1}, byte);
+            if (isDropped(next, composed)) {
+                recorder_.found(ZelkInsightMarkDropped, {at, 2}, here, byte);
+            }
+            return at + 2;
+        }
+        const unsigned int here = recorder_.length();
+        const bool spacing = isDefaultTable(); // the other tables have letters in these places
+        if (composed != 0) {
+            recorder_.silent(ZelkInsightStepDropped, span, byte, ZelkInsightMarkWithoutLetter);
+            recorder_.found(ZelkInsightMarkWithoutLetter, span, here, byte);
+        } else if (spacing && character != tables::unassigned) {
+            recorder_.character(character, span, byte, ZelkInsightMarkWithoutLetter);
+            recorder_.found(ZelkInsightMarkWithoutLetter, span, here, byte);
+        } else {
+            recordCharacter(span, byte, character);
+        }
+        if (afterCount) {
+            recorder_.found(ZelkInsightByteAfterCount, span);
+        }
+        return at + 1;
+    }
+
+    // A letter that the mark leaves as it was.
+    bool isDropped(unsigned int base, unsigned int composed) const {
+        return table_.marks == tables::latinMarks && base != ' ' && composed == base;
+    }
+
+    Recorder &recorder_;
+    const Reading &reading_;
+    unsigned int flags_;
+    tables::DvbTable table_;
+    const tables::CodePoints &set_;
+};
+
+void recordTwoByte(Recorder &recorder, const Reading &reading, unsigned int flags) {
+    UnitRecorder units(recorder, flags);
+    unsigned int at = reading.begin;
+    for (; at + 1 < reading.end; at += 2) {
+        units.unit(static_cast<unsigned int>(reading.text[at]) << 8U | reading.text[at + 1], {at, 2});
+    }
+    units.flush();
+    if (at < reading.end) {
+        const Span span{at, 1};
+        recorder.silent(ZelkInsightStepDropped, span, 0, ZelkInsightTwoByteOdd);
+        recorder.found(ZelkInsightTwoByteOdd, span);
+    }
+}
+
+// The receiver's UTF-8 has three bytes at most, and an unfinished sequence that a byte of ASCII ends leaves nothing.
+class Utf8Recorder {
+public:
+    Utf8Recorder(Recorder &recorder, const Reading &reading, unsigned int flags)
+        : recorder_(recorder), reading_(reading), units_(recorder, flags) {
+        zelkInitUtf8Decoder(&state_);
+    }
+
+    void record() {
+        first_ = reading_.begin;
+        for (unsigned int at = reading_.begin; at < reading_.end;) {
+            at = state_.remaining == 0 && reading_.text[at] >= 0xF0 ? recordLongLead(at) : recordByte(at);
+        }
+        if (first_ < reading_.end) {
+            malformed(reading_.end, 0);
+        }
+        units_.flush();
+    }
+
+private:
+    void malformed(unsigned int end, unsigned int count) {
+        units_.flush();
+        recorder_.malformed(ZelkInsightUtf8Malformed, {first_, end - first_}, reading_.text[first_], count);
+        first_ = end;
+    }
+
+    // Each byte of a form of four bytes is rejected by itself.
+    unsigned int recordLongLead(unsigned int at) {
+        first_ = at;
+        const Utf8Character character = utf8Read(reading_.text + at, reading_.end - at);
+        if (!character.valid) {
+            malformed(at + 1, 1);
+            return at + 1;
+        }
+        units_.flush();
+        recorder_.malformed(ZelkInsightUtf8FourByte, {at, 4}, character.codePoint, 4);
+        first_ = at + 4;
+        return at + 4;
+    }
+
+    unsigned int recordByte(unsigned int at) {
+        const bool inside = state_.remaining != 0;
+        if (!inside) {
+            first_ = at;
+        }
+        const unsigned int result = zelkUtf8Decode(&state_, reading_.text[at]);
+        if (result >> 16U != 0) {
+            malformed(at, 0); // a byte of ASCII has ended the sequence
+        } else if (inside && result == replacement && state_.remaining != 0) {
+            malformed(at, 1); // the lead of another one has
+            return at + 1;
+        }
+        if (state_.remaining != 0) {
+            return at + 1;
+        }
+        const unsigned int character = result & 0xFFFFU;
+        if (character == replacement && !isReplacementItself(at)) {
+            malformed(at + 1, 1);
+        } else {
+            units_.unit(character, {first_, at + 1 - first_});
+            first_ = at + 1;
+        }
+        return at + 1;
+    }
+
+    bool isReplacementItself(unsigned int at) const {
+        return at - first_ == 2 && reading_.text[first_] == 0xEF && reading_.text[first_ + 1] == 0xBF &&
+               reading_.text[at] == 0xBD;
+    }
+
+    Recorder &recorder_;
+    const Reading &reading_;
+    UnitRecorder units_;
+    Utf8DecoderState state_{};
+    unsigned int first_ = 0; // of the sequence that is being read
+};
+
+// Prepared text passes as it is, and ends at a zero byte. Pairs of surrogates come as two sequences.
+void recordPrepared(Recorder &recorder, const Reading &reading) {
+    recorder.stopAtCut();
+    const auto surrogateAt = [&reading](unsigned int at) -> unsigned int {
+        const unsigned char *const text = reading.text + at;
+        const bool surrogate = at + 3 <= reading.end && text[0] == 0xED && text[1] >= 0xA0 && text[1] <= 0xBF &&
+                               text[2] >= 0x80 && text[2] <= 0xBF;
+        return surrogate ? 0xD000U | (text[1] & 0x3FU) << 6U | (text[2] & 0x3FU) : 0U;
+    };
+    unsigned int at = reading.begin;
+    while (at < reading.end && reading.text[at] != 0) {
+        const Utf8Character character = utf8Read(reading.text + at, reading.end - at);
+        const unsigned int surrogate = character.valid ? 0 : surrogateAt(at);
+        unsigned int length = character.length;
+        if (character.valid) {
+            recorder.character(character.codePoint, {at, length});
+        } else if (surrogate != 0) {
+            const unsigned int low = isHighSurrogate(surrogate) ? surrogateAt(at + 3) : 0;
+            length = isLowSurrogate(low) ? 6 : 3;
+            const unsigned int here = recorder.length();
+            if (length == 6) {
+                recorder.character(joinSurrogates(surrogate, low), {at, length});
+            } else {
+                recorder.character(surrogate, {at, length}, 0, ZelkInsightSurrogateLone);
+                recorder.found(ZelkInsightSurrogateLone, {at, length}, here, surrogate);
+            }
+        } else {
+            recorder.malformed(ZelkInsightUtf8Malformed, {at, length}, reading.text[at], 1);
+        }
+        at += length;
+    }
+    if (at < reading.end) {
+        const Span rest{at, reading.end - at};
+        const int finding = rest.length > 1 ? static_cast<int>(ZelkInsightTextAfterEnd) : noFinding;
+        recorder.silent(ZelkInsightStepEnd, rest, 0, finding);
+        if (finding != noFinding) {
+            recorder.found(ZelkInsightTextAfterEnd, rest);
+        }
+    }
+}
+
+void recordCompressed(Recorder &recorder, const Reading &reading, unsigned int flags) {
+    if (reading.begin == reading.end) {
+        return;
+    }
+    if (hasContextCode(reading.extra)) {
+        recordContextText(recorder, reading, flags);
+    } else if (isPieces(reading.extra)) {
+        recordPieces(recorder, reading);
+    } else {
+        const Span span{reading.begin, reading.end - reading.begin};
+        recorder.silent(ZelkInsightStepDropped, span, 0, ZelkInsightCompressedUnknown);
+        recorder.found(ZelkInsightCompressedUnknown, span, recorder.length(), static_cast<unsigned int>(reading.extra));
+    }
+}
+
+void recordBody(Recorder &recorder, const Reading &reading, unsigned int flags) {
+    switch (reading.table) {
+    case ZelkInsightTableUtf8Prepared:
+        recordPrepared(recorder, reading);
+        break;
+    case ZelkInsightTableTwoByte:
+        recordTwoByte(recorder, reading, flags);
+        break;
+    case ZelkInsightTableUtf8:
+        Utf8Recorder(recorder, reading, flags).record();
+        break;
+    case ZelkInsightTableCompressed:
+        recordCompressed(recorder, reading, flags);
+        break;
+    default:
+        TableRecorder(recorder, reading, flags).record();
+    }
+}
+
+// ---- Text without findings ----
+
+bool hasEmphasis(const unsigned char *body, std::size_t count) {
+    return std::memchr(body, 0x86, count) != nullptr || std::memchr(body, 0x87, count) != nullptr;
+}
+
+// Whether a set has a character in every place from 0xA0 on.
+bool isFull(tables::ByteSet set) {
+    static constexpr auto full = []() {
+        std::array<bool, tables::byteSetCount> result{};
+        constexpr auto pool = tables::expandByteSets();
+        for (std::size_t i = 0; i < result.size(); ++i) {
+            result[i] = std::find(pool[i].begin() + 0xA0, pool[i].end(), tables::unassigned) == pool[i].end();
+        }
+        return result;
+    }();
+    return full[static_cast<std::size_t>(set)];
+}
+
+// Whether the text that libmurn-zelk made of a string in a single-byte table holds a character for each of its bytes, a
+// mark and its letter counting as one byte. No byte gives more than one character, so that two sums tell: with all
+// bytes of 0x80 and more accounted for by characters beyond ASCII, none of them was dropped; and then a mark that
+// stands alone gives a character too many.
+bool isCleanTableText(const Reading &reading, const unsigned char *body, std::size_t count, const char *text,
+                      std::size_t length, bool ample, unsigned int flags) {
+    if (isGraphicAscii(body, count)) {
+        return length == count; // characters that stand for themselves in every table
+    }
+    const tables::DvbTable table = byteTable(reading.table);
+    if (table.marks == tables::noMarks && ample && isFull(table.set) && isGraphic(body, count)) {
+        return true;
+    }
+    if ((flags & 1U) != 0 && hasEmphasis(body, count)) {
+        return false;
+    }
+    const TextCounts out = countText(text, length);
+    if (out.rare || table.marks == tables::greekMarks) {
+        return false;
+    }
+    const std::size_t characters = length - out.continuations;
+    if (table.marks == tables::noMarks) {
+        return characters == count;
+    }
+    const StringCounts string = countString(body, count);
+    const bool markAtEnd = reading.counted && body[count - 1] >= 0xC1 && body[count - 1] <= 0xCF;
+    const std::size_t highCharacters = out.high - out.continuations;
+    return !markAtEnd && !string.controls && highCharacters + out.controls == string.high &&
+           characters == count - string.marks;
+}
+
+// The same of the other kinds of text.
+bool isCleanUnicode(const Reading &reading, const unsigned char *body, std::size_t count, const char *text,
+                    std::size_t length, unsigned int flags) {
+    if ((flags & 1U) != 0) {
+        return false;
+    }
+    if (reading.table == ZelkInsightTableUtf8) {
+        return length == count && std::memcmp(body, text, count) == 0 && std::memchr(text, 0xED, length) == nullptr;
+    }
+    const TextCounts out = countText(text, length);
+    return reading.table == ZelkInsightTableTwoByte && count % 2 == 0 && length - out.continuations == count / 2 &&
+           !out.rare;
+}
+
+// Tries without steps: true when `written` bytes of text are all there is to say.
+bool decodeClean(const Reading &reading, const zelkInsightSettings &settings, char *out, int outSize, const char *in,
+                 int inLen, unsigned int &written) {
+    const bool selectorIgnored = (settings.options & ZelkInsightIgnoreSelector) != 0 && reading.begin != 0;
+    if (selectorIgnored || reading.begin != reading.selectorWanted || reading.table == ZelkInsightTableCompressed ||
+        reading.table == ZelkInsightTableUtf8Prepared) {
+        return false;
+    }
+    if (reading.begin != 0 && selectorFinding(reading.text, reading.begin) != noFinding) {
+        return false;
+    }
+    const std::size_t count = reading.end - reading.begin;
+    if (count == 0) {
+        return false;
+    }
+    written = zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, settings.defaultCode, settings.defaultExtra,
+                              settings.flags);
+    const unsigned char *const body = reading.text + reading.begin;
+    const bool ample = outSize >= 0 && static_cast<std::size_t>(outSize) > 3 * count;
+    const bool unicode = reading.table >= ZelkInsightTableUtf8;
+    return unicode ? isCleanUnicode(reading, body, count, out, written, settings.flags)
+                   : isCleanTableText(reading, body, count, out, written, ample, settings.flags);
+}
+
+void begin(zelkInsightEvidence &evidence, const Reading &reading) {
+    if (evidence.findings == nullptr) {
+        evidence.findingRoom = 0;
+    }
+    evidence.findingCount = 0;
+    evidence.stepCount = 0;
+    evidence.severity = ZelkInsightNote;
+    evidence.charSet = reading.charSet;
+    evidence.code = reading.code;
+    evidence.extra = reading.extra;
+    evidence.table = reading.table;
+    evidence.reason = reading.reason;
+    evidence.selectorLength = reading.begin;
+}
+
+unsigned int decode(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
+                    zelkInsightEvidence *evidence) {
+    const Reading reading = readSelector(settings, in, inLen);
+    unsigned int written = 0;
+    if (evidence != nullptr) {
+        begin(*evidence, reading);
+    }
+    if ((evidence == nullptr || evidence->steps == nullptr) &&
+        decodeClean(reading, settings, out, outSize, in, inLen, written)) {
+        return written;
+    }
+    Recorder recorder(out, outSize, evidence);
+    recordSelector(recorder, reading);
+    recordBody(recorder, reading, settings.flags);
+    return recorder.finish(reading.end);
+}
+
+} // namespace
+} // namespace zelk::insight
+
+unsigned int zelkInsightDecode(const zelkInsightSettings *settings, char *out, int outSize, const char *in, int inLen,
+                               zelkInsightEvidence *evidence) {
+    using namespace zelk::insight;
+    const bool missing = in == nullptr;
+    return decode(settings == nullptr ? standardSettings : *settings, out, outSize, missing ? "" : in,
+                  missing ? 0 : inLen, evidence);
+}
+
+int zelkInsightDecodeSize(const zelkInsightSettings *settings, const char *in, int inLen) {
+    using namespace zelk::insight;
+    if (in == nullptr) {
+        return 1;
+    }
+    const Reading reading = readSelector(settings == nullptr ? standardSettings : *settings, in, inLen);
+    if (!reading.ends) {
+        return 0;
+    }
+    const unsigned long long factor = reading.table == ZelkInsightTableCompressed ? 24 : 3;
+    const unsigned long long size = factor * (reading.end - reading.begin) + 1;
+    return size > INT_MAX ? INT_MAX : static_cast<int>(size);
+}
