@@ -11,6 +11,7 @@ ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 #include "kernels/simd/avx2.h"
 
 #include "kernels/move/units_to_utf8.h"
+#include "kernels/scan/wildcards.h"
 
 namespace zelk::kernels {
 
@@ -34,8 +35,8 @@ const Kernels avx2Kernels = {
     .measureUtf8 = avx2::plain::measureUtf8,
     .sharedBytes = avx2::plain::sharedBytes,
     .alikeBytes = avx2::plain::alikeBytes,
-    .matchWildcards = avx2::plain::matchWildcards,
-    .matchWildcardsInAnyCase = avx2::plain::matchWildcardsInAnyCase,
+    .matchWildcards = avx2::matchWildcards,
+    .matchWildcardsInAnyCase = avx2::matchWildcardsInAnyCase,
     .escapeXml = avx2::plain::escapeXml,
     .unescapeXml = avx2::plain::unescapeXml,
     .escapedXmlLength = avx2::plain::escapedXmlLength,

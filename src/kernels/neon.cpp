@@ -10,6 +10,7 @@
 #include "kernels/simd/neon.h"
 
 #include "kernels/move/units_to_utf8.h"
+#include "kernels/scan/wildcards.h"
 
 namespace zelk::kernels {
 
@@ -33,8 +34,8 @@ const Kernels neonKernels = {
     .measureUtf8 = neon::plain::measureUtf8,
     .sharedBytes = neon::plain::sharedBytes,
     .alikeBytes = neon::plain::alikeBytes,
-    .matchWildcards = neon::plain::matchWildcards,
-    .matchWildcardsInAnyCase = neon::plain::matchWildcardsInAnyCase,
+    .matchWildcards = neon::matchWildcards,
+    .matchWildcardsInAnyCase = neon::matchWildcardsInAnyCase,
     .escapeXml = neon::plain::escapeXml,
     .unescapeXml = neon::plain::unescapeXml,
     .escapedXmlLength = neon::plain::escapedXmlLength,

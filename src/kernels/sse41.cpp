@@ -11,6 +11,7 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 #include "kernels/simd/sse41.h"
 
 #include "kernels/move/units_to_utf8.h"
+#include "kernels/scan/wildcards.h"
 
 namespace zelk::kernels {
 
@@ -34,8 +35,8 @@ const Kernels sse41Kernels = {
     .measureUtf8 = sse41::plain::measureUtf8,
     .sharedBytes = sse41::plain::sharedBytes,
     .alikeBytes = sse41::plain::alikeBytes,
-    .matchWildcards = sse41::plain::matchWildcards,
-    .matchWildcardsInAnyCase = sse41::plain::matchWildcardsInAnyCase,
+    .matchWildcards = sse41::matchWildcards,
+    .matchWildcardsInAnyCase = sse41::matchWildcardsInAnyCase,
     .escapeXml = sse41::plain::escapeXml,
     .unescapeXml = sse41::plain::unescapeXml,
     .escapedXmlLength = sse41::plain::escapedXmlLength,

@@ -9,6 +9,7 @@
 #include "kernels/simd/wasm.h"
 
 #include "kernels/move/units_to_utf8.h"
+#include "kernels/scan/wildcards.h"
 
 namespace zelk::kernels {
 
@@ -32,8 +33,8 @@ const Kernels wasmKernels = {
     .measureUtf8 = wasm::plain::measureUtf8,
     .sharedBytes = wasm::plain::sharedBytes,
     .alikeBytes = wasm::plain::alikeBytes,
-    .matchWildcards = wasm::plain::matchWildcards,
-    .matchWildcardsInAnyCase = wasm::plain::matchWildcardsInAnyCase,
+    .matchWildcards = wasm::matchWildcards,
+    .matchWildcardsInAnyCase = wasm::matchWildcardsInAnyCase,
     .escapeXml = wasm::plain::escapeXml,
     .unescapeXml = wasm::plain::unescapeXml,
     .escapedXmlLength = wasm::plain::escapedXmlLength,

@@ -3,8 +3,7 @@
 #pragma once
 
 #include "kernels/kernels.h"
-#include "kernels/simd/avx512.h"
-#include "kernels/simd/lines.h"
+#include "kernels/simd/avx512_lines.h"
 
 #include <algorithm>
 #include <bit>

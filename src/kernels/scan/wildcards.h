@@ -1,320 +1,397 @@
-// Wildcard patterns, a block of the text and a part of the pattern at a time. Included by wildcard.cpp alone.
+// Wildcard patterns, a line of the text and of the pattern at a time.
 //
-// The special bytes of a pattern are bits of a mask, so that no loop runs over its letters. A part between two stars is
-// looked for by two of its bytes at once, at all places of a block of text; where both are found it is compared whole.
-// No place is looked at twice for a part, nor for the next part a place in front of it: time is linear in the text.
-// The tail is compared last: if it does not fit behind the first places of the parts, it does behind no others. What is
-// out of the ordinary, a row of stars or a part longer than a block, is left to the plain rule, which can go on at any
-// star.
+// Up to the first star literals are compared; a question mark passes over one byte.
+// After a star:
+//   a part that another star follows   looked for by two of its bytes at once, at all places of a line; where both are
+//                                      found it is compared whole
+//   the last part                      compared at the end of the text
+// No place is looked at twice for a part, nor for the next part a place in front of it: time is linear in the text. The
+// last part comes last: if it does not fit after the first places of the others, it does after no others.
 //
-// Where a text ends is known only when it is read: a block may reach behind a terminator, but never onto a page that
-// the text does not reach.
+// A row of stars is left to the rule. So is, where case does not count, whatever is not ASCII: what equals it is for
+// the C library's table to say.
 #pragma once
 
+#include "detail/words.h"
 #include "kernels/kernels.h"
-#include "kernels/simd/avx512.h"
+#include "kernels/simd/text_lines.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstring>
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
 namespace wildcards {
 
 using Byte = unsigned char;
+using Places = std::uint64_t;
 
-// The block at any place of a terminated text. What lies after the terminator is undefined.
-ZELK_OPERATION Block blockAt(const Byte *text) {
-    const Mask inLine = firstBytes(bytesInLine(text));
-    const Block block = loadInLine(text, inLine);
-    return nonZero(block) == inLine ? loadInLine(text, ~Mask{0}) : block;
-}
-
-ZELK_OPERATION std::size_t lastOf(std::uint16_t mask) { // there is one
-    return static_cast<unsigned int>(__builtin_clz(mask) ^ 31);
-}
-
-// The bits in front of the first one, and up to it; all where there is none.
-ZELK_OPERATION Mask beforeFirst(Mask mask) {
-    return ~mask & (mask - 1);
-}
-
-ZELK_OPERATION Mask upToFirst(Mask mask) {
-    return _blsmsk_u64(mask);
-}
-
-ZELK_OPERATION Mask equal(Block a, Block b) {
-    return _mm512_cmpeq_epi8_mask(a, b);
-}
-
-ZELK_OPERATION Mask zeros(Block block) {
-    return _mm512_testn_epi8_mask(block, block);
-}
-
-// Stars, question marks and zeros: each has a low half byte of its own, which finds it in a table of sixteen.
-ZELK_OPERATION Mask specials(Block bytes) {
-    const Block table = nibbleTable(_mm_setr_epi8(0, -1, -1, -1, -1, -1, -1, -1, -1, -1, '*', -1, -1, -1, -1, '?'));
-    return equal(look16(table, bytes), bytes);
-}
-
-ZELK_OPERATION Block everyOf(Block block, std::size_t place) {
-    return _mm512_permutexvar_epi8(_mm512_set1_epi8(static_cast<char>(place)), block);
-}
-
-// The low bytes of 64 numbers.
-ZELK_OPERATION Block lowBytes(const int *numbers) {
-    constexpr std::size_t inBlock = blockBytes / sizeof(int);
-    const Block places = multiples<sizeof(int)>();
-    const Block front = _mm512_permutex2var_epi8(load(numbers), places, load(numbers + inBlock));
-    const Block back = _mm512_permutex2var_epi8(load(numbers + 2 * inBlock), places, load(numbers + 3 * inBlock));
-    return _mm512_inserti64x4(front, _mm512_castsi512_si256(back), 1);
-}
-
-// A rule folds bytes: those that come out alike are equal. One that is partial may refuse a block for a byte in front
-// of its end; then another rule goes on.
+// Literals are equal as they are.
 struct Exact {
-    static constexpr bool isPartial = false;
-    ZELK_OPERATION bool takes(Mask /*ends*/, Block /*block*/) { return true; }
-    ZELK_OPERATION Block fold(const Exact & /*rule*/, Block block) { return block; }
+    static constexpr bool ignoresCase = false;
 };
 
-// By half of the C library's table of small letters, for ASCII alone.
-struct AsciiInAnyCase {
-    static constexpr bool isPartial = true;
-    Table128 table;
-
-    ZELK_OPERATION AsciiInAnyCase by(const int *smallLetters) {
-        return {{lowBytes(smallLetters), lowBytes(smallLetters + blockBytes)}};
-    }
-    ZELK_OPERATION bool takes(Mask ends, Block block) {
-        const Mask high = highBits(block);
-        return _kortestz_mask64_u8(high, high) != 0 || (high & upToFirst(ends)) == 0;
-    }
-    ZELK_OPERATION Block fold(const AsciiInAnyCase &rule, Block block) {
-        return _mm512_permutex2var_epi8(rule.table.low, block, rule.table.high);
-    }
-};
-
-// By all of the table.
+// Or as letters of ASCII. The C library's table must have ASCII's own small letters in its first half.
 struct AnyCase {
-    static constexpr bool isPartial = false;
-    AsciiInAnyCase low;
-    AsciiInAnyCase high;
+    static constexpr bool ignoresCase = true;
+};
 
-    ZELK_OPERATION AnyCase by(const int *smallLetters) {
-        return {AsciiInAnyCase::by(smallLetters), AsciiInAnyCase::by(smallLetters + 128)};
+inline constexpr Byte caseBit = 'a' - 'A';
+
+ZELK_OPERATION bool isLetter(Byte byte) {
+    return static_cast<unsigned int>((byte | caseBit) - 'a') < 26;
+}
+
+inline constexpr auto smallLettersOfAscii = [] {
+    std::array<int, 0x80> letters{};
+    for (int code = 0; code < 0x80; ++code) {
+        letters[static_cast<std::size_t>(code)] = code >= 'A' && code <= 'Z' ? code + caseBit : code;
     }
-    ZELK_OPERATION bool takes(Mask /*ends*/, Block /*block*/) { return true; }
-    ZELK_OPERATION Block fold(const AnyCase &rule, Block block) {
-        return _mm512_mask_mov_epi8(AsciiInAnyCase::fold(rule.low, block), highBits(block),
-                                    AsciiInAnyCase::fold(rule.high, block));
+    return letters;
+}();
+
+ZELK_OPERATION bool hasAscii(const int *smallLetters) {
+    return std::memcmp(smallLetters, smallLettersOfAscii.data(), sizeof smallLettersOfAscii) == 0;
+}
+
+ZELK_OPERATION std::uint64_t pairOf(const Byte *front, const Byte *back) {
+    std::uint32_t halves[2];
+    std::memcpy(&halves[0], front, sizeof halves[0]);
+    std::memcpy(&halves[1], back, sizeof halves[1]);
+    return halves[0] | std::uint64_t{halves[1]} << 32U;
+}
+
+// The case bits of the letters among eight bytes.
+ZELK_OPERATION std::uint64_t caseBitsOf(std::uint64_t bytes) {
+    const std::uint64_t small = (bytes | caseBit * detail::everyByte) & detail::lowBits;
+    const std::uint64_t fromA = small + (0x80 - 'a') * detail::everyByte;
+    const std::uint64_t afterZ = small + (0x7F - 'z') * detail::everyByte;
+    return (fromA & ~afterZ & ~bytes & detail::highBits) >> 2U;
+}
+
+// Zero where eight literals are equal to eight bytes of text.
+template <class Rule>
+ZELK_OPERATION std::uint64_t differences(std::uint64_t text, std::uint64_t literals) {
+    const std::uint64_t different = text ^ literals;
+    return Rule::ignoresCase ? different & ~caseBitsOf(literals) : different;
+}
+
+// Whether so many literals are equal to as many bytes of text.
+template <class Rule>
+ZELK_OPERATION bool areEqual(const Byte *text, const Byte *literals, std::size_t count) {
+    using detail::wordAt;
+    using detail::wordBytes;
+    if (count >= wordBytes) {
+        const std::size_t last = count - wordBytes;
+        std::uint64_t different = differences<Rule>(wordAt(text + last), wordAt(literals + last));
+        for (std::size_t at = 0; at < last; at += wordBytes) {
+            different |= differences<Rule>(wordAt(text + at), wordAt(literals + at));
+        }
+        return different == 0;
+    }
+    if (count >= 4) {
+        const std::size_t last = count - 4;
+        return differences<Rule>(pairOf(text, text + last), pairOf(literals, literals + last)) == 0;
+    }
+    for (std::size_t at = 0; at < count; ++at) {
+        if (differences<Rule>(text[at], literals[at]) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+ZELK_OPERATION Flags areNotAscii(Bytes bytes) {
+    return lessSigned(bytes, repeatByte(0));
+}
+
+// Stars, question marks and zeros: each has a lower nibble of its own, which finds it in a table of sixteen.
+ZELK_OPERATION Flags areSpecial(Bytes bytes) {
+    const Bytes table = repeatLane(Lane{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, '*', 0, 0, 0, 0, '?'});
+    return equal(lookUp(table, lowerNibbles(bytes)), bytes);
+}
+
+// What a line of the pattern holds.
+struct PatternLine {
+    const Byte *start = nullptr;
+    Places specials = 0;
+    Places others = 0; // that are not of ASCII
+
+    ZELK_OPERATION PatternLine at(const Byte *start) {
+        const Line line = lineAt(start);
+        return {start, placesIn(line, areSpecial), placesIn(line, areNotAscii)};
     }
 };
 
-// A part of the pattern behind a star, up to the next one or to the pattern's end. No bytes: out of the ordinary.
+// The part of the pattern from a place on, not after its terminator, to its next special byte, and what is in it.
+struct Literals {
+    const Byte *end;
+    bool areAscii;
+
+    ZELK_OPERATION Literals from(const Byte *start, PatternLine &line) {
+        if (lineStart(start) != line.start) {
+            line = PatternLine::at(lineStart(start));
+        }
+        Places wanted = placesFrom(start - line.start);
+        Places others = 0;
+        while ((line.specials & wanted) == 0) {
+            others |= line.others & wanted;
+            line = PatternLine::at(line.start + lineBytes);
+            wanted = ~Places{0};
+        }
+        others |= line.others & wanted & placesBefore(line.specials & wanted);
+        return {line.start + firstPlace(line.specials & wanted), others == 0};
+    }
+};
+
+// A part of the pattern after a star, to the next star or the pattern's end. Its first byte stands for itself.
 struct Part {
-    Block folded; // and what follows in the pattern
+    const Byte *start;
     std::size_t size;
-    Mask literals; // the bytes that are no question marks; the first is always one
+    std::size_t reach; // from its first byte to another literal of it, as far as a line lets it be
+    bool hasAnyBytes;  // question marks
+    bool isAscii;
+
+    ZELK_OPERATION Part at(const Byte *start, PatternLine &line) {
+        Part part{start, 0, 0, false, true};
+        const Byte *from = start + (*start == '?' ? 1 : 0);
+        for (;;) {
+            const Literals literals = Literals::from(from, line);
+            part.isAscii = part.isAscii && literals.areAscii;
+            const auto places = static_cast<std::size_t>(literals.end - start);
+            if (literals.end != from) {
+                part.reach = places <= lineBytes ? places - 1 : part.hasAnyBytes ? part.reach : lineBytes - 1;
+            }
+            if (*literals.end != '?') {
+                part.size = places;
+                return part;
+            }
+            part.hasAnyBytes = true;
+            from = literals.end + 1;
+        }
+    }
+};
+
+// One byte of the text that is looked for.
+struct Literal {
+    Bytes either; // the case bit, where it does not count
+    Bytes wanted;
+
+    template <class Rule>
+    ZELK_OPERATION Literal of(Byte byte) {
+        const Byte bit = Rule::ignoresCase && isLetter(byte) ? caseBit : Byte{0};
+        return {repeatByte(bit), repeatByte(byte | bit)};
+    }
+    template <class Rule>
+    ZELK_OPERATION Places in(const Line &line, const Literal &literal) {
+        return placesIn(line, [&](Bytes bytes) {
+            return equal(Rule::ignoresCase ? bytes | literal.either : bytes, literal.wanted);
+        });
+    }
+};
+
+enum class Answer { No, Yes, Open };
+
+// Whether a part with question marks lies at a place of the text. `No` at all later places too where the text ends.
+template <class Rule>
+ZELK_OPERATION Answer fits(const Byte *text, const Part &part) {
+    for (std::size_t at = 0; at < part.size; ++at) {
+        if (text[at] == 0) {
+            return Answer::No;
+        }
+        if (Rule::ignoresCase && text[at] >= 0x80) {
+            return Answer::Open;
+        }
+        if ((at == 0 || part.start[at] != '?') && differences<Rule>(text[at], part.start[at]) != 0) {
+            return Answer::No;
+        }
+    }
+    return Answer::Yes;
+}
+
+struct Found {
+    Answer answer;
+    const Byte *end; // of the first place at which the part fits
 };
 
 template <class Rule>
-ZELK_OPERATION Part partAt(const Byte *start, const Rule &rule) {
-    const Block block = blockAt(start);
-    Mask marks = specials(block);
-    if ((marks & 1) != 0) [[unlikely]] {
-        if (*start == '*') {
-            return {block, 0, 0};
+ZELK_OPERATION Found firstFit(const Byte *text, const Part &part) {
+    const Literal first = Literal::of<Rule>(part.start[0]);
+    const Literal last = Literal::of<Rule>(part.start[part.reach]);
+    const bool isWhole = part.reach + 1 == part.size && !part.hasAnyBytes;
+    const Byte *start = lineStart(text);
+    Places wanted = placesFrom(text - start);
+    for (Places firstsBefore = 0;; wanted = ~Places{0}, start += lineBytes) {
+        const Line line = lineAt(start);
+        const Places ends = placesIn(line, areZero) & wanted;
+        const Places inText = placesBefore(ends) & wanted;
+        if (Rule::ignoresCase && (placesIn(line, areNotAscii) & inText) != 0) [[unlikely]] {
+            return {Answer::Open, nullptr};
         }
-        marks &= marks - 1;
-    }
-    std::size_t size = firstOf(marks);
-    Mask literals = ~Mask{0};
-    if (start[size] == '?') [[unlikely]] {
-        literals = ~equal(block, everyByte<'?'>()) | 1;
-        marks &= literals;
-        size = firstOf(marks);
-    }
-    if ((start[size] != 0 && start[size] != '*') || !Rule::takes(marks, block)) {
-        return {block, 0, 0};
-    }
-    return {Rule::fold(rule, block), size, beforeFirst(marks) & literals};
-}
-
-ZELK_OPERATION bool fits(const Part &part, Block folded) {
-    return (part.literals & ~equal(folded, part.folded)) == 0;
-}
-
-// Where the first place ends at which the part fits; null where there is none; the text itself where the rule refuses.
-template <class Rule>
-ZELK_OPERATION const Byte *behindPart(const Byte *const text, const Part &part, const Rule &rule) {
-    const std::size_t reach = lastOf(static_cast<std::uint16_t>(part.literals)); // of the two bytes looked for
-    const Block first = _mm512_broadcastb_epi8(_mm512_castsi512_si128(part.folded));
-    const Block last = everyOf(part.folded, reach);
-    for (const Byte *at = text;;) {
-        const Block block = blockAt(at);
-        const Mask ends = zeros(block);
-        if (Rule::isPartial && !Rule::takes(ends, block)) {
-            return text;
-        }
-        const Block folded = Rule::fold(rule, block);
-        const Mask found = _mm512_mask_cmpeq_epi8_mask(equal(folded, first), startingAt(folded, reach), last);
-        std::size_t step = blockBytes;
-        for (Mask marks = _kor_mask64(found, ends); marks != 0; marks &= marks - 1) {
-            const std::size_t place = firstOf(marks);
-            if (at[place] == 0) {
-                return nullptr;
-            }
-            if (place + part.size > blockBytes) {
-                step = std::min(place + reach, blockBytes);
-                break;
-            }
-            if (fits(part, startingAt(folded, place))) {
-                const bool allLiterals = part.literals == firstBytes(part.size);
-                const bool isInText = allLiterals || (ends & firstBytes(place + part.size)) == 0;
-                return isInText ? at + place + part.size : nullptr;
+        const Places firsts = Literal::in<Rule>(line, first) & wanted;
+        const Places pairs = (firsts << part.reach * bitsPerPlace |
+                              firstsBefore >> (lineBytes - 1 - part.reach) * bitsPerPlace >> bitsPerPlace) &
+                             Literal::in<Rule>(line, last) & inText;
+        for (Places left = pairs; left != 0; left = withoutFirst(left)) {
+            const Byte *const place = start + firstPlace(left) - part.reach;
+            if (isWhole) {
+                if (part.size <= 2 || areEqual<Rule>(place + 1, part.start + 1, part.size - 2)) {
+                    return {Answer::Yes, place + part.size};
+                }
+            } else if (const Answer answer = fits<Rule>(place, part); answer != Answer::No) {
+                return {answer, place + part.size};
             }
         }
-        at += step - reach; // nearer to the block's end the second byte may lie behind it
+        if (ends != 0) {
+            return {Answer::No, nullptr};
+        }
+        firstsBefore = firsts;
     }
 }
 
 ZELK_OPERATION const Byte *terminatorOf(const Byte *text) {
-    Mask ends = zeros(blockAt(text));
-    if (ends == 0) {
-        text -= reinterpret_cast<std::uintptr_t>(text) % blockBytes;
-        do {
-            text += blockBytes;
-            ends = zeros(loadInLine(text, ~Mask{0}));
-        } while (ends == 0);
+    const Byte *start = lineStart(text);
+    Places ends = placesIn(lineAt(start), areZero) & placesFrom(text - start);
+    while (ends == 0) {
+        start += lineBytes;
+        ends = placesIn(lineAt(start), areZero);
     }
-    return text + firstOf(ends);
+    return start + firstPlace(ends);
 }
 
-enum class Answer { No, Yes, Open };
-
 template <class Rule>
-ZELK_OPERATION Answer endsWith(const Byte *text, const Part &part, const Rule &rule) {
+ZELK_OPERATION Answer endsWith(const Byte *text, const Part &part) {
     const Byte *const end = terminatorOf(text);
     if (static_cast<std::size_t>(end - text) < part.size) {
         return Answer::No;
     }
-    const Block tail = load(end - part.size, firstBytes(part.size));
-    if (Rule::isPartial && !Rule::takes(Mask{0}, tail)) {
-        return Answer::Open;
+    const Byte *const place = end - part.size;
+    if (Rule::ignoresCase || part.hasAnyBytes) {
+        return fits<Rule>(place, part);
     }
-    return fits(part, Rule::fold(rule, tail)) ? Answer::Yes : Answer::No;
+    return areEqual<Rule>(place, part.start, part.size) ? Answer::Yes : Answer::No;
 }
 
-// What is left of a text, and of a pattern from a star on.
-struct Rest {
-    const Byte *text;
-    const Byte *pattern;
-};
-
-// As far as the rule goes: where the answer is open, it is that of the rest.
+// The pattern from its first star on; the answer is that of the rule, or notTaken.
 template <class Rule>
-ZELK_OPERATION Answer answerFromStar(Rest &rest, const Rule &rule) {
+ZELK_STAGE int matchFromStar(const Byte *text, const Byte *star) {
+    const int wanted = star[1];
+    if (wanted == 0 || (*text == 0 && wanted != '*')) {
+        return wanted;
+    }
+    PatternLine line;
     for (;;) {
-        const Byte *const start = rest.pattern + 1;
-        if (*start == 0) {
-            return Answer::Yes;
+        if (star[1] == 0) {
+            return 0;
         }
-        const Part part = partAt(start, rule);
-        if (part.size == 0) {
-            return Answer::Open;
+        if (star[1] == '*') {
+            return notTaken;
         }
-        if (start[part.size] == 0) {
-            return endsWith(rest.text, part, rule);
+        const Part part = Part::at(star + 1, line);
+        if (Rule::ignoresCase && !part.isAscii) {
+            return notTaken;
         }
-        const Byte *const behind = behindPart(rest.text, part, rule);
-        if (behind == nullptr) {
-            return Answer::No;
+        star = part.start + part.size;
+        const bool isLast = *star == 0;
+        const Found found = isLast ? Found{endsWith<Rule>(text, part), nullptr} : firstFit<Rule>(text, part);
+        if (found.answer != Answer::Yes) {
+            return found.answer == Answer::No ? wanted : notTaken;
         }
-        if (Rule::isPartial && behind == rest.text) {
-            return Answer::Open;
+        if (isLast) {
+            return 0;
         }
-        rest = {behind, start + part.size};
+        text = found.end;
     }
 }
 
-inline const char *chars(const Byte *text) {
-    return reinterpret_cast<const char *>(text);
+// Where two texts differ first, of so many bytes of either; their number where they do not.
+ZELK_OPERATION std::size_t firstDifference(const Byte *a, const Byte *b, std::size_t count) {
+    using detail::wordAt;
+    using detail::wordBytes;
+    std::size_t at = 0;
+    for (; count - at >= wordBytes; at += wordBytes) {
+        if (const std::uint64_t different = wordAt(a + at) ^ wordAt(b + at); different != 0) {
+            return at + detail::firstByteOf(different);
+        }
+    }
+    while (at < count && a[at] == b[at]) {
+        ++at;
+    }
+    return at;
 }
 
-inline const Byte *bytes(const char *text) {
+ZELK_OPERATION int byteAfterStars(const Byte *pattern) {
+    while (*pattern == '*') {
+        ++pattern;
+    }
+    return *pattern;
+}
+
+ZELK_OPERATION const Byte *bytes(const char *text) {
     return reinterpret_cast<const Byte *>(text);
 }
 
-// The stages give 0 for a match, else what is wanted.
-ZELK_STAGE int matchRest(Rest rest, int wanted) {
-    const Answer answer = answerFromStar(rest, Exact{});
-    return answer == Answer::Yes ? 0 : answer == Answer::No ? wanted : notTaken;
+// The bytes of a text before its terminator, as far as its line goes.
+ZELK_OPERATION std::size_t textInLine(const Byte *text) {
+    const Byte *const start = lineStart(text);
+    const Places ends = placesIn(lineAt(start), areZero) & placesFrom(text - start);
+    return ends != 0 ? static_cast<std::size_t>(start + firstPlace(ends) - text) : bytesInLine(text);
 }
 
-ZELK_STAGE int matchRestInAnyCase(Rest rest, int wanted, const int *smallLetters) {
-    const Answer answer = answerFromStar(rest, AnyCase::by(smallLetters));
-    return answer == Answer::Yes ? 0 : answer == Answer::No ? wanted : notTaken;
-}
-
-ZELK_STAGE int matchAsciiRestInAnyCase(Rest rest, int wanted, const int *smallLetters) {
-    const Answer answer = answerFromStar(rest, AsciiInAnyCase::by(smallLetters));
-    if (answer == Answer::Open) {
-        return matchRestInAnyCase(rest, wanted, smallLetters);
-    }
-    return answer == Answer::Yes ? 0 : wanted;
-}
-
-// Takes the head, byte by byte; what goes on from the first star is a stage of its own.
-template <class Fold, class Stage>
-ZELK_OPERATION int matchFromHead(Rest rest, Fold fold, Stage stage) {
-    for (; *rest.text != 0 && *rest.pattern != '*'; ++rest.text, ++rest.pattern) {
-        const int difference = *rest.pattern == '?' ? 0 : fold(*rest.text) - fold(*rest.pattern);
-        if (difference != 0) {
-            return difference;
+ZELK_STAGE int matchFromHead(const Byte *text, const Byte *pattern) {
+    PatternLine line;
+    const Byte *special = Literals::from(pattern, line).end;
+    for (;;) {
+        const auto literals = static_cast<std::size_t>(special - pattern);
+        const std::size_t count = std::min(literals, textInLine(text));
+        const std::size_t same = firstDifference(text, pattern, count);
+        text += same;
+        pattern += same;
+        if (same < count) {
+            return *text - *pattern;
         }
+        if (*text == 0) {
+            return byteAfterStars(pattern);
+        }
+        if (same < literals) {
+            continue; // in the text's next line
+        }
+        if (*pattern == '*') {
+            return matchFromStar<Exact>(text, pattern);
+        }
+        if (*pattern == 0) {
+            return *text;
+        }
+        ++text;
+        ++pattern;
+        special = Literals::from(pattern, line).end;
     }
-    const Byte *behindStars = rest.pattern;
-    while (*behindStars == '*') {
-        ++behindStars;
-    }
-    const int wanted = *behindStars;
-    return *rest.text == 0 || wanted == 0 ? wanted : stage(rest, wanted);
-}
-
-// Whether there is text and no head: what is wanted then stands behind the one star.
-ZELK_OPERATION bool beginsWithStar(const Rest &rest) {
-    return rest.pattern[0] == '*' && rest.pattern[1] != '*' && rest.pattern[1] != 0 && *rest.text != 0;
-}
-
-// How many literals the two begin with alike, as far as a block goes.
-ZELK_OPERATION std::size_t sharedLiterals(const Rest &rest) {
-    const Block pattern = blockAt(rest.pattern);
-    const Mask differing = _mm512_cmpneq_epi8_mask(pattern, blockAt(rest.text));
-    return firstOf(_kor_mask64(specials(pattern), differing));
 }
 
 } // namespace wildcards
 
 ZELK_STAGE int matchWildcards(const char *text, const char *pattern) {
     using namespace wildcards;
-    Rest rest = {bytes(text), bytes(pattern)};
-    if (beginsWithStar(rest)) {
-        return matchRest(rest, rest.pattern[1]);
-    }
-    if (*pattern != '*') {
-        const std::size_t shared = sharedLiterals(rest);
-        rest = {rest.text + shared, rest.pattern + shared};
-    }
-    return matchFromHead(
-        rest, [](Byte byte) { return int{byte}; }, matchRest);
+    return *pattern == '*' ? matchFromStar<Exact>(bytes(text), bytes(pattern))
+                           : matchFromHead(bytes(text), bytes(pattern));
 }
 
 ZELK_STAGE int matchWildcardsInAnyCase(const char *text, const char *pattern, const int *smallLetters) {
     using namespace wildcards;
-    return matchFromHead(
-        {bytes(text), bytes(pattern)}, [=](Byte byte) { return smallLetters[byte]; },
-        [=](Rest rest, int wanted) { return matchAsciiRestInAnyCase(rest, wanted, smallLetters); });
+    const Byte *at = bytes(text);
+    const Byte *from = bytes(pattern);
+    for (; *at != 0 && *from != '*'; ++at, ++from) {
+        const int difference = *from == '?' ? 0 : smallLetters[*at] - smallLetters[*from];
+        if (difference != 0) {
+            return difference;
+        }
+    }
+    if (*at == 0) {
+        return byteAfterStars(from);
+    }
+    return hasAscii(smallLetters) ? matchFromStar<AnyCase>(at, from) : notTaken;
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

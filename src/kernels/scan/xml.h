@@ -11,8 +11,7 @@
 #pragma once
 
 #include "kernels/kernels.h"
-#include "kernels/simd/avx512.h"
-#include "kernels/simd/lines.h"
+#include "kernels/simd/avx512_lines.h"
 #include "tables/xml.h"
 
 #include <algorithm>

@@ -89,16 +89,6 @@ ZELK_OPERATION Block load(const void *from) {
     return _mm512_loadu_si512(from);
 }
 
-// The same of text that a zero may end: of the line that holds it the rest may be read too, which the sanitizers, who
-// know no lines, do not see.
-ZELK_OPERATION Block loadInLine(const void *from, Mask bytes) {
-    Block block;
-    __asm__("vmovdqu8 %1, %0%{%2%}%{z%}"
-            : "=v"(block)
-            : "m"(*static_cast<const unsigned char(*)[blockBytes]>(from)), "Yk"(bytes));
-    return block;
-}
-
 ZELK_OPERATION void store(void *to, Mask bytes, Block block) {
     _mm512_mask_storeu_epi8(to, bytes, block);
 }

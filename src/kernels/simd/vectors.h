@@ -18,6 +18,8 @@ using Units = std::uint16_t __attribute__((vector_size(blockBytes)));
 using Lane = std::uint8_t __attribute__((vector_size(laneBytes)));
 using LaneUnits = std::uint16_t __attribute__((vector_size(laneBytes)));
 
+using AlignedBytes __attribute__((may_alias)) = Bytes;
+
 using Flags = Bytes;
 using UnitFlags = Units;
 
