@@ -11,6 +11,7 @@ ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 #include "kernels/simd/avx2.h"
 
 #include "kernels/move/units_to_utf8.h"
+#include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
 
 namespace zelk::kernels {
@@ -28,11 +29,11 @@ const Kernels avx2Kernels = {
     .cleanHighFirstToNative = avx2::ucs2ToNative<UnitOrder::HighFirst, Clean::NoControls>,
     .measureLowFirst = avx2::measureUcs2<UnitOrder::LowFirst>,
     .measureHighFirst = avx2::measureUcs2<UnitOrder::HighFirst>,
-    .utf8ToUcs2 = avx2::plain::utf8ToUcs2<Clean::Any>,
-    .cleanUtf8ToUcs2 = avx2::plain::utf8ToUcs2<Clean::NoControls>,
-    .wellFormedUtf8 = avx2::plain::wellFormedUtf8<Clean::Any>,
-    .copyCleanUtf8 = avx2::plain::copyWellFormedUtf8<Clean::NoControls>,
-    .measureUtf8 = avx2::plain::measureUtf8,
+    .utf8ToUcs2 = avx2::utf8ToUcs2<Clean::Any>,
+    .cleanUtf8ToUcs2 = avx2::utf8ToUcs2<Clean::NoControls>,
+    .wellFormedUtf8 = avx2::wellFormedUtf8,
+    .copyCleanUtf8 = avx2::copyCleanUtf8,
+    .measureUtf8 = avx2::measureUtf8,
     .sharedBytes = avx2::plain::sharedBytes,
     .alikeBytes = avx2::plain::alikeBytes,
     .matchWildcards = avx2::matchWildcards,

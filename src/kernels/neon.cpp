@@ -10,6 +10,7 @@
 #include "kernels/simd/neon.h"
 
 #include "kernels/move/units_to_utf8.h"
+#include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
 
 namespace zelk::kernels {
@@ -27,11 +28,11 @@ const Kernels neonKernels = {
     .cleanHighFirstToNative = neon::ucs2ToNative<UnitOrder::HighFirst, Clean::NoControls>,
     .measureLowFirst = neon::measureUcs2<UnitOrder::LowFirst>,
     .measureHighFirst = neon::measureUcs2<UnitOrder::HighFirst>,
-    .utf8ToUcs2 = neon::plain::utf8ToUcs2<Clean::Any>,
-    .cleanUtf8ToUcs2 = neon::plain::utf8ToUcs2<Clean::NoControls>,
-    .wellFormedUtf8 = neon::plain::wellFormedUtf8<Clean::Any>,
-    .copyCleanUtf8 = neon::plain::copyWellFormedUtf8<Clean::NoControls>,
-    .measureUtf8 = neon::plain::measureUtf8,
+    .utf8ToUcs2 = neon::utf8ToUcs2<Clean::Any>,
+    .cleanUtf8ToUcs2 = neon::utf8ToUcs2<Clean::NoControls>,
+    .wellFormedUtf8 = neon::wellFormedUtf8,
+    .copyCleanUtf8 = neon::copyCleanUtf8,
+    .measureUtf8 = neon::measureUtf8,
     .sharedBytes = neon::plain::sharedBytes,
     .alikeBytes = neon::plain::alikeBytes,
     .matchWildcards = neon::matchWildcards,

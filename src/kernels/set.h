@@ -6,6 +6,7 @@
 #include "kernels/kernels.h"
 #include "tables/byte_set_planes.h"
 #include "tables/dvb_marks.h"
+#include "tables/kept_units.h"
 #include "tables/xml.h"
 
 #include <algorithm>
@@ -17,6 +18,7 @@
 #include <cstring>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 #define ZELK_PRAGMA(text) _Pragma(#text)
 #if defined(__clang__)

@@ -11,6 +11,7 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 #include "kernels/simd/sse41.h"
 
 #include "kernels/move/units_to_utf8.h"
+#include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
 
 namespace zelk::kernels {
@@ -28,11 +29,11 @@ const Kernels sse41Kernels = {
     .cleanHighFirstToNative = sse41::ucs2ToNative<UnitOrder::HighFirst, Clean::NoControls>,
     .measureLowFirst = sse41::measureUcs2<UnitOrder::LowFirst>,
     .measureHighFirst = sse41::measureUcs2<UnitOrder::HighFirst>,
-    .utf8ToUcs2 = sse41::plain::utf8ToUcs2<Clean::Any>,
-    .cleanUtf8ToUcs2 = sse41::plain::utf8ToUcs2<Clean::NoControls>,
-    .wellFormedUtf8 = sse41::plain::wellFormedUtf8<Clean::Any>,
-    .copyCleanUtf8 = sse41::plain::copyWellFormedUtf8<Clean::NoControls>,
-    .measureUtf8 = sse41::plain::measureUtf8,
+    .utf8ToUcs2 = sse41::utf8ToUcs2<Clean::Any>,
+    .cleanUtf8ToUcs2 = sse41::utf8ToUcs2<Clean::NoControls>,
+    .wellFormedUtf8 = sse41::wellFormedUtf8,
+    .copyCleanUtf8 = sse41::copyCleanUtf8,
+    .measureUtf8 = sse41::measureUtf8,
     .sharedBytes = sse41::plain::sharedBytes,
     .alikeBytes = sse41::plain::alikeBytes,
     .matchWildcards = sse41::matchWildcards,

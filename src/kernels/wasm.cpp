@@ -9,6 +9,7 @@
 #include "kernels/simd/wasm.h"
 
 #include "kernels/move/units_to_utf8.h"
+#include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
 
 namespace zelk::kernels {
@@ -26,11 +27,11 @@ const Kernels wasmKernels = {
     .cleanHighFirstToNative = wasm::ucs2ToNative<UnitOrder::HighFirst, Clean::NoControls>,
     .measureLowFirst = wasm::measureUcs2<UnitOrder::LowFirst>,
     .measureHighFirst = wasm::measureUcs2<UnitOrder::HighFirst>,
-    .utf8ToUcs2 = wasm::plain::utf8ToUcs2<Clean::Any>,
-    .cleanUtf8ToUcs2 = wasm::plain::utf8ToUcs2<Clean::NoControls>,
-    .wellFormedUtf8 = wasm::plain::wellFormedUtf8<Clean::Any>,
-    .copyCleanUtf8 = wasm::plain::copyWellFormedUtf8<Clean::NoControls>,
-    .measureUtf8 = wasm::plain::measureUtf8,
+    .utf8ToUcs2 = wasm::utf8ToUcs2<Clean::Any>,
+    .cleanUtf8ToUcs2 = wasm::utf8ToUcs2<Clean::NoControls>,
+    .wellFormedUtf8 = wasm::wellFormedUtf8,
+    .copyCleanUtf8 = wasm::copyCleanUtf8,
+    .measureUtf8 = wasm::measureUtf8,
     .sharedBytes = wasm::plain::sharedBytes,
     .alikeBytes = wasm::plain::alikeBytes,
     .matchWildcards = wasm::matchWildcards,

@@ -15,8 +15,6 @@
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
-inline constexpr std::size_t blockUnits = blockBytes / 2;
-
 using UnitMask = __mmask32;
 
 template <UnitOrder order>

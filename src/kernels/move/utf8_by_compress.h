@@ -1,104 +1,39 @@
-// UTF-8 text 64 bytes at a time. Included by utf8.cpp and its test alone.
+// UTF-8 64 bytes at a time: checked, copied, measured and, by compressing the bytes of units, converted to UCS-2.
+//
+//   up to 62 bytes   at once; the bytes before the first come round from the end of the block
+//   more             line by line: a part of one at either end, by masks
+//
+// Nothing is read in a line after the one that holds a zero: a short text across two lines is looked at in the first
+// one before it is taken. Every byte is looked at together with the two before it, so that blocks follow one another at
+// fixed distances, wherever the sequences lie.
 #pragma once
 
-#include "kernels/kernels.h"
-#include "kernels/move/text_blocks.h"
-#include "kernels/text_forms.h"
-
-#include <algorithm>
-#include <cstring>
+#include "kernels/plain/kernels.h"
+#include "kernels/scan/utf8_faults.h"
+#include "kernels/simd/avx512.h"
+#include "kernels/simd/lines.h"
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
+static_assert(lineBytes == blockBytes);
+
+using plain::Last;
+
 // ---- ASCII
 
-constexpr unsigned char leastByte(Clean clean) {
-    return clean == Clean::Any ? 0x01 : 0x20;
+// The bytes that are no ASCII that a conversion passes over: as signed numbers all the others are less.
+template <Clean clean>
+ZELK_OPERATION Mask otherThanAscii(Block text, Mask present) {
+    return _mm512_mask_cmplt_epi8_mask(present, text, everyByte<static_cast<std::uint8_t>(leastAscii(clean))>());
 }
 
-// The bytes that are no ordinary ASCII: as signed numbers all the others are less.
-ZELK_OPERATION Mask otherThanAscii(Block text, Block least) {
-    return _mm512_cmplt_epi8_mask(text, least);
-}
-
-// The bytes of whole blocks of ordinary ASCII at the front of a text.
-ZELK_OPERATION std::size_t asciiBlocks(const unsigned char *text, std::size_t length, Block least) {
-    constexpr std::size_t step = 4 * blockBytes;
-    std::size_t read = 0;
-    while (mayRead(text + read, length - read, blockBytes)) {
-        const unsigned char *at = text + read;
-        if (mayRead(at, length - read, step)) {
-            const Block front = _mm512_min_epi8(loadText(at), loadText(at + blockBytes));
-            const Block back = _mm512_min_epi8(loadText(at + 2 * blockBytes), loadText(at + 3 * blockBytes));
-            if (otherThanAscii(_mm512_min_epi8(front, back), least) == 0) {
-                read += step;
-                continue;
-            }
-        }
-        if (otherThanAscii(loadText(at), least) != 0) {
-            break;
-        }
-        read += blockBytes;
-    }
-    return read;
+template <Clean clean>
+ZELK_OPERATION bool isAscii(Block text, Mask present) {
+    const Mask others = otherThanAscii<clean>(text, present);
+    return _kortestz_mask64_u8(others, others) != 0;
 }
 
 // ---- Sequences
-
-// What may be wrong with a byte and the one before it. Each fault is a bit; three tables by a half of one of the bytes
-// say which bits they allow, and a bit that all three allow is a fault.
-struct Fault {
-    unsigned char bit;
-    unsigned char beforeFirst, beforeLast;   // upper half of the byte before
-    unsigned char lowerFirst, lowerLast;     // its lower half
-    unsigned char currentFirst, currentLast; // upper half of the byte
-};
-
-inline constexpr unsigned char secondContinuation = 0x80; // due two bytes after E0 to EF, a fault elsewhere
-
-inline constexpr Fault faults[] = {
-    {0x01, 0x0, 0x7, 0x0, 0xF, 0x8, 0xB},               // a continuation byte after ASCII
-    {0x02, 0xC, 0xF, 0x0, 0xF, 0x0, 0x7},               // none after a lead
-    {0x02, 0xC, 0xF, 0x0, 0xF, 0xC, 0xF},               // the same
-    {0x04, 0xC, 0xC, 0x0, 0x1, 0x8, 0xB},               // overlong: C0 and C1
-    {0x08, 0xE, 0xE, 0x0, 0x0, 0x8, 0x9},               // overlong: E0 80 to E0 9F
-    {0x10, 0xF, 0xF, 0x0, 0xF, 0x0, 0xF},               // F0 to FF
-    {secondContinuation, 0x8, 0xB, 0x0, 0xF, 0x8, 0xB}, // one after another
-};
-
-// Taken for faults where controls are to be left alone.
-inline constexpr Fault controls[] = {
-    {0x20, 0xC, 0xC, 0x2, 0x2, 0x8, 0x9}, // U+0080 to U+009F
-    {0x40, 0xE, 0xE, 0xE, 0xE, 0x8, 0x8}, // U+E000 to U+E3FF, where their images lie
-};
-
-// By the low six bits of an index, of which the lower four count.
-struct FaultTables {
-    unsigned char before[blockBytes], lower[blockBytes], current[blockBytes];
-
-    constexpr void add(const Fault &fault) {
-        for (unsigned int i = 0; i < blockBytes; ++i) {
-            const unsigned int half = i % 16;
-            before[i] |= half >= fault.beforeFirst && half <= fault.beforeLast ? fault.bit : 0;
-            lower[i] |= half >= fault.lowerFirst && half <= fault.lowerLast ? fault.bit : 0;
-            current[i] |= half >= fault.currentFirst && half <= fault.currentLast ? fault.bit : 0;
-        }
-    }
-};
-
-template <Clean clean>
-alignas(blockBytes) inline constexpr FaultTables faultTables = []() {
-    FaultTables tables{};
-    for (const Fault &fault : faults) {
-        tables.add(fault);
-    }
-    if (clean == Clean::NoControls) {
-        for (const Fault &fault : controls) {
-            tables.add(fault);
-        }
-    }
-    return tables;
-}();
 
 // The constants of the loops below.
 struct Utf8Constants {
@@ -109,31 +44,40 @@ template <Clean clean>
 ZELK_OPERATION Utf8Constants utf8Constants() {
     constexpr const FaultTables &tables = faultTables<clean>;
     return {load(tables.before), load(tables.lower), load(tables.current),
-            everyByte<0x60>(),   everyByte<0x80>(),  everyByte<leastByte(clean)>()};
+            everyByte<0x60>(),   everyByte<0x80>(),  everyByte<static_cast<std::uint8_t>(leastAscii(clean))>()};
 }
 
-// A block of UTF-8 together with the bytes one and two places before each of its own. A sequence is looked at where it
-// ends, so that blocks follow one another at fixed distances, wherever the sequences lie.
+// A block of UTF-8 together with the bytes one and two places before each of its own.
 struct Utf8Block {
     Block text, before1, before2;
 };
 
+// Not one at the front of a text.
 ZELK_OPERATION Utf8Block utf8BlockAt(const unsigned char *text) {
-    return {loadText(text), loadText(text - 1), loadText(text - 2)};
+    return {load(text), load(text - 1), load(text - 2)};
 }
 
 // A part of a block, at text + read; in front of the text the bytes before are zero.
 ZELK_OPERATION Utf8Block utf8PartAt(const unsigned char *text, std::size_t read, Mask present) {
     const Mask missing = 3U >> std::min<std::size_t>(read, 2);
-    return {loadText(text + read, present), loadText(text + read - 1, present & ~(missing & 1U) & ~(missing >> 1U)),
-            loadText(text + read - 2, present & ~missing)};
+    return {load(text + read, present), load(text + read - 1, present & ~(missing >> 1U)),
+            load(text + read - 2, present & ~missing)};
 }
 
-// A whole text that a block holds with two zeros at least behind it, which come round to the front.
+// A whole text that a block holds with two zeros at least after it, which come round to the front.
 inline constexpr std::size_t longestName = blockBytes - 2;
 
 ZELK_OPERATION Utf8Block utf8Name(Block text) {
     return {text, startingAt<blockBytes - 1>(text), startingAt<blockBytes - 2>(text)};
+}
+
+// Whether so many bytes of a text, a block at most, may be read: they lie in one line, or no zero is among those that
+// lie in the first of two.
+ZELK_OPERATION bool mayRead(const unsigned char *text, std::size_t bytes) {
+    const Mask first = firstBytes(std::min(bytes, bytesInLine(text)));
+    const Block block = load(text, first);
+    const Mask zeros = _mm512_mask_testn_epi8_mask(first, block, block);
+    return _kortestz_mask64_u8(zeros, zeros) != 0 || areInLine(text, bytes);
 }
 
 // Where bytes do not follow the two before them as they should this is not zero.
@@ -147,11 +91,10 @@ ZELK_OPERATION Block faultsOf(const Utf8Block &block, const Utf8Constants &const
 }
 
 // Those bytes, and what is less than ordinary.
-ZELK_OPERATION Mask wrongBytes(const Utf8Block &block, const Utf8Constants &constants) {
-    return _kor_mask64(nonZero(faultsOf(block, constants)), _mm512_cmplt_epu8_mask(block.text, constants.least));
-}
+template <Last last = Last::Taken>
+ZELK_OPERATION Mask wrongBytes(const Utf8Block &block, const Utf8Constants &constants);
 
-// Whether all of a name is well-formed and complete: the zero behind a sequence that does not end is at fault.
+// Whether all of a name is well-formed and complete: the zero after a sequence that does not end is at fault.
 ZELK_OPERATION bool isRightName(const Utf8Block &name, Mask all, const Utf8Constants &constants) {
     const Mask less = _mm512_mask_cmplt_epu8_mask(all, name.text, constants.least);
     return _kortestz_mask64_u8(nonZero(faultsOf(name, constants)), less) != 0;
@@ -183,11 +126,12 @@ ZELK_OPERATION bool areOfTwo(const Utf8Block &block, Mask present, const Leads &
         const Block least = _mm512_min_epu8(block.text, _mm512_and_si512(lead, everyByte<0xFE>()));
         return _kortestz_mask64_u8(astray, _mm512_mask_testn_epi8_mask(present, least, least)) != 0;
     }
-    const Mask less = _mm512_mask_cmplt_epu8_mask(present, block.text, everyByte<leastByte(clean)>());
+    const Mask less =
+        _mm512_mask_cmplt_epu8_mask(present, block.text, everyByte<static_cast<std::uint8_t>(leastAscii(clean))>());
     return _kortestz_mask64_u8(astray, _kor_mask64(less, _mm512_cmplt_epu8_mask(lead, everyByte<3>()))) != 0;
 }
 
-// What is tried for each block, but not for some blocks behind one where it failed.
+// What is tried for each block, but not for some blocks after one where it failed.
 struct Trial {
     std::size_t wait = 0;
 
@@ -207,24 +151,20 @@ ZELK_OPERATION Mask lastCharacters(const Utf8Block &block) {
                                        everyByte<0xBF>());
 }
 
-// The bytes in front of `read` that belong to a sequence which does not end there: 0, 1 or 2.
-ZELK_OPERATION std::size_t unfinishedBytes(const unsigned char *text, std::size_t read) {
-    if (read >= 1 && text[read - 1] >= 0xC0) {
-        return 1;
-    }
-    return read >= 2 && text[read - 2] >= 0xE0 ? 2 : 0;
+template <Last last>
+ZELK_OPERATION Mask wrongBytes(const Utf8Block &block, const Utf8Constants &constants) {
+    const Mask wrong =
+        _kor_mask64(nonZero(faultsOf(block, constants)), _mm512_cmplt_epu8_mask(block.text, constants.least));
+    return last == Last::Taken ? wrong : _kor_mask64(wrong, lastCharacters(block));
 }
 
 // ---- UTF-8 to UCS-2
 
 // Stores the first `count` units of two blocks.
 ZELK_OPERATION void storeUnits(unsigned short *out, std::size_t count, Block front, Block back) {
-    if (count <= blockUnits) {
-        store(out, firstBytes(2 * count), front);
-    } else {
-        store(out, front);
-        store(out + blockUnits, firstBytes(2 * (count - blockUnits)), back);
-    }
+    const Mask units = firstBytes(count);
+    _mm512_mask_storeu_epi16(out, static_cast<__mmask32>(units), front);
+    _mm512_mask_storeu_epi16(out + blockUnits, static_cast<__mmask32>(units >> blockUnits), back);
 }
 
 ZELK_OPERATION Block frontUnits(Block ascii) {
@@ -286,39 +226,23 @@ ZELK_OPERATION Units unitsOfTwo(const Utf8Block &block, const UnitParts &parts) 
     return {low, high, _mm512_cmplt_epu8_mask(block.text, parts.leads.ofTwo)};
 }
 
-// Up to 64 bytes of any kind; false at the end.
-template <Clean clean>
-ZELK_OPERATION bool decodePart(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
-                               Progress &done) {
-    std::size_t bytes = readableBytes(text + done.read, std::min(length - done.read, blockBytes));
-    const Utf8Block block = utf8PartAt(text, done.read, firstBytes(bytes));
-    const Mask wrong = wrongBytes(block, utf8Constants<clean>()) & firstBytes(bytes);
-    if (wrong != 0) [[unlikely]] {
-        bytes = firstOf(wrong);
-    }
-    const UnitParts parts = unitParts();
-    const Units units = unitsOf(block, parts);
-    const Mask ends = units.ends & firstBytes(bytes);
-    const std::size_t characters = countOf(ends);
-    if (room - done.written < characters) {
-        return false;
-    }
+// The units of a block that `ends` keeps.
+ZELK_OPERATION void storeUnitsKept(unsigned short *out, std::size_t count, const Units &units, Mask ends,
+                                   const UnitParts &parts) {
     const Block low = compressed(ends, units.low);
     const Block high = compressed(ends, units.high);
-    storeUnits(out + done.written, characters, _mm512_permutex2var_epi8(low, parts.front, high),
+    storeUnits(out, count, _mm512_permutex2var_epi8(low, parts.front, high),
                _mm512_permutex2var_epi8(low, parts.back, high));
-    done.read += bytes;
-    done.written += characters;
-    return bytes == blockBytes && done.read < length;
 }
 
-// Blocks of ASCII, as long as they may be read and fit whole.
-ZELK_OPERATION void decodeAsciiBlocks(const unsigned char *text, std::size_t length, unsigned short *out,
-                                      std::size_t room, Progress &done, Block least) {
-    while (mayRead(text + done.read, length - done.read, blockBytes) && room - done.written >= blockBytes) {
-        const Block block = loadText(text + done.read);
-        if (otherThanAscii(block, least) != 0) {
-            break;
+// Lines of ASCII, whole ones, as far as they fit.
+template <Clean clean>
+ZELK_OPERATION void widenLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                               Progress &done) {
+    while (length - done.read >= blockBytes && room - done.written >= blockBytes) {
+        const Block block = load(text + done.read);
+        if (!isAscii<clean>(block, ~0ULL)) {
+            return;
         }
         store(out + done.written, frontUnits(block));
         store(out + done.written + blockUnits, backUnits(block));
@@ -327,348 +251,143 @@ ZELK_OPERATION void decodeAsciiBlocks(const unsigned char *text, std::size_t len
     }
 }
 
-// Up to 64 bytes of ASCII; false if others are among them.
 template <Clean clean>
-ZELK_OPERATION bool decodeAsciiPart(const unsigned char *text, std::size_t bytes, unsigned short *out) {
-    const Block block = loadText(text, firstBytes(bytes));
-    if ((otherThanAscii(block, everyByte<leastByte(clean)>()) & firstBytes(bytes)) != 0) {
-        return false;
-    }
-    storeUnits(out, bytes, frontUnits(block), backUnits(block));
-    return true;
-}
-
-// The units of a block, closed up, that wait for the next block: where that one's units cover what whole stores would
-// leave behind these, no mask is needed, which makes a store slow.
-struct WaitingUnits {
-    unsigned short *out;
-    std::size_t count;
-    Block low, high;
-
-    ZELK_OPERATION void store(const WaitingUnits &units, std::size_t next, const UnitParts &parts) {
-        const Block front = _mm512_permutex2var_epi8(units.low, parts.front, units.high);
-        if (units.count <= blockUnits && units.count + next >= blockUnits) {
-            ZELK_KERNEL_SET::store(units.out, front);
-            return;
-        }
-        const Block back = _mm512_permutex2var_epi8(units.low, parts.back, units.high);
-        if (units.count + next >= blockBytes) {
-            ZELK_KERNEL_SET::store(units.out, front);
-            ZELK_KERNEL_SET::store(units.out + blockUnits, back);
-        } else {
-            storeUnits(units.out, units.count, front, back);
-        }
-    }
-};
-
-// Blocks of any text, the same way, up to two that are all ASCII. There are two bytes at least in front of them.
-template <Clean clean>
-ZELK_STAGE Progress decodeBlocks(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
-                                 Progress done) {
+ZELK_STAGE Progress decodeLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
     const Utf8Constants constants = utf8Constants<clean>();
     const UnitParts parts = unitParts();
-    WaitingUnits waiting{out + done.written, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
+    Progress done;
     Trial trial;
-    std::size_t before = 0; // units of the last block
-    const auto fittingBlocks = [&] {
-        return std::min(readableBlocks(text + done.read, length - done.read), (room - done.written) / blockBytes);
-    };
-    for (std::size_t blocks = 0; blocks != 0 || (blocks = fittingBlocks()) != 0; --blocks) {
-        const Utf8Block block = utf8BlockAt(text + done.read);
+    while (done.read < length) {
+        std::size_t bytes = std::min(length - done.read, bytesInLine(text + done.read));
+        const Mask present = firstBytes(bytes);
+        const Utf8Block block = utf8PartAt(text, done.read, present);
         Units units;
-        if (Trial::isDue(trial) && areOfTwo<clean>(block, ~0ULL, parts.leads)) {
+        Mask wrong = 0;
+        if (Trial::isDue(trial) && areOfTwo<clean>(block, present, parts.leads)) {
             units = unitsOfTwo(block, parts);
-        } else if (wrongBytes(block, constants) == 0) {
-            units = unitsOf(block, parts);
-            Trial::failed(trial);
         } else {
-            break;
-        }
-        const std::size_t count = countOf(units.ends);
-        if (count == blockBytes && before == blockBytes) {
-            break;
-        }
-        before = count;
-        WaitingUnits::store(waiting, count, parts);
-        waiting = {out + done.written, count, compressed(units.ends, units.low), compressed(units.ends, units.high)};
-        done.read += blockBytes;
-        done.written += count;
-    }
-    WaitingUnits::store(waiting, 0, parts);
-    return done;
-}
-
-template <Clean clean>
-ZELK_STAGE Progress decodeLong(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
-                               Progress done) {
-    const std::size_t line = done.read + bytesToLine(text + done.read, length - done.read);
-    if (line != done.read) {
-        decodePart<clean>(text, line, out, room, done);
-    }
-    if (done.read != line) {
-        done.read -= unfinishedBytes(text, done.read);
-        return done;
-    }
-    do {
-        if (unfinishedBytes(text, done.read) == 0) {
-            decodeAsciiBlocks(text, length, out, room, done, everyByte<leastByte(clean)>());
-            const std::size_t rest = length - done.read;
-            if (rest - 1 < blockBytes - 1 && rest <= room - done.written && rest <= bytesInPage(text + done.read) &&
-                decodeAsciiPart<clean>(text + done.read, rest, out + done.written)) {
-                return {done.read + rest, done.written + rest};
+            Trial::failed(trial);
+            wrong = asInteger(wrongBytes(block, constants) & present);
+            units = unitsOf(block, parts);
+            if (wrong != 0) [[unlikely]] {
+                bytes = firstOf(wrong);
             }
         }
-        if (mayRead(text + done.read, length - done.read, blockBytes)) {
-            done = decodeBlocks<clean>(text, length, out, room, done);
+        Mask ends = units.ends & firstBytes(bytes);
+        std::size_t count = countOf(ends);
+        if (count > room - done.written) [[unlikely]] { // up to the last byte of the last one that fits
+            count = room - done.written;
+            const Mask last = count == 0 ? 0 : _pdep_u64(1ULL << (count - 1), ends);
+            ends &= last | (last - 1);
+            bytes = count == 0 ? 0 : firstOf(last) + 1;
+            wrong = 1;
         }
-    } while (done.read < length && decodePart<clean>(text, length, out, room, done));
-    done.read -= unfinishedBytes(text, done.read);
-    return done;
-}
-
-template <Clean clean>
-ZELK_STAGE Progress decodeFurther(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
-                                  Progress done) {
-    if (length < longText) {
-        done = decodeBlocks<clean>(text, length, out, room, done);
-        if (done.read == length || !decodePart<clean>(text, length, out, room, done)) {
-            done.read -= unfinishedBytes(text, done.read);
-            return done;
+        storeUnitsKept(out + done.written, count, units, ends, parts);
+        done.read += bytes;
+        done.written += count;
+        if (wrong != 0) {
+            break;
         }
-    }
-    return decodeLong<clean>(text, length, out, room, done);
-}
-
-template <Clean clean>
-ZELK_STAGE Progress decodeAny(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
-    Progress done;
-    if (decodePart<clean>(text, length, out, room, done)) {
-        return decodeFurther<clean>(text, length, out, room, done);
+        if (count == blockBytes) {
+            widenLines<clean>(text, length, out, room, done);
+        }
     }
     done.read -= unfinishedBytes(text, done.read);
     return done;
 }
 
-// Short texts of ASCII are done here; what they need not costs them nothing.
+// Short texts are done here; what they need not costs them nothing.
 template <Clean clean>
 ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
-    const std::size_t fitting = std::min(length, room);
-    std::size_t bytes = readableBytes(text, std::min(fitting, blockBytes));
-    const Block block = loadText(text, firstBytes(bytes));
-    const Mask others = otherThanAscii(block, everyByte<leastByte(clean)>()) & firstBytes(bytes);
-    if (others != 0) {
-        bytes = firstOf(others);
-        if (text[bytes] >= 0x80) {
-            return decodeAny<clean>(text, length, out, room);
-        }
-    }
-    storeUnits(out, bytes, frontUnits(block), backUnits(block));
-    const Progress done{bytes, bytes};
-    return others == 0 && bytes < fitting ? decodeLong<clean>(text, length, out, room, done) : done;
-}
-
-// Whole texts, terminator and all, stored in whole blocks. What is behind the result may be lost with that, so that
-// none ends within a sequence: for such a one the unit behind the others is to stay as it was.
-
-template <Clean clean>
-ZELK_OPERATION bool isAscii(Block text, Mask present) {
-    const Mask others = _mm512_mask_cmplt_epi8_mask(present, text, everyByte<leastByte(clean)>()); // signed
-    return _kortestz_mask64_u8(others, others) != 0;
-}
-
-ZELK_OPERATION void storeAscii(unsigned short *out, Block text) {
-    store(out, frontUnits(text));
-    store(out + blockUnits, backUnits(text));
-}
-
-// The units of a block, to a room for 64.
-ZELK_OPERATION std::size_t storeFreely(unsigned short *out, const Units &units, Mask ends, const UnitParts &parts) {
-    const Block low = compressed(ends, units.low);
-    const Block high = compressed(ends, units.high);
-    store(out, _mm512_permutex2var_epi8(low, parts.front, high));
-    store(out + blockUnits, _mm512_permutex2var_epi8(low, parts.back, high));
-    return countOf(ends);
-}
-
-// A name in one go.
-ZELK_STAGE Progress utf8NameToUcs2(const unsigned char *text, std::size_t length, unsigned short *out,
-                                   std::size_t room) {
-    if (length > longestName || !blockInPage(text) || !isAmple(room, blockBytes)) {
-        return utf8ToUcs2<Clean::Any>(text, length, out, room);
+    if (length > longestName || !mayRead(text, length)) {
+        return decodeLines<clean>(text, length, out, room);
     }
     const Mask all = firstBytes(length);
-    const Block bytes = loadText(text, all);
-    if (isAscii<Clean::Any>(bytes, all)) {
-        storeAscii(out, bytes);
+    const Block bytes = load(text, all);
+    if (isAscii<clean>(bytes, all) && length <= room) {
+        storeUnits(out, length, frontUnits(bytes), backUnits(bytes));
         return {length, length};
     }
     const Utf8Block name = utf8Name(bytes);
     const UnitParts parts = unitParts();
     Units units;
-    if (areOfTwo<Clean::Any, true>(name, all, parts.leads)) {
+    if (areOfTwo<clean, true>(name, all, parts.leads)) {
         units = unitsOfTwo(name, parts);
-    } else if (isRightName(name, all, utf8Constants<Clean::Any>())) {
+    } else if (isRightName(name, all, utf8Constants<clean>())) {
         units = unitsOf(name, parts);
     } else {
-        return utf8ToUcs2<Clean::Any>(text, length, out, room);
+        return decodeLines<clean>(text, length, out, room);
     }
-    return {length, storeFreely(out, units, units.ends & all, parts)};
+    const Mask ends = units.ends & all;
+    const std::size_t count = countOf(ends);
+    if (count > room) {
+        return decodeLines<clean>(text, length, out, room);
+    }
+    storeUnitsKept(out, count, units, ends, parts);
+    return {length, count};
 }
 
-// ---- Checking, and copying what was checked
+// ---- Checking
 
-// What becomes of the bytes that are well-formed so far: nothing.
-struct NoCopy {
-    ZELK_OPERATION void block(const NoCopy & /*copy*/, std::size_t /*at*/, Block /*bytes*/) {}
-    ZELK_OPERATION void part(const NoCopy & /*copy*/, std::size_t /*at*/, std::size_t /*count*/, Block /*bytes*/) {}
-    ZELK_OPERATION void text(const NoCopy & /*copy*/, std::size_t /*at*/, const unsigned char * /*from*/,
-                             std::size_t /*count*/) {}
-};
-
-// Or a copy of them, with that of up to two bytes of a sequence that does not end.
-struct CopyTo {
-    char *out;
-
-    ZELK_OPERATION void block(const CopyTo &copy, std::size_t at, Block bytes) { store(copy.out + at, bytes); }
-    ZELK_OPERATION void part(const CopyTo &copy, std::size_t at, std::size_t count, Block bytes) {
-        if (count != 0) { // an empty store may be slow
-            store(copy.out + at, firstBytes(count), bytes);
-        }
-    }
-    ZELK_OPERATION void text(const CopyTo &copy, std::size_t at, const unsigned char *from, std::size_t count) {
-        std::memcpy(copy.out + at, from, count);
-    }
-};
-
-// Up to 64 bytes; false at the end.
-template <Clean clean, class Copy>
-ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std::size_t &read, const Copy &copy) {
-    const std::size_t bytes = readableBytes(text + read, std::min(length - read, blockBytes));
-    const Utf8Block block = utf8PartAt(text, read, firstBytes(bytes));
-    const Mask wrong = (wrongBytes(block, utf8Constants<clean>()) | lastCharacters(block)) & firstBytes(bytes);
-    const std::size_t right = std::min(bytes, firstOf(wrong));
-    Copy::part(copy, read, right, block.text);
-    read += right;
-    return right == blockBytes && read < length;
-}
-
-template <Clean clean, class Copy>
-ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read, Copy copy) {
+template <Clean clean>
+ZELK_STAGE std::size_t checkLines(const unsigned char *text, std::size_t length) {
     const Utf8Constants constants = utf8Constants<clean>();
-    const Leads leads = leadBytes();
-    Trial trial;
-    for (std::size_t blocks = 0; blocks != 0 || (blocks = readableBlocks(text + read, length - read)) != 0; --blocks) {
-        const Utf8Block block = utf8BlockAt(text + read);
-        if (!Trial::isDue(trial) || !areOfTwo<clean>(block, ~0ULL, leads)) {
-            if (_kor_mask64(wrongBytes(block, constants), lastCharacters(block)) != 0) {
-                break;
-            }
-            Trial::failed(trial);
+    std::size_t read = 0;
+    while (read < length) {
+        const std::size_t bytes = std::min(length - read, bytesInLine(text + read));
+        const Mask present = firstBytes(bytes);
+        const Utf8Block block = utf8PartAt(text, read, present);
+        if (isAscii<clean>(block.text, present) && unfinishedBytes(text, read) == 0) {
+            do {
+                read += std::min(length - read, bytesInLine(text + read));
+            } while (length - read >= blockBytes && isAscii<clean>(load(text + read), ~0ULL));
+            continue;
         }
-        Copy::block(copy, read, block.text);
-        read += blockBytes;
-    }
-    return read;
-}
-
-template <Clean clean, class Copy>
-ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, std::size_t read, Copy copy) {
-    const std::size_t line = read + bytesToLine(text + read, length - read);
-    if (line != read) {
-        checkPart<clean>(text, line, read, copy);
-    }
-    if (read != line) {
-        return read - unfinishedBytes(text, read);
-    }
-    do {
-        if (unfinishedBytes(text, read) == 0) {
-            const std::size_t ascii = asciiBlocks(text + read, length - read, everyByte<leastByte(clean)>());
-            Copy::text(copy, read, text + read, ascii);
-            read += ascii;
+        const Mask wrong = wrongBytes<Last::LeftOut>(block, constants) & present;
+        if (wrong != 0) [[unlikely]] {
+            read += firstOf(wrong);
+            break;
         }
-        if (mayRead(text + read, length - read, blockBytes)) {
-            read = checkBlocks<clean>(text, length, read, copy);
-        }
-    } while (read < length && checkPart<clean>(text, length, read, copy));
+        read += bytes;
+    }
     return read - unfinishedBytes(text, read);
 }
 
-template <Clean clean, class Copy>
-ZELK_STAGE std::size_t checkFurther(const unsigned char *text, std::size_t length, std::size_t read, Copy copy) {
-    if (length < longText) {
-        read = checkBlocks<clean>(text, length, read, copy);
-        if (read == length || !checkPart<clean>(text, length, read, copy)) {
-            return read - unfinishedBytes(text, read);
-        }
-    }
-    return checkLong<clean>(text, length, read, copy);
-}
-
-template <Clean clean, class Copy>
-ZELK_STAGE std::size_t checkAny(const unsigned char *text, std::size_t length, Copy copy) {
-    std::size_t read = 0;
-    const bool going = checkPart<clean>(text, length, read, copy);
-    return going ? checkFurther<clean>(text, length, read, copy) : read - unfinishedBytes(text, read);
-}
-
 template <Clean clean>
-ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
-    if (length <= longestName && blockInPage(text)) {
-        const Mask all = firstBytes(length);
-        const Block bytes = loadText(text, all);
-        if (isAscii<clean>(bytes, all)) {
-            return length;
-        }
-        const Utf8Block name = utf8Name(bytes);
-        const Mask last = lastCharacters(name);
-        if (isRightName(name, all, utf8Constants<clean>()) && _kortestz_mask64_u8(last, last) != 0) {
-            return length;
-        }
-        return checkAny<clean>(text, length, NoCopy());
-    }
-    const std::size_t bytes = readableBytes(text, std::min(length, blockBytes));
-    const Block block = loadText(text, firstBytes(bytes));
-    const Mask others = otherThanAscii(block, everyByte<leastByte(clean)>()) & firstBytes(bytes);
-    if (others != 0) {
-        const std::size_t plain = firstOf(others);
-        return text[plain] < 0x80 ? plain : checkAny<clean>(text, length, NoCopy());
-    }
-    return bytes == blockBytes && bytes < length ? checkLong<clean>(text, length, bytes, NoCopy()) : bytes;
-}
-
-// Names are checked and copied here at once.
-template <Clean clean>
-ZELK_STAGE std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t length, char *out) {
-    if (length - 1 >= blockBytes || length > bytesInPage(text)) {
-        return length == 0 ? 0 : checkAny<clean>(text, length, CopyTo{out});
+ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length) {
+    if (length > longestName || !mayRead(text, length)) {
+        return checkLines<clean>(text, length);
     }
     const Mask all = firstBytes(length);
-    const Block block = loadText(text, all);
-    std::size_t bytes = length;
-    if (!isAscii<clean>(block, all)) {
-        if (length <= longestName) {
-            const Utf8Block name = utf8Name(block);
-            const Mask last = lastCharacters(name);
-            if (isRightName(name, all, utf8Constants<clean>()) && _kortestz_mask64_u8(last, last) != 0) {
-                store(out, all, block);
-                return length;
-            }
-        }
-        const Utf8Block sequences = utf8PartAt(text, 0, all);
-        const Mask wrong = wrongBytes(sequences, utf8Constants<clean>()) | lastCharacters(sequences);
-        bytes = std::min(bytes, firstOf(wrong));
-        bytes -= unfinishedBytes(text, bytes);
-        if (bytes == 0) { // an empty store may be slow
-            return 0;
-        }
+    const Block bytes = load(text, all);
+    if (isAscii<clean>(bytes, all)) {
+        return length;
     }
-    store(out, firstBytes(bytes), block);
+    const Utf8Block name = utf8Name(bytes);
+    const Mask last = lastCharacters(name);
+    if (isRightName(name, all, utf8Constants<clean>()) && _kortestz_mask64_u8(last, last) != 0) {
+        return length;
+    }
+    return checkLines<clean>(text, length);
+}
+
+ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
+    return check<Clean::Any>(text, length);
+}
+
+ZELK_STAGE std::size_t copyCleanUtf8(const unsigned char *text, std::size_t length, char *out) {
+    const std::size_t bytes = check<Clean::NoControls>(text, length);
+    if (bytes - 1 < blockBytes) { // an empty store may be slow
+        store(out, firstBytes(bytes), load(text, firstBytes(bytes)));
+    } else {
+        std::memcpy(out, text, bytes);
+    }
     return bytes;
 }
 
 // ---- Measuring
 
-// The bytes that are no steps of their own: a continuation byte behind a lead, or behind a lead of three and another
+// The bytes that are no steps of their own: a continuation byte after a lead, or after a lead of three and another
 // continuation byte, be the text well-formed or not. Everything is worked out in bit 7 of each byte.
 ZELK_OPERATION Mask innerBytes(const Utf8Block &block) {
     const Block toThree = everyByte<0x60>();                     // from E0 on bit 7 stays
@@ -683,39 +402,27 @@ ZELK_OPERATION Mask innerBytes(const Utf8Block &block) {
     return highBits(_mm512_and_si512(continuation, follows));
 }
 
-// Up to 64 bytes; false at the end.
-ZELK_OPERATION bool measurePart(const unsigned char *text, std::size_t length, Progress &done) {
-    std::size_t bytes = readableBytes(text + done.read, std::min(length - done.read, blockBytes));
-    const Utf8Block block = utf8PartAt(text, done.read, firstBytes(bytes));
-    const Mask zeros = ~nonZero(block.text) & firstBytes(bytes);
-    if (zeros != 0) [[unlikely]] {
-        bytes = firstOf(zeros);
-    }
-    done.read += bytes;
-    done.written += countOf(firstBytes(bytes) & ~innerBytes(block));
-    return bytes == blockBytes && done.read < length;
-}
-
-ZELK_STAGE Progress measureLong(const unsigned char *text, std::size_t length, Progress done) {
-    do {
-        const std::size_t ascii = asciiBlocks(text + done.read, length - done.read, everyByte<0x01>());
-        done.read += ascii;
-        done.written += ascii;
-        while (mayRead(text + done.read, length - done.read, blockBytes)) {
-            const Utf8Block block = utf8BlockAt(text + done.read);
-            if (nonZero(block.text) != ~0ULL) {
-                break;
-            }
-            done.read += blockBytes;
-            done.written += blockBytes - countOf(innerBytes(block));
-        }
-    } while (done.read < length && measurePart(text, length, done));
-    return done;
-}
-
 ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
     Progress done;
-    return measurePart(text, length, done) ? measureLong(text, length, done) : done;
+    while (done.read < length) {
+        std::size_t bytes = std::min(length - done.read, bytesInLine(text + done.read));
+        const Mask present = firstBytes(bytes);
+        const Utf8Block block = utf8PartAt(text, done.read, present);
+        const Mask zeros = asInteger(_mm512_mask_testn_epi8_mask(present, block.text, block.text));
+        if (zeros != 0) [[unlikely]] {
+            bytes = firstOf(zeros);
+        }
+        done.read += bytes;
+        done.written += countOf(firstBytes(bytes) & ~innerBytes(block));
+        if (zeros != 0) {
+            break;
+        }
+        while (length - done.read >= blockBytes && isAscii<Clean::Any>(load(text + done.read), ~0ULL)) {
+            done.read += blockBytes;
+            done.written += blockBytes;
+        }
+    }
+    return done;
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

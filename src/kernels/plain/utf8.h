@@ -114,15 +114,34 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     return {read, written};
 }
 
-template <Clean clean>
-ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
-    return walk<clean>(
-        text, length, [](const unsigned char *) { return true; }, [](unsigned int unit) { return unit < 0xFFC0; });
+// Whether U+FFC0 to U+FFFF are characters like others.
+enum class Last { Taken, LeftOut };
+
+constexpr bool isTaken(Last last, unsigned int unit) {
+    return last == Last::Taken || unit < 0xFFC0;
 }
 
-template <Clean clean>
-ZELK_STAGE std::size_t copyWellFormedUtf8(const unsigned char *text, std::size_t length, char *out) {
-    const std::size_t bytes = wellFormedUtf8<clean>(text, length);
+// The bytes at the front of a text that are characters, and those of the first one alone.
+template <Clean clean, Last last>
+ZELK_STAGE std::size_t checkCharacters(const unsigned char *text, std::size_t length) {
+    return walk<clean>(
+        text, length, [](const unsigned char *) { return true; },
+        [](unsigned int unit) { return isTaken(last, unit); });
+}
+
+template <Clean clean, Last last>
+std::size_t checkCharacter(const unsigned char *text, std::size_t length) {
+    unsigned int unit = 0;
+    const std::size_t bytes = wellFormedCharacter(text, length, unit);
+    return isClean(clean, unit) && isTaken(last, unit) ? bytes : 0;
+}
+
+ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
+    return checkCharacters<Clean::Any, Last::LeftOut>(text, length);
+}
+
+ZELK_STAGE std::size_t copyCleanUtf8(const unsigned char *text, std::size_t length, char *out) {
+    const std::size_t bytes = checkCharacters<Clean::NoControls, Last::LeftOut>(text, length);
     std::memcpy(out, text, bytes);
     return bytes;
 }

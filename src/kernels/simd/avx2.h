@@ -33,6 +33,12 @@ ZELK_OPERATION Bytes repeatLane(Lane lane) {
     return bytesOf(_mm256_broadcastsi128_si256(reinterpret_cast<__m128i>(lane)));
 }
 
+// Two lanes as a block.
+ZELK_OPERATION Bytes joined(Lane front, Lane back) {
+    return bytesOf(_mm256_inserti128_si256(_mm256_castsi128_si256(reinterpret_cast<__m128i>(front)),
+                                           reinterpret_cast<__m128i>(back), 1));
+}
+
 template <std::size_t lane>
 ZELK_OPERATION Lane laneOf(Bytes bytes) {
     return reinterpret_cast<Lane>(_mm256_extracti128_si256(raw(bytes), static_cast<int>(lane)));

@@ -20,6 +20,7 @@
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
 inline constexpr std::size_t blockBytes = 64;
+inline constexpr std::size_t blockUnits = blockBytes / 2;
 
 using Block = __m512i;
 using Mask = std::uint64_t; // one bit a byte of a block, the first byte lowest

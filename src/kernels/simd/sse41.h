@@ -33,6 +33,11 @@ ZELK_OPERATION Bytes repeatLane(Lane lane) {
     return lane;
 }
 
+// As many lanes as a block has: one.
+ZELK_OPERATION Bytes joined(Lane lane, Lane) {
+    return lane;
+}
+
 template <std::size_t>
 ZELK_OPERATION Lane laneOf(Bytes bytes) {
     return bytes;

@@ -65,6 +65,30 @@ ZELK_OPERATION LaneUnits asLaneUnits(Lane lane) {
     return reinterpret_cast<LaneUnits>(lane);
 }
 
+// ---- Lanes
+
+// Each byte of a block or a lane so many places further up, after zeros.
+template <std::size_t places, class Vector, std::size_t... index>
+ZELK_OPERATION Vector movedUp(Vector bytes, std::index_sequence<index...>) {
+    return __builtin_shufflevector(Vector{}, bytes, (index + sizeof(Vector) - places)...);
+}
+
+template <std::size_t places, class Vector>
+ZELK_OPERATION Vector movedUp(Vector bytes) {
+    return movedUp<places>(bytes, std::make_index_sequence<sizeof(Vector)>());
+}
+
+// The first eight bytes of a lane as units, and the last eight.
+ZELK_OPERATION LaneUnits frontUnitsOf(Lane lane) {
+    return reinterpret_cast<LaneUnits>(
+        __builtin_shufflevector(lane, Lane{}, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
+}
+
+ZELK_OPERATION LaneUnits backUnitsOf(Lane lane) {
+    return reinterpret_cast<LaneUnits>(
+        __builtin_shufflevector(lane, Lane{}, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31));
+}
+
 // ---- Comparisons
 
 ZELK_OPERATION Flags equal(Bytes a, Bytes b) {

@@ -1,0 +1,317 @@
+// UTF-8 to UCS-2: the units stand at the last byte of each sequence, and eight at a time move together by a table.
+//
+//   up to 17 bytes       character by character
+//   18 to 48 bytes       three lanes that overlap as far as needed: no branch depends on the length
+//   49 bytes and more    checked in a window, then converted by blocks
+//   ASCII at the front   widened by lines
+//
+// Eight units are stored where fewer are kept, as long as so many are sure to follow: 24 bytes of characters hold eight
+// at least. The last eight units of an output are put together in a register.
+#pragma once
+
+#include "kernels/scan/ucs2.h"
+#include "kernels/scan/utf8.h"
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+// ---- Units
+
+// The bytes of units, apart, at the last byte of each sequence, and a bit for every other byte.
+struct LastBytes {
+    Bytes low, high;
+    std::uint32_t others;
+};
+
+ZELK_OPERATION LastBytes lastBytes(const Utf8Block &block) {
+    const Flags several = lessSigned(block.text, Bytes{});
+    const Bytes up = asBytes(asUnits(block.before1) << 6) & repeatByte(0xC0);
+    const Bytes down = asBytes(asUnits(block.before1) >> 2) & repeatByte(0x0F);
+    const Bytes lead = asBytes(asUnits(subtractSaturated(block.before2, repeatByte(0xE0))) << 4);
+    // From C0 on: leads, and the byte after a lead of three.
+    const Bytes open = greater(block.text, subtractSaturated(block.before1, repeatByte(0x20)));
+    return {block.text ^ ((up ^ repeatByte(0x80)) & several), (down & several) | lead,
+            static_cast<std::uint32_t>(signBits(subtractSaturated(open, repeatByte(0x40))))};
+}
+
+// Eight units of a block, those of its first eight bytes first.
+template <std::size_t half>
+ZELK_OPERATION Lane unitsOfHalf(const LastBytes &block) {
+    return half % 2 == 0 ? laneOf<half / 2>(interleavedLow(block.low, block.high))
+                         : laneOf<half / 2>(interleavedHigh(block.low, block.high));
+}
+
+// Units that are kept, in front of zeros.
+struct Kept {
+    Lane units;
+    std::size_t count;
+};
+
+ZELK_OPERATION Kept keptOf(Lane units, std::uint32_t others) {
+    const std::size_t row = others & 0xFF;
+    return {shuffleLane(units, load<Lane>(tables::keptUnits.order[row].data())), tables::keptUnits.count[row]};
+}
+
+template <std::size_t half>
+ZELK_OPERATION Kept keptOfHalf(const LastBytes &block) {
+    return keptOf(unitsOfHalf<half>(block), block.others >> 8 * half);
+}
+
+ZELK_OPERATION void storeAscii(unsigned short *out, Bytes ascii) {
+    store(out, frontUnits(ascii));
+    store(out + blockUnits, backUnits(ascii));
+}
+
+// ---- The end of an output
+
+// Units moved up by a number of places, or down, -40 to 8.
+ZELK_OPERATION Lane moved(Lane units, std::ptrdiff_t places) {
+    constexpr std::size_t before = laneBytes;
+    alignas(laneBytes) static constexpr auto steps = [] {
+        std::array<std::uint8_t, 8 * laneBytes> bytes{};
+        bytes.fill(0x80);
+        for (std::size_t i = 0; i < laneBytes; ++i) {
+            bytes[before + i] = static_cast<std::uint8_t>(i);
+        }
+        return bytes;
+    }();
+    return shuffleLane(units, load<Lane>(steps.data() + before - 2 * places));
+}
+
+// Stores the last units of an output, eight at least with those in front of them, of which `end` is the end.
+template <std::size_t count>
+ZELK_OPERATION void storeEnd(unsigned short *end, const std::array<Kept, count> &parts) {
+    std::ptrdiff_t place = 0; // from the end
+    for (const Kept &part : parts) {
+        place -= static_cast<std::ptrdiff_t>(part.count);
+    }
+    constexpr std::ptrdiff_t last = -static_cast<std::ptrdiff_t>(laneUnits);
+    Lane units{};
+    for (std::size_t i = 0; i < count; ++i) {
+        units |= moved(parts[i].units, place - last);
+        if (i + 1 < count) {
+            store(end + std::min(place, last), parts[i].units);
+        }
+        place += static_cast<std::ptrdiff_t>(parts[i].count);
+    }
+    store(end + last, units);
+}
+
+// ---- Names
+
+// Of 18 to 48 bytes that are right: the bits of bytes that are no last ones, or that the lane before has.
+struct NameUnits {
+    LastBytes front, back;
+    [[maybe_unused]] LastBytes middle;
+    std::uint32_t leftOut[3];
+
+    ZELK_OPERATION NameUnits of(const ShortText &name) {
+        const std::uint32_t again2 = ~(~0U << (laneBytes - name.places[1]));
+        const std::uint32_t again3 = ~(~0U << (name.places[1] + laneBytes - name.places[3]));
+        NameUnits units{};
+        units.front = lastBytes(blockOf<0>(name));
+        units.back = lastBytes(blockOf<ShortText::blocks - 1>(name));
+        if constexpr (blockLanes == 1) {
+            units.middle = lastBytes(blockOf<1>(name));
+            units.leftOut[1] = units.middle.others | again2;
+            units.leftOut[2] = units.back.others | again3;
+        } else {
+            units.leftOut[1] = units.front.others >> laneBytes | again2;
+            units.leftOut[2] = units.back.others >> laneBytes | again3;
+        }
+        units.leftOut[0] = units.front.others & 0xFFFF;
+        return units;
+    }
+
+    ZELK_OPERATION std::size_t count(const NameUnits &name) {
+        const std::uint64_t bits = name.leftOut[0] | std::uint64_t{name.leftOut[1] & 0xFFFF} << laneBytes |
+                                   std::uint64_t{name.leftOut[2] & 0xFFFF} << 2 * laneBytes;
+        return 3 * laneBytes - static_cast<std::size_t>(std::popcount(bits));
+    }
+
+    ZELK_OPERATION std::array<Kept, 6> parts(const NameUnits &name) {
+        const Kept first = keptOf(unitsOfHalf<0>(name.front), name.leftOut[0]);
+        const Kept second = keptOf(unitsOfHalf<1>(name.front), name.leftOut[0] >> 8);
+        if constexpr (blockLanes == 1) {
+            return {first,
+                    second,
+                    keptOf(unitsOfHalf<0>(name.middle), name.leftOut[1]),
+                    keptOf(unitsOfHalf<1>(name.middle), name.leftOut[1] >> 8),
+                    keptOf(unitsOfHalf<0>(name.back), name.leftOut[2]),
+                    keptOf(unitsOfHalf<1>(name.back), name.leftOut[2] >> 8)};
+        } else {
+            return {first,
+                    second,
+                    keptOf(unitsOfHalf<2>(name.front), name.leftOut[1]),
+                    keptOf(unitsOfHalf<3>(name.front), name.leftOut[1] >> 8),
+                    keptOf(unitsOfHalf<2>(name.back), name.leftOut[2]),
+                    keptOf(unitsOfHalf<3>(name.back), name.leftOut[2] >> 8)};
+        }
+    }
+};
+
+// ---- Blocks
+
+inline constexpr std::size_t endBytes = 2 * laneBytes;
+
+// Converts 34 bytes or more that are right, all of whose units fit.
+ZELK_STAGE std::size_t convertBlocks(const unsigned char *text, std::size_t length, unsigned short *out) {
+    std::size_t read = 0;
+    unsigned short *at = out;
+    Utf8Block block = firstUtf8Block(text);
+    const auto storeHalf = [&](const Kept &kept) {
+        store(at, kept.units);
+        at += kept.count;
+    };
+    while (length - read >= blockBytes + laneBytes) {
+        if (!anySignBit(block.text)) {
+            storeAscii(at, block.text);
+            at += blockBytes;
+        } else {
+            const LastBytes units = lastBytes(block);
+            storeHalf(keptOfHalf<0>(units));
+            storeHalf(keptOfHalf<1>(units));
+            if constexpr (blockLanes == 2) {
+                storeHalf(keptOfHalf<2>(units));
+                storeHalf(keptOfHalf<3>(units));
+            }
+        }
+        read += blockBytes;
+        if (length - read >= blockBytes) {
+            block = utf8BlockAt(text + read);
+        }
+    }
+    if constexpr (blockLanes == 2) {
+        if (length - read > endBytes) {
+            const LastBytes units = lastBytes(block);
+            storeHalf(keptOfHalf<0>(units));
+            storeHalf(keptOfHalf<1>(units));
+            read += laneBytes;
+        }
+    }
+    const unsigned char *const end = text + length - endBytes;
+    const LastBytes last = lastBytes(utf8BlockAt(end));
+    std::array<Kept, 4> parts{};
+    std::uint32_t others = last.others;
+    parts[0] = keptOfHalf<0>(last);
+    parts[1] = keptOfHalf<1>(last);
+    if constexpr (blockLanes == 2) {
+        parts[2] = keptOfHalf<2>(last);
+        parts[3] = keptOfHalf<3>(last);
+    } else {
+        const LastBytes further = lastBytes(utf8BlockAt(end + laneBytes));
+        parts[2] = keptOfHalf<0>(further);
+        parts[3] = keptOfHalf<1>(further);
+        others |= further.others << laneBytes;
+    }
+    at += std::popcount(~others >> (endBytes - (length - read)));
+    storeEnd(at, parts);
+    return static_cast<std::size_t>(at - out);
+}
+
+// The units of bytes that are right: those that are no continuation.
+ZELK_STAGE std::size_t countUnits(const unsigned char *text, std::size_t length) {
+    std::size_t units = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        units += (text[i] & 0xC0U) != 0x80;
+    }
+    return units;
+}
+
+// Converts bytes that are right, as far as they fit.
+ZELK_STAGE Progress convertRight(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    if (length < endBytes + 2 || (room < length && countUnits(text, length) > room)) {
+        return plain::utf8ToUcs2<Clean::Any>(text, length, out, room);
+    }
+    return {length, convertBlocks(text, length, out)};
+}
+
+// ---- ASCII
+
+// The units of ASCII at the front of a text of more than a line: all of it, or whole lines, or none.
+template <Clean clean>
+ZELK_OPERATION std::size_t widenAscii(const unsigned char *text, std::size_t length, unsigned short *out,
+                                      std::size_t room) {
+    const auto widenLine = [&](std::size_t read) {
+        for (std::size_t block = 0; block < lineBytes; block += blockBytes) {
+            storeAscii(out + read + block, load(text + read + block));
+        }
+    };
+    std::size_t read = bytesInLine(text);
+    if (room < lineBytes || (read != lineBytes && hasZeroInLine(text)) || !isAsciiLine<clean>(text)) {
+        return 0;
+    }
+    widenLine(0);
+    const std::size_t fitting = std::min(length, room);
+    while (fitting - read >= lineBytes) {
+        if (!isAsciiLine<clean>(text + read)) {
+            return read;
+        }
+        widenLine(read);
+        read += lineBytes;
+    }
+    if (fitting != length || !isAsciiLine<clean>(text + length - lineBytes)) {
+        return read;
+    }
+    widenLine(length - lineBytes);
+    return length;
+}
+
+// ---- Texts
+
+template <Clean clean>
+ZELK_STAGE Progress convertLong(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    constexpr std::size_t window = 2048; // after which ASCII is tried again
+    constexpr std::size_t short_ = ShortText::most + longestSequence;
+    Progress done;
+    for (;;) {
+        if (length - done.read > short_) {
+            const std::size_t ascii =
+                widenAscii<clean>(text + done.read, length - done.read, out + done.written, room - done.written);
+            done.read += ascii;
+            done.written += ascii;
+        }
+        const std::size_t bytes = std::min(length - done.read, window);
+        const std::size_t right = check<clean, Last::Taken>(text + done.read, bytes);
+        const Progress more = convertRight(text + done.read, right, out + done.written, room - done.written);
+        done.read += more.read;
+        done.written += more.written;
+        if (more.read != right || bytes != window || right + longestSequence <= bytes) {
+            return done;
+        }
+    }
+}
+
+template <Clean clean>
+ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    if (length > ShortText::most) {
+        return convertLong<clean>(text, length, out, room);
+    }
+    const std::size_t readable = readableBytes(text, length);
+    if (readable < ShortText::least) {
+        return plain::utf8ToUcs2<clean>(text, readable, out, room);
+    }
+    const ShortText name = ShortText::of(text, readable);
+    if (isAscii<clean>(name) && readable <= room) {
+        for (const std::size_t place : name.places) {
+            const Lane lane = load<Lane>(text + place);
+            store(out + place, frontUnitsOf(lane));
+            store(out + place + laneUnits, backUnitsOf(lane));
+        }
+        return {readable, readable};
+    }
+    if (hasFaults<clean, Last::Taken>(name) || unfinishedBytes(text, readable) != 0) {
+        return plain::utf8ToUcs2<clean>(text, readable, out, room);
+    }
+    if (readable > 3 * laneBytes) {
+        return convertRight(text, readable, out, room);
+    }
+    const NameUnits units = NameUnits::of(name);
+    const std::size_t count = NameUnits::count(units);
+    if (count < laneUnits || count > room) {
+        return plain::utf8ToUcs2<clean>(text, readable, out, room);
+    }
+    storeEnd(out + count, NameUnits::parts(units));
+    return {readable, count};
+}
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
