@@ -10,6 +10,7 @@ ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/avx2.h"
 
+#include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
@@ -17,10 +18,10 @@ ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 namespace zelk::kernels {
 
 const Kernels avx2Kernels = {
-    .bytesToUtf8 = avx2::plain::bytesToUtf8,
-    .bytesToUcs2 = avx2::plain::bytesToUcs2,
-    .cleanToUtf8 = avx2::plain::cleanToUtf8,
-    .cleanToUcs2 = avx2::plain::cleanToUcs2,
+    .bytesToUtf8 = avx2::bytesToUtf8,
+    .bytesToUcs2 = avx2::bytesToUcs2,
+    .cleanToUtf8 = avx2::cleanToUtf8,
+    .cleanToUcs2 = avx2::cleanToUcs2,
     .markedToUtf8 = avx2::plain::markedToUtf8,
     .markedToUcs2 = avx2::plain::markedToUcs2,
     .lowFirstToUtf8 = avx2::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,

@@ -9,6 +9,7 @@
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/neon.h"
 
+#include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
@@ -16,10 +17,10 @@
 namespace zelk::kernels {
 
 const Kernels neonKernels = {
-    .bytesToUtf8 = neon::plain::bytesToUtf8,
-    .bytesToUcs2 = neon::plain::bytesToUcs2,
-    .cleanToUtf8 = neon::plain::cleanToUtf8,
-    .cleanToUcs2 = neon::plain::cleanToUcs2,
+    .bytesToUtf8 = neon::bytesToUtf8,
+    .bytesToUcs2 = neon::bytesToUcs2,
+    .cleanToUtf8 = neon::cleanToUtf8,
+    .cleanToUcs2 = neon::cleanToUcs2,
     .markedToUtf8 = neon::plain::markedToUtf8,
     .markedToUcs2 = neon::plain::markedToUcs2,
     .lowFirstToUtf8 = neon::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,

@@ -10,6 +10,7 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/sse41.h"
 
+#include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
@@ -17,10 +18,10 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 namespace zelk::kernels {
 
 const Kernels sse41Kernels = {
-    .bytesToUtf8 = sse41::plain::bytesToUtf8,
-    .bytesToUcs2 = sse41::plain::bytesToUcs2,
-    .cleanToUtf8 = sse41::plain::cleanToUtf8,
-    .cleanToUcs2 = sse41::plain::cleanToUcs2,
+    .bytesToUtf8 = sse41::bytesToUtf8,
+    .bytesToUcs2 = sse41::bytesToUcs2,
+    .cleanToUtf8 = sse41::cleanToUtf8,
+    .cleanToUcs2 = sse41::cleanToUcs2,
     .markedToUtf8 = sse41::plain::markedToUtf8,
     .markedToUcs2 = sse41::plain::markedToUcs2,
     .lowFirstToUtf8 = sse41::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,

@@ -8,6 +8,7 @@
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/wasm.h"
 
+#include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
@@ -15,10 +16,10 @@
 namespace zelk::kernels {
 
 const Kernels wasmKernels = {
-    .bytesToUtf8 = wasm::plain::bytesToUtf8,
-    .bytesToUcs2 = wasm::plain::bytesToUcs2,
-    .cleanToUtf8 = wasm::plain::cleanToUtf8,
-    .cleanToUcs2 = wasm::plain::cleanToUcs2,
+    .bytesToUtf8 = wasm::bytesToUtf8,
+    .bytesToUcs2 = wasm::bytesToUcs2,
+    .cleanToUtf8 = wasm::cleanToUtf8,
+    .cleanToUcs2 = wasm::cleanToUcs2,
     .markedToUtf8 = wasm::plain::markedToUtf8,
     .markedToUcs2 = wasm::plain::markedToUcs2,
     .lowFirstToUtf8 = wasm::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,

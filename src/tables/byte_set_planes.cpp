@@ -60,10 +60,45 @@ consteval std::array<BytePlanes, byteSetCount> spreadOut() {
     return planes;
 }
 
+struct Pair {
+    std::uint8_t first;
+    std::uint8_t second;
+};
+
+constexpr Pair unitPair(unsigned int character) {
+    return {static_cast<std::uint8_t>(character & 0xFFU), static_cast<std::uint8_t>(character >> 8U)};
+}
+
+constexpr Pair utf8Pair(unsigned int character) {
+    std::uint8_t bytes[3] = {};
+    const unsigned int count = detail::utf8Encode(character, bytes, 4);
+    return {bytes[0], count == 2 ? bytes[1] : notOfTwoBytes};
+}
+
+template <class PairOf>
+consteval std::array<ByteSteps, byteSetCount> stepsOf(PairOf pairOf) {
+    std::array<ByteSteps, byteSetCount> all{};
+    for (unsigned int set = 0; set < byteSetCount; ++set) {
+        ByteSteps &steps = all[set];
+        for (unsigned int i = 0; i < 128; ++i) {
+            const Pair pair = pairOf(pool[set][128 + i]);
+            steps.first[i] = static_cast<std::uint8_t>(pair.first ^ (128 + i));
+            steps.second[i] = pair.second;
+        }
+        for (unsigned int i = 0; i < 128 - 16; ++i) { // in this order: the step after it still is what it stands for
+            steps.first[i] ^= steps.first[i + 16];
+            steps.second[i] ^= steps.second[i + 16];
+        }
+    }
+    return all;
+}
+
 } // namespace
 
 constexpr std::array<PackedCharacter, (1 + byteSetCount) *halfOfSet> packedUtf8Pool = packHalves();
 constexpr std::array<BytePlanes, byteSetCount> bytePlanesPool = spreadOut();
+constexpr std::array<ByteSteps, byteSetCount> unitStepsPool = stepsOf(unitPair);
+constexpr std::array<ByteSteps, byteSetCount> pairStepsPool = stepsOf(utf8Pair);
 
 static_assert(sizeof packedUtf8Pool == std::size_t{1 + byteSetCount} * 512);
 static_assert(sizeof bytePlanesPool == std::size_t{byteSetCount} * 768);

@@ -54,10 +54,6 @@ ZELK_OPERATION Mask ordinaryAscii(Block text) {
     return _mm512_cmpgt_epi8_mask(text, everyByte<(end == UpTo::Zero ? 0 : 0x1F)>());
 }
 
-ZELK_OPERATION std::size_t bytesInLine(const unsigned char *in) {
-    return blockBytes - reinterpret_cast<std::uintptr_t>(in) % blockBytes;
-}
-
 // The bytes that may be read at once, a block at most.
 template <UpTo end>
 ZELK_OPERATION std::size_t readableBytes(const unsigned char *in, std::size_t left) {

@@ -44,6 +44,11 @@ ZELK_OPERATION Lane laneOf(Bytes bytes) {
     return reinterpret_cast<Lane>(_mm256_extracti128_si256(raw(bytes), static_cast<int>(lane)));
 }
 
+// A block whose two halves come from two places.
+ZELK_OPERATION Bytes loadHalves(const void *front, const void *back) {
+    return bytesOf(_mm256_loadu2_m128i(static_cast<const __m128i *>(back), static_cast<const __m128i *>(front)));
+}
+
 // ---- Bytes
 
 // Each byte of `index` looked up in the 16 bytes of its lane of `table`. An index is 0 to 15, or 0x80 and more for a 0.
@@ -190,4 +195,12 @@ ZELK_OPERATION std::size_t sumOf(Bytes bytes) {
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
 
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+// Whether tables of 128 bytes are faster by shuffles than by loads.
+inline constexpr bool hasFastTables = true;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
 #include "kernels/simd/places.h"
+#include "kernels/simd/steps.h"

@@ -55,6 +55,11 @@ ZELK_OPERATION Lane laneOf(Bytes bytes) {
     return bytes;
 }
 
+// A block whose two halves come from two places.
+ZELK_OPERATION Bytes loadHalves(const void *front, const void *back) {
+    return bytesOf(vcombine_u8(vld1_u8(static_cast<const std::uint8_t *>(front)), vld1_u8(static_cast<const std::uint8_t *>(back))));
+}
+
 // ---- Bytes
 
 // Each byte of `index` looked up in the 16 bytes of its lane of `table`. An index is 0 to 15, or 0x80 and more for a 0.
@@ -70,6 +75,14 @@ ZELK_OPERATION Bytes lookUp(Bytes table, Bytes index) {
 ZELK_OPERATION Lane shuffleLane(Lane table, Lane index) {
     return lookUp(table, index);
 }
+
+#if defined(__aarch64__)
+// What a table of 128 bytes has for each byte from 0x80 on; zeros for ASCII.
+ZELK_OPERATION Bytes lookUpUpper(const std::uint8_t (&table)[128], Bytes text) {
+    const uint8x16_t first = vqtbl4q_u8(vld1q_u8_x4(table), raw(text ^ 0x80)); // zeros for other indices
+    return bytesOf(vorrq_u8(first, vqtbl4q_u8(vld1q_u8_x4(table + 64), raw(text ^ 0xC0))));
+}
+#endif
 
 ZELK_OPERATION Bytes addSaturated(Bytes a, Bytes b) {
     return bytesOf(vqaddq_u8(raw(a), raw(b)));
@@ -230,4 +243,16 @@ ZELK_OPERATION std::size_t sumOf(Bytes bytes) {
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
 
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+// Whether tables of 128 bytes are faster by shuffles than by loads.
+inline constexpr bool hasFastTables = true;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
 #include "kernels/simd/places.h"
+#if defined(__aarch64__)
+#include "kernels/simd/planes.h"
+#else
+#include "kernels/simd/sixteenths.h"
+#endif

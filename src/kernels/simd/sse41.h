@@ -43,6 +43,11 @@ ZELK_OPERATION Lane laneOf(Bytes bytes) {
     return bytes;
 }
 
+// A block whose two halves come from two places.
+ZELK_OPERATION Bytes loadHalves(const void *front, const void *back) {
+    return bytesOf(_mm_unpacklo_epi64(_mm_loadu_si64(front), _mm_loadu_si64(back)));
+}
+
 // ---- Bytes
 
 // Each byte of `index` looked up in the 16 bytes of its lane of `table`. An index is 0 to 15, or 0x80 and more for a 0.
@@ -185,4 +190,12 @@ ZELK_OPERATION std::size_t sumOf(Bytes bytes) {
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
 
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+// Whether tables of 128 bytes are faster by shuffles than by loads.
+inline constexpr bool hasFastTables = false;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
 #include "kernels/simd/places.h"
+#include "kernels/simd/steps.h"

@@ -49,6 +49,11 @@ ZELK_OPERATION Lane laneOf(Bytes bytes) {
     return bytes;
 }
 
+// A block whose two halves come from two places.
+ZELK_OPERATION Bytes loadHalves(const void *front, const void *back) {
+    return bytesOf(wasm_v128_load64_lane(back, wasm_v128_load64_zero(front), 1));
+}
+
 // ---- Bytes
 
 // Each byte of `index` looked up in the 16 bytes of its lane of `table`. An index is 0 to 15, or 0x80 and more for a 0.
@@ -190,4 +195,12 @@ ZELK_OPERATION std::size_t sumOf(Bytes bytes) {
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
 
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
+// Whether tables of 128 bytes are faster by shuffles than by loads.
+inline constexpr bool hasFastTables = false;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
 #include "kernels/simd/places.h"
+#include "kernels/simd/sixteenths.h"
