@@ -213,6 +213,102 @@ const char *zelkInsightKindClause(zelkInsightKind kind);
 /** Gives a table's name, such as "ISO 8859-5"; "unknown" for a value without a name. */
 const char *zelkInsightTableName(zelkInsightTable table);
 
+/* =============================================== Texts as whole strings
+ * =============================================== */
+
+/*
+ * UTF-8 in, UTF-8 out. A zero byte ends a text, counted or not; bytes that are no UTF-8 become U+FFFD. A character that
+ * does not fit ends the output.
+ */
+
+/**
+ * Writes a text in small letters, by the tables of zelk2lowerChar(). U+0130 becomes i, U+1E9E the sharp s.
+ *
+ * @return the bytes written; never more than the text has, but for bytes that become U+FFFD
+ */
+unsigned int zelkInsightLower(char *out, int outSize, const char *in, int inLen);
+
+/**
+ * Writes a text in capitals, by the tables of zelk2upperChar(), without their traps: a letter that would give up its
+ * mark (U+0149, U+01F0, U+0390, U+03B0, U+1E97 to U+1E99) stays as it is, as the sharp s does, and the final sigma has
+ * a capital.
+ *
+ * @return the bytes written; twice those of the text suffice, three times where it may be no UTF-8
+ */
+unsigned int zelkInsightUpper(char *out, int outSize, const char *in, int inLen);
+
+/**
+ * Writes a text as it is compared without case: in small letters, the final sigma as sigma, the long s as s, the sharp
+ * s as ss. Two texts that differ by case alone, within the tables' Latin, Greek and Cyrillic, fold to the same.
+ *
+ * @return the bytes written; three times those of the text always suffice
+ */
+unsigned int zelkInsightFold(char *out, int outSize, const char *in, int inLen);
+
+/** The bits of zelkInsightSortKey(). */
+enum {
+    ZelkInsightNatural = 1 /**< runs of digits count by their value: "BBC 2" is before "BBC 10" */
+};
+
+/**
+ * Makes a sort key: memcmp() or strcmp() of two keys orders their texts.
+ *
+ * The order is that of zelkCollate() (letters, accents, case; docs/collation.md); where that finds two texts equal, or
+ * its letters end (Arabic, Hebrew, Thai, Chinese), the key goes on by code point. So the keys of two texts are equal
+ * only where the texts are. Letters without a place in the alphabet are after all others.
+ *
+ * @param out     receives the key and a zero; no byte of a key is zero
+ * @param outSize bytes in `out`; zelkInsightSortKeySize() always suffice, and a key that is cut still orders by what it
+ *                holds
+ * @param options 0 or ZelkInsightNatural
+ * @return the bytes of the key
+ */
+unsigned int zelkInsightSortKey(char *out, int outSize, const char *in, int inLen, unsigned int options);
+
+/** Gives a size for zelkInsightSortKey(), the terminator included: 9 bytes for each byte, and 4. */
+int zelkInsightSortKeySize(const char *in, int inLen);
+
+/** One of the strings that a long text is sent in; a negative length means up to the zero byte. */
+typedef struct zelkInsightPiece {
+    const char *bytes;
+    int length;
+} zelkInsightPiece;
+
+/**
+ * Joins the pieces of a long text (the extended event descriptors of an event) to one DVB string, to be decoded as a
+ * whole: a piece may end between a mark and its letter, or inside a character.
+ *
+ * A piece without a selector goes on with the text before it, one with the selector of the first too. Another selector
+ * begins a new text, and so does every piece of compressed text, each of which is a text of its own: there it stops.
+ *
+ * @param out     receives the string and a zero; what does not fit is cut
+ * @param outSize the bytes of all pieces + 1 suffice
+ * @param used    receives the pieces that were joined: at least one where there is one; call again with the others. May
+ *                be null
+ * @return the bytes of the string
+ */
+unsigned int zelkInsightJoinPieces(char *out, int outSize, const zelkInsightPiece *pieces, unsigned int count,
+                                   unsigned int *used);
+
+/** A stretch of decoded text. */
+typedef struct zelkInsightSpan {
+    unsigned int offset;
+    unsigned int length;
+    int emphasised; /**< 1 between the codes that turn emphasis on and off, else 0 */
+} zelkInsightSpan;
+
+/**
+ * Splits a decoded text at its emphasis: spans that follow each other without a gap, none of them empty.
+ *
+ * @param evidence   of zelkInsightDecode() without bit 0 of the flags, its findings stored; not null
+ * @param textLength the result of that call
+ * @param spans      receives the spans; null for none
+ * @param spanRoom   entries of `spans`
+ * @return the number of spans
+ */
+unsigned int zelkInsightSplitEmphasis(const zelkInsightEvidence *evidence, unsigned int textLength,
+                                      zelkInsightSpan *spans, unsigned int spanRoom);
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif
