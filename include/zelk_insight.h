@@ -309,6 +309,94 @@ typedef struct zelkInsightSpan {
 unsigned int zelkInsightSplitEmphasis(const zelkInsightEvidence *evidence, unsigned int textLength,
                                       zelkInsightSpan *spans, unsigned int spanRoom);
 
+/* ====================================================== Encode ======================================================
+ */
+
+/** The bits of zelkInsightEncodeSettings::forms: a bit for each DvbCode_t, and two for compressed text. */
+enum {
+    ZelkInsightFormDefault = 1 << 0,      /**< the default table, without a selector; 1 << n is ISO 8859-n */
+    ZelkInsightFormTwoByte = 1 << 20,     /**< two bytes a character; the only form that says those above U+FFFF */
+    ZelkInsightFormUtf8 = 1 << 21,        /**< UTF-8, up to U+FFFF: receivers read no more */
+    ZelkInsightFormCompressed1 = 1 << 22, /**< encoding type 1, made for titles */
+    ZelkInsightFormCompressed2 = 1 << 23, /**< encoding type 2, made for descriptions */
+    ZelkInsightFormsStandard = 0x30EFFF   /**< all that ETSI EN 300 468 Annex A names, without compressed text */
+};
+
+/** The bits of zelkInsightEncodeSettings::options. */
+enum {
+    ZelkInsightPreferUtf8 = 1 /**< UTF-8, where allowed, for all that is not ASCII, whatever is shorter */
+};
+
+/** How a text may be sent. */
+typedef struct zelkInsightEncodeSettings {
+    dvbCharSet_t charSet; /**< the regional setting of the receivers, which decides what a selector means to them */
+    unsigned int forms;   /**< the forms that may be used: one for a fixed table; 0 means ZelkInsightFormsStandard */
+    unsigned int options; /**< 0 or ZelkInsightPreferUtf8 */
+} zelkInsightEncodeSettings;
+
+/** What became of a text. */
+typedef struct zelkInsightEncoded {
+    unsigned int form;           /**< the number of the bit of the form */
+    DvbCode_t code;              /**< the form as zelk_dvbGetDvbCode() reads it */
+    int extra;                   /**< the encoding type of compressed text */
+    zelkInsightTable table;      /**< the table that receivers use */
+    unsigned int selectorLength; /**< bytes of the selector */
+    unsigned int used;           /**< bytes of the text that are in the string: all, or as many as fitted */
+    unsigned int unsaid;         /**< characters that no allowed form can say; each is sent as a question mark */
+    unsigned int firstUnsaid;    /**< the offset of the first of them in the text */
+} zelkInsightEncoded;
+
+/**
+ * Encodes UTF-8 as a DVB string, in the shortest of the allowed forms that says it exactly; where none does, in the one
+ * that leaves the fewest characters unsaid.
+ *
+ * Exactly means that zelkInsightDecode() gives the text back. Line feeds are sent as the standard has them, 0x8A, and
+ * U+0086 and U+0087 as the codes of emphasis; other controls cannot be said. What does not fit is cut at a character,
+ * never between a letter and its mark.
+ *
+ * @param settings how; null for the standard's forms and setting
+ * @param out      receives the string and a zero
+ * @param outSize  bytes in `out`: the budget of the string, and 1
+ * @param in       the text, or null for an empty one; an empty text is an empty string
+ * @param inLen    its bytes; negative: up to the zero byte
+ * @param encoded  what became of it; may be null
+ * @return the bytes of the string
+ */
+unsigned int zelkInsightEncode(const zelkInsightEncodeSettings *settings, char *out, int outSize, const char *in,
+                               int inLen, zelkInsightEncoded *encoded);
+
+/** The most bytes of a piece; an extended event descriptor has room for 249. */
+#define ZELK_INSIGHT_LARGEST_PIECE 255
+
+/** Takes a piece, which is there for the call alone; a negative result stops. */
+typedef int (*zelkInsightPieceTaker)(const char *piece, unsigned int length, void *context);
+
+/**
+ * Encodes UTF-8 in pieces of at most `pieceSize` bytes, all in the form that zelkInsightEncode() would choose for the
+ * whole, each with its selector. zelkInsightJoinPieces() joins them again (compressed pieces are texts of their own).
+ *
+ * @param pieceSize 1 to ZELK_INSIGHT_LARGEST_PIECE; where it does not hold a selector and one character, nothing is
+ * sent
+ * @param take      is called with each piece in order
+ * @param context   is handed to `take`
+ * @return the number of pieces
+ */
+unsigned int zelkInsightEncodePieces(const zelkInsightEncodeSettings *settings, int pieceSize, const char *in,
+                                     int inLen, zelkInsightPieceTaker take, void *context, zelkInsightEncoded *encoded);
+
+/**
+ * Compresses a text in a context-tree code, with its end and without a selector.
+ *
+ * @param code    1 or 2 for the encoding types of DVB text, whose bytes are UTF-8; 3 for the titles and 4 for the
+ *                descriptions of ATSC A/65 (Tables C.4 to C.7), whose bytes are characters
+ * @param out     receives the bytes and a zero
+ * @param outSize bytes in `out`; four times those of the text and 5 always suffice
+ * @param in      the text, or null for an empty one; a zero byte ends it, counted or not
+ * @param inLen   its bytes; negative: up to the zero byte
+ * @return the bytes written; 0 where they do not fit and for other codes
+ */
+unsigned int zelkInsightCompress(unsigned int code, char *out, int outSize, const char *in, int inLen);
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif
