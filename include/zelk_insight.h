@@ -213,6 +213,190 @@ const char *zelkInsightKindClause(zelkInsightKind kind);
 /** Gives a table's name, such as "ISO 8859-5"; "unknown" for a value without a name. */
 const char *zelkInsightTableName(zelkInsightTable table);
 
+/* =============================================== Texts as whole strings
+ * =============================================== */
+
+/*
+ * UTF-8 in, UTF-8 out. A zero byte ends a text, counted or not; bytes that are no UTF-8 become U+FFFD. A character that
+ * does not fit ends the output.
+ */
+
+/**
+ * Writes a text in small letters, by the tables of zelk2lowerChar(). U+0130 becomes i, U+1E9E the sharp s.
+ *
+ * @return the bytes written; never more than the text has, but for bytes that become U+FFFD
+ */
+unsigned int zelkInsightLower(char *out, int outSize, const char *in, int inLen);
+
+/**
+ * Writes a text in capitals, by the tables of zelk2upperChar(), without their traps: a letter that would give up its
+ * mark (U+0149, U+01F0, U+0390, U+03B0, U+1E97 to U+1E99) stays as it is, as the sharp s does, and the final sigma has
+ * a capital.
+ *
+ * @return the bytes written; twice those of the text suffice, three times where it may be no UTF-8
+ */
+unsigned int zelkInsightUpper(char *out, int outSize, const char *in, int inLen);
+
+/**
+ * Writes a text as it is compared without case: in small letters, the final sigma as sigma, the long s as s, the sharp
+ * s as ss. Two texts that differ by case alone, within the tables' Latin, Greek and Cyrillic, fold to the same.
+ *
+ * @return the bytes written; three times those of the text always suffice
+ */
+unsigned int zelkInsightFold(char *out, int outSize, const char *in, int inLen);
+
+/** The bits of zelkInsightSortKey(). */
+enum {
+    ZelkInsightNatural = 1 /**< runs of digits count by their value: "BBC 2" is before "BBC 10" */
+};
+
+/**
+ * Makes a sort key: memcmp() or strcmp() of two keys orders their texts.
+ *
+ * The order is that of zelkCollate() (letters, accents, case; docs/collation.md); where that finds two texts equal, or
+ * its letters end (Arabic, Hebrew, Thai, Chinese), the key goes on by code point. So the keys of two texts are equal
+ * only where the texts are. Letters without a place in the alphabet are after all others.
+ *
+ * @param out     receives the key and a zero; no byte of a key is zero
+ * @param outSize bytes in `out`; zelkInsightSortKeySize() always suffice, and a key that is cut still orders by what it
+ *                holds
+ * @param options 0 or ZelkInsightNatural
+ * @return the bytes of the key
+ */
+unsigned int zelkInsightSortKey(char *out, int outSize, const char *in, int inLen, unsigned int options);
+
+/** Gives a size for zelkInsightSortKey(), the terminator included: 9 bytes for each byte, and 4. */
+int zelkInsightSortKeySize(const char *in, int inLen);
+
+/** One of the strings that a long text is sent in; a negative length means up to the zero byte. */
+typedef struct zelkInsightPiece {
+    const char *bytes;
+    int length;
+} zelkInsightPiece;
+
+/**
+ * Joins the pieces of a long text (the extended event descriptors of an event) to one DVB string, to be decoded as a
+ * whole: a piece may end between a mark and its letter, or inside a character.
+ *
+ * A piece without a selector goes on with the text before it, one with the selector of the first too. Another selector
+ * begins a new text, and so does every piece of compressed text, each of which is a text of its own: there it stops.
+ *
+ * @param out     receives the string and a zero; what does not fit is cut
+ * @param outSize the bytes of all pieces + 1 suffice
+ * @param used    receives the pieces that were joined: at least one where there is one; call again with the others. May
+ *                be null
+ * @return the bytes of the string
+ */
+unsigned int zelkInsightJoinPieces(char *out, int outSize, const zelkInsightPiece *pieces, unsigned int count,
+                                   unsigned int *used);
+
+/** A stretch of decoded text. */
+typedef struct zelkInsightSpan {
+    unsigned int offset;
+    unsigned int length;
+    int emphasised; /**< 1 between the codes that turn emphasis on and off, else 0 */
+} zelkInsightSpan;
+
+/**
+ * Splits a decoded text at its emphasis: spans that follow each other without a gap, none of them empty.
+ *
+ * @param evidence   of zelkInsightDecode() without bit 0 of the flags, its findings stored; not null
+ * @param textLength the result of that call
+ * @param spans      receives the spans; null for none
+ * @param spanRoom   entries of `spans`
+ * @return the number of spans
+ */
+unsigned int zelkInsightSplitEmphasis(const zelkInsightEvidence *evidence, unsigned int textLength,
+                                      zelkInsightSpan *spans, unsigned int spanRoom);
+
+/* ====================================================== Encode ======================================================
+ */
+
+/** The bits of zelkInsightEncodeSettings::forms: a bit for each DvbCode_t, and two for compressed text. */
+enum {
+    ZelkInsightFormDefault = 1 << 0,      /**< the default table, without a selector; 1 << n is ISO 8859-n */
+    ZelkInsightFormTwoByte = 1 << 20,     /**< two bytes a character; the only form that says those above U+FFFF */
+    ZelkInsightFormUtf8 = 1 << 21,        /**< UTF-8, up to U+FFFF: receivers read no more */
+    ZelkInsightFormCompressed1 = 1 << 22, /**< encoding type 1, made for titles */
+    ZelkInsightFormCompressed2 = 1 << 23, /**< encoding type 2, made for descriptions */
+    ZelkInsightFormsStandard = 0x30EFFF   /**< all that ETSI EN 300 468 Annex A names, without compressed text */
+};
+
+/** The bits of zelkInsightEncodeSettings::options. */
+enum {
+    ZelkInsightPreferUtf8 = 1 /**< UTF-8, where allowed, for all that is not ASCII, whatever is shorter */
+};
+
+/** How a text may be sent. */
+typedef struct zelkInsightEncodeSettings {
+    dvbCharSet_t charSet; /**< the regional setting of the receivers, which decides what a selector means to them */
+    unsigned int forms;   /**< the forms that may be used: one for a fixed table; 0 means ZelkInsightFormsStandard */
+    unsigned int options; /**< 0 or ZelkInsightPreferUtf8 */
+} zelkInsightEncodeSettings;
+
+/** What became of a text. */
+typedef struct zelkInsightEncoded {
+    unsigned int form;           /**< the number of the bit of the form */
+    DvbCode_t code;              /**< the form as zelk_dvbGetDvbCode() reads it */
+    int extra;                   /**< the encoding type of compressed text */
+    zelkInsightTable table;      /**< the table that receivers use */
+    unsigned int selectorLength; /**< bytes of the selector */
+    unsigned int used;           /**< bytes of the text that are in the string: all, or as many as fitted */
+    unsigned int unsaid;         /**< characters that no allowed form can say; each is sent as a question mark */
+    unsigned int firstUnsaid;    /**< the offset of the first of them in the text */
+} zelkInsightEncoded;
+
+/**
+ * Encodes UTF-8 as a DVB string, in the shortest of the allowed forms that says it exactly; where none does, in the one
+ * that leaves the fewest characters unsaid.
+ *
+ * Exactly means that zelkInsightDecode() gives the text back. Line feeds are sent as the standard has them, 0x8A, and
+ * U+0086 and U+0087 as the codes of emphasis; other controls cannot be said. What does not fit is cut at a character,
+ * never between a letter and its mark.
+ *
+ * @param settings how; null for the standard's forms and setting
+ * @param out      receives the string and a zero
+ * @param outSize  bytes in `out`: the budget of the string, and 1
+ * @param in       the text, or null for an empty one; an empty text is an empty string
+ * @param inLen    its bytes; negative: up to the zero byte
+ * @param encoded  what became of it; may be null
+ * @return the bytes of the string
+ */
+unsigned int zelkInsightEncode(const zelkInsightEncodeSettings *settings, char *out, int outSize, const char *in,
+                               int inLen, zelkInsightEncoded *encoded);
+
+/** The most bytes of a piece; an extended event descriptor has room for 249. */
+#define ZELK_INSIGHT_LARGEST_PIECE 255
+
+/** Takes a piece, which is there for the call alone; a negative result stops. */
+typedef int (*zelkInsightPieceTaker)(const char *piece, unsigned int length, void *context);
+
+/**
+ * Encodes UTF-8 in pieces of at most `pieceSize` bytes, all in the form that zelkInsightEncode() would choose for the
+ * whole, each with its selector. zelkInsightJoinPieces() joins them again (compressed pieces are texts of their own).
+ *
+ * @param pieceSize 1 to ZELK_INSIGHT_LARGEST_PIECE; where it does not hold a selector and one character, nothing is
+ * sent
+ * @param take      is called with each piece in order
+ * @param context   is handed to `take`
+ * @return the number of pieces
+ */
+unsigned int zelkInsightEncodePieces(const zelkInsightEncodeSettings *settings, int pieceSize, const char *in,
+                                     int inLen, zelkInsightPieceTaker take, void *context, zelkInsightEncoded *encoded);
+
+/**
+ * Compresses a text in a context-tree code, with its end and without a selector.
+ *
+ * @param code    1 or 2 for the encoding types of DVB text, whose bytes are UTF-8; 3 for the titles and 4 for the
+ *                descriptions of ATSC A/65 (Tables C.4 to C.7), whose bytes are characters
+ * @param out     receives the bytes and a zero
+ * @param outSize bytes in `out`; four times those of the text and 5 always suffice
+ * @param in      the text, or null for an empty one; a zero byte ends it, counted or not
+ * @param inLen   its bytes; negative: up to the zero byte
+ * @return the bytes written; 0 where they do not fit and for other codes
+ */
+unsigned int zelkInsightCompress(unsigned int code, char *out, int outSize, const char *in, int inLen);
+
 #ifdef __cplusplus
 } /* extern "C" */
 #endif

@@ -361,7 +361,7 @@ bool putRun(Sink &sink, ContextText &characters) {
 // eight bits later. So does any text after U+FFFE, and U+FFFF counts as an end: the streaming decoder's answers of
 // these values mean as much. The runs take the time: all else is seldom, and small.
 template <class Sink>
-[[gnu::cold]] void decompress(Sink &sink, Body text, unsigned int flags) {
+void decompress(Sink &sink, Body text, unsigned int flags) {
     const unsigned char *table = compressionTable(text.extra);
     if (table == nullptr) {
         return;

@@ -3,6 +3,7 @@
 // Apart from the rest of the library on purpose: full Unicode (RFC 2781, RFC 3629) with errors, where everything else
 // is UCS-2 and replaces what it cannot read. A result is measured to its end whatever fits, so that one call without a
 // buffer tells the size that a second one needs.
+#include "detail/utf8_char.h"
 #include "zelk.hpp"
 
 #include <algorithm>
@@ -38,26 +39,22 @@ int takeCodePoint(const Unit *&at, const Unit *end) {
     return 0x10000 + (unit - 0xD800) * 0x400 + (*at++ - 0xDC00);
 }
 
-constexpr int encodedLength(int codePoint) {
-    return codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
+constexpr int leastOfFourBytes = 0x10000;
+
+constexpr unsigned int encodedLength(int codePoint) {
+    return codePoint >= leastOfFourBytes ? 4
+                                         : detail::utf8EncodedLength(static_cast<unsigned int>(std::max(codePoint, 0)));
 }
 
 // Writes a code point of 0x80 and more.
 template <class Byte>
 Byte *encode(Byte *at, int codePoint) {
-    const auto lead = [=](int marker, int shift) { return static_cast<Byte>(marker | codePoint >> shift); };
-    const auto trail = [=](int shift) { return static_cast<Byte>(0x80 | (codePoint >> shift & 0x3F)); };
-    if (codePoint < 0x800) {
-        *at++ = lead(0xC0, 6);
-    } else if (codePoint < 0x10000) {
-        *at++ = lead(0xE0, 12);
-        *at++ = trail(6);
-    } else {
-        *at++ = lead(0xF0, 18);
-        *at++ = trail(12);
-        *at++ = trail(6);
+    const unsigned int length = std::max(encodedLength(codePoint), 2U);
+    const auto character = static_cast<unsigned int>(codePoint);
+    *at++ = static_cast<Byte>(detail::leadByte(character, length));
+    for (unsigned int following = length - 1; following-- != 0;) {
+        *at++ = static_cast<Byte>(detail::continuationByte(character, following));
     }
-    *at++ = trail(0);
     return at;
 }
 

@@ -102,17 +102,15 @@ unsigned int streamEncode(Utf8EncoderState &state, unsigned int unit) {
     if (unit == 0) {
         return state.pendingCount > 0 ? state.pendingBytes[--state.pendingCount & 1] : 0;
     }
-    if (unit < 0x80) {
+    const unsigned int length = utf8EncodedLength(unit);
+    if (length == 1) {
         return unit;
     }
-    state.pendingBytes[0] = static_cast<unsigned short>(0x80U | (unit & 0x3FU));
-    if (unit < 0x800) {
-        state.pendingCount = 1;
-        return 0xC0U + (unit >> 6U);
+    for (unsigned int following = 0; following + 1 < length; ++following) {
+        state.pendingBytes[following] = static_cast<unsigned short>(continuationByte(unit, following));
     }
-    state.pendingBytes[1] = static_cast<unsigned short>(0x80U | (unit >> 6U & 0x3FU));
-    state.pendingCount = 2;
-    return 0xE0U + (unit >> 12U);
+    state.pendingCount = static_cast<int>(length - 1);
+    return leadByte(0, length) + (unit >> continuationBits * (length - 1)); // nothing is masked of too large a unit
 }
 
 constexpr int endOfStream = -1;

@@ -10,9 +10,11 @@ namespace zelk::detail {
 inline constexpr unsigned int firstOfTwoUnits = static_cast<unsigned int>(replacementCharacter) << 16U;
 
 // The least partial value, by continuation bytes still expected, that is no overlong form: the whole value of a
-// two-byte form, and that of a three-byte form after its first continuation byte (0x20 << 6 is 0x800).
+// two-byte form, and that of a three-byte form after its first continuation byte.
 constexpr unsigned int leastValue(unsigned int remaining) {
-    return remaining == 1 ? 0x80 : remaining == 2 ? 0x20 : 0; // more only in a record that is not ours
+    return remaining == 1   ? leastOfTwoBytes
+           : remaining == 2 ? leastOfThreeBytes >> continuationBits
+                            : 0; // more only in a record that is not ours
 }
 
 constexpr void utf8StreamReset(Utf8DecoderState &state) {
@@ -24,15 +26,16 @@ constexpr void utf8StreamReset(Utf8DecoderState &state) {
 // One byte in; out come up to two units, the later one in the low half, 0 meaning none.
 constexpr unsigned int utf8StreamDecode(Utf8DecoderState &state, unsigned int byte) {
     const bool unfinished = state.remaining != 0;
-    if (byte < 0x80) {
+    const unsigned int length = sequenceLength(byte);
+    if (length == 1) {
         state.remaining = 0;
         return unfinished ? firstOfTwoUnits | byte : byte;
     }
-    if (byte < 0xC0) {
+    if (isContinuation(byte)) {
         if (!unfinished) {
             return replacementCharacter;
         }
-        const unsigned int value = (static_cast<unsigned int>(state.value) << 6U | (byte & 0x3FU)) & 0xFFFFU;
+        const unsigned int value = withContinuation(state.value, byte) & 0xFFFFU;
         if (value < leastValue(state.remaining)) {
             state.tooSmall = 1;
         }
@@ -46,13 +49,12 @@ constexpr unsigned int utf8StreamDecode(Utf8DecoderState &state, unsigned int by
         return overlong ? replacementCharacter : value;
     }
     state.tooSmall = 0;
-    if (byte > 0xEF) {
+    if (length == 0) {
         state.remaining = 0;
         return replacementCharacter;
     }
-    const bool twoBytes = byte < 0xE0;
-    state.value = static_cast<unsigned short>(byte & (twoBytes ? 0x1FU : 0x0FU));
-    state.remaining = twoBytes ? 1 : 2;
+    state.value = static_cast<unsigned short>(leadBits(byte, length));
+    state.remaining = length - 1;
     return unfinished ? replacementCharacter : 0;
 }
 

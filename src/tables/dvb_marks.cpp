@@ -1,12 +1,16 @@
 // Marks and bases of DVB text, mark by mark as the standards list them, spread into grids when compiled.
 #include "tables/dvb_marks.h"
 
+#include "detail/utf8_char.h"
+
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
 namespace zelk::tables {
 namespace {
+
+using detail::continuationBits;
 
 // One mark of the Latin grid. A letter that is not listed stays itself, so that the mark is dropped.
 struct LatinMark {
@@ -145,14 +149,17 @@ constexpr DvbMarks dvbMarks = expand();
 namespace {
 
 // The characters U+00C0 to U+017F and U+0200 to U+023F by their upper bits, which UTF-8 puts into the first byte.
-constexpr std::uint8_t pages[] = {0x00C0 >> 6, 0x0100 >> 6, 0x0140 >> 6, 0x0200 >> 6};
+constexpr std::uint8_t pages[] = {0x00C0 >> continuationBits, 0x0100 >> continuationBits, 0x0140 >> continuationBits,
+                                  0x0200 >> continuationBits};
+constexpr unsigned int lastBits = (1U << continuationBits) - 1;
 
 constexpr int noCode = -1;
 
 // Eight bits for one of these characters: the number of its page and the six bits that UTF-8 puts into the last byte.
 constexpr int codeOf(unsigned int character) {
-    const auto *const page = std::ranges::find(pages, character >> 6U);
-    return page == std::end(pages) ? noCode : static_cast<int>((page - pages) << 6U | (character & 0x3FU));
+    const auto *const page = std::ranges::find(pages, character >> continuationBits);
+    return page == std::end(pages) ? noCode
+                                   : static_cast<int>((page - pages) << continuationBits | (character & lastBits));
 }
 
 constexpr int codeOfPair(unsigned int mark, unsigned int letter) {
@@ -228,9 +235,10 @@ consteval MarkPlanes spreadOut() {
     MarkPlanes planes{};
     for (unsigned int i = 0; i < 64; ++i) {
         const std::uint8_t page = pages[i >> 4U];
-        planes.leads[i] = 0xC0 | page;
-        planes.lows[i] = static_cast<std::uint8_t>(page << 6U);
-        planes.highs[i] = page >> 2U;
+        const unsigned int firstOfPage = static_cast<unsigned int>(page) << continuationBits;
+        planes.leads[i] = static_cast<std::uint8_t>(detail::leadByte(firstOfPage, 2));
+        planes.lows[i] = static_cast<std::uint8_t>(firstOfPage & 0xFFU);
+        planes.highs[i] = static_cast<std::uint8_t>(firstOfPage >> 8U);
     }
     std::array<std::pair<std::ptrdiff_t, unsigned int>, 16> byLetters{};
     for (unsigned int mark = firstMark; mark <= lastMark; ++mark) {
@@ -265,7 +273,7 @@ constexpr unsigned int found(unsigned int mark, unsigned int letter) {
     const auto &characters = (letter & 0x20U) == 0 ? markPlanes.capitals : markPlanes.smalls;
     const unsigned int code = characters[(markPlanes.rows[mark & 0x3FU] + letter) % 128];
     const unsigned int page = code >> 2U;
-    return static_cast<unsigned int>(markPlanes.highs[page]) << 8U | markPlanes.lows[page] | (code & 0x3FU);
+    return static_cast<unsigned int>(markPlanes.highs[page]) << 8U | markPlanes.lows[page] | (code & lastBits);
 }
 
 // Of all pairs, those in the planes; none if one is wrong there.

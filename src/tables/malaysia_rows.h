@@ -144,8 +144,11 @@ struct SortedText {
     std::size_t length; // bits
     Line line;
 
-    constexpr auto operator<=>(const SortedText &) const = default;
-
+    constexpr bool operator<(const SortedText &other) const {
+        return value != other.value     ? value < other.value
+               : length != other.length ? length < other.length
+                                        : line < other.line;
+    }
     constexpr bool goesOnFrom(const SortedText &before) const {
         return (value ^ before.value) >> (32 - before.length) == 0;
     }
@@ -177,7 +180,7 @@ template <std::size_t Count>
 constexpr Finding findDoubledPiece(const std::array<MalaysiaRow, Count> &rows) {
     std::array<SortedText, Count> pieces{};
     std::ranges::transform(rows, pieces.begin(), [](const auto &row) { return sortedPiece(row.piece, row.line); });
-    std::ranges::sort(pieces);
+    std::sort(pieces.begin(), pieces.end());
     for (std::size_t i = 1; i < Count; ++i) {
         if (pieces[i].value == pieces[i - 1].value) {
             return {Fault::PieceStandsInAnotherLineToo, pieces[i].line};
@@ -190,7 +193,7 @@ template <std::size_t Count>
 constexpr Finding findCodeInCode(const std::array<MalaysiaRow, Count> &rows, const KnownMalaysiaTable &known) {
     std::array<SortedText, Count> codes{};
     std::ranges::transform(rows, codes.begin(), [](const auto &row) { return sortedCode(row.code, row.line); });
-    std::ranges::sort(codes);
+    std::sort(codes.begin(), codes.end());
     for (std::size_t i = 1; i < Count; ++i) {
         const SortedText &code = codes[i];
         if (!code.goesOnFrom(codes[i - 1])) {
@@ -199,7 +202,8 @@ constexpr Finding findCodeInCode(const std::array<MalaysiaRow, Count> &rows, con
         if (code.length == codes[i - 1].length) {
             return {Fault::CodeStandsInAnotherLineToo, code.line};
         }
-        if (code != sortedCode(known.longerCode, code.line)) {
+        const SortedText longer = sortedCode(known.longerCode, code.line);
+        if (code < longer || longer < code) {
             return {Fault::CodeBeginsWithTheCodeOfAnotherLine, code.line};
         }
     }

@@ -1,0 +1,256 @@
+// Encoding: the expected bytes of known texts by hand, and properties over random text of many scripts. Compressed text
+// is read by the library and by the plainest decoder of the tests.
+#include "zelk_insight.h"
+
+#include "helpers/guarded.h"
+#include "helpers/text.h"
+#include "reference/context_codes.h"
+#include "reference/huffman_encoder.h"
+#include "reference/utf8_model.h"
+
+#include "zelk.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace zelk_test;
+
+constexpr unsigned int allForms = 0xF1FFFF;
+
+struct Encoded {
+    std::string string;
+    zelkInsightEncoded about{};
+};
+
+Encoded encode(const std::string &text, zelkInsightEncodeSettings settings = {DvbCharSetStandard, 0, 0},
+               int budget = 2000) {
+    Encoded result;
+    Guarded<char> out(static_cast<std::size_t>(budget) + 1);
+    const unsigned int length =
+        zelkInsightEncode(&settings, out.data(), budget + 1, text.data(), static_cast<int>(text.size()), &result.about);
+    EXPECT_EQ(out[length], 0);
+    result.string.assign(out.data(), length);
+    return result;
+}
+
+std::string decode(const std::string &string, dvbCharSet_t region = DvbCharSetStandard, bool keepEmphasis = false) {
+    const zelkInsightSettings settings = {region, DvbCodeNone, 0, keepEmphasis ? 1U : 0U, 0};
+    std::string text(32 * string.size() + 32, '\0');
+    const std::string in = string + '\0';
+    text.resize(zelkInsightDecode(&settings, text.data(), static_cast<int>(text.size()), in.data(),
+                                  static_cast<int>(string.size()), nullptr));
+    return text;
+}
+
+zelkInsightEncodeSettings only(unsigned int forms, unsigned int options = 0) {
+    return {DvbCharSetStandard, forms, options};
+}
+
+TEST(InsightEncode, ChoosesTheShortestForm) {
+    EXPECT_EQ(encode("News").string, "News");
+    EXPECT_EQ(encode("").string, "");
+    EXPECT_EQ(encode("Café").string, bytes("43 61 66 C2 65"));
+    EXPECT_EQ(encode("Éàü").string, bytes("05 C9 E0 FC"));
+    EXPECT_EQ(encode("10 €").string, bytes("31 30 20 A4"));
+    EXPECT_EQ(encode("Новости").string, bytes("01 BD DE D2 DE E1 E2 D8"));
+    EXPECT_EQ(encode("Ειδήσεις").string.substr(0, 1), "\x03");
+    EXPECT_EQ(encode("新聞").string, bytes("11 65B0 805E"));
+    EXPECT_EQ(encode("😀").string, bytes("11 D83D DE00"));
+    EXPECT_EQ(encode("a\nb").string, bytes("61 8A 62"));
+    EXPECT_EQ(encode("´`").string, bytes("C2 20 60"));
+    EXPECT_EQ(encode("a\xC2\x86"
+                     "b\xC2\x87")
+                  .string,
+              bytes("61 86 62 87"));
+    EXPECT_EQ(encode("café Ж").about.form, static_cast<unsigned int>(DvbCodeUtf8));
+}
+
+TEST(InsightEncode, FollowsThePolicy) {
+    EXPECT_EQ(encode("Café", only(ZelkInsightFormsStandard, ZelkInsightPreferUtf8)).string, bytes("15 436166C3A9"));
+    EXPECT_EQ(encode("Cafe", only(ZelkInsightFormsStandard, ZelkInsightPreferUtf8)).string, "Cafe");
+    EXPECT_EQ(encode("Café", only(1U << 9U)).string, bytes("05 436166E9"));
+    EXPECT_EQ(encode("Café", only(1U << 2U)).string, bytes("10 00 02 436166E9"));
+    const Encoded partly = encode("Жé", only(1U << 9U));
+    EXPECT_EQ(partly.string, bytes("05 3F E9"));
+    EXPECT_EQ(partly.about.unsaid, 1U);
+    EXPECT_EQ(partly.about.firstUnsaid, 0U);
+    EXPECT_EQ(encode("x", only(1U << 18U)).string, ""); // no form
+    EXPECT_EQ(encode("a\xFFz").about.unsaid, 1U);
+    EXPECT_EQ(encode("a\xFFz").about.firstUnsaid, 1U);
+    // Compressed only where it is asked for.
+    const std::string title = "The News at Ten with all of the day's stories";
+    EXPECT_EQ(encode(title).string, title);
+    const Encoded compressed = encode(title, only(allForms));
+    EXPECT_LT(compressed.string.size(), title.size());
+    EXPECT_EQ(compressed.about.code, DvbCodeCompressed);
+    EXPECT_EQ(decode(compressed.string), title);
+    // Region ISO 8859-2 reads selector 01 as the default table, so that Cyrillic takes another form.
+    const Encoded region = encode("Новости", {DvbCharSetIso8859_2, 0, 0});
+    EXPECT_EQ(decode(region.string, DvbCharSetIso8859_2), "Новости");
+    EXPECT_EQ(region.about.code, DvbCodeUcs2);
+}
+
+TEST(InsightEncode, KeepsTheBudget) {
+    EXPECT_EQ(encode("Café au lait", only(1), 4).string, "Caf");
+    EXPECT_EQ(encode("Café au lait", only(1), 4).about.used, 3U);
+    EXPECT_EQ(encode("Café au lait", only(1), 5).about.used, 5U);
+    EXPECT_EQ(encode("Новости", only(1U << 5U), 1).string, "");
+    EXPECT_EQ(encode("Новости", only(1U << 5U), 1).about.used, 0U);
+    EXPECT_EQ(encode("xe\xCC\x81", only(ZelkInsightFormUtf8), 3).string, "\x15x"); // e and its combining mark
+    char out[1] = {'x'};
+    EXPECT_EQ(zelkInsightEncode(nullptr, out, 0, "abc", 3, nullptr), 0U);
+    EXPECT_EQ(out[0], 0);
+    EXPECT_EQ(zelkInsightEncode(nullptr, out, 1, nullptr, 3, nullptr), 0U);
+}
+
+int take(const char *piece, unsigned int length, void *context) {
+    static_cast<std::vector<std::string> *>(context)->emplace_back(piece, length);
+    return 0;
+}
+
+int takeOne(const char *piece, unsigned int length, void *context) {
+    take(piece, length, context);
+    return -1;
+}
+
+TEST(InsightEncode, SendsPieces) {
+    std::string text;
+    for (int i = 0; i < 120; ++i) {
+        text += "Příliš žluťoučký kůň ";
+    }
+    for (const zelkInsightEncodeSettings &settings :
+         {only(0), only(1), only(ZelkInsightFormUtf8), only(ZelkInsightFormTwoByte)}) {
+        std::vector<std::string> pieces;
+        zelkInsightEncoded about{};
+        const unsigned int count =
+            zelkInsightEncodePieces(&settings, 249, text.data(), static_cast<int>(text.size()), take, &pieces, &about);
+        EXPECT_EQ(count, pieces.size());
+        EXPECT_EQ(about.used, text.size());
+        std::vector<zelkInsightPiece> list;
+        for (const std::string &piece : pieces) {
+            EXPECT_LE(piece.size(), 249U);
+            list.push_back({piece.data(), static_cast<int>(piece.size())});
+        }
+        std::string joined(8000, '\0');
+        unsigned int used = 0;
+        joined.resize(zelkInsightJoinPieces(joined.data(), 8000, list.data(), count, &used));
+        EXPECT_EQ(used, count);
+        EXPECT_EQ(decode(joined), text);
+        std::string apart;
+        for (const std::string &piece : pieces) {
+            apart += decode(piece); // no letter is parted from its mark
+        }
+        EXPECT_EQ(apart, text);
+    }
+    std::vector<std::string> pieces;
+    EXPECT_EQ(zelkInsightEncodePieces(nullptr, 10, text.data(), -1, takeOne, &pieces, nullptr), 1U);
+    EXPECT_EQ(zelkInsightEncodePieces(nullptr, 0, text.data(), -1, take, &pieces, nullptr), 0U);
+    EXPECT_EQ(zelkInsightEncodePieces(nullptr, 249, "", -1, take, &pieces, nullptr), 0U);
+}
+
+std::string randomText(Random &random) {
+    const char *const alphabets[] = {"abcdefghij ABC,.'",
+                                     "éèàüößçñåøæœÉÜ",
+                                     "ěščřžýáíéůúňťď",
+                                     "ąćęłńóśźż",
+                                     "őűáéí",
+                                     "абвгдежзийклЖЩё",
+                                     "αβγδέήίόύώΆΈ",
+                                     "ابتثجحخ",
+                                     "אבגדה",
+                                     "กขคงจ",
+                                     "ğışİŞ",
+                                     "āčēģīķļņšūž",
+                                     "€£\n´¨♪½←",
+                                     "中文字幕",
+                                     "😀🎬",
+                                     "\xCC\x81\xCC\x88"};
+    std::string text;
+    const unsigned int first = random.below(std::size(alphabets));
+    for (std::uint32_t length = random.below(60); length > 0; --length) {
+        const std::string alphabet = alphabets[random.chance(70)   ? 0
+                                               : random.chance(90) ? first
+                                                                   : random.below(std::size(alphabets))];
+        std::size_t at = random.below(static_cast<std::uint32_t>(alphabet.size()));
+        while (at > 0 && (static_cast<unsigned char>(alphabet[at]) & 0xC0U) == 0x80) {
+            --at;
+        }
+        std::size_t end = at + 1;
+        while (end < alphabet.size() && (static_cast<unsigned char>(alphabet[end]) & 0xC0U) == 0x80) {
+            ++end;
+        }
+        text += alphabet.substr(at, end - at);
+    }
+    return text;
+}
+
+TEST(InsightEncode, DecodesToItself) {
+    Random random(14);
+    for (int round = 0; round < 6000; ++round) {
+        const std::string text = randomText(random);
+        const auto region = static_cast<dvbCharSet_t>(random.below(6));
+        const Encoded best = encode(text, {region, allForms, 0});
+        if (best.about.unsaid == 0) {
+            EXPECT_EQ(decode(best.string, region), text) << round;
+        }
+        EXPECT_EQ(best.about.used, text.size());
+        for (unsigned int form = 0; form < 24; ++form) {
+            const Encoded fixed = encode(text, {region, 1U << form, 0});
+            if (fixed.about.unsaid == 0 && fixed.about.used == text.size() && !(form > 16 && form < 20)) {
+                EXPECT_EQ(decode(fixed.string, region), text) << form;
+                EXPECT_LE(best.string.size(), fixed.string.size()) << form;
+                EXPECT_EQ(best.about.unsaid, 0U);
+            }
+        }
+        const int budget = static_cast<int>(random.below(40));
+        const Encoded cut = encode(text, {region, allForms, 0}, budget);
+        EXPECT_LE(cut.string.size(), static_cast<std::size_t>(budget));
+        if (cut.about.unsaid == 0) {
+            EXPECT_EQ(decode(cut.string, region), text.substr(0, cut.about.used));
+        }
+    }
+}
+
+TEST(InsightCompress, ReadsBack) {
+    const unsigned char *const tables[] = {HuffmanDecodeTable_1, HuffmanDecodeTable_2, _title_dec_table,
+                                           _desc_dec_table};
+    Random random(65);
+    for (unsigned int code = 1; code <= 4; ++code) {
+        const ContextCodes codes = contextCodes(tables[code - 1]);
+        for (int round = 0; round < 400; ++round) {
+            std::string text;
+            for (std::uint32_t length = random.below(50); length > 0; --length) {
+                text += static_cast<char>(random.chance(95) ? 0x20 + random.below(0x5F) : 1 + random.below(255));
+            }
+            Guarded<char> out(4 * text.size() + 6);
+            const unsigned int length = zelkInsightCompress(code, out.data(), static_cast<int>(out.size()), text.data(),
+                                                            static_cast<int>(text.size()));
+            ASSERT_NE(length, 0U);
+            const std::string packedText(out.data(), length);
+            EXPECT_EQ(packedText, encodeStreamText(codes, text)) << code; // the shortest code of each character
+            std::string bits;
+            for (const char byte : packedText) {
+                bits += bitsOf(static_cast<unsigned char>(byte));
+            }
+            std::string read;
+            for (const DecodedCharacter &character : decodeContextBits(codes, bits)) {
+                if (character.value == 0) {
+                    break;
+                }
+                read += static_cast<char>(character.value);
+            }
+            EXPECT_EQ(read, text);
+        }
+    }
+    char out[8];
+    EXPECT_EQ(zelkInsightCompress(5, out, sizeof out, "a", 1), 0U);
+    EXPECT_EQ(zelkInsightCompress(1, out, 3, "Long text that does not fit", -1), 0U);
+    EXPECT_EQ(out[0], 0);
+    EXPECT_NE(zelkInsightCompress(1, out, sizeof out, nullptr, 3), 0U); // the end alone
+}
+
+} // namespace
