@@ -17,10 +17,10 @@ ZELK_OPERATION std::uint64_t zerosOfLine(const unsigned char *line) {
 }
 
 // Up to so many bytes a text is looked through line by line; above, a call of the C library's search costs less.
-inline constexpr std::size_t mostLines = 4;
+inline constexpr std::size_t linesLookedThrough = 4;
 
 ZELK_OPERATION std::size_t bytesBeforeZero(const unsigned char *text, std::size_t length) {
-    if (length == 0 || length > mostLines * lineBytes) {
+    if (length == 0 || length > linesLookedThrough * lineBytes) {
         return plain::bytesBeforeZero(text, length);
     }
     const std::size_t place = placeInLine(text);
