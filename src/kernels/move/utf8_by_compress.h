@@ -57,6 +57,10 @@ ZELK_OPERATION Utf8Block utf8BlockAt(const unsigned char *text) {
     return {load(text), load(text - 1), load(text - 2)};
 }
 
+ZELK_OPERATION Utf8Block utf8BlockAt(const unsigned char *text, Mask present) {
+    return {load(text, present), load(text - 1, present), load(text - 2, present)};
+}
+
 // A part of a block, at text + read; in front of the text the bytes before are zero.
 ZELK_OPERATION Utf8Block utf8PartAt(const unsigned char *text, std::size_t read, Mask present) {
     const Mask missing = 3U >> std::min<std::size_t>(read, 2);
@@ -78,6 +82,48 @@ ZELK_OPERATION bool mayRead(const unsigned char *text, std::size_t bytes) {
     const Block block = load(text, first);
     const Mask zeros = _mm512_mask_testn_epi8_mask(first, block, block);
     return _kortestz_mask64_u8(zeros, zeros) != 0 || areInLine(text, bytes);
+}
+
+// Texts of 129 to 255 bytes as four blocks, of which the last ones overlap as far as needed: no branch depends on the
+// length.
+struct SeveralLines {
+    static constexpr std::size_t shortest = 2 * blockBytes + 1;
+    static constexpr std::size_t count = 4;
+    static constexpr std::size_t longest = count * blockBytes - 1; // as far as firstBytes() counts
+
+    std::size_t places[count];
+    Block text[count];
+};
+
+ZELK_OPERATION SeveralLines severalLines(const unsigned char *text, std::size_t length) {
+    const std::size_t last = length - blockBytes;
+    const std::size_t third = std::min(2 * blockBytes, last);
+    return {{0, blockBytes, third, last}, {load(text), load(text + blockBytes), load(text + third), load(text + last)}};
+}
+
+// The least of the bytes at each place, as signed numbers.
+ZELK_OPERATION Block least(const SeveralLines &blocks) {
+    return _mm512_min_epi8(_mm512_min_epi8(blocks.text[0], blocks.text[1]),
+                           _mm512_min_epi8(blocks.text[2], blocks.text[3]));
+}
+
+// Whether no zero is in a line of such a text before the last one that it lies in: at most four, looked at in turn.
+ZELK_OPERATION bool mayReadSeveral(const unsigned char *text, std::size_t length) {
+    const Mask first = firstBytes(bytesInLine(text));
+    const Block block = load(text, first);
+    if (_mm512_mask_testn_epi8_mask(first, block, block) != 0) {
+        return false;
+    }
+    const unsigned char *line = text + bytesInLine(text);
+    const unsigned char *const last = text + length - 1 - placeInLine(text + length - 1) - lineBytes;
+    for (std::size_t i = 0; i < SeveralLines::count - 1; ++i) {
+        const Block whole = load(std::min(line, last));
+        if (_mm512_testn_epi8_mask(whole, whole) != 0) {
+            return false;
+        }
+        line += lineBytes;
+    }
+    return true;
 }
 
 // Where bytes do not follow the two before them as they should this is not zero.
@@ -235,11 +281,38 @@ ZELK_OPERATION void storeUnitsKept(unsigned short *out, std::size_t count, const
                _mm512_permutex2var_epi8(low, parts.back, high));
 }
 
+// Up to 64 bytes of one line; false where the conversion ends.
+template <Clean clean>
+ZELK_OPERATION bool decodePart(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                               Progress &done) {
+    std::size_t bytes = std::min(length - done.read, bytesInLine(text + done.read));
+    const Utf8Block block = utf8PartAt(text, done.read, firstBytes(bytes));
+    const Mask wrong = wrongBytes(block, utf8Constants<clean>()) & firstBytes(bytes);
+    if (wrong != 0) [[unlikely]] {
+        bytes = firstOf(wrong);
+    }
+    const UnitParts parts = unitParts();
+    const Units units = unitsOf(block, parts);
+    Mask ends = units.ends & firstBytes(bytes);
+    std::size_t count = countOf(ends);
+    const bool fits = count <= room - done.written;
+    if (!fits) [[unlikely]] { // up to the last byte of the last one that fits
+        count = room - done.written;
+        const Mask last = count == 0 ? 0 : _pdep_u64(1ULL << (count - 1), ends);
+        ends &= last | (last - 1);
+        bytes = count == 0 ? 0 : firstOf(last) + 1;
+    }
+    storeUnitsKept(out + done.written, count, units, ends, parts);
+    done.read += bytes;
+    done.written += count;
+    return fits && wrong == 0 && done.read < length;
+}
+
 // Lines of ASCII, whole ones, as far as they fit.
 template <Clean clean>
 ZELK_OPERATION void widenLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
                                Progress &done) {
-    while (length - done.read >= blockBytes && room - done.written >= blockBytes) {
+    while (std::min(length - done.read, room - done.written) >= blockBytes) {
         const Block block = load(text + done.read);
         if (!isAscii<clean>(block, ~0ULL)) {
             return;
@@ -251,56 +324,124 @@ ZELK_OPERATION void widenLines(const unsigned char *text, std::size_t length, un
     }
 }
 
+// The units of a line, compressed, that wait for the next line: where that one's units cover what whole stores would
+// leave after these, no mask is needed, which makes a store slow.
+struct WaitingUnits {
+    unsigned short *out;
+    std::size_t count;
+    Block low, high;
+
+    ZELK_OPERATION void store(const WaitingUnits &units, std::size_t next, const UnitParts &parts) {
+        const Block front = _mm512_permutex2var_epi8(units.low, parts.front, units.high);
+        if (units.count <= blockUnits && units.count + next >= blockUnits) {
+            ZELK_KERNEL_SET::store(units.out, front);
+            return;
+        }
+        const Block back = _mm512_permutex2var_epi8(units.low, parts.back, units.high);
+        if (units.count + next >= blockBytes) {
+            ZELK_KERNEL_SET::store(units.out, front);
+            ZELK_KERNEL_SET::store(units.out + blockUnits, back);
+        } else {
+            storeUnits(units.out, units.count, front, back);
+        }
+    }
+};
+
+// Whole lines of any text, up to two that are all ASCII. There are two bytes at least in front of them.
 template <Clean clean>
-ZELK_STAGE Progress decodeLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+ZELK_STAGE Progress decodeWholeLines(const unsigned char *text, std::size_t length, unsigned short *out,
+                                     std::size_t room, Progress done) {
     const Utf8Constants constants = utf8Constants<clean>();
     const UnitParts parts = unitParts();
-    Progress done;
+    WaitingUnits waiting{out + done.written, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
     Trial trial;
-    while (done.read < length) {
-        std::size_t bytes = std::min(length - done.read, bytesInLine(text + done.read));
-        const Mask present = firstBytes(bytes);
-        const Utf8Block block = utf8PartAt(text, done.read, present);
+    std::size_t before = 0; // units of the last line
+    while (std::min(length - done.read, room - done.written) >= blockBytes) {
+        const Utf8Block block = utf8BlockAt(text + done.read);
         Units units;
-        Mask wrong = 0;
-        if (Trial::isDue(trial) && areOfTwo<clean>(block, present, parts.leads)) {
+        if (Trial::isDue(trial) && areOfTwo<clean>(block, ~0ULL, parts.leads)) {
             units = unitsOfTwo(block, parts);
-        } else {
-            Trial::failed(trial);
-            wrong = asInteger(wrongBytes(block, constants) & present);
+        } else if (wrongBytes(block, constants) == 0) {
             units = unitsOf(block, parts);
-            if (wrong != 0) [[unlikely]] {
-                bytes = firstOf(wrong);
-            }
-        }
-        Mask ends = units.ends & firstBytes(bytes);
-        std::size_t count = countOf(ends);
-        if (count > room - done.written) [[unlikely]] { // up to the last byte of the last one that fits
-            count = room - done.written;
-            const Mask last = count == 0 ? 0 : _pdep_u64(1ULL << (count - 1), ends);
-            ends &= last | (last - 1);
-            bytes = count == 0 ? 0 : firstOf(last) + 1;
-            wrong = 1;
-        }
-        storeUnitsKept(out + done.written, count, units, ends, parts);
-        done.read += bytes;
-        done.written += count;
-        if (wrong != 0) {
+            Trial::failed(trial);
+        } else {
             break;
         }
-        if (count == blockBytes) {
-            widenLines<clean>(text, length, out, room, done);
+        const std::size_t count = countOf(units.ends);
+        if (count == blockBytes && before == blockBytes) {
+            break;
+        }
+        before = count;
+        WaitingUnits::store(waiting, count, parts);
+        waiting = {out + done.written, count, compressed(units.ends, units.low), compressed(units.ends, units.high)};
+        done.read += blockBytes;
+        done.written += count;
+    }
+    WaitingUnits::store(waiting, 0, parts);
+    return done;
+}
+
+template <Clean clean>
+ZELK_STAGE Progress decodeLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    Progress done;
+    while (done.read < length && decodePart<clean>(text, length, out, room, done)) {
+        if (length - done.read >= blockBytes) {
+            if (unfinishedBytes(text, done.read) == 0) {
+                widenLines<clean>(text, length, out, room, done);
+            }
+            if (done.read >= 2) {
+                done = decodeWholeLines<clean>(text, length, out, room, done);
+            }
         }
     }
     done.read -= unfinishedBytes(text, done.read);
     return done;
 }
 
+template <Clean clean>
+ZELK_STAGE Progress decodeSeveral(const unsigned char *text, std::size_t length, unsigned short *out,
+                                  std::size_t room) {
+    if (length > room || !mayReadSeveral(text, length)) {
+        return decodeLines<clean>(text, length, out, room);
+    }
+    const SeveralLines lines = severalLines(text, length);
+    if (isAscii<clean>(least(lines), ~0ULL)) {
+        for (std::size_t i = 0; i < SeveralLines::count; ++i) {
+            store(out + lines.places[i], frontUnits(lines.text[i]));
+            store(out + lines.places[i] + blockUnits, backUnits(lines.text[i]));
+        }
+        return {length, length};
+    }
+    const Utf8Constants constants = utf8Constants<clean>();
+    const UnitParts parts = unitParts();
+    WaitingUnits waiting{out, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
+    std::size_t written = 0;
+    for (std::size_t i = 0; i < SeveralLines::count; ++i) {
+        const std::size_t read = i * blockBytes;
+        const Mask present = firstBytes(length - lesserOf(read, length));
+        const Utf8Block block = i == 0 ? utf8PartAt(text, 0, ~0ULL) : utf8BlockAt(text + read, present);
+        const Mask wrong = _kand_mask64(wrongBytes(block, constants), present);
+        if (_kortestz_mask64_u8(wrong, wrong) == 0) [[unlikely]] {
+            return decodeLines<clean>(text, length, out, room);
+        }
+        const Units units = unitsOf(block, parts);
+        const Mask ends = units.ends & present;
+        const std::size_t count = countOf(ends);
+        WaitingUnits::store(waiting, count, parts);
+        waiting = {out + written, count, compressed(ends, units.low), compressed(ends, units.high)};
+        written += count;
+    }
+    WaitingUnits::store(waiting, 0, parts);
+    return {length - unfinishedBytes(text, length), written};
+}
+
 // Short texts are done here; what they need not costs them nothing.
 template <Clean clean>
 ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
     if (length > longestName || !mayRead(text, length)) {
-        return decodeLines<clean>(text, length, out, room);
+        return length - SeveralLines::shortest <= SeveralLines::longest - SeveralLines::shortest
+                   ? decodeSeveral<clean>(text, length, out, room)
+                   : decodeLines<clean>(text, length, out, room);
     }
     const Mask all = firstBytes(length);
     const Block bytes = load(text, all);
@@ -329,34 +470,75 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
 
 // ---- Checking
 
+// Up to 64 bytes of one line; false where the check ends.
+template <Clean clean>
+ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std::size_t &read) {
+    const std::size_t bytes = std::min(length - read, bytesInLine(text + read));
+    const Utf8Block block = utf8PartAt(text, read, firstBytes(bytes));
+    const Mask wrong = wrongBytes<Last::LeftOut>(block, utf8Constants<clean>()) & firstBytes(bytes);
+    read += std::min(bytes, firstOf(wrong));
+    return wrong == 0 && read < length;
+}
+
+// Whole lines; there are two bytes at least in front of them.
+template <Clean clean>
+ZELK_STAGE std::size_t checkWholeLines(const unsigned char *text, std::size_t length, std::size_t read) {
+    const Utf8Constants constants = utf8Constants<clean>();
+    const Leads leads = leadBytes();
+    Trial trial;
+    while (length - read >= blockBytes) {
+        const Utf8Block block = utf8BlockAt(text + read);
+        if (!Trial::isDue(trial) || !areOfTwo<clean>(block, ~0ULL, leads)) {
+            if (wrongBytes<Last::LeftOut>(block, constants) != 0) {
+                break;
+            }
+            Trial::failed(trial);
+        }
+        read += blockBytes;
+    }
+    return read;
+}
+
 template <Clean clean>
 ZELK_STAGE std::size_t checkLines(const unsigned char *text, std::size_t length) {
-    const Utf8Constants constants = utf8Constants<clean>();
     std::size_t read = 0;
-    while (read < length) {
-        const std::size_t bytes = std::min(length - read, bytesInLine(text + read));
-        const Mask present = firstBytes(bytes);
-        const Utf8Block block = utf8PartAt(text, read, present);
-        if (isAscii<clean>(block.text, present) && unfinishedBytes(text, read) == 0) {
-            do {
-                read += std::min(length - read, bytesInLine(text + read));
-            } while (length - read >= blockBytes && isAscii<clean>(load(text + read), ~0ULL));
-            continue;
+    while (read < length && checkPart<clean>(text, length, read)) {
+        if (unfinishedBytes(text, read) == 0) {
+            while (length - read >= blockBytes && isAscii<clean>(load(text + read), ~0ULL)) {
+                read += blockBytes;
+            }
         }
-        const Mask wrong = wrongBytes<Last::LeftOut>(block, constants) & present;
-        if (wrong != 0) [[unlikely]] {
-            read += firstOf(wrong);
-            break;
+        if (read >= 2) {
+            read = checkWholeLines<clean>(text, length, read);
         }
-        read += bytes;
     }
     return read - unfinishedBytes(text, read);
 }
 
 template <Clean clean>
+ZELK_STAGE std::size_t checkSeveral(const unsigned char *text, std::size_t length) {
+    if (!mayReadSeveral(text, length)) {
+        return checkLines<clean>(text, length);
+    }
+    const SeveralLines blocks = severalLines(text, length);
+    if (isAscii<clean>(least(blocks), ~0ULL)) {
+        return length;
+    }
+    const Utf8Constants constants = utf8Constants<clean>();
+    Mask wrong = wrongBytes<Last::LeftOut>(utf8PartAt(text, 0, ~0ULL), constants);
+    for (std::size_t i = 1; i < SeveralLines::count; ++i) {
+        wrong = _kor_mask64(wrong, wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.places[i]), constants));
+    }
+    return _kortestz_mask64_u8(wrong, wrong) != 0 ? length - unfinishedBytes(text, length)
+                                                  : checkLines<clean>(text, length);
+}
+
+template <Clean clean>
 ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length) {
     if (length > longestName || !mayRead(text, length)) {
-        return checkLines<clean>(text, length);
+        return length - SeveralLines::shortest <= SeveralLines::longest - SeveralLines::shortest
+                   ? checkSeveral<clean>(text, length)
+                   : checkLines<clean>(text, length);
     }
     const Mask all = firstBytes(length);
     const Block bytes = load(text, all);
@@ -402,27 +584,47 @@ ZELK_OPERATION Mask innerBytes(const Utf8Block &block) {
     return highBits(_mm512_and_si512(continuation, follows));
 }
 
-ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
+// Up to 64 bytes of one line; false at the end.
+ZELK_OPERATION bool measurePart(const unsigned char *text, std::size_t length, Progress &done) {
+    std::size_t bytes = std::min(length - done.read, bytesInLine(text + done.read));
+    const Utf8Block block = utf8PartAt(text, done.read, firstBytes(bytes));
+    const Mask zeros = ~nonZero(block.text) & firstBytes(bytes);
+    bytes = std::min(bytes, firstOf(zeros));
+    done.read += bytes;
+    done.written += countOf(firstBytes(bytes) & ~innerBytes(block));
+    return zeros == 0 && done.read < length;
+}
+
+ZELK_STAGE Progress measureLines(const unsigned char *text, std::size_t length) {
     Progress done;
-    while (done.read < length) {
-        std::size_t bytes = std::min(length - done.read, bytesInLine(text + done.read));
-        const Mask present = firstBytes(bytes);
-        const Utf8Block block = utf8PartAt(text, done.read, present);
-        const Mask zeros = asInteger(_mm512_mask_testn_epi8_mask(present, block.text, block.text));
-        if (zeros != 0) [[unlikely]] {
-            bytes = firstOf(zeros);
-        }
-        done.read += bytes;
-        done.written += countOf(firstBytes(bytes) & ~innerBytes(block));
-        if (zeros != 0) {
-            break;
-        }
+    while (measurePart(text, length, done)) {
         while (length - done.read >= blockBytes && isAscii<Clean::Any>(load(text + done.read), ~0ULL)) {
             done.read += blockBytes;
             done.written += blockBytes;
         }
+        while (done.read >= 2 && length - done.read >= blockBytes) {
+            const Utf8Block block = utf8BlockAt(text + done.read);
+            if (nonZero(block.text) != ~0ULL) {
+                break;
+            }
+            done.read += blockBytes;
+            done.written += blockBytes - countOf(innerBytes(block));
+        }
+        if (done.read == length) {
+            break;
+        }
     }
     return done;
+}
+
+ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
+    if (length - 1 >= longestName || !mayRead(text, length)) {
+        return length == 0 ? Progress{} : measureLines(text, length);
+    }
+    const Mask all = firstBytes(length);
+    const Utf8Block name = utf8Name(load(text, all));
+    const std::size_t bytes = std::min(length, firstOf(~nonZero(name.text)));
+    return {bytes, countOf(firstBytes(bytes) & ~innerBytes(name))};
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

@@ -24,13 +24,13 @@ struct LastBytes {
 
 ZELK_OPERATION LastBytes lastBytes(const Utf8Block &block) {
     const Flags several = lessSigned(block.text, Bytes{});
-    const Bytes up = asBytes(asUnits(block.before1) << 6) & repeatByte(0xC0);
-    const Bytes down = asBytes(asUnits(block.before1) >> 2) & repeatByte(0x0F);
-    const Bytes lead = asBytes(asUnits(subtractSaturated(block.before2, repeatByte(0xE0))) << 4);
+    const Bytes up = asBytes(asUnits(block.before1) << 6) & everyByte<0xC0>();
+    const Bytes down = asBytes(asUnits(block.before1) >> 2) & everyByte<0x0F>();
+    const Bytes lead = asBytes(asUnits(subtractSaturated(block.before2, everyByte<0xE0>())) << 4);
     // From C0 on: leads, and the byte after a lead of three.
-    const Bytes open = greater(block.text, subtractSaturated(block.before1, repeatByte(0x20)));
-    return {block.text ^ ((up ^ repeatByte(0x80)) & several), (down & several) | lead,
-            static_cast<std::uint32_t>(signBits(subtractSaturated(open, repeatByte(0x40))))};
+    const Bytes open = greater(block.text, subtractSaturated(block.before1, everyByte<0x20>()));
+    return {block.text ^ ((up ^ everyByte<0x80>()) & several), (down & several) | lead,
+            static_cast<std::uint32_t>(signBits(subtractSaturated(open, everyByte<0x40>())))};
 }
 
 // Eight units of a block, those of its first eight bytes first.
@@ -89,7 +89,7 @@ ZELK_OPERATION void storeEnd(unsigned short *end, const std::array<Kept, count> 
     for (std::size_t i = 0; i < count; ++i) {
         units |= moved(parts[i].units, place - last);
         if (i + 1 < count) {
-            store(end + std::min(place, last), parts[i].units);
+            store(end + lesserOf(place, last), parts[i].units);
         }
         place += static_cast<std::ptrdiff_t>(parts[i].count);
     }
@@ -98,56 +98,55 @@ ZELK_OPERATION void storeEnd(unsigned short *end, const std::array<Kept, count> 
 
 // ---- Names
 
-// Of 18 to 48 bytes that are right: the bits of bytes that are no last ones, or that the lane before has.
+// Of 18 to 48 bytes that are right: lanes that overlap have the same units, which are stored again.
 struct NameUnits {
-    LastBytes front, back;
-    [[maybe_unused]] LastBytes middle;
-    std::uint32_t leftOut[3];
+    LastBytes front, middle, back; // in sets of two lanes a block `front` has two
+    std::uint64_t others;          // a bit for every byte of the name that is no last one
 
     ZELK_OPERATION NameUnits of(const ShortText &name) {
-        const std::uint32_t again2 = ~(~0U << (laneBytes - name.places[1]));
-        const std::uint32_t again3 = ~(~0U << (name.places[1] + laneBytes - name.places[3]));
         NameUnits units{};
         units.front = lastBytes(blockOf<0>(name));
         units.back = lastBytes(blockOf<ShortText::blocks - 1>(name));
         if constexpr (blockLanes == 1) {
             units.middle = lastBytes(blockOf<1>(name));
-            units.leftOut[1] = units.middle.others | again2;
-            units.leftOut[2] = units.back.others | again3;
         } else {
-            units.leftOut[1] = units.front.others >> laneBytes | again2;
-            units.leftOut[2] = units.back.others >> laneBytes | again3;
+            units.middle.others = units.front.others >> laneBytes;
         }
-        units.leftOut[0] = units.front.others & 0xFFFF;
+        units.others = (units.front.others & 0xFFFF) | std::uint64_t{units.middle.others} << name.places[1] |
+                       std::uint64_t{units.back.others >> (blockBytes - laneBytes)} << name.places[3];
         return units;
     }
 
-    ZELK_OPERATION std::size_t count(const NameUnits &name) {
-        const std::uint64_t bits = name.leftOut[0] | std::uint64_t{name.leftOut[1] & 0xFFFF} << laneBytes |
-                                   std::uint64_t{name.leftOut[2] & 0xFFFF} << 2 * laneBytes;
-        return 3 * laneBytes - static_cast<std::size_t>(std::popcount(bits));
-    }
-
-    ZELK_OPERATION std::array<Kept, 6> parts(const NameUnits &name) {
-        const Kept first = keptOf(unitsOfHalf<0>(name.front), name.leftOut[0]);
-        const Kept second = keptOf(unitsOfHalf<1>(name.front), name.leftOut[0] >> 8);
-        if constexpr (blockLanes == 1) {
-            return {first,
-                    second,
-                    keptOf(unitsOfHalf<0>(name.middle), name.leftOut[1]),
-                    keptOf(unitsOfHalf<1>(name.middle), name.leftOut[1] >> 8),
-                    keptOf(unitsOfHalf<0>(name.back), name.leftOut[2]),
-                    keptOf(unitsOfHalf<1>(name.back), name.leftOut[2] >> 8)};
-        } else {
-            return {first,
-                    second,
-                    keptOf(unitsOfHalf<2>(name.front), name.leftOut[1]),
-                    keptOf(unitsOfHalf<3>(name.front), name.leftOut[1] >> 8),
-                    keptOf(unitsOfHalf<2>(name.back), name.leftOut[2]),
-                    keptOf(unitsOfHalf<3>(name.back), name.leftOut[2] >> 8)};
-        }
+    // The units that end in the first bytes.
+    ZELK_OPERATION std::size_t count(const NameUnits &name, std::size_t bytes) {
+        return bytes - static_cast<std::size_t>(std::popcount(name.others & ~(~std::uint64_t{0} << bytes)));
     }
 };
+
+// The last half and the one before it, of eight units at least. Each store corrects what the one before left after its
+// units.
+ZELK_OPERATION void storeName(unsigned short *out, const ShortText &name, const NameUnits &units, std::size_t count) {
+    constexpr std::size_t half = laneBytes / 2;
+    const std::size_t last = count - laneUnits;
+    const auto storeAt = [&](std::size_t byte, const Kept &kept) {
+        store(out + lesserOf(NameUnits::count(units, byte), last), kept.units);
+    };
+    storeAt(0, keptOfHalf<0>(units.front));
+    storeAt(half, keptOfHalf<1>(units.front));
+    if constexpr (blockLanes == 1) {
+        storeAt(name.places[1], keptOfHalf<0>(units.middle));
+        storeAt(name.places[1] + half, keptOfHalf<1>(units.middle));
+    } else {
+        storeAt(name.places[1], keptOfHalf<2>(units.front));
+        storeAt(name.places[1] + half, keptOfHalf<3>(units.front));
+    }
+    constexpr std::size_t firstOfBack = 2 * (blockLanes - 1);
+    const Kept front = keptOfHalf<firstOfBack>(units.back);
+    const Kept back = keptOfHalf<firstOfBack + 1>(units.back);
+    const auto rest = static_cast<std::ptrdiff_t>(laneUnits) - static_cast<std::ptrdiff_t>(back.count);
+    store(out + count - front.count - back.count, front.units);
+    store(out + last, moved(front.units, rest - static_cast<std::ptrdiff_t>(front.count)) | moved(back.units, rest));
+}
 
 // ---- Blocks
 
@@ -162,11 +161,13 @@ ZELK_STAGE std::size_t convertBlocks(const unsigned char *text, std::size_t leng
         store(at, kept.units);
         at += kept.count;
     };
+    std::size_t wait = 0; // as for lines
     while (length - read >= blockBytes + laneBytes) {
-        if (!anySignBit(block.text)) {
+        if (wait == 0 && !anySignBit(block.text)) {
             storeAscii(at, block.text);
             at += blockBytes;
         } else {
+            wait = wait == 0 ? linesUntilTrial : wait - 1;
             const LastBytes units = lastBytes(block);
             storeHalf(keptOfHalf<0>(units));
             storeHalf(keptOfHalf<1>(units));
@@ -261,7 +262,7 @@ ZELK_OPERATION std::size_t widenAscii(const unsigned char *text, std::size_t len
 template <Clean clean>
 ZELK_STAGE Progress convertLong(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
     constexpr std::size_t window = 2048; // after which ASCII is tried again
-    constexpr std::size_t short_ = ShortText::most + longestSequence;
+    constexpr std::size_t short_ = lineBytes;
     Progress done;
     for (;;) {
         if (length - done.read > short_) {
@@ -306,11 +307,12 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
         return convertRight(text, readable, out, room);
     }
     const NameUnits units = NameUnits::of(name);
-    const std::size_t count = NameUnits::count(units);
-    if (count < laneUnits || count > room) {
+    const std::size_t count = NameUnits::count(units, readable);
+    const std::size_t ofLastLane = count - NameUnits::count(units, readable - laneBytes);
+    if (ofLastLane < laneUnits || count > room) {
         return plain::utf8ToUcs2<clean>(text, readable, out, room);
     }
-    storeEnd(out + count, NameUnits::parts(units));
+    storeName(out, name, units, count);
     return {readable, count};
 }
 

@@ -32,23 +32,6 @@ ZELK_OPERATION bool hasZeroInLine(const unsigned char *at) {
     return places >> place * bitsPerPlace != 0;
 }
 
-// As many bytes of a text as may be read without a further look, at most `count`: it ends among them or at the count.
-ZELK_OPERATION std::size_t readableBytes(const unsigned char *text, std::size_t count) {
-    std::size_t known = bytesInLine(text);
-    if (count <= known) {
-        return count;
-    }
-    if (hasZeroInLine(text)) [[unlikely]] {
-        return known;
-    }
-    for (; count - known > lineBytes; known += lineBytes) {
-        if (hasZeroInLine(text + known)) [[unlikely]] {
-            return known + lineBytes;
-        }
-    }
-    return count;
-}
-
 // ---- Blocks and the bytes before theirs
 
 inline constexpr std::size_t longestSequence = 3;
@@ -76,13 +59,33 @@ struct ShortText {
 
     ZELK_OPERATION ShortText of(const unsigned char *text, std::size_t length) {
         const std::size_t last = length - laneBytes;
-        const std::size_t second = std::min(laneBytes, last);
-        return {text, {0, second, std::max(second + laneBytes, last) - laneBytes, last}};
+        const std::size_t second = lesserOf(laneBytes, last);
+        return {text, {0, second, second + last - lesserOf(second + laneBytes, last), last}};
     }
 
     const unsigned char *text;
     std::size_t places[4];
 };
+
+// As many bytes of a text as may be read without a further look, at most `count`, which is at most 68: it ends among
+// them or at the count.
+ZELK_OPERATION std::size_t readableBytes(const unsigned char *text, std::size_t count) {
+    std::size_t known = bytesInLine(text);
+    if (count <= known) {
+        return count;
+    }
+    if (hasZeroInLine(text)) [[unlikely]] {
+        return known;
+    }
+    if constexpr (lineBytes < ShortText::most) { // or it ends in the second line
+        for (; count - known > lineBytes; known += lineBytes) {
+            if (anyBit(equal(load(text + known), Bytes{}))) [[unlikely]] {
+                return known + lineBytes;
+            }
+        }
+    }
+    return count;
+}
 
 // The lanes from a place of the list on that make up a block, each so many bytes before its place.
 ZELK_OPERATION Bytes lanesOf(const ShortText &name, std::size_t block, std::size_t before) {
@@ -106,7 +109,7 @@ ZELK_OPERATION Utf8Block blockOf(const ShortText &name) {
 // The bytes that are no ASCII that a conversion passes over: as signed numbers all the others are less.
 template <Clean clean>
 ZELK_OPERATION Flags otherThanAscii(Bytes bytes) {
-    return lessSigned(bytes, repeatByte(leastAscii(clean)));
+    return lessSigned(bytes, everyByte<leastAscii(clean)>());
 }
 
 template <Clean clean>
@@ -135,18 +138,18 @@ using plain::Last;
 template <Clean clean, Last last>
 ZELK_OPERATION Bytes faultsOf(const Utf8Block &block) {
     constexpr const FaultTables &tables = faultTables<clean>;
-    const Bytes byBefore = lookUp(repeatLane(load<Lane>(tables.before)), upperNibbles(block.before1));
-    const Bytes byLower = lookUp(repeatLane(load<Lane>(tables.lower)), lowerNibbles(block.before1));
-    const Bytes byCurrent = lookUp(repeatLane(load<Lane>(tables.current)), upperNibbles(block.text));
-    const Bytes due = subtractSaturated(block.before2, repeatByte(0x60)) & repeatByte(0x80); // after E0 and above
+    const Bytes byBefore = lookUp(load(tables.before), upperNibbles(block.before1));
+    const Bytes byLower = lookUp(load(tables.lower), lowerNibbles(block.before1));
+    const Bytes byCurrent = lookUp(load(tables.current), upperNibbles(block.text));
+    const Bytes due = subtractSaturated(block.before2, everyByte<0x60>()) & everyByte<0x80>(); // after E0 and above
     Bytes found = (byBefore & byLower & byCurrent) ^ due;
     if constexpr (clean == Clean::Any) {
         found |= equal(block.text, Bytes{});
     } else {
-        found |= equal(lesser(block.text, repeatByte(leastAscii(clean) - 1)), block.text);
+        found |= equal(lesser(block.text, everyByte<leastAscii(clean) - 1>()), block.text);
     }
     if constexpr (last == Last::LeftOut) {
-        found |= equal(block.before1, repeatByte(0xEF)) & equal(block.text, repeatByte(0xBF));
+        found |= equal(block.before1, everyByte<0xEF>()) & equal(block.text, everyByte<0xBF>());
     }
     return found;
 }
@@ -182,15 +185,75 @@ ZELK_STAGE std::size_t rightCharacters(const unsigned char *text, std::size_t le
     return from + plain::checkCharacters<clean, last>(text + from, end - from);
 }
 
+// Of more bytes than a line has: those of ASCII at the front, all or up to the beginning of a line.
+template <Clean clean>
+ZELK_OPERATION std::size_t asciiLines(const unsigned char *text, std::size_t length) {
+    if (!isAsciiLine<clean>(text)) {
+        return 0;
+    }
+    std::size_t read = bytesInLine(text);
+    while (length - read >= lineBytes) {
+        if (!isAsciiLine<clean>(text + read)) {
+            return read;
+        }
+        read += lineBytes;
+    }
+    return isAsciiLine<clean>(text + length - lineBytes) ? length : read;
+}
+
+// From a place on, block by block: a text in which a line is too much to be looked at again at either end.
+template <Clean clean, Last last>
+ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read) {
+    constexpr std::size_t none = std::size_t{0} - 1;
+    const auto settle = [=](std::size_t at) {
+        const std::size_t right = rightCharacters<clean, last>(text, length, at, at + blockBytes);
+        return right < at + blockBytes ? right : none;
+    };
+    if (read == 0) {
+        read = blockBytes - (reinterpret_cast<std::uintptr_t>(text) & (blockBytes - 1));
+        if (anyBit(faultsOf<clean, last>(firstUtf8Block(text)))) [[unlikely]] {
+            const std::size_t right = settle(0);
+            if (right != none) {
+                return right;
+            }
+        }
+    }
+    const std::size_t end = length - blockBytes;
+    for (; read <= end; read += blockBytes) {
+        if (anyBit(faultsOf<clean, last>(utf8BlockAt(text + read)))) [[unlikely]] {
+            const std::size_t right = settle(read);
+            if (right != none) {
+                return right;
+            }
+        }
+    }
+    if (anyBit(faultsOf<clean, last>(utf8BlockAt(text + end)))) [[unlikely]] {
+        const std::size_t right = settle(end);
+        if (right != none) {
+            return right;
+        }
+    }
+    return length - unfinishedBytes(text, length);
+}
+
+// ASCII is tried for each line, but not for some lines after one where it failed.
+inline constexpr std::size_t linesUntilTrial = 8;
+
+inline constexpr std::size_t longestByBlocks = 512; // the lines of more are faster than the blocks
+
 template <Clean clean, Last last>
 ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length) {
     std::size_t read = bytesInLine(text);
-    if (read == 1) { // the bytes before the first whole line are too few to be looked at with it
+    if (read % blockBytes == 1) { // the bytes before the first whole block are too few to be looked at with it
         const std::size_t first = plain::checkCharacter<clean, last>(text, length);
         return first == 0 ? 0 : first + checkLong<clean, last>(text + first, length - first);
     }
     if (read != lineBytes && hasZeroInLine(text)) {
         return plain::checkCharacters<clean, last>(text, read);
+    }
+    if (lineBytes != blockBytes && length <= longestByBlocks) {
+        const std::size_t ascii = asciiLines<clean>(text, length);
+        return ascii == length ? length : checkBlocks<clean, last>(text, length, ascii);
     }
     if (!isAsciiLine<clean>(text) && hasFaults<clean, last>(firstUtf8Block(text), text)) {
         const std::size_t right = rightCharacters<clean, last>(text, length, 0, lineBytes);
@@ -198,17 +261,21 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length) 
             return right;
         }
     }
-    while (length - read >= lineBytes) {
+    for (std::size_t wait = 0; length - read >= lineBytes; read += lineBytes) {
         const unsigned char *const at = text + read;
-        if (isAsciiLine<clean>(at)) {
+        if (wait != 0) {
+            --wait;
+        } else if (isAsciiLine<clean>(at)) {
             const std::size_t unfinished = unfinishedBytes(text, read);
             if (unfinished != 0) {
                 return read - unfinished;
             }
-            do {
+            while (length - read >= 2 * lineBytes && isAsciiLine<clean>(text + read + lineBytes)) {
                 read += lineBytes;
-            } while (length - read >= lineBytes && isAsciiLine<clean>(text + read));
+            }
             continue;
+        } else {
+            wait = linesUntilTrial;
         }
         if (hasFaults<clean, last>(utf8BlockAt(at), at)) {
             const std::size_t right = rightCharacters<clean, last>(text, length, read, read + lineBytes);
@@ -216,7 +283,6 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length) 
                 return right;
             }
         }
-        read += lineBytes;
     }
     const unsigned char *const end = text + length - lineBytes;
     if (read != length && hasFaults<clean, last>(utf8BlockAt(end), end)) {
@@ -231,7 +297,7 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length) 
 // The bytes at the front of a text that are characters.
 template <Clean clean, Last last>
 ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length) {
-    if (length > ShortText::most + longestSequence) {
+    if (length > ShortText::most + 1 + longestSequence) {
         return checkLong<clean, last>(text, length);
     }
     const std::size_t readable = readableBytes(text, length);
@@ -275,7 +341,7 @@ ZELK_OPERATION Flags among(Bytes bytes, unsigned int first, unsigned int last) {
 // The bytes that are no steps of their own: a continuation byte after a lead, or after a lead of three and another
 // continuation byte, be the text well-formed or not.
 ZELK_OPERATION Flags innerBytes(const Utf8Block &block) {
-    const Bytes toContinue = repeatByte(0xC0); // continuation bytes are less as signed numbers
+    const Bytes toContinue = everyByte<0xC0>(); // continuation bytes are less as signed numbers
     const Flags first = among(block.before1, 0xC0, 0xEF);
     const Flags second = among(block.before2, 0xE0, 0xEF) & lessSigned(block.before1, toContinue);
     return (first | second) & lessSigned(block.text, toContinue);
@@ -389,7 +455,7 @@ ZELK_STAGE Progress measureLong(const unsigned char *text, std::size_t length) {
 }
 
 ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
-    if (length > ShortText::most + longestSequence) {
+    if (length > ShortText::most + 1 + longestSequence) {
         return measureLong(text, length);
     }
     const std::size_t readable = readableBytes(text, length);

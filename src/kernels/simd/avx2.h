@@ -26,6 +26,15 @@ ZELK_OPERATION Bytes loadAligned(const void *from) {
     return bytes;
 }
 
+// A constant from memory: GCC would make it in three steps, of which one crosses lanes.
+template <std::uint8_t byte>
+ZELK_OPERATION Bytes everyByte() {
+    static constexpr std::uint32_t four = 0x1010101U * byte;
+    Bytes bytes;
+    __asm__("vpbroadcastd %1, %0" : "=x"(bytes) : "m"(four));
+    return bytes;
+}
+
 // ---- Lanes
 
 // The same 16 bytes in every lane of a block.

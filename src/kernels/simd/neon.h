@@ -38,6 +38,11 @@ ZELK_OPERATION Bytes loadAligned(const void *from) {
 #endif
 }
 
+template <std::uint8_t byte>
+ZELK_OPERATION Bytes everyByte() {
+    return repeatByte(byte);
+}
+
 // ---- Lanes
 
 // The same 16 bytes in every lane of a block.

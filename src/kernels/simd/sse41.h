@@ -26,6 +26,11 @@ ZELK_OPERATION Bytes loadAligned(const void *from) {
     return bytes;
 }
 
+template <std::uint8_t byte>
+ZELK_OPERATION Bytes everyByte() {
+    return repeatByte(byte);
+}
+
 // ---- Lanes
 
 // The same 16 bytes in every lane of a block.
