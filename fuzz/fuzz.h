@@ -101,9 +101,10 @@ public:
     explicit Output(int size)
         : size_(static_cast<std::size_t>(std::max(size, 1))), units_(size_ + 2 * guard, pattern()) {}
     ~Output() {
-        for (std::size_t i = 0; i < guard; ++i) {
-            require(units_[i] == pattern() && units_[guard + size_ + i] == pattern(), "guards are untouched");
-        }
+        const auto isGuard = [](const Unit *units) {
+            return std::count(units, units + guard, pattern()) == static_cast<std::ptrdiff_t>(guard);
+        };
+        require(isGuard(units_.data()) && isGuard(units_.data() + guard + size_), "guards are untouched");
     }
     Output(const Output &) = delete;
     Output &operator=(const Output &) = delete;

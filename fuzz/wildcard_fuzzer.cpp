@@ -26,23 +26,23 @@ std::string prepared(const std::string &text, bool ignoreCase, bool ignoreContro
 // matching goes on at that byte of the pattern; stars at the end match any rest.
 bool matchesByTable(const std::string &text, const std::string &pattern) {
     const std::size_t lastStars = pattern.find_last_not_of('*') + 1;
-    std::vector<std::vector<char>> matches(text.size() + 1, std::vector<char>(pattern.size() + 1));
-    for (std::size_t t = text.size() + 1; t-- > 0;) {
-        for (std::size_t p = pattern.size() + 1; p-- > 0;) {
-            const bool textLeft = t < text.size();
-            if (!textLeft) {
-                matches[t][p] = p >= lastStars;
-            } else if (p == pattern.size()) {
-                matches[t][p] = false;
-            } else if (pattern[p] == '*') {
+    std::vector<char> after(pattern.size() + 1); // matches[t + 1]
+    for (std::size_t p = 0; p <= pattern.size(); ++p) {
+        after[p] = p >= lastStars;
+    }
+    for (std::size_t t = text.size(); t-- > 0;) {
+        std::vector<char> matches(pattern.size() + 1); // matches[t]; at the pattern's end nothing does
+        for (std::size_t p = pattern.size(); p-- > 0;) {
+            if (pattern[p] == '*') {
                 const bool last = p + 1 == pattern.size();
-                matches[t][p] = last || matches[t + 1][p] != 0 || (text[t] == pattern[p + 1] && matches[t][p + 1] != 0);
+                matches[p] = last || after[p] != 0 || (text[t] == pattern[p + 1] && matches[p + 1] != 0);
             } else {
-                matches[t][p] = (pattern[p] == '?' || pattern[p] == text[t]) && matches[t + 1][p + 1] != 0;
+                matches[p] = (pattern[p] == '?' || pattern[p] == text[t]) && after[p + 1] != 0;
             }
         }
+        after.swap(matches);
     }
-    return matches[0][0] != 0;
+    return after[0] != 0;
 }
 
 } // namespace

@@ -8,15 +8,16 @@
 namespace zelk_test {
 
 inline std::string bitsOf(unsigned char byte) {
-    std::string bits;
-    for (int bit = 7; bit >= 0; --bit) {
-        bits += (byte >> bit & 1) != 0 ? '1' : '0';
+    std::string bits(8, '0');
+    for (unsigned int bit = 0; bit < 8; ++bit) {
+        bits[bit] = static_cast<char>('0' + (byte >> (7 - bit) & 1));
     }
     return bits;
 }
 
 inline std::string bitsOf(std::string_view bytes) {
     std::string bits;
+    bits.reserve(bytes.size() * 8);
     for (const char byte : bytes) {
         bits += bitsOf(static_cast<unsigned char>(byte));
     }
@@ -30,6 +31,11 @@ inline unsigned int valueOf(std::string_view bits) {
         value = value * 2 + (bit == '1' ? 1 : 0);
     }
     return value;
+}
+
+// The value of the bits after a 1 that tells their number apart.
+inline std::size_t numberOf(std::string_view bits) {
+    return (std::size_t{1} << bits.size()) + valueOf(bits);
 }
 
 // Whole bytes; the last one is filled up with zero bits.

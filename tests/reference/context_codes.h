@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace zelk_test {
@@ -15,8 +17,12 @@ constexpr unsigned char escapeCharacter = 0x1B;
 
 using CodeMap = std::map<std::string, unsigned char>; // code -> character
 
-// By the character before.
-using ContextCodes = std::array<CodeMap, 128>;
+// By the character before: its codes; for decoders, characters by the number of their code; for encoders, the shortest
+// code of each character.
+struct ContextCodes : std::array<CodeMap, 128> {
+    std::array<std::unordered_map<std::size_t, unsigned char>, 128> byNumber;
+    std::array<std::map<unsigned char, std::string>, 128> shortest;
+};
 
 inline void collectCodes(const unsigned char *tree, unsigned int node, const std::string &path, CodeMap &codes) {
     for (const char bit : {'0', '1'}) {
@@ -34,6 +40,11 @@ inline ContextCodes contextCodes(const unsigned char *table) {
     for (std::size_t context = 0; context < codes.size(); ++context) {
         const std::size_t offset = table[2 * context] * std::size_t{256} + table[2 * context + 1];
         collectCodes(table + offset, 0, "", codes[context]);
+        for (const auto &[code, character] : codes[context]) {
+            std::string &shortest = codes.shortest[context][character];
+            shortest = shortest.empty() || code.size() < shortest.size() ? code : shortest;
+            codes.byNumber[context][numberOf(code)] = character;
+        }
     }
     return codes;
 }
@@ -44,7 +55,8 @@ struct DecodedCharacter {
 };
 
 // All characters that the bits hold, end-of-text characters among them; an unfinished one is dropped.
-inline std::vector<DecodedCharacter> decodeContextBits(const ContextCodes &codes, const std::string &bits) {
+inline std::vector<DecodedCharacter> decodeContextBits(const ContextCodes &codes, std::string_view bits) {
+    constexpr std::size_t longest = std::size_t{1} << 32U; // beyond any code
     std::vector<DecodedCharacter> text;
     unsigned char before = 0;
     std::size_t at = 0;
@@ -52,15 +64,16 @@ inline std::vector<DecodedCharacter> decodeContextBits(const ContextCodes &codes
         bool literal = before >= 0x80;
         unsigned char character = 0;
         if (!literal) {
-            std::size_t length = 1;
-            auto found = codes[before].end();
-            for (; at + length <= bits.size() && found == codes[before].end(); ++length) {
-                found = codes[before].find(bits.substr(at, length));
+            const auto &byNumber = codes.byNumber[before];
+            std::size_t number = 1;
+            auto found = byNumber.end();
+            while (found == byNumber.end()) {
+                if (at == bits.size() || number >= longest) {
+                    return text;
+                }
+                number = number * 2 + (bits[at++] == '1' ? 1 : 0);
+                found = byNumber.find(number);
             }
-            if (found == codes[before].end()) {
-                return text;
-            }
-            at += found->first.size();
             character = found->second;
             literal = character == escapeCharacter;
         }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,16 +23,14 @@ inline std::string contextBits(const ContextCodes &codes, std::string_view text)
     for (const char c : text) {
         const auto character = static_cast<unsigned char>(c);
         if (before < 0x80) {
-            std::string code;
-            std::string escape;
-            for (const auto &[candidate, meaning] : codes[before]) {
-                std::string &found = meaning == escapeCharacter ? escape : code;
-                if ((meaning == character || meaning == escapeCharacter) &&
-                    (found.empty() || candidate.size() < found.size())) {
-                    found = candidate;
-                }
+            const auto &shortest = codes.shortest[before];
+            const auto code = character == escapeCharacter ? shortest.end() : shortest.find(character);
+            if (code != shortest.end()) {
+                bits += code->second;
+            } else {
+                const auto escape = shortest.find(escapeCharacter);
+                bits += (escape == shortest.end() ? "" : escape->second) + bitsOf(character);
             }
-            bits += code.empty() ? escape + bitsOf(character) : code;
         } else {
             bits += bitsOf(character);
         }
@@ -66,42 +65,54 @@ public:
         }
     }
 
+    // From the end of the text to its begin: the fewest bits for the rest, of those that begin with a 0 and of those
+    // that begin with a 1.
     std::string encode(std::string_view latin1) const {
-        // best[at][bit]: the fewest bits for the text from `at` on, of those that begin with `bit`.
-        std::vector<std::array<std::string, 2>> best(latin1.size() + 1);
-        std::vector<std::array<bool, 2>> possible(latin1.size() + 1, {false, false});
-        possible[latin1.size()] = {true, true};
+        std::vector<std::array<Way, 2>> ways(latin1.size() + 1);
+        ways[latin1.size()] = {Way{0, {}, 0, 0}, Way{0, {}, 0, 0}};
         for (std::size_t at = latin1.size(); at-- > 0;) {
             const auto consider = [&](const std::string &code, std::size_t next) {
-                const auto first = static_cast<std::size_t>(code[0] - '0');
-                for (const char bit : {'0', '1'}) {
-                    const auto following = static_cast<std::size_t>(bit - '0');
-                    if (!possible[next][following] || rows_.isPath(code + bit)) {
-                        continue;
-                    }
-                    const std::string bits = code + best[next][following];
-                    if (!possible[at][first] || bits.size() < best[at][first].size()) {
-                        best[at][first] = bits;
-                        possible[at][first] = true;
+                Way &way = ways[at][code[0] == '1' ? 1 : 0];
+                for (std::size_t bit = 0; bit < 2; ++bit) {
+                    const std::size_t rest = ways[next][bit].bits;
+                    if (rest != impossible && code.size() + rest < way.bits &&
+                        !rows_.isPath(code + (bit == 1 ? '1' : '0'))) {
+                        way = {code.size() + rest, code, next, bit};
                     }
                 }
             };
             for (std::size_t length = 1; length <= 4 && at + length <= latin1.size(); ++length) {
-                const auto row = rows_.codeOf.find(std::string(latin1.substr(at, length)));
+                const auto row = rows_.codeOf.find(latin1.substr(at, length));
                 if (row != rows_.codeOf.end()) {
                     consider(row->second, at + length);
                 }
             }
             consider(escape_ + bitsOf(static_cast<unsigned char>(latin1[at])), at + 1);
         }
-        const auto &choices = best[0];
-        const bool second = !possible[0][0] || (possible[0][1] && choices[1].size() < choices[0].size());
-        return packed(choices[second ? 1 : 0] + filler(choices[second ? 1 : 0].size()));
+        std::string bits;
+        std::size_t bit = ways[0][0].bits <= ways[0][1].bits ? 0 : 1;
+        for (std::size_t at = 0; at < latin1.size();) {
+            const Way &way = ways[at][bit];
+            bits += way.code;
+            bit = way.nextBit;
+            at = way.next;
+        }
+        return packed(bits + filler(bits.size()));
     }
 
     const std::string &escape() const { return escape_; }
 
 private:
+    static constexpr std::size_t impossible = SIZE_MAX;
+
+    // The next code, where the text goes on after it, and the bit that begins the rest.
+    struct Way {
+        std::size_t bits = impossible;
+        std::string code;
+        std::size_t next = 0;
+        std::size_t nextBit = 0;
+    };
+
     // Bits that complete the last byte and mean nothing: the beginning of a long code.
     std::string filler(std::size_t bits) const {
         const std::size_t wanted = (8 - bits % 8) % 8;

@@ -3,19 +3,23 @@
 
 #include "reference/bit_string.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 namespace zelk_test {
 
 struct MalaysiaRows {
-    std::map<std::string, std::string> pieceOf; // code -> piece
-    std::map<std::string, std::string> codeOf;  // piece -> code
-    std::set<std::string> paths;                // the codes and all their beginnings, "" among them
+    std::map<std::string, std::string> pieceOf;             // code -> piece
+    std::map<std::string, std::string, std::less<>> codeOf; // piece -> code
+    std::set<std::string> paths;                            // the codes and all their beginnings, "" among them
 
     explicit MalaysiaRows(const std::string &file) {
         std::ifstream lines(file, std::ios::binary);
@@ -35,10 +39,23 @@ struct MalaysiaRows {
                 paths.insert(code.substr(0, length));
             }
         }
+        for (const std::string &path : paths) {
+            const auto row = pieceOf.find(path);
+            byNumber_[numberOf(path)] = row == pieceOf.end() ? "" : row->second;
+        }
     }
 
-    bool isPath(const std::string &path) const { return paths.contains(path); }
-    bool isCode(const std::string &path) const { return pieceOf.contains(path); }
+    bool isPath(std::string_view path) const { return byNumber_.contains(numberOf(path)); }
+    bool isCode(std::string_view path) const { return !pieceAt(path).empty(); }
+
+    // The piece of a code; empty for any other path.
+    std::string pieceAt(std::string_view path) const {
+        const auto found = byNumber_.find(numberOf(path));
+        return found == byNumber_.end() ? "" : found->second;
+    }
+
+private:
+    std::unordered_map<std::size_t, std::string> byNumber_; // of the paths
 };
 
 inline std::string utf8OfLatin1(unsigned int character) {
@@ -62,13 +79,13 @@ inline std::string decodeMalaysiaBits(const MalaysiaRows &rows, const std::strin
         if (rows.isPath(path + bits[at])) {
             path += bits[at++];
             if (at == bits.size() && rows.isCode(path)) {
-                append(rows.pieceOf.at(path));
+                append(rows.pieceAt(path));
             }
             continue;
         }
         std::string next;
         if (rows.isCode(path)) {
-            next = rows.pieceOf.at(path);
+            next = rows.pieceAt(path);
         } else if (bits[at] == '1' && valueOf(path) == 0x7F) {
             return text;
         } else {
