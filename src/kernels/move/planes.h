@@ -9,7 +9,7 @@
 #pragma once
 
 #include "kernels/kernels.h"
-#include "kernels/simd/avx512.h"
+#include "kernels/simd/avx512_lines.h"
 #include "tables/byte_set_planes.h"
 
 #include <array>
@@ -58,6 +58,12 @@ ZELK_OPERATION Mask ordinaryAscii(Block text) {
 template <UpTo end>
 ZELK_OPERATION std::size_t readableBytes(const unsigned char *in, std::size_t left) {
     return std::min(left, end == UpTo::Zero ? bytesInLine(in) : blockBytes);
+}
+
+// A block of text: a line, where a zero may end it.
+template <UpTo end>
+ZELK_OPERATION Block loadWhole(const unsigned char *in) {
+    return end == UpTo::Zero ? loadInLine(in) : load(in);
 }
 
 // Whether all of a text of a block at most may be read, because it lies in one line or goes on to the end of its first.
@@ -193,7 +199,7 @@ ZELK_OPERATION void asciiBlocks(Conversion<char> &c, Block text) {
         if (!isWholeBlock<end>(c)) {
             return;
         }
-        text = load(c.in);
+        text = loadWhole<end>(c.in);
     } while (all(ordinaryAscii<end>(text)));
 }
 
@@ -201,7 +207,7 @@ ZELK_OPERATION void asciiBlocks(Conversion<char> &c, Block text) {
 template <UpTo end>
 ZELK_OPERATION void wholeBlocks(const Registers &registers, Conversion<char> &c) {
     while (isWholeBlock<end>(c)) {
-        const Block text = load(c.in);
+        const Block text = loadWhole<end>(c.in);
         const Mask upper = highBits(text);
         if (upper == 0) {
             if (!all(ordinaryAscii<end>(text))) {
@@ -329,7 +335,7 @@ ZELK_OPERATION Progress convertToUnits(const BytePlanes &planes, const unsigned 
     for (;;) {
         std::size_t readable = readableBytes<end>(in + done, length - done);
         for (; readable == blockBytes; readable = readableBytes<end>(in + done, length - done)) {
-            const Block text = load(in + done);
+            const Block text = loadWhole<end>(in + done);
             if (!all(ordinaryBytes<end>(text))) {
                 break;
             }

@@ -10,7 +10,7 @@
 
 #include "kernels/plain/kernels.h"
 #include "kernels/scan/utf8_faults.h"
-#include "kernels/simd/avx512.h"
+#include "kernels/simd/avx512_lines.h"
 #include "kernels/simd/lines.h"
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
@@ -54,7 +54,7 @@ struct Utf8Block {
 
 // Not one at the front of a text.
 ZELK_OPERATION Utf8Block utf8BlockAt(const unsigned char *text) {
-    return {load(text), load(text - 1), load(text - 2)};
+    return {loadInLine(text), loadInLine(text - 1), loadInLine(text - 2)};
 }
 
 ZELK_OPERATION Utf8Block utf8BlockAt(const unsigned char *text, Mask present) {
@@ -313,7 +313,7 @@ template <Clean clean>
 ZELK_OPERATION void widenLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
                                Progress &done) {
     while (std::min(length - done.read, room - done.written) >= blockBytes) {
-        const Block block = load(text + done.read);
+        const Block block = loadInLine(text + done.read);
         if (!isAscii<clean>(block, ~0ULL)) {
             return;
         }
@@ -504,7 +504,7 @@ ZELK_STAGE std::size_t checkLines(const unsigned char *text, std::size_t length)
     std::size_t read = 0;
     while (read < length && checkPart<clean>(text, length, read)) {
         if (unfinishedBytes(text, read) == 0) {
-            while (length - read >= blockBytes && isAscii<clean>(load(text + read), ~0ULL)) {
+            while (length - read >= blockBytes && isAscii<clean>(loadInLine(text + read), ~0ULL)) {
                 read += blockBytes;
             }
         }
@@ -598,7 +598,7 @@ ZELK_OPERATION bool measurePart(const unsigned char *text, std::size_t length, P
 ZELK_STAGE Progress measureLines(const unsigned char *text, std::size_t length) {
     Progress done;
     while (measurePart(text, length, done)) {
-        while (length - done.read >= blockBytes && isAscii<Clean::Any>(load(text + done.read), ~0ULL)) {
+        while (length - done.read >= blockBytes && isAscii<Clean::Any>(loadInLine(text + done.read), ~0ULL)) {
             done.read += blockBytes;
             done.written += blockBytes;
         }

@@ -15,4 +15,11 @@ ZELK_OPERATION Block loadInLine(const void *from, Mask bytes) {
     return block;
 }
 
+// All of a block of such a text: a line, or one together with bytes of the line before it.
+ZELK_OPERATION Block loadInLine(const void *from) {
+    Block block;
+    __asm__("vmovdqu64 %1, %0" : "=v"(block) : "m"(*static_cast<const unsigned char(*)[blockBytes]>(from)));
+    return block;
+}
+
 } // namespace zelk::kernels::ZELK_KERNEL_SET

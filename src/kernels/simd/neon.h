@@ -62,7 +62,8 @@ ZELK_OPERATION Lane laneOf(Bytes bytes) {
 
 // A block whose two halves come from two places.
 ZELK_OPERATION Bytes loadHalves(const void *front, const void *back) {
-    return bytesOf(vcombine_u8(vld1_u8(static_cast<const std::uint8_t *>(front)), vld1_u8(static_cast<const std::uint8_t *>(back))));
+    return bytesOf(vcombine_u8(vld1_u8(static_cast<const std::uint8_t *>(front)),
+                               vld1_u8(static_cast<const std::uint8_t *>(back))));
 }
 
 // ---- Bytes
