@@ -11,7 +11,7 @@
 #pragma once
 
 #include "kernels/kernels.h"
-#include "kernels/simd/avx512_lines.h"
+#include "kernels/simd/avx512_texts.h"
 #include "tables/xml.h"
 
 #include <algorithm>
