@@ -55,44 +55,46 @@ inline void putEscapedExactly(char *out, const tables::XmlCharacter &character) 
     }
 }
 
-ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+// Escapes up to a place that the text is known to reach; false where something does not fit.
+inline bool escapeWords(const char *text, std::size_t end, char *out, std::size_t room, Progress &done) {
     // The last store of eight goes seven bytes too far: seven more bytes of text follow, each of which gives one byte
     // at least, and there is room for these even if one entity does not fit.
     constexpr std::size_t leastText = wordBytes + 7;
     constexpr std::size_t leastRoom = wordBytes * tables::longestXmlEntity + 7 + tables::longestXmlEntity;
-    Progress done;
-    for (std::size_t end = 0; done.read == end;) {
-        const std::size_t start = end;
-        end += lengthInWindow(text + end, length - end);
-        while (done.read < end) {
-            const std::size_t left = room - done.written;
-            if (end - done.read >= wordBytes && left >= wordBytes) {
-                if (const std::uint64_t bytes = wordAt(text + done.read); !holdsSpecial(bytes)) {
-                    std::memcpy(out + done.written, &bytes, wordBytes);
-                    done.read += wordBytes;
-                    done.written += wordBytes;
-                    continue;
-                }
-                if (end - done.read >= leastText && left >= leastRoom) {
-                    for (std::size_t i = 0; i < wordBytes; ++i) {
-                        done.written += putEscaped(out + done.written, text[done.read + i]);
-                    }
-                    done.read += wordBytes;
-                    continue;
-                }
+    while (done.read < end) {
+        const std::size_t left = room - done.written;
+        if (end - done.read >= wordBytes && left >= wordBytes) {
+            if (const std::uint64_t bytes = wordAt(text + done.read); !holdsSpecial(bytes)) {
+                std::memcpy(out + done.written, &bytes, wordBytes);
+                done.read += wordBytes;
+                done.written += wordBytes;
+                continue;
             }
-            const tables::XmlCharacter &character = escaped(text[done.read]);
-            if (character.length > left) {
-                return done;
+            if (end - done.read >= leastText && left >= leastRoom) {
+                for (std::size_t i = 0; i < wordBytes; ++i) {
+                    done.written += putEscaped(out + done.written, text[done.read + i]);
+                }
+                done.read += wordBytes;
+                continue;
             }
-            putEscapedExactly(out + done.written, character);
-            done.written += character.length;
-            ++done.read;
         }
-        if (end - start < window) {
-            break;
+        const tables::XmlCharacter &character = escaped(text[done.read]);
+        if (character.length > left) {
+            return false;
         }
+        putEscapedExactly(out + done.written, character);
+        done.written += character.length;
+        ++done.read;
     }
+    return true;
+}
+
+ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+    Progress done;
+    std::size_t inWindow = 0;
+    do {
+        inWindow = lengthInWindow(text + done.read, length - done.read);
+    } while (escapeWords(text, done.read + inWindow, out, room, done) && inWindow == window);
     return done;
 }
 
@@ -148,54 +150,57 @@ inline void append(char *out, std::size_t &written, std::uint64_t word, std::siz
     std::memcpy(out + written - wordBytes, &last, wordBytes);
 }
 
+// Unescapes up to a place that the text is known to reach; false where a reference or the room ends it before. Text and
+// output may be one buffer: nothing is written from the place on that is read next.
+inline bool unescapeWords(const char *text, std::size_t end, char *out, std::size_t room, Progress &done) {
+    while (end - done.read >= 2 * wordBytes && room - done.written >= wordBytes) {
+        const std::uint64_t eight = wordAt(text + done.read);
+        const std::size_t run = firstByteOf(zeroBytes(eight ^ '&' * everyByte));
+        if (run == wordBytes) {
+            std::memcpy(out + done.written, &eight, wordBytes);
+            done.read += wordBytes;
+            done.written += wordBytes;
+            continue;
+        }
+        const tables::XmlReference *const reference = referenceIn(text + done.read + run);
+        if (done.written >= wordBytes) {
+            append(out, done.written, eight, run, reference != nullptr ? &reference->character : nullptr);
+            done.read += run;
+        } else {
+            for (const std::size_t stop = done.read + run; done.read < stop;) {
+                out[done.written++] = text[done.read++];
+            }
+            if (reference != nullptr) {
+                out[done.written++] = reference->character;
+            }
+        }
+        if (reference == nullptr) {
+            return false;
+        }
+        done.read += reference->length;
+    }
+    while (done.read < end && done.written < room) {
+        if (text[done.read] != '&') {
+            out[done.written++] = text[done.read++];
+            continue;
+        }
+        const tables::XmlReference *const reference =
+            end - done.read >= wordBytes ? referenceIn(text + done.read) : nullptr;
+        if (reference == nullptr) {
+            return false;
+        }
+        out[done.written++] = reference->character;
+        done.read += reference->length;
+    }
+    return done.read == end;
+}
+
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
-    for (std::size_t end = 0; done.read == end;) {
-        const std::size_t start = end;
-        end += lengthInWindow(text + end, length - end);
-        // Text and output may be one buffer: nothing is written from the place on that is read next.
-        while (end - done.read >= 2 * wordBytes && room - done.written >= wordBytes) {
-            const std::uint64_t eight = wordAt(text + done.read);
-            const std::size_t run = firstByteOf(zeroBytes(eight ^ '&' * everyByte));
-            if (run == wordBytes) {
-                std::memcpy(out + done.written, &eight, wordBytes);
-                done.read += wordBytes;
-                done.written += wordBytes;
-                continue;
-            }
-            const tables::XmlReference *const reference = referenceIn(text + done.read + run);
-            if (done.written >= wordBytes) {
-                append(out, done.written, eight, run, reference != nullptr ? &reference->character : nullptr);
-                done.read += run;
-            } else {
-                for (const std::size_t stop = done.read + run; done.read < stop;) {
-                    out[done.written++] = text[done.read++];
-                }
-                if (reference != nullptr) {
-                    out[done.written++] = reference->character;
-                }
-            }
-            if (reference == nullptr) {
-                return done;
-            }
-            done.read += reference->length;
-        }
-        while (done.read < end && done.written < room) {
-            if (text[done.read] != '&') {
-                out[done.written++] = text[done.read++];
-            } else if (end - done.read < wordBytes) {
-                return done;
-            } else if (const tables::XmlReference *reference = referenceIn(text + done.read); reference != nullptr) {
-                out[done.written++] = reference->character;
-                done.read += reference->length;
-            } else {
-                return done;
-            }
-        }
-        if (end - start < window) {
-            break;
-        }
-    }
+    std::size_t inWindow = 0;
+    do {
+        inWindow = lengthInWindow(text + done.read, length - done.read);
+    } while (unescapeWords(text, done.read + inWindow, out, room, done) && inWindow == window);
     return done;
 }
 

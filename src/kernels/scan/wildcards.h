@@ -12,8 +12,8 @@
 // the C library's table to say.
 #pragma once
 
-#include "kernels/kernels.h"
 #include "detail/words.h"
+#include "kernels/kernels.h"
 #include "kernels/simd/text_lines.h"
 
 #include <algorithm>

@@ -20,7 +20,8 @@ struct Pair {
     std::size_t end;
 };
 
-// Whether two places are such that pairs may be read from there on: lanes of both, as wholes. What allocators return is.
+// Whether two places are such that pairs may be read from there on: lanes of both, as wholes. What allocators return
+// is.
 ZELK_OPERATION bool arePaired(const unsigned char *left, const unsigned char *right) {
     return ((reinterpret_cast<std::uintptr_t>(left) ^ reinterpret_cast<std::uintptr_t>(right)) & (laneBytes - 1)) == 0;
 }
@@ -79,8 +80,8 @@ ZELK_OPERATION bool areEqual(const unsigned char *text, const unsigned char *lit
         const std::size_t last = count - 4;
         const std::size_t third = last - second;
         return (differences<ignoresCase>(pairOf(text, text + second), pairOf(literals, literals + second)) |
-                differences<ignoresCase>(pairOf(text + third, text + last), pairOf(literals + third, literals + last))) ==
-               0;
+                differences<ignoresCase>(pairOf(text + third, text + last),
+                                         pairOf(literals + third, literals + last))) == 0;
     }
     const std::size_t last = count - wordBytes;
     std::uint64_t different = differences<ignoresCase>(wordAt(text + last), wordAt(literals + last));
