@@ -11,6 +11,7 @@
 #pragma once
 
 #include "kernels/kernels.h"
+#include "kernels/plain/xml.h"
 #include "kernels/simd/avx512_texts.h"
 #include "tables/xml.h"
 
@@ -64,112 +65,84 @@ ZELK_OPERATION std::size_t escapedSize(const TextBlock &block, Mask special) {
     return block.count + 3 * countOf(special) + countOf(ampersands) + 2 * countOf(quotes);
 }
 
-ZELK_OPERATION std::uint64_t entryOf(char character) {
-    std::uint64_t entry = 0;
-    std::memcpy(&entry, &tables::xmlCharacters[static_cast<unsigned char>(character)], sizeof entry);
-    return entry;
-}
-
-// Stores the bytes of an entity, of which there are four at least.
-ZELK_OPERATION std::size_t storeEntity(char *out, char character) {
-    const std::uint64_t entry = entryOf(character);
-    const std::size_t length = entry >> 56U;
-    const auto front = static_cast<std::uint32_t>(entry);
-    const auto back = static_cast<std::uint32_t>(entry >> CHAR_BIT * (length - sizeof front));
-    std::memcpy(out, &front, sizeof front);
-    std::memcpy(out + length - sizeof back, &back, sizeof back);
-    return length;
-}
-
-// A special character now and then: the run before it, and its entity.
+// A special character now and then: the run before it, and its entity. Exactly, or with stores of whole blocks that go
+// too far: as much text follows, of which each byte gives one at least, and there is room for it.
+template <bool exactly>
 ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special, char *out) {
+    const auto storeRun = [](char *to, std::size_t count, Block run) {
+        exactly ? store(to, firstBytes(count), run) : store(to, run);
+    };
     std::size_t read = 0;
     std::size_t written = 0;
     for (; special != 0; special &= special - 1) {
         const std::size_t place = firstOf(special);
-        store(out + written, firstBytes(place - read), startingAt(block.bytes, read));
+        storeRun(out + written, place - read, startingAt(block.bytes, read));
         written += place - read;
-        written += storeEntity(out + written, text[place]);
+        const tables::XmlCharacter &character = plain::escaped(text[place]);
+        plain::putEscapedExactly(out + written, character);
+        written += character.length;
         read = place + 1;
     }
-    store(out + written, firstBytes(block.count - read), startingAt(block.bytes, read));
+    storeRun(out + written, block.count - read, startingAt(block.bytes, read));
     return written + block.count - read;
-}
-
-// Special characters all over: each character by its entry, without a branch. A store of all eight bytes of an entry
-// goes seven bytes too far at most, where as many characters follow.
-ZELK_OPERATION std::size_t escapeEach(const char *text, std::size_t count, char *out) {
-    std::size_t written = 0;
-    std::size_t read = 0;
-#pragma GCC unroll 4
-    for (; read + sizeof(std::uint64_t) <= count; ++read) {
-        const std::uint64_t entry = entryOf(text[read]);
-        std::memcpy(out + written, &entry, sizeof entry);
-        written += entry >> 56U;
-    }
-    for (; read < count; ++read) {
-        const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(text[read])];
-        if (character.length == 1) {
-            out[written++] = text[read];
-        } else {
-            written += storeEntity(out + written, text[read]);
-        }
-    }
-    return written;
 }
 
 inline constexpr std::size_t mostInRuns = 16; // special characters of a block
 
-// One block; false where it does not fit.
-ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special, char *out, std::size_t room,
-                                Progress &done) {
-    if (room - done.written < (special == 0 ? block.count : escapedSize(block, special))) {
-        return false;
-    }
-    text += done.read;
-    out += done.written;
-    done.read += block.count;
-    if (special == 0) {
-        store(out, firstBytes(block.count), block.bytes);
-        done.written += block.count;
-    } else if (countOf(special) <= mostInRuns) {
-        done.written += escapeRuns(text, block, special, out);
-    } else {
-        done.written += escapeEach(text, block.count, out);
-    }
-    return true;
+// How many bytes a block gives that is converted by its runs; more than any room where it has too many.
+ZELK_OPERATION std::size_t sizeByRuns(const TextBlock &block, Mask special) {
+    return countOf(special) > mostInRuns ? PTRDIFF_MAX : escapedSize(block, special);
 }
 
-// Whole blocks with special characters here and there, as long as they are sure to fit.
-ZELK_STAGE void escapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress &done) {
-    constexpr std::size_t roomOfBlock = blockBytes + mostInRuns * (tables::longestXmlEntity - 1);
-    while (end - done.read >= blockBytes && room - done.written >= roomOfBlock) {
+ZELK_OPERATION std::size_t escapeByRuns(const char *text, const TextBlock &block, Mask special, char *out) {
+    if (special != 0) {
+        return escapeRuns<true>(text, block, special, out);
+    }
+    store(out, firstBytes(block.count), block.bytes);
+    return block.count;
+}
+
+// Whole blocks, after which as much text follows as a block has: as long as they are sure to fit.
+ZELK_STAGE Progress escapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress done) {
+    constexpr std::size_t roomOfBlock = (blockBytes + 1) * tables::longestXmlEntity + blockBytes;
+    while (end - done.read >= 2 * blockBytes && room - done.written >= roomOfBlock) {
         const Block bytes = load(text + done.read);
         const Mask special = specials(bytes);
         if (special == 0) {
             store(out + done.written, bytes);
             done.written += blockBytes;
         } else if (countOf(special) <= mostInRuns) {
-            done.written += escapeRuns(text + done.read, {bytes, blockBytes}, special, out + done.written);
+            done.written += escapeRuns<false>(text + done.read, {bytes, blockBytes}, special, out + done.written);
         } else {
-            return;
+#pragma GCC unroll 4
+            for (std::size_t i = 0; i < blockBytes; ++i) {
+                done.written += plain::putEscaped(out + done.written, text[done.read + i]);
+            }
         }
         done.read += blockBytes;
     }
+    return done;
 }
 
-ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+ZELK_STAGE Progress escapeWindows(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
     for (;;) {
         const std::size_t inWindow = textInWindow(text + done.read, length - done.read);
         const std::size_t end = done.read + inWindow;
+        if (inWindow >= 2 * blockBytes) {
+            done = escapeBlocks(text, end, out, room, done);
+        }
         while (done.read != end) {
-            if (end - done.read >= blockBytes) {
-                escapeBlocks(text, end, out, room, done);
-            }
             const TextBlock block = textBlock(text + done.read, end - done.read);
             const Mask special = specials(block.bytes) & firstBytes(block.count);
-            if (block.count != 0 && !escapeBlock(text, block, special, out, room, done)) {
+            if (room - done.written >= sizeByRuns(block, special)) {
+                done.written += escapeByRuns(text + done.read, block, special, out + done.written);
+                done.read += block.count;
+                continue;
+            }
+            const std::size_t blockEnd = done.read + block.count;
+            done = plain::escapeWords(text, blockEnd, out, room, done);
+            if (done.read != blockEnd) {
                 return done;
             }
         }
@@ -177,6 +150,24 @@ ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, s
             return done;
         }
     }
+}
+
+// A text that is known to end within a block; nothing known: a block's size and one more.
+ZELK_OPERATION std::size_t shortLength(const char *text, std::size_t length) {
+    const Mask inLine = firstBytes(std::min(length, bytesInLine(text)));
+    const Mask zeros = ~nonZero(loadInLine(text, inLine)) & inLine;
+    return zeros != 0 ? firstOf(zeros) : std::min(length, blockBytes + 1);
+}
+
+ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+    if (const std::size_t count = shortLength(text, length); count <= blockBytes) {
+        const TextBlock block = textBlock(text, count);
+        const Mask special = specials(block.bytes) & firstBytes(count);
+        if (room >= sizeByRuns(block, special)) {
+            return {count, escapeByRuns(text, block, special, out)};
+        }
+    }
+    return escapeWindows(text, length, out, room);
 }
 
 ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
@@ -235,7 +226,7 @@ ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references) {
 }
 
 // The entity that eight bytes begin with; null for none.
-ZELK_OPERATION const tables::XmlReference *referenceIn(std::uint64_t eight) {
+ZELK_OPERATION const tables::XmlReference *referenceInWord(std::uint64_t eight) {
     const tables::XmlReference &reference =
         tables::xmlReferences[tables::xmlReferenceIndex(eight >> 8U & 0xFFU, eight >> 16U & 0xFFU)];
     std::uint64_t text = 0;
@@ -263,7 +254,7 @@ ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask re
     Progress done;
     for (; references != 0; references &= references - 1) {
         const std::size_t place = firstOf(references);
-        const tables::XmlReference *reference = referenceIn(eightBytesAt(text + place));
+        const tables::XmlReference *reference = referenceInWord(eightBytesAt(text + place));
         store(out + done.written, firstBytes(place - done.read), startingAt(bytes, done.read));
         done.written += place - done.read;
         if (reference == nullptr) {
@@ -298,9 +289,8 @@ ZELK_OPERATION bool unescapeByRuns(const char *text, Block bytes, Mask reference
 // Whole blocks. Where references are many, in steps that leave room for the longest name: a reference is looked at
 // where all of it is in the block, and what its name covers of the next block is carried there. So no step waits for
 // the last one's result.
-ZELK_STAGE void unescapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress &result) {
+ZELK_STAGE Progress unescapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress done) {
     constexpr std::size_t stride = entityStarts;
-    Progress done = result;
     Mask carried = 0;
     bool goesOn = true;
     while (goesOn && end - done.read >= blockBytes + sizeof(std::uint64_t) && room - done.written >= blockBytes) {
@@ -324,7 +314,7 @@ ZELK_STAGE void unescapeBlocks(const char *text, std::size_t end, char *out, std
         }
     }
     done.read += countOf(carried);
-    result = done;
+    return done;
 }
 
 // What is left of a text, at most a block: as far as its references are whole entities.
@@ -339,13 +329,13 @@ ZELK_OPERATION Progress unescapeLast(const TextBlock &block, char *out) {
     return {end, end == 0 ? 0 : storeKept<false>(out, firstBytes(end) & ~result.names, result.bytes)};
 }
 
-ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+ZELK_STAGE Progress unescapeWindows(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
     for (;;) {
         const std::size_t inWindow = textInWindow(text + done.read, length - done.read);
         const std::size_t end = done.read + inWindow;
         if (inWindow >= blockBytes + sizeof(std::uint64_t)) {
-            unescapeBlocks(text, end, out, room, done);
+            done = unescapeBlocks(text, end, out, room, done);
         }
         while (done.read != end) {
             const TextBlock block = textBlock(text + done.read, end - done.read);
@@ -363,6 +353,13 @@ ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
             return done;
         }
     }
+}
+
+ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+    if (const std::size_t count = shortLength(text, length); count <= std::min(room, blockBytes)) {
+        return unescapeLast(textBlock(text, count), out);
+    }
+    return unescapeWindows(text, length, out, room);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

@@ -96,17 +96,18 @@ ZELK_OPERATION void escapeLanes(const char *text, std::size_t end, char *out, st
 
 ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
-    std::size_t inWindow = 0;
-    do {
-        inWindow = plain::lengthInWindow(text + done.read, length - done.read);
+    for (;;) {
+        const std::size_t inWindow = plain::lengthInWindow(text + done.read, length - done.read);
         const std::size_t end = done.read + inWindow;
         escapeBlocks(text, end, out, room, done);
         escapeLanes(text, end, out, room, done);
-        if (done.read != end && !plain::escapeWords(text, end, out, room, done)) {
-            break;
+        if (done.read != end) {
+            done = plain::escapeWords(text, end, out, room, done);
         }
-    } while (inWindow == plain::window);
-    return done;
+        if (done.read != end || inWindow < plain::window) {
+            return done;
+        }
+    }
 }
 
 ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
@@ -132,11 +133,31 @@ ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) 
     return total;
 }
 
+// The block with a reference alone, after which comes as much without another: what the first store writes too much the
+// last one covers. Both are loaded before. False, and nothing done, where another follows.
+ZELK_OPERATION bool unescapeAlone(const char *text, std::size_t end, char *out, std::size_t room, Bytes block,
+                                  std::size_t run, const tables::XmlReference &reference, Progress &done) {
+    const std::size_t next = done.read + run + reference.length;
+    if (next > end || end - next < blockBytes || room - done.written < 2 * blockBytes) {
+        return false;
+    }
+    const Bytes after = load(text + next);
+    if (anyBit(equal(after, repeatByte('&')))) {
+        return false;
+    }
+    store(out + done.written, block);
+    done.written += run;
+    out[done.written++] = reference.character;
+    store(out + done.written, after);
+    done.written += blockBytes;
+    done.read = next + blockBytes;
+    return true;
+}
+
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
-    std::size_t inWindow = 0;
-    do {
-        inWindow = plain::lengthInWindow(text + done.read, length - done.read);
+    for (;;) {
+        const std::size_t inWindow = plain::lengthInWindow(text + done.read, length - done.read);
         const std::size_t end = done.read + inWindow;
         while (end - done.read >= blockBytes + plain::wordBytes && room - done.written >= blockBytes) {
             const Bytes bytes = load(text + done.read);
@@ -149,6 +170,9 @@ ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
             }
             std::size_t run = firstPlace(references);
             const tables::XmlReference *const reference = plain::referenceIn(text + done.read + run);
+            if (reference != nullptr && unescapeAlone(text, end, out, room, bytes, run, *reference, done)) {
+                continue;
+            }
             for (; run >= plain::wordBytes; run -= plain::wordBytes) {
                 store(out + done.written, plain::wordAt(text + done.read));
                 done.read += plain::wordBytes;
@@ -165,11 +189,13 @@ ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
             }
             done.read += reference->length;
         }
-        if (!plain::unescapeWords(text, end, out, room, done)) {
-            break;
+        if (done.read != end) {
+            done = plain::unescapeWords(text, end, out, room, done);
         }
-    } while (inWindow == plain::window);
-    return done;
+        if (done.read != end || inWindow < plain::window) {
+            return done;
+        }
+    }
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
