@@ -94,7 +94,7 @@ struct Literals {
         if (lineStart(start) != line.start) {
             line = PatternLine<Rule>::at(lineStart(start));
         }
-        Places wanted = placesFrom(start - line.start);
+        Places wanted = placesFrom(placeInLine(start));
         Places others = 0;
         while ((line.specials & wanted) == 0) {
             others |= line.others & wanted;
@@ -185,7 +185,7 @@ ZELK_OPERATION Found firstFit(const Byte *text, const Part &part) {
     const Literal last = Literal::of<Rule>(part.start[part.reach]);
     const bool isWhole = part.reach + 1 == part.size && !part.hasAnyBytes;
     const Byte *start = lineStart(text);
-    Places wanted = placesFrom(text - start);
+    Places wanted = placesFrom(placeInLine(text));
     for (Places firstsBefore = 0;; wanted = ~Places{0}, start += lineBytes) {
         const Line line = lineAt(start);
         const Places ends = placesIn(line, areZero) & wanted;
@@ -216,7 +216,7 @@ ZELK_OPERATION Found firstFit(const Byte *text, const Part &part) {
 
 ZELK_OPERATION const Byte *terminatorOf(const Byte *text) {
     const Byte *start = lineStart(text);
-    Places ends = placesIn(lineAt(start), areZero) & placesFrom(text - start);
+    Places ends = placesIn(lineAt(start), areZero) & placesFrom(placeInLine(text));
     while (ends == 0) {
         start += lineBytes;
         ends = placesIn(lineAt(start), areZero);
@@ -299,7 +299,7 @@ ZELK_OPERATION const Byte *bytes(const char *text) {
 // The bytes of a text before its terminator, as far as its line goes.
 ZELK_OPERATION std::size_t textInLine(const Byte *text) {
     const Byte *const start = lineStart(text);
-    const Places ends = placesIn(lineAt(start), areZero) & placesFrom(text - start);
+    const Places ends = placesIn(lineAt(start), areZero) & placesFrom(placeInLine(text));
     return ends != 0 ? static_cast<std::size_t>(start + firstPlace(ends) - text) : bytesInLine(text);
 }
 

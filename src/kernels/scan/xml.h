@@ -25,7 +25,7 @@ ZELK_OPERATION Flags areSpecialInXml(Bytes bytes) {
 }
 
 ZELK_OPERATION std::uint64_t specialsInLane(const char *text) {
-    return placesOf(areSpecialInXml(laneAndZeros(load<Lane>(text))));
+    return placesOf(areSpecialInXml(joined(load<Lane>(text), Lane{})));
 }
 
 // A run of text before a special character, and its entity. The store of the whole vector goes too far: more text

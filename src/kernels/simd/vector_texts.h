@@ -27,7 +27,7 @@ ZELK_OPERATION bool arePaired(const unsigned char *left, const unsigned char *ri
 }
 
 // A lane of which some byte belongs to a text. The sanitizers, who know no lines, do not see this.
-__attribute__((no_sanitize("address", "thread"))) [[maybe_unused]] static inline Lane
+[[maybe_unused]] __attribute__((no_sanitize("address", "thread"))) static inline Lane
 laneAt(const unsigned char *start) {
     return *reinterpret_cast<const AlignedLane *>(start);
 }
