@@ -14,6 +14,7 @@ ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
+#include "kernels/scan/xml.h"
 
 namespace zelk::kernels {
 
@@ -39,9 +40,9 @@ const Kernels avx2Kernels = {
     .alikeBytes = avx2::plain::alikeBytes,
     .matchWildcards = avx2::matchWildcards,
     .matchWildcardsInAnyCase = avx2::matchWildcardsInAnyCase,
-    .escapeXml = avx2::plain::escapeXml,
-    .unescapeXml = avx2::plain::unescapeXml,
-    .escapedXmlLength = avx2::plain::escapedXmlLength,
+    .escapeXml = avx2::escapeXml,
+    .unescapeXml = avx2::unescapeXml,
+    .escapedXmlLength = avx2::escapedXmlLength,
 };
 
 } // namespace zelk::kernels

@@ -13,6 +13,7 @@
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
+#include "kernels/scan/xml.h"
 
 namespace zelk::kernels {
 
@@ -38,9 +39,9 @@ const Kernels neonKernels = {
     .alikeBytes = neon::plain::alikeBytes,
     .matchWildcards = neon::matchWildcards,
     .matchWildcardsInAnyCase = neon::matchWildcardsInAnyCase,
-    .escapeXml = neon::plain::escapeXml,
-    .unescapeXml = neon::plain::unescapeXml,
-    .escapedXmlLength = neon::plain::escapedXmlLength,
+    .escapeXml = neon::escapeXml,
+    .unescapeXml = neon::unescapeXml,
+    .escapedXmlLength = neon::escapedXmlLength,
 };
 
 } // namespace zelk::kernels

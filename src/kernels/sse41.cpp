@@ -14,6 +14,7 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
+#include "kernels/scan/xml.h"
 
 namespace zelk::kernels {
 
@@ -39,9 +40,9 @@ const Kernels sse41Kernels = {
     .alikeBytes = sse41::plain::alikeBytes,
     .matchWildcards = sse41::matchWildcards,
     .matchWildcardsInAnyCase = sse41::matchWildcardsInAnyCase,
-    .escapeXml = sse41::plain::escapeXml,
-    .unescapeXml = sse41::plain::unescapeXml,
-    .escapedXmlLength = sse41::plain::escapedXmlLength,
+    .escapeXml = sse41::escapeXml,
+    .unescapeXml = sse41::unescapeXml,
+    .escapedXmlLength = sse41::escapedXmlLength,
 };
 
 } // namespace zelk::kernels

@@ -12,6 +12,7 @@
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
 #include "kernels/scan/wildcards.h"
+#include "kernels/scan/xml.h"
 
 namespace zelk::kernels {
 
@@ -37,9 +38,9 @@ const Kernels wasmKernels = {
     .alikeBytes = wasm::plain::alikeBytes,
     .matchWildcards = wasm::matchWildcards,
     .matchWildcardsInAnyCase = wasm::matchWildcardsInAnyCase,
-    .escapeXml = wasm::plain::escapeXml,
-    .unescapeXml = wasm::plain::unescapeXml,
-    .escapedXmlLength = wasm::plain::escapedXmlLength,
+    .escapeXml = wasm::escapeXml,
+    .unescapeXml = wasm::unescapeXml,
+    .escapedXmlLength = wasm::escapedXmlLength,
 };
 
 } // namespace zelk::kernels

@@ -1,7 +1,8 @@
 // XML by words of eight bytes.
 //
 // Escaping:    eight bytes without a special character are copied; eight others are looked up one by one in a table
-//              whose entries hold what stands for a character, so that none costs a branch; the last ones singly.
+//              whose entries hold what stands for a character, so that none costs a branch; the last ones so in a
+//              buffer.
 // Unescaping:  eight bytes without a reference are copied; where there is one, the bytes before it and its character
 //              are appended; the last eight bytes singly.
 // Measuring:   eight bytes without a special character at once, the others singly.
@@ -55,45 +56,72 @@ inline void putEscapedExactly(char *out, const tables::XmlCharacter &character) 
     }
 }
 
-ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
-    // The last store of eight goes seven bytes too far: seven more bytes of text follow, each of which gives one byte
-    // at least, and there is room for these even if one entity does not fit.
-    constexpr std::size_t leastText = wordBytes + 7;
-    constexpr std::size_t leastRoom = wordBytes * tables::longestXmlEntity + 7 + tables::longestXmlEntity;
-    Progress done;
-    for (std::size_t end = 0; done.read == end;) {
-        const std::size_t start = end;
-        end += lengthInWindow(text + end, length - end);
-        while (done.read < end) {
-            const std::size_t left = room - done.written;
-            if (end - done.read >= wordBytes && left >= wordBytes) {
-                if (const std::uint64_t bytes = wordAt(text + done.read); !holdsSpecial(bytes)) {
-                    std::memcpy(out + done.written, &bytes, wordBytes);
-                    done.read += wordBytes;
-                    done.written += wordBytes;
-                    continue;
-                }
-                if (end - done.read >= leastText && left >= leastRoom) {
-                    for (std::size_t i = 0; i < wordBytes; ++i) {
-                        done.written += putEscaped(out + done.written, text[done.read + i]);
-                    }
-                    done.read += wordBytes;
-                    continue;
-                }
+// The last store of eight goes seven bytes too far: seven more bytes of text follow, each of which gives one byte at
+// least, and there is room for these even if one entity does not fit.
+inline constexpr std::size_t leastText = wordBytes + 7;
+inline constexpr std::size_t leastRoom = wordBytes * tables::longestXmlEntity + 7 + tables::longestXmlEntity;
+
+// The last bytes by way of a buffer, so that none of them takes a branch. Returns the bytes written; 0 where they do
+// not fit.
+ZELK_STAGE std::size_t escapeLast(const char *text, std::size_t count, char *out, std::size_t room) {
+    char buffer[leastText * tables::longestXmlEntity + wordBytes];
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        size += putEscaped(buffer + size, text[i]);
+    }
+    if (size > room) {
+        return 0;
+    }
+    std::memcpy(out, buffer, size);
+    return size;
+}
+
+// Goes on to a place that the text is known to reach; not so far where something does not fit.
+ZELK_STAGE Progress escapeWords(const char *text, std::size_t end, char *out, std::size_t room, Progress done) {
+    while (done.read < end) {
+        const std::size_t left = room - done.written;
+        if (end - done.read >= wordBytes && left >= wordBytes) {
+            if (const std::uint64_t bytes = wordAt(text + done.read); !holdsSpecial(bytes)) {
+                std::memcpy(out + done.written, &bytes, wordBytes);
+                done.read += wordBytes;
+                done.written += wordBytes;
+                continue;
             }
-            const tables::XmlCharacter &character = escaped(text[done.read]);
-            if (character.length > left) {
-                return done;
+            if (end - done.read >= leastText && left >= leastRoom) {
+                for (std::size_t i = 0; i < wordBytes; ++i) {
+                    done.written += putEscaped(out + done.written, text[done.read + i]);
+                }
+                done.read += wordBytes;
+                continue;
             }
-            putEscapedExactly(out + done.written, character);
-            done.written += character.length;
-            ++done.read;
         }
-        if (end - start < window) {
+        if (end - done.read < leastText) {
+            const std::size_t size = escapeLast(text + done.read, end - done.read, out + done.written, left);
+            if (size != 0) {
+                return {end, done.written + size};
+            }
+        }
+        const tables::XmlCharacter &character = escaped(text[done.read]);
+        if (character.length > left) {
             break;
         }
+        putEscapedExactly(out + done.written, character);
+        done.written += character.length;
+        ++done.read;
     }
     return done;
+}
+
+ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+    Progress done;
+    for (;;) {
+        const std::size_t inWindow = lengthInWindow(text + done.read, length - done.read);
+        const std::size_t end = done.read + inWindow;
+        done = escapeWords(text, end, out, room, done);
+        if (done.read != end || inWindow < window) {
+            return done;
+        }
+    }
 }
 
 ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
@@ -148,55 +176,61 @@ inline void append(char *out, std::size_t &written, std::uint64_t word, std::siz
     std::memcpy(out + written - wordBytes, &last, wordBytes);
 }
 
-ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
-    Progress done;
-    for (std::size_t end = 0; done.read == end;) {
-        const std::size_t start = end;
-        end += lengthInWindow(text + end, length - end);
-        // Text and output may be one buffer: nothing is written from the place on that is read next.
-        while (end - done.read >= 2 * wordBytes && room - done.written >= wordBytes) {
-            const std::uint64_t eight = wordAt(text + done.read);
-            const std::size_t run = firstByteOf(zeroBytes(eight ^ '&' * everyByte));
-            if (run == wordBytes) {
-                std::memcpy(out + done.written, &eight, wordBytes);
-                done.read += wordBytes;
-                done.written += wordBytes;
-                continue;
-            }
-            const tables::XmlReference *const reference = referenceIn(text + done.read + run);
-            if (done.written >= wordBytes) {
-                append(out, done.written, eight, run, reference != nullptr ? &reference->character : nullptr);
-                done.read += run;
-            } else {
-                for (const std::size_t stop = done.read + run; done.read < stop;) {
-                    out[done.written++] = text[done.read++];
-                }
-                if (reference != nullptr) {
-                    out[done.written++] = reference->character;
-                }
-            }
-            if (reference == nullptr) {
-                return done;
-            }
-            done.read += reference->length;
+// Goes on to a place that the text is known to reach; not so far where a reference or the room ends it before. Text and
+// output may be one buffer: nothing is written from the place on that is read next.
+ZELK_STAGE Progress unescapeWords(const char *text, std::size_t end, char *out, std::size_t room, Progress done) {
+    while (end - done.read >= 2 * wordBytes && room - done.written >= wordBytes) {
+        const std::uint64_t eight = wordAt(text + done.read);
+        const std::size_t run = firstByteOf(zeroBytes(eight ^ '&' * everyByte));
+        if (run == wordBytes) {
+            std::memcpy(out + done.written, &eight, wordBytes);
+            done.read += wordBytes;
+            done.written += wordBytes;
+            continue;
         }
-        while (done.read < end && done.written < room) {
-            if (text[done.read] != '&') {
+        const tables::XmlReference *const reference = referenceIn(text + done.read + run);
+        if (done.written >= wordBytes) {
+            append(out, done.written, eight, run, reference != nullptr ? &reference->character : nullptr);
+            done.read += run;
+        } else {
+            for (const std::size_t stop = done.read + run; done.read < stop;) {
                 out[done.written++] = text[done.read++];
-            } else if (end - done.read < wordBytes) {
-                return done;
-            } else if (const tables::XmlReference *reference = referenceIn(text + done.read); reference != nullptr) {
+            }
+            if (reference != nullptr) {
                 out[done.written++] = reference->character;
-                done.read += reference->length;
-            } else {
-                return done;
             }
         }
-        if (end - start < window) {
-            break;
+        if (reference == nullptr) {
+            return done;
         }
+        done.read += reference->length;
+    }
+    while (done.read < end && done.written < room) {
+        if (text[done.read] != '&') {
+            out[done.written++] = text[done.read++];
+            continue;
+        }
+        const tables::XmlReference *const reference =
+            end - done.read >= wordBytes ? referenceIn(text + done.read) : nullptr;
+        if (reference == nullptr) {
+            return done;
+        }
+        out[done.written++] = reference->character;
+        done.read += reference->length;
     }
     return done;
+}
+
+ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+    Progress done;
+    for (;;) {
+        const std::size_t inWindow = lengthInWindow(text + done.read, length - done.read);
+        const std::size_t end = done.read + inWindow;
+        done = unescapeWords(text, end, out, room, done);
+        if (done.read != end || inWindow < window) {
+            return done;
+        }
+    }
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET::plain

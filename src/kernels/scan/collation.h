@@ -3,7 +3,7 @@
 #pragma once
 
 #include "kernels/kernels.h"
-#include "kernels/simd/avx512_lines.h"
+#include "kernels/simd/avx512_texts.h"
 
 #include <algorithm>
 #include <bit>

@@ -79,7 +79,8 @@ ZELK_OPERATION bool firstLineHasZero(const unsigned char *text, std::size_t coun
     const unsigned char *const line = text - place;
     std::uint64_t zeros = 0;
     for (std::size_t i = 0; i < lineBytes / blockBytes; ++i) {
-        zeros |= placesOf(asBytes(equalUnits(asUnits(loadAligned(line + i * blockBytes)), Units{}))) << i * blockBytes * bitsPerPlace;
+        zeros |= placesOf(asBytes(equalUnits(asUnits(loadAligned(line + i * blockBytes)), Units{})))
+                 << i * blockBytes * bitsPerPlace;
     }
     zeros >>= place * bitsPerPlace;
     return zeros != 0 && firstPlace(zeros) < 2 * count;

@@ -53,54 +53,12 @@ inline constexpr auto smallLettersOfAscii = [] {
 }();
 
 ZELK_OPERATION bool hasAscii(const int *smallLetters) {
-    return std::memcmp(smallLetters, smallLettersOfAscii.data(), sizeof smallLettersOfAscii) == 0;
-}
-
-ZELK_OPERATION std::uint64_t pairOf(const Byte *front, const Byte *back) {
-    std::uint32_t halves[2];
-    std::memcpy(&halves[0], front, sizeof halves[0]);
-    std::memcpy(&halves[1], back, sizeof halves[1]);
-    return halves[0] | std::uint64_t{halves[1]} << 32U;
-}
-
-// The case bits of the letters among eight bytes.
-ZELK_OPERATION std::uint64_t caseBitsOf(std::uint64_t bytes) {
-    const std::uint64_t small = (bytes | caseBit * detail::everyByte) & detail::lowBits;
-    const std::uint64_t fromA = small + (0x80 - 'a') * detail::everyByte;
-    const std::uint64_t afterZ = small + (0x7F - 'z') * detail::everyByte;
-    return (fromA & ~afterZ & ~bytes & detail::highBits) >> 2U;
-}
-
-// Zero where eight literals are equal to eight bytes of text.
-template <class Rule>
-ZELK_OPERATION std::uint64_t differences(std::uint64_t text, std::uint64_t literals) {
-    const std::uint64_t different = text ^ literals;
-    return Rule::ignoresCase ? different & ~caseBitsOf(literals) : different;
-}
-
-// Whether so many literals are equal to as many bytes of text.
-template <class Rule>
-ZELK_OPERATION bool areEqual(const Byte *text, const Byte *literals, std::size_t count) {
-    using detail::wordAt;
-    using detail::wordBytes;
-    if (count >= wordBytes) {
-        const std::size_t last = count - wordBytes;
-        std::uint64_t different = differences<Rule>(wordAt(text + last), wordAt(literals + last));
-        for (std::size_t at = 0; at < last; at += wordBytes) {
-            different |= differences<Rule>(wordAt(text + at), wordAt(literals + at));
-        }
-        return different == 0;
+    constexpr std::size_t inBlock = blockBytes / sizeof(int);
+    auto different = load(smallLetters) ^ load(smallLettersOfAscii.data());
+    for (std::size_t at = inBlock; at < smallLettersOfAscii.size(); at += inBlock) {
+        different |= load(smallLetters + at) ^ load(smallLettersOfAscii.data() + at);
     }
-    if (count >= 4) {
-        const std::size_t last = count - 4;
-        return differences<Rule>(pairOf(text, text + last), pairOf(literals, literals + last)) == 0;
-    }
-    for (std::size_t at = 0; at < count; ++at) {
-        if (differences<Rule>(text[at], literals[at]) != 0) {
-            return false;
-        }
-    }
-    return true;
+    return !anyBit(different);
 }
 
 ZELK_OPERATION Flags areNotAscii(Bytes bytes) {
@@ -114,14 +72,15 @@ ZELK_OPERATION Flags areSpecial(Bytes bytes) {
 }
 
 // What a line of the pattern holds.
+template <class Rule>
 struct PatternLine {
     const Byte *start = nullptr;
     Places specials = 0;
-    Places others = 0; // that are not of ASCII
+    Places others = 0; // that are not of ASCII, if that counts
 
     ZELK_OPERATION PatternLine at(const Byte *start) {
         const Line line = lineAt(start);
-        return {start, placesIn(line, areSpecial), placesIn(line, areNotAscii)};
+        return {start, placesIn(line, areSpecial), Rule::ignoresCase ? placesIn(line, areNotAscii) : Places{0}};
     }
 };
 
@@ -130,15 +89,16 @@ struct Literals {
     const Byte *end;
     bool areAscii;
 
-    ZELK_OPERATION Literals from(const Byte *start, PatternLine &line) {
+    template <class Rule>
+    ZELK_OPERATION Literals from(const Byte *start, PatternLine<Rule> &line) {
         if (lineStart(start) != line.start) {
-            line = PatternLine::at(lineStart(start));
+            line = PatternLine<Rule>::at(lineStart(start));
         }
-        Places wanted = placesFrom(start - line.start);
+        Places wanted = placesFrom(placeInLine(start));
         Places others = 0;
         while ((line.specials & wanted) == 0) {
             others |= line.others & wanted;
-            line = PatternLine::at(line.start + lineBytes);
+            line = PatternLine<Rule>::at(line.start + lineBytes);
             wanted = ~Places{0};
         }
         others |= line.others & wanted & placesBefore(line.specials & wanted);
@@ -154,7 +114,8 @@ struct Part {
     bool hasAnyBytes;  // question marks
     bool isAscii;
 
-    ZELK_OPERATION Part at(const Byte *start, PatternLine &line) {
+    template <class Rule>
+    ZELK_OPERATION Part at(const Byte *start, PatternLine<Rule> &line) {
         Part part{start, 0, 0, false, true};
         const Byte *from = start + (*start == '?' ? 1 : 0);
         for (;;) {
@@ -204,7 +165,9 @@ ZELK_OPERATION Answer fits(const Byte *text, const Part &part) {
         if (Rule::ignoresCase && text[at] >= 0x80) {
             return Answer::Open;
         }
-        if ((at == 0 || part.start[at] != '?') && differences<Rule>(text[at], part.start[at]) != 0) {
+        const Byte wanted = part.start[at];
+        const Byte either = Rule::ignoresCase && isLetter(wanted) ? caseBit : Byte{0};
+        if ((text[at] | either) != (wanted | either) && (at == 0 || wanted != '?')) {
             return Answer::No;
         }
     }
@@ -222,7 +185,7 @@ ZELK_OPERATION Found firstFit(const Byte *text, const Part &part) {
     const Literal last = Literal::of<Rule>(part.start[part.reach]);
     const bool isWhole = part.reach + 1 == part.size && !part.hasAnyBytes;
     const Byte *start = lineStart(text);
-    Places wanted = placesFrom(text - start);
+    Places wanted = placesFrom(placeInLine(text));
     for (Places firstsBefore = 0;; wanted = ~Places{0}, start += lineBytes) {
         const Line line = lineAt(start);
         const Places ends = placesIn(line, areZero) & wanted;
@@ -237,7 +200,7 @@ ZELK_OPERATION Found firstFit(const Byte *text, const Part &part) {
         for (Places left = pairs; left != 0; left = withoutFirst(left)) {
             const Byte *const place = start + firstPlace(left) - part.reach;
             if (isWhole) {
-                if (part.size <= 2 || areEqual<Rule>(place + 1, part.start + 1, part.size - 2)) {
+                if (part.size <= 2 || areEqual<Rule::ignoresCase>(place + 1, part.start + 1, part.size - 2)) {
                     return {Answer::Yes, place + part.size};
                 }
             } else if (const Answer answer = fits<Rule>(place, part); answer != Answer::No) {
@@ -253,7 +216,7 @@ ZELK_OPERATION Found firstFit(const Byte *text, const Part &part) {
 
 ZELK_OPERATION const Byte *terminatorOf(const Byte *text) {
     const Byte *start = lineStart(text);
-    Places ends = placesIn(lineAt(start), areZero) & placesFrom(text - start);
+    Places ends = placesIn(lineAt(start), areZero) & placesFrom(placeInLine(text));
     while (ends == 0) {
         start += lineBytes;
         ends = placesIn(lineAt(start), areZero);
@@ -268,10 +231,10 @@ ZELK_OPERATION Answer endsWith(const Byte *text, const Part &part) {
         return Answer::No;
     }
     const Byte *const place = end - part.size;
-    if (Rule::ignoresCase || part.hasAnyBytes) {
-        return fits<Rule>(place, part);
+    if (!part.hasAnyBytes && areEqual<Rule::ignoresCase>(place, part.start, part.size)) {
+        return Answer::Yes;
     }
-    return areEqual<Rule>(place, part.start, part.size) ? Answer::Yes : Answer::No;
+    return Rule::ignoresCase || part.hasAnyBytes ? fits<Rule>(place, part) : Answer::No;
 }
 
 // The pattern from its first star on; the answer is that of the rule, or notTaken.
@@ -281,7 +244,7 @@ ZELK_STAGE int matchFromStar(const Byte *text, const Byte *star) {
     if (wanted == 0 || (*text == 0 && wanted != '*')) {
         return wanted;
     }
-    PatternLine line;
+    PatternLine<Rule> line;
     for (;;) {
         if (star[1] == 0) {
             return 0;
@@ -336,12 +299,13 @@ ZELK_OPERATION const Byte *bytes(const char *text) {
 // The bytes of a text before its terminator, as far as its line goes.
 ZELK_OPERATION std::size_t textInLine(const Byte *text) {
     const Byte *const start = lineStart(text);
-    const Places ends = placesIn(lineAt(start), areZero) & placesFrom(text - start);
+    const Places ends = placesIn(lineAt(start), areZero) & placesFrom(placeInLine(text));
     return ends != 0 ? static_cast<std::size_t>(start + firstPlace(ends) - text) : bytesInLine(text);
 }
 
-ZELK_STAGE int matchFromHead(const Byte *text, const Byte *pattern) {
-    PatternLine line;
+// What differs in front of the first star, or comes there, by lines.
+ZELK_STAGE int matchFromHeadByLines(const Byte *text, const Byte *pattern) {
+    PatternLine<Exact> line;
     const Byte *special = Literals::from(pattern, line).end;
     for (;;) {
         const auto literals = static_cast<std::size_t>(special - pattern);
@@ -370,6 +334,34 @@ ZELK_STAGE int matchFromHead(const Byte *text, const Byte *pattern) {
     }
 }
 
+// The same by pairs: both are read together, and what ends the literals needs no branch of its own.
+ZELK_STAGE int matchFromHead(const Byte *text, const Byte *pattern) {
+    while (arePaired(text, pattern)) {
+        const Pair pair = pairAt(text, pattern);
+        const Places marks = placesOf(areSpecial(pair.right) | ~equal(pair.left, pair.right)) & pair.inside;
+        const std::size_t place = marks != 0 ? firstPlace(marks) : pair.end;
+        text += place - pair.begin;
+        pattern += place - pair.begin;
+        if (marks == 0) {
+            continue;
+        }
+        const int given = *text;
+        const int wanted = *pattern;
+        if (wanted == '*') {
+            return pattern[1] == 0 ? 0 : given == 0 ? byteAfterStars(pattern) : matchFromStar<Exact>(text, pattern);
+        }
+        if (given == 0) {
+            return wanted;
+        }
+        if (wanted != '?') {
+            return given - wanted;
+        }
+        ++text;
+        ++pattern;
+    }
+    return matchFromHeadByLines(text, pattern);
+}
+
 } // namespace wildcards
 
 ZELK_STAGE int matchWildcards(const char *text, const char *pattern) {
@@ -388,7 +380,7 @@ ZELK_STAGE int matchWildcardsInAnyCase(const char *text, const char *pattern, co
             return difference;
         }
     }
-    if (*at == 0) {
+    if (*at == 0 || from[1] == 0) {
         return byteAfterStars(from);
     }
     return hasAscii(smallLetters) ? matchFromStar<AnyCase>(at, from) : notTaken;

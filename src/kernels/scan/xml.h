@@ -1,179 +1,110 @@
-// XML text, 64 bytes at a time.
+// XML text, a block or a lane of it at a time; what is left, less than a lane, by words.
 //
-// Escaping:    whole blocks of a window; then what is left of it as one block. In a block with few special characters
-// the
-//              runs between them are stored, in one with many each character by its entry in a table.
-// Unescaping:  whole blocks of a window, by runs where references are few, else all of a block's at once; then what is
-//              left as one block.
+// Escaping:    blocks as long as two are left, then lanes: without a special character copied, with few by the runs
+//              between them, with many each character by its entry in a table.
+// Unescaping:  blocks without a reference copied; where there is one, the words before it, and then what is left before
+//              it together with its character.
 // Measuring:   blocks, in which each kind of special character is counted.
 //
-// A zero may come before the count: a window is as much text as is known to have none, found line by line.
+// A zero is looked for a window ahead of all that.
 #pragma once
 
 #include "kernels/kernels.h"
-#include "kernels/simd/avx512_lines.h"
+#include "kernels/plain/xml.h"
 #include "tables/xml.h"
 
-#include <algorithm>
-#include <bit>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
-// The bytes of a text before its end, as far as a window reaches: lines are read that hold some of the text, and of
-// those no byte after the count.
-inline constexpr std::size_t windowBytes = 16 * blockBytes;
-
-ZELK_OPERATION std::size_t textInWindow(const char *text, std::size_t left) {
-    std::size_t known = 0;
-    std::size_t step = bytesInLine(text);
-    do {
-        const std::size_t count = std::min(left - known, step);
-        const Mask zeros = ~nonZero(loadInLine(text + known, firstBytes(count))) & firstBytes(count);
-        if (zeros != 0) {
-            return known + firstOf(zeros);
-        }
-        known += count;
-        step = blockBytes;
-    } while (known < left && known <= windowBytes - blockBytes);
-    return known;
+// Each has a lower nibble of its own, which finds it in a table of sixteen. The text has no zeros.
+ZELK_OPERATION Flags areSpecialInXml(Bytes bytes) {
+    const Bytes table = repeatLane(Lane{1, 0, '"', 0, 0, 0, '&', '\'', 0, 0, 0, 0, '<', 0, '>', 0});
+    return equal(lookUp(table, lowerNibbles(bytes)), bytes);
 }
 
-// The next bytes of a text, zeros after them, and their number.
-struct TextBlock {
-    Block bytes;
-    std::size_t count;
-};
-
-ZELK_OPERATION TextBlock textBlock(const char *text, std::size_t left) {
-    const std::size_t count = std::min(left, blockBytes);
-    return {load(text, firstBytes(count)), count};
+ZELK_OPERATION std::uint64_t specialsInLane(const char *text) {
+    return placesOf(areSpecialInXml(joined(load<Lane>(text), Lane{})));
 }
 
-// The special characters, and zeros: each has a low half byte of its own, which finds it in a table of sixteen.
-ZELK_OPERATION Mask specials(Block bytes) {
-    const Block table = nibbleTable(_mm_setr_epi8(0, -1, '"', -1, -1, -1, '&', '\'', -1, -1, -1, -1, '<', -1, '>', -1));
-    return _mm512_cmpeq_epi8_mask(look16(table, bytes), bytes);
+// A run of text before a special character, and its entity. The store of the whole vector goes too far: more text
+// follows, of which each byte gives one at least, and there is room for it.
+template <class Vector>
+ZELK_OPERATION void escapeRun(const char *text, std::size_t place, char *out, Progress &done) {
+    store(out + done.written, load<Vector>(text + done.read));
+    done.written += place - done.read;
+    const tables::XmlCharacter &character = plain::escaped(text[place]);
+    plain::putEscapedExactly(out + done.written, character);
+    done.written += character.length;
+    done.read = place + 1;
 }
 
-// How many bytes escaping makes of so many, among which these are special.
-ZELK_OPERATION std::size_t escapedSize(const TextBlock &block, Mask special) {
-    const Mask ampersands = special & _mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>());
-    const Mask quotes = special & _mm512_cmplt_epu8_mask(block.bytes, everyByte<'<'>()) & ~ampersands;
-    return block.count + 3 * countOf(special) + countOf(ampersands) + 2 * countOf(quotes);
-}
+// More special characters in a block, or in a lane, than these are looked up one by one.
+inline constexpr std::size_t mostRunsInBlock = blockBytes / 8;
+inline constexpr std::size_t mostRunsInLane = 2;
 
-ZELK_OPERATION std::uint64_t entryOf(char character) {
-    std::uint64_t entry = 0;
-    std::memcpy(&entry, &tables::xmlCharacters[static_cast<unsigned char>(character)], sizeof entry);
-    return entry;
-}
-
-// Stores the bytes of an entity, of which there are four at least.
-ZELK_OPERATION std::size_t storeEntity(char *out, char character) {
-    const std::uint64_t entry = entryOf(character);
-    const std::size_t length = entry >> 56U;
-    const auto front = static_cast<std::uint32_t>(entry);
-    const auto back = static_cast<std::uint32_t>(entry >> CHAR_BIT * (length - sizeof front));
-    std::memcpy(out, &front, sizeof front);
-    std::memcpy(out + length - sizeof back, &back, sizeof back);
-    return length;
-}
-
-// A special character now and then: the run before it, and its entity.
-ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special, char *out) {
-    std::size_t read = 0;
-    std::size_t written = 0;
-    for (; special != 0; special &= special - 1) {
-        const std::size_t place = firstOf(special);
-        store(out + written, firstBytes(place - read), startingAt(block.bytes, read));
-        written += place - read;
-        written += storeEntity(out + written, text[place]);
-        read = place + 1;
-    }
-    store(out + written, firstBytes(block.count - read), startingAt(block.bytes, read));
-    return written + block.count - read;
-}
-
-// Special characters all over: each character by its entry, without a branch. A store of all eight bytes of an entry
-// goes seven bytes too far at most, where as many characters follow.
-ZELK_OPERATION std::size_t escapeEach(const char *text, std::size_t count, char *out) {
-    std::size_t written = 0;
-    std::size_t read = 0;
-#pragma GCC unroll 4
-    for (; read + sizeof(std::uint64_t) <= count; ++read) {
-        const std::uint64_t entry = entryOf(text[read]);
-        std::memcpy(out + written, &entry, sizeof entry);
-        written += entry >> 56U;
-    }
-    for (; read < count; ++read) {
-        const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(text[read])];
-        if (character.length == 1) {
-            out[written++] = text[read];
-        } else {
-            written += storeEntity(out + written, text[read]);
-        }
-    }
-    return written;
-}
-
-inline constexpr std::size_t mostInRuns = 16; // special characters of a block
-
-// One block; false where it does not fit.
-ZELK_OPERATION bool escapeBlock(const char *text, const TextBlock &block, Mask special, char *out, std::size_t room,
-                                Progress &done) {
-    if (room - done.written < (special == 0 ? block.count : escapedSize(block, special))) {
-        return false;
-    }
-    text += done.read;
-    out += done.written;
-    done.read += block.count;
-    if (special == 0) {
-        store(out, firstBytes(block.count), block.bytes);
-        done.written += block.count;
-    } else if (countOf(special) <= mostInRuns) {
-        done.written += escapeRuns(text, block, special, out);
-    } else {
-        done.written += escapeEach(text, block.count, out);
-    }
-    return true;
-}
-
-// Whole blocks with special characters here and there, as long as they are sure to fit.
-ZELK_STAGE void escapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress &done) {
-    constexpr std::size_t roomOfBlock = blockBytes + mostInRuns * (tables::longestXmlEntity - 1);
-    while (end - done.read >= blockBytes && room - done.written >= roomOfBlock) {
-        const Block bytes = load(text + done.read);
-        const Mask special = specials(bytes);
+// Whole blocks, after which another follows.
+ZELK_OPERATION void escapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress &done) {
+    constexpr std::size_t leastRoom = (blockBytes + 1) * tables::longestXmlEntity + blockBytes;
+    while (end - done.read >= 2 * blockBytes && room - done.written >= leastRoom) {
+        const Bytes bytes = load(text + done.read);
+        std::uint64_t special = placesOf(areSpecialInXml(bytes));
+        const std::size_t next = done.read + blockBytes;
         if (special == 0) {
             store(out + done.written, bytes);
             done.written += blockBytes;
-        } else if (countOf(special) <= mostInRuns) {
-            done.written += escapeRuns(text + done.read, {bytes, blockBytes}, special, out + done.written);
+        } else if (countOf(special) <= mostRunsInBlock) {
+            const std::size_t start = done.read;
+            for (; special != 0; special = withoutFirst(special)) {
+                escapeRun<Bytes>(text, start + firstPlace(special), out, done);
+            }
+            store(out + done.written, load(text + done.read));
+            done.written += next - done.read;
+        } else {
+            for (std::size_t at = done.read; at < next; ++at) {
+                done.written += plain::putEscaped(out + done.written, text[at]);
+            }
+        }
+        done.read = next;
+    }
+}
+
+// Lanes; and the last bytes together with those before them, if none of these is special: they are stored once more.
+ZELK_OPERATION void escapeLanes(const char *text, std::size_t end, char *out, std::size_t room, Progress &done) {
+    constexpr std::size_t leastRoom = 2 * laneBytes + 2 * tables::longestXmlEntity;
+    while (end - done.read >= laneBytes && room - done.written >= leastRoom) {
+        const std::uint64_t special = specialsInLane(text + done.read);
+        if (special == 0) {
+            store(out + done.written, load<Lane>(text + done.read));
+            done.read += laneBytes;
+            done.written += laneBytes;
+        } else if (countOf(special) <= mostRunsInLane) {
+            escapeRun<Lane>(text, done.read + firstPlace(special), out, done);
         } else {
             return;
         }
-        done.read += blockBytes;
+    }
+    const std::size_t left = end - done.read;
+    if (left < laneBytes && end >= laneBytes && room - done.written >= left &&
+        specialsInLane(text + end - laneBytes) == 0) {
+        store(out + done.written + left - laneBytes, load<Lane>(text + end - laneBytes));
+        done.read = end;
+        done.written += left;
     }
 }
 
 ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
     for (;;) {
-        const std::size_t inWindow = textInWindow(text + done.read, length - done.read);
+        const std::size_t inWindow = plain::lengthInWindow(text + done.read, length - done.read);
         const std::size_t end = done.read + inWindow;
-        while (done.read != end) {
-            if (end - done.read >= blockBytes) {
-                escapeBlocks(text, end, out, room, done);
-            }
-            const TextBlock block = textBlock(text + done.read, end - done.read);
-            const Mask special = specials(block.bytes) & firstBytes(block.count);
-            if (block.count != 0 && !escapeBlock(text, block, special, out, room, done)) {
-                return done;
-            }
+        escapeBlocks(text, end, out, room, done);
+        escapeLanes(text, end, out, room, done);
+        if (done.read != end) {
+            done = plain::escapeWords(text, end, out, room, done);
         }
-        if (inWindow <= windowBytes - blockBytes) {
+        if (done.read != end || inWindow < plain::window) {
             return done;
         }
     }
@@ -181,185 +112,87 @@ ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, s
 
 ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
     std::uint64_t total = 0;
-    std::size_t step = std::min(length, bytesInLine(text));
-    for (std::size_t read = 0;; step = std::min(length - read, blockBytes)) {
-        const Block bytes = loadInLine(text + read, firstBytes(step));
-        const std::size_t count = std::min(step, firstOf(~nonZero(bytes)));
-        total += escapedSize({bytes, count}, specials(bytes) & firstBytes(count));
-        read += count;
-        if (count < step || read == length) {
-            return total;
-        }
-    }
-}
-
-// A block with every whole entity's '&' replaced, and the places of the names after it; `others` are the references
-// that are no whole entity, or might go on after the block.
-struct Unescaped {
-    Block bytes;
-    Mask names;
-    Mask others;
-};
-
-inline constexpr std::size_t entityStarts = blockBytes - tables::longestXmlEntity + 1; // an entity from there is whole
-
-// What goes with the second letter of a name, looked up by the letter's low half byte: am-p, ap-o-s, qu-o-t, lt or gt.
-ZELK_OPERATION Block bySecond(Block second, char p, char t, char u, char m) {
-    return look16(nibbleTable(_mm_setr_epi8(p, -1, -1, -1, t, u, -1, -1, -1, -1, -1, -1, -1, m, -1, -1)), second);
-}
-
-// The differences noted so far and those between a and b.
-ZELK_OPERATION Block orDifferent(Block differences, Block a, Block b) {
-    return _mm512_ternarylogic_epi64(differences, a, b, 0xF6); // differences | (a ^ b)
-}
-
-// Whole entities are found by what differs from the one that the second letter selects. They end at the next ';':
-// adding their '&' to what is no ';' carries through the name.
-ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references) {
-    const Block first = startingAt<1>(bytes);
-    const Block second = startingAt<2>(bytes);
-    const Mask g = _mm512_cmpeq_epi8_mask(first, everyByte<'g'>());
-    const Block gAsL = _mm512_mask_mov_epi8(first, g, everyByte<'l'>());
-    Block different = _mm512_xor_si512(second, bySecond(second, 'p', 't', 'u', 'm'));
-    different = orDifferent(different, gAsL, bySecond(second, 'a', 'l', 'q', 'a'));
-    different = orDifferent(different, startingAt<3>(bytes), bySecond(second, 'o', ';', 'o', 'p'));
-    const Block fourth = _mm512_or_si512(startingAt<4>(bytes), bySecond(second, 0, -1, 0, 0));
-    different = orDifferent(different, fourth, bySecond(second, 's', -1, 't', ';'));
-    const Block fifth = _mm512_or_si512(startingAt<5>(bytes), bySecond(second, 0, -1, 0, -1));
-    different = orDifferent(different, fifth, bySecond(second, ';', -1, ';', -1));
-    const Mask entities = _mm512_testn_epi8_mask(different, different) & references & firstBytes(entityStarts);
-    const Block meant = _mm512_mask_mov_epi8(bySecond(second, '\'', '<', '"', '&'), g, everyByte<'>'>());
-    const Mask inNames = ~_mm512_cmpeq_epi8_mask(bytes, everyByte<';'>());
-    return {_mm512_mask_mov_epi8(bytes, entities, meant), ((inNames + entities) ^ inNames) & ~entities,
-            references & ~entities};
-}
-
-// The entity that eight bytes begin with; null for none.
-ZELK_OPERATION const tables::XmlReference *referenceIn(std::uint64_t eight) {
-    const tables::XmlReference &reference =
-        tables::xmlReferences[tables::xmlReferenceIndex(eight >> 8U & 0xFFU, eight >> 16U & 0xFFU)];
-    std::uint64_t text = 0;
-    std::uint64_t mask = 0;
-    std::memcpy(&text, reference.text, sizeof text);
-    std::memcpy(&mask, reference.mask, sizeof mask);
-    return (eight & mask) == text ? &reference : nullptr;
-}
-
-ZELK_OPERATION std::uint64_t eightBytesAt(const char *text) {
-    std::uint64_t eight = 0;
-    std::memcpy(&eight, text, sizeof eight);
-    return eight;
-}
-
-// How far a block is unescaped: where its text goes on, after the last reference and perhaps after the block, and
-// whether what follows there is a reference that is no whole entity.
-struct UnescapedRuns {
-    Progress done;
-    bool stopped;
-};
-
-// References now and then: the run before each, and its character. Eight bytes after the block may be read.
-ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask references, char *out) {
-    Progress done;
-    for (; references != 0; references &= references - 1) {
-        const std::size_t place = firstOf(references);
-        const tables::XmlReference *reference = referenceIn(eightBytesAt(text + place));
-        store(out + done.written, firstBytes(place - done.read), startingAt(bytes, done.read));
-        done.written += place - done.read;
-        if (reference == nullptr) {
-            return {{place, done.written}, true};
-        }
-        out[done.written++] = reference->character;
-        done.read = place + reference->length;
-    }
-    return {done, false};
-}
-
-// More references in a block than these are replaced all at once.
-inline constexpr std::size_t mostReferencesInRuns = 3;
-
-// Text and output may be one buffer: nothing is written from the place on that is read next.
-
-// A block with few references; false in front of one that is no whole entity.
-ZELK_OPERATION bool unescapeByRuns(const char *text, Block bytes, Mask references, char *out, Progress &done) {
-    const UnescapedRuns runs = unescapeRuns(text + done.read, bytes, references, out + done.written);
-    done.written += runs.done.written;
-    if (runs.stopped || runs.done.read > blockBytes) {
-        done.read += runs.done.read;
-        return !runs.stopped;
-    }
-    const std::size_t left = blockBytes - runs.done.read;
-    store(out + done.written, firstBytes(left), startingAt(bytes, runs.done.read));
-    done.written += left;
-    done.read += blockBytes; // known before the lengths of the references are
-    return true;
-}
-
-// Whole blocks. Where references are many, in steps that leave room for the longest name: a reference is looked at
-// where all of it is in the block, and what its name covers of the next block is carried there. So no step waits for
-// the last one's result.
-ZELK_STAGE void unescapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress &result) {
-    constexpr std::size_t stride = entityStarts;
-    Progress done = result;
-    Mask carried = 0;
-    bool goesOn = true;
-    while (goesOn && end - done.read >= blockBytes + sizeof(std::uint64_t) && room - done.written >= blockBytes) {
-        const Block bytes = load(text + done.read);
-        const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte<'&'>());
-        if ((references | carried) == 0) {
-            store(out + done.written, bytes);
-            done.read += blockBytes;
-            done.written += blockBytes;
-        } else if (carried == 0 && countOf(references) <= mostReferencesInRuns) {
-            goesOn = unescapeByRuns(text, bytes, references, out, done);
-        } else {
-            const Unescaped block = unescaped(bytes, references & firstBytes(stride));
-            goesOn = block.others == 0;
-            if (goesOn) {
-                const Mask kept = firstBytes(stride) & ~block.names & ~carried;
-                done.written += storeKept<false>(out + done.written, kept, block.bytes);
-                done.read += stride;
-                carried = block.names >> stride;
+    std::size_t inWindow = 0;
+    std::size_t at = 0;
+    do {
+        inWindow = plain::lengthInWindow(text + at, length - at);
+        const std::size_t end = at + inWindow;
+        for (; end - at >= blockBytes; at += blockBytes) {
+            const Bytes bytes = load(text + at);
+            total += blockBytes;
+            if (const std::uint64_t special = placesOf(areSpecialInXml(bytes)); special != 0) {
+                const std::uint64_t ampersands = placesOf(equal(bytes, repeatByte('&')));
+                const std::uint64_t quotes = placesOf(equal(bytes, repeatByte('"')) | equal(bytes, repeatByte('\'')));
+                total += 3 * countOf(special) + countOf(ampersands) + 2 * countOf(quotes);
             }
         }
-    }
-    done.read += countOf(carried);
-    result = done;
+        for (; at != end; ++at) {
+            total += plain::escaped(text[at]).length;
+        }
+    } while (inWindow == plain::window);
+    return total;
 }
 
-// What is left of a text, at most a block: as far as its references are whole entities.
-ZELK_OPERATION Progress unescapeLast(const TextBlock &block, char *out) {
-    const Mask references = _mm512_cmpeq_epi8_mask(block.bytes, everyByte<'&'>()) & firstBytes(block.count);
-    if (references == 0) {
-        store(out, firstBytes(block.count), block.bytes);
-        return {block.count, block.count};
+// The block with a reference alone, after which comes as much without another: what the first store writes too much the
+// last one covers. Both are loaded before. False, and nothing done, where another follows.
+ZELK_OPERATION bool unescapeAlone(const char *text, std::size_t end, char *out, std::size_t room, Bytes block,
+                                  std::size_t run, const tables::XmlReference &reference, Progress &done) {
+    const std::size_t next = done.read + run + reference.length;
+    if (next > end || end - next < blockBytes || room - done.written < 2 * blockBytes) {
+        return false;
     }
-    const Unescaped result = unescaped(block.bytes, references);
-    const std::size_t end = std::min(block.count, firstOf(result.others));
-    return {end, end == 0 ? 0 : storeKept<false>(out, firstBytes(end) & ~result.names, result.bytes)};
+    const Bytes after = load(text + next);
+    if (anyBit(equal(after, repeatByte('&')))) {
+        return false;
+    }
+    store(out + done.written, block);
+    done.written += run;
+    out[done.written++] = reference.character;
+    store(out + done.written, after);
+    done.written += blockBytes;
+    done.read = next + blockBytes;
+    return true;
 }
 
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
     Progress done;
     for (;;) {
-        const std::size_t inWindow = textInWindow(text + done.read, length - done.read);
+        const std::size_t inWindow = plain::lengthInWindow(text + done.read, length - done.read);
         const std::size_t end = done.read + inWindow;
-        if (inWindow >= blockBytes + sizeof(std::uint64_t)) {
-            unescapeBlocks(text, end, out, room, done);
-        }
-        while (done.read != end) {
-            const TextBlock block = textBlock(text + done.read, end - done.read);
-            if (room - done.written < block.count) {
+        while (end - done.read >= blockBytes + plain::wordBytes && room - done.written >= blockBytes) {
+            const Bytes bytes = load(text + done.read);
+            const std::uint64_t references = placesOf(equal(bytes, repeatByte('&')));
+            if (references == 0) {
+                store(out + done.written, bytes);
+                done.read += blockBytes;
+                done.written += blockBytes;
+                continue;
+            }
+            std::size_t run = firstPlace(references);
+            const tables::XmlReference *const reference = plain::referenceIn(text + done.read + run);
+            if (reference != nullptr && unescapeAlone(text, end, out, room, bytes, run, *reference, done)) {
+                continue;
+            }
+            for (; run >= plain::wordBytes; run -= plain::wordBytes) {
+                store(out + done.written, plain::wordAt(text + done.read));
+                done.read += plain::wordBytes;
+                done.written += plain::wordBytes;
+            }
+            if (done.written < plain::wordBytes) {
+                break;
+            }
+            plain::append(out, done.written, plain::wordAt(text + done.read), run,
+                          reference != nullptr ? &reference->character : nullptr);
+            done.read += run;
+            if (reference == nullptr) {
                 return done;
             }
-            const Progress last = unescapeLast(block, out + done.written);
-            done.read += last.read;
-            done.written += last.written;
-            if (last.read == 0) {
-                return done;
-            }
+            done.read += reference->length;
         }
-        if (inWindow <= windowBytes - blockBytes) {
+        if (done.read != end) {
+            done = plain::unescapeWords(text, end, out, room, done);
+        }
+        if (done.read != end || inWindow < plain::window) {
             return done;
         }
     }

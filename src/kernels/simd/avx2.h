@@ -213,3 +213,4 @@ inline constexpr bool hasFastTables = true;
 
 #include "kernels/simd/places.h"
 #include "kernels/simd/steps.h"
+#include "kernels/simd/vector_texts.h"

@@ -25,6 +25,14 @@ inline constexpr std::size_t blockUnits = blockBytes / 2;
 using Block = __m512i;
 using Mask = std::uint64_t; // one bit a byte of a block, the first byte lowest
 
+inline constexpr unsigned int bitsPerPlace = 1;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
+#include "kernels/simd/places.h"
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
 ZELK_OPERATION bool blockInPage(const void *at) {
     return areOnPage(at, blockBytes);
 }
@@ -72,10 +80,6 @@ ZELK_OPERATION Mask firstBytes(std::size_t count) {
 ZELK_OPERATION Mask asInteger(Mask mask) {
     __asm__("" : "+r"(mask));
     return mask;
-}
-
-ZELK_OPERATION std::size_t countOf(Mask mask) {
-    return static_cast<std::size_t>(_mm_popcnt_u64(mask));
 }
 
 ZELK_OPERATION std::size_t firstOf(Mask mask) {

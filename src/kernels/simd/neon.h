@@ -262,3 +262,4 @@ inline constexpr bool hasFastTables = true;
 #else
 #include "kernels/simd/sixteenths.h"
 #endif
+#include "kernels/simd/vector_texts.h"

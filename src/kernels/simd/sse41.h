@@ -204,3 +204,4 @@ inline constexpr bool hasFastTables = false;
 
 #include "kernels/simd/places.h"
 #include "kernels/simd/steps.h"
+#include "kernels/simd/vector_texts.h"

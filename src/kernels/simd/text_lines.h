@@ -18,7 +18,7 @@ ZELK_OPERATION const unsigned char *lineStart(const unsigned char *at) {
 }
 
 // The line that starts here, of which some byte belongs to a text. The sanitizers, who know no lines, do not see this.
-__attribute__((no_sanitize("address", "thread"))) [[maybe_unused]] static inline Line
+[[maybe_unused]] __attribute__((no_sanitize("address", "thread"))) static inline Line
 lineAt(const unsigned char *start) {
     Line line;
     for (std::size_t i = 0; i < line.size(); ++i) {

@@ -19,6 +19,7 @@ using Lane = std::uint8_t __attribute__((vector_size(laneBytes)));
 using LaneUnits = std::uint16_t __attribute__((vector_size(laneBytes)));
 
 using AlignedBytes __attribute__((may_alias)) = Bytes;
+using AlignedLane __attribute__((may_alias)) = Lane;
 
 using Flags = Bytes;
 using UnitFlags = Units;

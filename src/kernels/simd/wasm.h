@@ -209,3 +209,4 @@ inline constexpr bool hasFastTables = false;
 
 #include "kernels/simd/places.h"
 #include "kernels/simd/sixteenths.h"
+#include "kernels/simd/vector_texts.h"
