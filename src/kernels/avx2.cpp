@@ -10,6 +10,7 @@ ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/avx2.h"
 
+#include "kernels/move/marked_sets_by_shuffle.h"
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
@@ -23,8 +24,8 @@ const Kernels avx2Kernels = {
     .bytesToUcs2 = avx2::bytesToUcs2,
     .cleanToUtf8 = avx2::cleanToUtf8,
     .cleanToUcs2 = avx2::cleanToUcs2,
-    .markedToUtf8 = avx2::plain::markedToUtf8,
-    .markedToUcs2 = avx2::plain::markedToUcs2,
+    .markedToUtf8 = avx2::markedToUtf8,
+    .markedToUcs2 = avx2::markedToUcs2,
     .lowFirstToUtf8 = avx2::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,
     .highFirstToUtf8 = avx2::ucs2ToUtf8<UnitOrder::HighFirst, Clean::Any>,
     .cleanHighFirstToUtf8 = avx2::ucs2ToUtf8<UnitOrder::HighFirst, Clean::NoControls>,

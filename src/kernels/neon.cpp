@@ -9,6 +9,7 @@
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/neon.h"
 
+#include "kernels/move/marked_sets_by_shuffle.h"
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
@@ -22,8 +23,8 @@ const Kernels neonKernels = {
     .bytesToUcs2 = neon::bytesToUcs2,
     .cleanToUtf8 = neon::cleanToUtf8,
     .cleanToUcs2 = neon::cleanToUcs2,
-    .markedToUtf8 = neon::plain::markedToUtf8,
-    .markedToUcs2 = neon::plain::markedToUcs2,
+    .markedToUtf8 = neon::markedToUtf8,
+    .markedToUcs2 = neon::markedToUcs2,
     .lowFirstToUtf8 = neon::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,
     .highFirstToUtf8 = neon::ucs2ToUtf8<UnitOrder::HighFirst, Clean::Any>,
     .cleanHighFirstToUtf8 = neon::ucs2ToUtf8<UnitOrder::HighFirst, Clean::NoControls>,

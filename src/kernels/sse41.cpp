@@ -10,6 +10,7 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/sse41.h"
 
+#include "kernels/move/marked_sets_by_shuffle.h"
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
@@ -23,8 +24,8 @@ const Kernels sse41Kernels = {
     .bytesToUcs2 = sse41::bytesToUcs2,
     .cleanToUtf8 = sse41::cleanToUtf8,
     .cleanToUcs2 = sse41::cleanToUcs2,
-    .markedToUtf8 = sse41::plain::markedToUtf8,
-    .markedToUcs2 = sse41::plain::markedToUcs2,
+    .markedToUtf8 = sse41::markedToUtf8,
+    .markedToUcs2 = sse41::markedToUcs2,
     .lowFirstToUtf8 = sse41::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,
     .highFirstToUtf8 = sse41::ucs2ToUtf8<UnitOrder::HighFirst, Clean::Any>,
     .cleanHighFirstToUtf8 = sse41::ucs2ToUtf8<UnitOrder::HighFirst, Clean::NoControls>,

@@ -8,6 +8,7 @@
 #include "kernels/plain/kernels.h"
 #include "kernels/simd/wasm.h"
 
+#include "kernels/move/marked_sets_by_shuffle.h"
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
@@ -21,8 +22,8 @@ const Kernels wasmKernels = {
     .bytesToUcs2 = wasm::bytesToUcs2,
     .cleanToUtf8 = wasm::cleanToUtf8,
     .cleanToUcs2 = wasm::cleanToUcs2,
-    .markedToUtf8 = wasm::plain::markedToUtf8,
-    .markedToUcs2 = wasm::plain::markedToUcs2,
+    .markedToUtf8 = wasm::markedToUtf8,
+    .markedToUcs2 = wasm::markedToUcs2,
     .lowFirstToUtf8 = wasm::ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>,
     .highFirstToUtf8 = wasm::ucs2ToUtf8<UnitOrder::HighFirst, Clean::Any>,
     .cleanHighFirstToUtf8 = wasm::ucs2ToUtf8<UnitOrder::HighFirst, Clean::NoControls>,

@@ -204,28 +204,30 @@ ZELK_OPERATION void partOfMarkedBlock(const Registers &planes, const Utf8Compose
 
 // Characters of three bytes are put one by one.
 struct RareUtf8 {
-    tables::PackedUtf8 packed;
-    char *at;
+    using Unit = char;
 
-    void put(unsigned char byte, unsigned int /*character*/) { at = plain::putCharacter(at, packed[byte]); }
-    void putComposed(unsigned int character) { at += detail::utf8Encode(character, at, plain::entryBytes); }
+    tables::PackedUtf8 packed;
+
+    char *put(char *at, unsigned char byte, unsigned int /*character*/) const {
+        return plain::putCharacter(at, packed[byte]);
+    }
+    static char *putComposed(char *at, unsigned int character) { return plain::Utf8Form::putComposed(at, character); }
 };
 
 ZELK_OPERATION bool putRare(tables::ByteSet set, Conversion<char> &c) {
-    RareUtf8 utf8{tables::packedUtf8Of(set), c.out};
-    const std::size_t read = plain::putMarked(tables::codePointsOf(set), utf8, c.in, c.left);
-    Conversion<char>::advance(c, read, static_cast<std::size_t>(utf8.at - c.out));
+    char *at = c.out;
+    const RareUtf8 form{tables::packedUtf8Of(set)};
+    const std::size_t read = plain::putMarked(tables::codePointsOf(set), form, at, c.in, c.left);
+    Conversion<char>::advance(c, read, static_cast<std::size_t>(at - c.out));
     return read != 0;
 }
 
-ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
-                                 std::size_t room) {
-    length = plain::fittingBytes(length, room);
+ZELK_STAGE void composeBlocks(tables::ByteSet set, Conversion<char> &progress) {
+    Conversion<char> c = progress;
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const Registers planes = held(registersOf(bytePlanes.first, bytePlanes.last));
     const Utf8Composer composer = utf8Composer();
     const Graphic ascii = graphic();
-    Conversion<char> c{text, length, out, room};
     while (c.left != 0) {
         wholeMarkedBlocks(planes, composer, ascii, c);
         if (c.left != 0) {
@@ -235,7 +237,70 @@ ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *text,
             break;
         }
     }
-    return {length - c.left, room - c.room};
+    progress = c;
+}
+
+// ASCII, and what comes from the first block with others on.
+ZELK_STAGE Progress markedBlocksToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                       std::size_t room) {
+    Conversion<char> c{text, plain::fittingBytes(length, room), out, room};
+    const std::size_t fitting = c.left;
+    const Graphic ascii = graphic();
+    for (; c.left >= blockBytes; Conversion<char>::advance(c, blockBytes, blockBytes)) {
+        const Block block = load(c.in);
+        if (!all(graphicAscii(ascii, block))) {
+            break;
+        }
+        store(c.out, block);
+    }
+    const Mask bytes = firstBytes(c.left);
+    const Block block = load(c.in, bytes);
+    if (c.left < blockBytes && same(graphicAscii(ascii, block), bytes)) {
+        store(c.out, bytes, block);
+        Conversion<char>::advance(c, c.left, c.left);
+    } else {
+        composeBlocks(set, c);
+    }
+    return {fitting - c.left, room - c.room};
+}
+
+// All of a name, if it is plain: its length in UTF-8, or 0.
+ZELK_OPERATION std::size_t markedNameToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                            char *out) {
+    const Mask bytes = firstBytes(length);
+    const Block name = load(text, bytes);
+    const Mask ascii = graphicAscii(graphic(), name);
+    if (same(ascii, bytes)) {
+        store(out, bytes, name);
+        return length;
+    }
+    const Utf8Composer composer = utf8Composer();
+    const MarkedUtf8 block = markedUtf8(composer, name);
+    const Mask plain = either(ascii, block.leads);
+    if (none(block.upper)) {
+        if (!same(plain, bytes)) {
+            return 0;
+        }
+        store(out, bytes, block.bytes);
+        return length;
+    }
+    const BytePlanes &bytePlanes = tables::planesOf(set);
+    const Registers planes = registersOf(bytePlanes.first, bytePlanes.last);
+    const FirstAndLast both = withUpper(planes, composer, name, block);
+    if (!same(either(plain, both.plain), bytes)) {
+        return 0;
+    }
+    return storeInterleaved<false>(planes.order, out, both.first, both.last, length, block.upper);
+}
+
+ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                 std::size_t room) {
+    if (isNameThatFits(length, room)) {
+        if (const std::size_t written = markedNameToUtf8(set, text, length, out); written != 0) {
+            return {length, written};
+        }
+    }
+    return markedBlocksToUtf8(set, text, length, out, room);
 }
 
 // ---- UCS-2: a composed character is one unit in the place of its mark, and its letter's place falls out.

@@ -2,10 +2,12 @@
 // registers, in which one permutation looks 64 characters up. The planes of a character's first and last UTF-8 byte
 // interleaved, compressed over their zeros, are the text.
 //
-//     1 to 64 bytes that fit    bytesToUtf8, bytesToUcs2: one block, no loop
-//     longer                    whole blocks, then the part of a block before the end; the same again up to the end
+//     1 to 64 bytes that fit    one block, no loop
+//     more                      whole blocks, then the part of a block before the end; the same again up to the end
 //     ASCII                     whole blocks copied
 //     characters of 3 bytes     the parts of a block, once the first such character was met
+//
+// Of a text that a zero may end, a line is read when the one before it is known to have no zero.
 #pragma once
 
 #include "kernels/kernels.h"
@@ -39,8 +41,7 @@ ZELK_OPERATION bool same(Mask a, Mask b) {
     return none(_kxor_mask64(a, b));
 }
 
-// What a text is converted up to. A text that a zero ends may be shorter than its count: of it, no line of the cache is
-// read before the text is known to go on to it.
+// What a text is converted up to.
 enum class UpTo { Zero, Control };
 
 template <UpTo end>
@@ -54,27 +55,48 @@ ZELK_OPERATION Mask ordinaryAscii(Block text) {
     return _mm512_cmpgt_epi8_mask(text, everyByte<(end == UpTo::Zero ? 0 : 0x1F)>());
 }
 
-// The bytes that may be read at once, a block at most.
+// ---- What may be read
+
+// Of up to 64 bytes of a text, and zeros after them, those of the first line are read until they are known to have no
+// zero. No branch asks for the line's end: every second name goes on in another line.
 template <UpTo end>
-ZELK_OPERATION std::size_t readableBytes(const unsigned char *in, std::size_t left) {
-    return std::min(left, end == UpTo::Zero ? bytesInLine(in) : blockBytes);
+ZELK_OPERATION Block loadUpTo(const unsigned char *in, std::size_t count, Mask inLine) {
+    const Mask bytes = firstBytes(count);
+    if (end == UpTo::Control) {
+        return load(in, bytes);
+    }
+    const Mask first = bytes & inLine;
+    const Block block = load(in, first);
+    if (!none(_mm512_mask_testn_epi8_mask(first, block, block))) [[unlikely]] {
+        return block;
+    }
+    return _mm512_mask_loadu_epi8(block, bytes & ~inLine, in);
 }
 
-// A block of text: a line, where a zero may end it.
+// Whether a whole block may be read, of which `inLine` is in the first line.
+ZELK_OPERATION bool goesOn(const unsigned char *in, Mask inLine) {
+    if (inLine == ~0ULL) {
+        return true;
+    }
+    const Block block = load(in, inLine);
+    return none(_mm512_mask_testn_epi8_mask(inLine, block, block));
+}
+
+// A block of text: where a zero may end it, in lines that it is known to go on to.
 template <UpTo end>
 ZELK_OPERATION Block loadWhole(const unsigned char *in) {
     return end == UpTo::Zero ? loadInLine(in) : load(in);
 }
 
-// Whether all of a text of a block at most may be read, because it lies in one line or goes on to the end of its first.
-ZELK_OPERATION bool mayReadAll(const unsigned char *text, std::size_t length) {
-    const std::size_t first = bytesInLine(text);
-    if (length <= first) [[likely]] {
-        return true;
-    }
-    const Mask bytes = firstBytes(first);
-    return same(nonZero(load(text, bytes)), bytes);
+template <UpTo end>
+ZELK_OPERATION Mask firstInLine(const unsigned char *in) {
+    return end == UpTo::Zero ? firstBytes(bytesInLine(in)) : ~0ULL;
 }
+
+// A text of so many bytes is first taken up to the end of its line. Then its blocks are lines.
+inline constexpr std::size_t longText = 16 * blockBytes;
+
+// ---- To UTF-8
 
 // Two blocks of bytes interleaved, as two blocks.
 struct Pairs {
@@ -184,56 +206,79 @@ struct Conversion {
         conversion.room -= written;
     }
 };
+
 // There is room for two blocks: for all that a block gives, where its characters have two bytes at most.
-template <UpTo end>
 ZELK_OPERATION bool isWholeBlock(const Conversion<char> &c) {
-    return c.left >= blockBytes && c.room >= 2 * blockBytes &&
-           (end == UpTo::Control || bytesInLine(c.in) == blockBytes);
+    return c.left >= blockBytes && c.room >= 2 * blockBytes;
 }
 
 template <UpTo end>
-ZELK_OPERATION void asciiBlocks(Conversion<char> &c, Block text) {
+ZELK_OPERATION void asciiBlocks(Conversion<char> &c, Block text, Mask inLine) {
     do {
         store(c.out, text);
         Conversion<char>::advance(c, blockBytes, blockBytes);
-        if (!isWholeBlock<end>(c)) {
+        if (!isWholeBlock(c) || !goesOn(c.in, inLine)) {
             return;
         }
         text = loadWhole<end>(c.in);
     } while (all(ordinaryAscii<end>(text)));
 }
 
-// Up to one with a zero or a control, or a character of three bytes.
+// The second half of a block waits for the next one: where that is plain too, a whole store is overwritten.
+struct Waiting {
+    char *at;
+    std::size_t count = 0;
+    Block bytes;
+};
+
+ZELK_OPERATION void storeWhole(const Waiting &waiting) {
+    if (waiting.count != 0) {
+        store(waiting.at, waiting.bytes);
+    }
+}
+
+// Up to a block with a zero or a control, or a character of three bytes.
 template <UpTo end>
-ZELK_OPERATION void wholeBlocks(const Registers &registers, Conversion<char> &c) {
-    while (isWholeBlock<end>(c)) {
+ZELK_OPERATION void wholeBlocks(const Registers &registers, Conversion<char> &c, Mask inLine) {
+    Waiting waiting{c.out, 0, _mm512_setzero_si512()};
+    while (isWholeBlock(c) && goesOn(c.in, inLine)) {
         const Block text = loadWhole<end>(c.in);
         const Mask upper = highBits(text);
         if (upper == 0) {
             if (!all(ordinaryAscii<end>(text))) {
-                return;
+                break;
             }
-            asciiBlocks<end>(c, text);
+            storeWhole(waiting);
+            waiting.count = 0;
+            asciiBlocks<end>(c, text, inLine);
             continue;
         }
-        const Block first = lookOrZero(registers.first, text, upper);
         const Block last = lookOrKeep(registers.last, text, upper);
         const Mask ordinary = end == UpTo::Zero ? ~0ULL : ordinaryBytes<end>(text);
         if (!all(_mm512_mask_test_epi8_mask(ordinary, last, last))) {
-            return;
+            break;
         }
-        const std::size_t written = storeInterleaved<true>(registers.order, c.out, first, last, blockBytes, upper);
+        storeWhole(waiting);
+        const Pairs pairs = interleaved(lookOrZero(registers.first, text, upper), last, registers.order);
+        const std::size_t written = blockBytes + countOf(upper);
+        const std::size_t frontBytes = halfBlock + countOf(static_cast<std::uint32_t>(upper));
+        store(c.out, withoutZeros(pairs.front));
+        waiting = {c.out + frontBytes, written - frontBytes, withoutZeros(pairs.back)};
         Conversion<char>::advance(c, blockBytes, written);
+    }
+    if (waiting.count != 0) {
+        store(waiting.at, firstBytes(waiting.count), waiting.bytes);
     }
 }
 
 enum class Part { Done, Ended, Wide, Full };
 
-// The part of a block before a zero or a control. `wide`: characters of three bytes too; else Wide tells of them.
+// The part of a block before a zero or a control. `wide`: characters of three bytes too; else Wide is returned.
 template <UpTo end, bool wide>
-ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Registers &registers, Conversion<char> &c) {
-    const std::size_t readable = readableBytes<end>(c.in, c.left);
-    const Block text = load(c.in, firstBytes(readable));
+ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Registers &registers, Conversion<char> &c,
+                                Mask inLine) {
+    const std::size_t most = std::min(c.left, blockBytes);
+    const Block text = loadUpTo<end>(c.in, most, inLine);
     const std::size_t count = firstOf(~ordinaryBytes<end>(text));
     const Mask bytes = firstBytes(count);
     const Mask upper = highBits(text) & bytes;
@@ -256,7 +301,7 @@ ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Registers &regis
             static_cast<std::size_t>(storeTriples(planes, c.out, _mm512_maskz_mov_epi8(bytes, text), upper) - c.out);
     }
     Conversion<char>::advance(c, count, written);
-    return count < readable || c.left == 0 ? Part::Ended : Part::Done;
+    return count < most || c.left == 0 ? Part::Ended : Part::Done;
 }
 
 // False when a block with characters of three bytes comes next and `wide` does not ask for them.
@@ -264,54 +309,89 @@ template <UpTo end, bool wide>
 ZELK_OPERATION bool convert(const BytePlanes &planes, Conversion<char> &c) {
     const Registers registers = held(registersOf(planes.first, planes.last));
     for (;;) {
-        wholeBlocks<end>(registers, c);
-        if (const Part part = partOfBlock<end, wide>(planes, registers, c); part != Part::Done) {
+        const Mask inLine = firstInLine<end>(c.in);
+        wholeBlocks<end>(registers, c, inLine);
+        if (const Part part = partOfBlock<end, wide>(planes, registers, c, inLine); part != Part::Done) {
             return part != Part::Wide;
         }
     }
 }
 
-ZELK_STAGE Progress blocksToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
-                                 std::size_t room) {
+template <UpTo end>
+ZELK_STAGE Progress convertBlocks(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                  std::size_t room) {
     Conversion<char> c{text, length, out, room};
-    if (!convert<UpTo::Zero, false>(tables::planesOf(set), c)) {
-        convert<UpTo::Zero, true>(tables::planesOf(set), c);
+    if (!convert<end, false>(tables::planesOf(set), c)) {
+        convert<end, true>(tables::planesOf(set), c);
     }
     return {length - c.left, room - c.room};
 }
 
-// A name is one block, which is all of the text and fits.
-ZELK_STAGE Progress bytesToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
-                                std::size_t room) {
-    if (length > blockBytes || room < 2 * length || !mayReadAll(text, length)) {
-        return blocksToUtf8(set, text, length, out, room);
+ZELK_STAGE Progress blocksToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                 std::size_t room) {
+    if (length < longText) {
+        return convertBlocks<UpTo::Zero>(set, text, length, out, room);
     }
+    const std::size_t inLine = bytesInLine(text);
+    Progress done = convertBlocks<UpTo::Zero>(set, text, inLine, out, room);
+    if (done.read == inLine) {
+        const Progress rest =
+            convertBlocks<UpTo::Zero>(set, text + inLine, length - inLine, out + done.written, room - done.written);
+        done = {done.read + rest.read, done.written + rest.written};
+    }
+    return done;
+}
+
+// All of a name, if it is plain: its length in UTF-8, or 0.
+template <UpTo end>
+ZELK_OPERATION std::size_t nameToUtf8(tables::ByteSet set, Block text, std::size_t length, char *out) {
     const Mask bytes = firstBytes(length);
-    const Block block = load(text, bytes);
-    const Mask upper = highBits(block);
+    const Mask upper = highBits(text);
     if (none(upper)) {
-        if (!same(nonZero(block), bytes)) {
-            return blocksToUtf8(set, text, length, out, room);
+        if (!same(ordinaryBytes<end>(text), bytes)) {
+            return 0;
         }
-        store(out, bytes, block);
-        return {length, length};
+        store(out, bytes, text);
+        return length;
     }
     const BytePlanes &planes = tables::planesOf(set);
     const Registers registers = registersOf(planes.first, planes.last);
-    const Block last = lookOrKeep(registers.last, block, upper);
-    if (!same(nonZero(last), bytes)) {
-        return blocksToUtf8(set, text, length, out, room);
+    const Block last = lookOrKeep(registers.last, text, upper);
+    const Mask plain =
+        end == UpTo::Zero ? nonZero(last) : _mm512_mask_test_epi8_mask(ordinaryBytes<end>(text), last, last);
+    if (!same(plain, bytes)) {
+        return 0;
     }
-    const Block first = lookOrZero(registers.first, block, upper);
-    return {length, storeInterleaved<false>(registers.order, out, first, last, length, upper)};
+    return storeInterleaved<false>(registers.order, out, lookOrZero(registers.first, text, upper), last, length, upper);
+}
+
+ZELK_OPERATION bool isNameThatFits(std::size_t length, std::size_t room) {
+    return length <= blockBytes && room >= 2 * length;
+}
+
+ZELK_STAGE Progress bytesToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
+                                std::size_t room) {
+    if (isNameThatFits(length, room)) {
+        const Block block = loadUpTo<UpTo::Zero>(text, length, firstInLine<UpTo::Zero>(text));
+        if (const std::size_t written = nameToUtf8<UpTo::Zero>(set, block, length, out); written != 0) {
+            return {length, written};
+        }
+    }
+    return blocksToUtf8(set, text, length, out, room);
 }
 
 ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                 std::size_t room) {
-    Conversion<char> c{text, length, out, room};
-    convert<UpTo::Control, true>(tables::planesOf(set), c);
-    return {length - c.left, room - c.room};
+    if (isNameThatFits(length, room)) {
+        const Block block = load(text, firstBytes(length));
+        if (const std::size_t written = nameToUtf8<UpTo::Control>(set, block, length, out); written != 0) {
+            return {length, written};
+        }
+    }
+    return convertBlocks<UpTo::Control>(set, text, length, out, room);
 }
+
+// ---- To UCS-2
 
 ZELK_OPERATION Pairs unitsOf(const Registers &registers, Block text) {
     const Mask upper = highBits(text);
@@ -328,57 +408,66 @@ ZELK_OPERATION void storeUnits(unsigned short *out, std::size_t count, const Pai
 }
 
 template <UpTo end>
-ZELK_OPERATION Progress convertToUnits(const BytePlanes &planes, const unsigned char *in, std::size_t length,
-                                       unsigned short *out) {
+ZELK_STAGE std::size_t convertToUnits(tables::ByteSet set, const unsigned char *in, std::size_t length,
+                                      unsigned short *out) {
+    const BytePlanes &planes = tables::planesOf(set);
     const Registers registers = held(registersOf(planes.ucs2High, planes.ucs2Low));
+    const Mask inLine = firstInLine<end>(in);
     std::size_t done = 0;
-    for (;;) {
-        std::size_t readable = readableBytes<end>(in + done, length - done);
-        for (; readable == blockBytes; readable = readableBytes<end>(in + done, length - done)) {
-            const Block text = loadWhole<end>(in + done);
-            if (!all(ordinaryBytes<end>(text))) {
-                break;
-            }
-            const Pairs units = unitsOf(registers, text);
-            store(out + done, units.front);
-            store(out + done + halfBlock, units.back);
-            done += blockBytes;
+    for (; length - done >= blockBytes && goesOn(in + done, inLine); done += blockBytes) {
+        const Block text = loadWhole<end>(in + done);
+        if (!all(ordinaryBytes<end>(text))) {
+            break;
         }
-        const Block text = load(in + done, firstBytes(readable));
-        const std::size_t count = firstOf(~ordinaryBytes<end>(text));
-        storeUnits(out + done, count, unitsOf(registers, text));
-        done += count;
-        if (count < readable || done == length) {
-            return {done, done};
-        }
+        const Pairs units = unitsOf(registers, text);
+        store(out + done, units.front);
+        store(out + done + halfBlock, units.back);
     }
+    const Block text = loadUpTo<end>(in + done, std::min(length - done, blockBytes), inLine);
+    const std::size_t count = firstOf(~ordinaryBytes<end>(text));
+    storeUnits(out + done, count, unitsOf(registers, text));
+    return done + count;
 }
 
-ZELK_STAGE Progress blocksToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
-                                 unsigned short *out) {
-    return convertToUnits<UpTo::Zero>(tables::planesOf(set), text, length, out);
+ZELK_STAGE std::size_t blocksToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                    unsigned short *out) {
+    if (length < longText) {
+        return convertToUnits<UpTo::Zero>(set, text, length, out);
+    }
+    const std::size_t inLine = bytesInLine(text);
+    const std::size_t done = convertToUnits<UpTo::Zero>(set, text, inLine, out);
+    return done == inLine ? done + convertToUnits<UpTo::Zero>(set, text + inLine, length - inLine, out + done) : done;
 }
 
-// A name is one block.
+template <UpTo end>
+ZELK_OPERATION bool nameToUcs2(tables::ByteSet set, Block text, std::size_t length, unsigned short *out) {
+    if (!same(ordinaryBytes<end>(text), firstBytes(length))) {
+        return false;
+    }
+    const BytePlanes &planes = tables::planesOf(set);
+    storeUnits(out, length, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), text));
+    return true;
+}
+
 ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
                                 std::size_t room) {
     length = std::min(length, room);
-    if (length > blockBytes || !mayReadAll(text, length)) {
-        return blocksToUcs2(set, text, length, out);
+    if (length <= blockBytes &&
+        nameToUcs2<UpTo::Zero>(set, loadUpTo<UpTo::Zero>(text, length, firstInLine<UpTo::Zero>(text)), length, out)) {
+        return {length, length};
     }
-    const Mask bytes = firstBytes(length);
-    const Block block = load(text, bytes);
-    if (!same(nonZero(block), bytes)) {
-        return blocksToUcs2(set, text, length, out);
-    }
-    const BytePlanes &planes = tables::planesOf(set);
-    storeUnits(out, length, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), block));
-    return {length, length};
+    const std::size_t done = blocksToUcs2(set, text, length, out);
+    return {done, done};
 }
 
 ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
                                 std::size_t room) {
-    return convertToUnits<UpTo::Control>(tables::planesOf(set), text, std::min(length, room), out);
+    length = std::min(length, room);
+    if (length <= blockBytes && nameToUcs2<UpTo::Control>(set, load(text, firstBytes(length)), length, out)) {
+        return {length, length};
+    }
+    const std::size_t done = convertToUnits<UpTo::Control>(set, text, length, out);
+    return {done, done};
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

@@ -21,99 +21,135 @@ inline std::size_t graphicAsciiBytes(const unsigned char *in) {
     return firstByteOf(others);
 }
 
-// A buffer has room for all characters, and for what is overwritten after the last one.
-struct Utf8Buffer {
-    tables::PackedUtf8 packed;
-    std::size_t used = 0;
-    char units[mostBytes * bufferedText + 2 * wordBytes];
+// So many bytes at once, whatever overlaps: read before any is written.
+template <std::size_t count>
+inline void putBytes(char *out, const unsigned char *in) {
+    std::memcpy(out, in, count);
+}
 
-    explicit Utf8Buffer(tables::ByteSet set) : packed(tables::packedUtf8Of(set)) {}
+template <std::size_t count>
+inline void putBytes(unsigned short *out, const unsigned char *in) {
+    std::array<unsigned char, count> bytes;
+    std::memcpy(bytes.data(), in, count);
+    std::copy_n(bytes.data(), count, out);
+}
 
-    void putWord(const unsigned char *in, std::size_t count) {
-        std::memcpy(units + used, in, wordBytes);
-        used += count;
+// The graphic ASCII that a text begins with, by words.
+struct AsciiByWords {
+    template <class Unit>
+    static std::size_t put(const unsigned char *in, std::size_t length, Unit *out) {
+        std::size_t done = 0;
+        for (; length - done >= wordBytes && graphicAsciiBytes(in + done) == wordBytes; done += wordBytes) {
+            putBytes<wordBytes>(out + done, in + done);
+        }
+        return done;
     }
-    void put(unsigned char byte, unsigned int /*character*/) {
-        used = static_cast<std::size_t>(putEntry(units + used, packed[byte]) - units);
-    }
-    void putComposed(unsigned int character) { used += detail::utf8Encode(character, units + used, entryBytes); }
 };
 
-struct Ucs2Buffer {
-    std::size_t used = 0;
-    unsigned short units[bufferedText + 2 * wordBytes];
+// How a character is put into a buffer. The place in it is no member: the compiler would store it after each character.
+struct Utf8Form {
+    using Unit = char;
+    static constexpr std::size_t most = mostBytes; // units of a character
 
-    explicit Ucs2Buffer(tables::ByteSet /*set*/) {}
+    tables::PackedUtf8 packed;
 
-    void putWord(const unsigned char *in, std::size_t count) {
-        std::copy_n(in, wordBytes, units + used);
-        used += count;
+    explicit Utf8Form(tables::ByteSet set) : packed(tables::packedUtf8Of(set)) {}
+
+    char *put(char *at, unsigned char byte, unsigned int /*character*/) const { return putEntry(at, packed[byte]); }
+    static char *putComposed(char *at, unsigned int character) {
+        return at + detail::utf8Encode(character, at, entryBytes);
     }
-    void put(unsigned char /*byte*/, unsigned int character) { putComposed(character); }
-    void putComposed(unsigned int character) { units[used++] = static_cast<unsigned short>(character); }
+};
+
+struct Ucs2Form {
+    using Unit = unsigned short;
+    static constexpr std::size_t most = 1;
+
+    explicit Ucs2Form(tables::ByteSet /*set*/) {}
+
+    static unsigned short *put(unsigned short *at, unsigned char /*byte*/, unsigned int character) {
+        return putComposed(at, character);
+    }
+    static unsigned short *putComposed(unsigned short *at, unsigned int character) {
+        *at = static_cast<unsigned short>(character);
+        return at + 1;
+    }
 };
 
 // The bytes of the text that the next character takes; 0, and nothing is put, at a control, at what has no character
 // and at a mark that does not compose.
-template <class Buffer>
-inline std::size_t putMarked(const tables::CodePoints &codePoints, Buffer &buffer, const unsigned char *in,
-                             std::size_t left) {
+template <class Form>
+inline std::size_t putMarked(const tables::CodePoints &codePoints, const Form &form, typename Form::Unit *&at,
+                             const unsigned char *in, std::size_t left) {
     const unsigned char byte = *in;
     if (tables::dvbMarks.sets[0].columnOf[byte] != 0) {
         const unsigned int composed = left > 1 ? composeIn(tables::dvbMarks, 0, in[1], byte) : 0U;
         if (composed == 0) {
             return 0;
         }
-        buffer.putComposed(composed);
+        at = form.putComposed(at, composed);
         return 2;
     }
     const unsigned int character = codePoints[byte];
     if ((byte & 0x60U) == 0 || character == tables::unassigned) {
         return 0;
     }
-    buffer.put(byte, character);
+    at = form.put(at, byte, character);
     return 1;
 }
 
-// The bytes of a text that are put, `bufferedText` or little more; `stopped` where the next one is not for a kernel.
-template <class Buffer>
-inline std::size_t putMarkedPart(const tables::CodePoints &codePoints, Buffer &buffer, const unsigned char *in,
-                                 std::size_t length, bool &stopped) {
+// What a buffer gets of a text: `bufferedText` bytes or little more; `stopped` where the next one is not for a kernel.
+template <class Unit>
+struct MarkedPart {
+    std::size_t read;
+    Unit *end;
+    bool stopped;
+};
+
+template <class Form>
+inline MarkedPart<typename Form::Unit> putMarkedPart(const tables::CodePoints &codePoints, const Form &form,
+                                                     typename Form::Unit *at, const unsigned char *in,
+                                                     std::size_t length) {
     std::size_t place = 0;
     while (place < length && place < bufferedText) {
         if (length - place >= wordBytes) {
             const std::size_t ascii = graphicAsciiBytes(in + place);
-            buffer.putWord(in + place, ascii);
+            putBytes<wordBytes>(at, in + place);
+            at += ascii;
             place += ascii;
             if (ascii == wordBytes) {
                 continue;
             }
         }
-        const std::size_t taken = putMarked(codePoints, buffer, in + place, length - place);
+        const std::size_t taken = putMarked(codePoints, form, at, in + place, length - place);
         if (taken == 0) {
-            stopped = true;
-            break;
+            return {place, at, true};
         }
         place += taken;
     }
-    return place;
+    return {place, at, false};
 }
 
-template <class Buffer, class Unit>
-inline Progress convertMarked(tables::ByteSet set, const unsigned char *in, std::size_t length, Unit *out) {
+template <class Form, class Ascii>
+inline Progress convertMarked(tables::ByteSet set, const unsigned char *in, std::size_t length,
+                              typename Form::Unit *out) {
     const tables::CodePoints &codePoints = tables::codePointsOf(set);
+    const Form form(set);
+    typename Form::Unit buffer[Form::most * bufferedText + 2 * wordBytes];
     Progress done;
-    bool stopped = false;
-    while (!stopped && done.read != length) {
-        while (length - done.read >= wordBytes && graphicAsciiBytes(in + done.read) == wordBytes) {
-            std::copy_n(in + done.read, wordBytes, out + done.written);
-            done.read += wordBytes;
-            done.written += wordBytes;
+    for (bool stopped = false; !stopped;) {
+        const std::size_t ascii = Ascii::put(in + done.read, length - done.read, out + done.written);
+        done.read += ascii;
+        done.written += ascii;
+        if (done.read == length) {
+            break;
         }
-        Buffer buffer(set);
-        done.read += putMarkedPart(codePoints, buffer, in + done.read, length - done.read, stopped);
-        std::copy_n(buffer.units, buffer.used, out + done.written);
-        done.written += buffer.used;
+        const auto part = putMarkedPart(codePoints, form, buffer, in + done.read, length - done.read);
+        const auto count = static_cast<std::size_t>(part.end - buffer);
+        std::copy_n(buffer, count, out + done.written);
+        done.read += part.read;
+        done.written += count;
+        stopped = part.stopped;
     }
     return done;
 }
@@ -125,12 +161,12 @@ constexpr std::size_t fittingBytes(std::size_t length, std::size_t room) {
 
 ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                  std::size_t room) {
-    return convertMarked<Utf8Buffer>(set, text, fittingBytes(length, room), out);
+    return convertMarked<Utf8Form, AsciiByWords>(set, text, fittingBytes(length, room), out);
 }
 
 ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
                                  unsigned short *out, std::size_t room) {
-    return convertMarked<Ucs2Buffer>(set, text, std::min(length, room), out);
+    return convertMarked<Ucs2Form, AsciiByWords>(set, text, std::min(length, room), out);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET::plain
