@@ -1,6 +1,6 @@
 // The wide steps of context-tree codes: run() of detail/context_text.h.
 //
-// Each step is one lookup, and its bits tell where the next one looks: a text takes as long as this chain, which is
+// Each step is one lookup, and its bits say where the next one looks: a text takes as long as this chain, which is
 // therefore kept bare. A window of 64 bits is good for a batch of steps, which test for no end of the input; what they
 // give is put in order afterwards, without a branch, while the processor is on its way through the next batch.
 #include "detail/context_text.h"
@@ -38,7 +38,7 @@ struct Batch {
     Step last;          // that step
 };
 
-// Takes the steps for the next bits of the text, zeros behind its end.
+// Takes the steps for the next bits of the text, zeros after its end.
 inline Batch takeSteps(const Step *states, const char *&state, std::uint64_t bits, Step *steps) {
     constexpr std::uint64_t places = (tables::stateSteps - 1) * sizeof(Step);
     Batch taken{0, 0, 0};
@@ -80,28 +80,28 @@ inline unsigned char *putBatch(unsigned char *out, const Step *steps) {
 }
 
 inline unsigned char *putSome(unsigned char *out, const Step *steps, unsigned int count) {
-#pragma GCC unroll 1 // seldom: not worth its bytes
+#pragma GCC unroll 1 // rare: not worth its bytes
     for (unsigned int i = 0; i < count; ++i) {
         out = putCharacter(out, steps[i]);
     }
     return out;
 }
 
-// The character as it is behind an escape, if a state follows it: those that have no code in their context are common
-// enough to go on behind them. Else 0, and the window stays.
+// The character as it is after an escape, if a state follows it: those that have no code in their context are common
+// enough to go on after them. Else 0, and the window stays.
 inline unsigned int takeLiteral(BitWindow &window, Step escape, const tables::CharacterSet &characters) {
-    BitWindow behind = window;
-    behind.drop(escape & usedMask);
-    const auto literal = static_cast<unsigned int>(behind.bits() >> 56U);
-    behind.drop(8);
-    if (behind.left() < 0 || literal == 0 || !characters.holds(literal)) {
+    BitWindow after = window;
+    after.drop(escape & usedMask);
+    const auto literal = static_cast<unsigned int>(after.bits() >> 56U);
+    after.drop(8);
+    if (after.left() < 0 || literal == 0 || !characters.holds(literal)) {
         return 0;
     }
-    window = behind;
+    window = after;
     return literal;
 }
 
-// The bits behind the last character, of steps inside a code.
+// The bits after the last character, of steps inside a code.
 unsigned int bitsInCode(const Step *begin, const Step *end) {
     unsigned int bits = 0;
     for (; end != begin && !tables::givesCharacter(end[-1]); --end) {

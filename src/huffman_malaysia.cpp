@@ -90,9 +90,9 @@ consteval Tree treeOf(const Rows<Count> &rows) {
 }
 
 // A lookup by the next bits: the bits of the code in the low six bits, the row of its piece above them. 0 where the
-// tree must be asked: for longer codes, for escapes, and where one more bit may tell a longer code.
+// tree must be asked: for longer codes, for escapes, and where one more bit may make a longer code.
 using Lookup = std::uint16_t;
-#if defined(ZELK_KERNELS_PORTABLE)
+#if defined(ZELK_KERNELS_ONLY)
 constexpr unsigned int lookupBits = 9; // 2 KiB for both tables
 #else
 constexpr unsigned int lookupBits = 11; // 8 KiB
@@ -276,7 +276,7 @@ bool decodeOne(const Tables &tables, BitInput &bits, BoundedOutput &output) {
     return output.append(utf8, static_cast<int>(length));
 }
 
-// As many codes as the lookup tells and as surely fit.
+// As many codes as the lookup knows and as surely fit.
 void decodeMany(const Tables &tables, BitInput &bits, BoundedOutput &output) {
     constexpr int batch = 56 / lookupBits; // lookups that a full window is good for
     constexpr int pieceRoom = sizeof(Piece::characters);

@@ -19,11 +19,15 @@
 
 namespace zelk::tables {
 
-// Wider steps are fewer, and take more memory: 80 KiB for all four codes, 28 KiB in a build of portable kernels.
-#if defined(ZELK_KERNELS_PORTABLE)
+// Wider steps are fewer, and take more memory: 80 KiB for all four codes where the library has several sets of kernels,
+// 47 KiB where it has one. Measured with names and descriptions: steps of four bits take up to 28 % more time than
+// those of five; with states down to 2^-13 alone, 28 KiB, it is up to twice the time, for codes that are rare in their
+// own kind of text are common in another. Steps that give two characters were up to 70 % faster with 140 KiB of tables,
+// and from 23 % slower to 50 % faster with 105 KiB: the library has no room for them.
+#if defined(ZELK_KERNELS_ONLY)
 inline constexpr unsigned int stepBits = 4;
-inline constexpr unsigned int rarestState = 13;
-inline constexpr unsigned int rarestStateOfLargest = 13;
+inline constexpr unsigned int rarestState = 20;
+inline constexpr unsigned int rarestStateOfLargest = 18;
 #else
 inline constexpr unsigned int stepBits = 5;
 inline constexpr unsigned int rarestState = 24;
@@ -42,7 +46,7 @@ inline constexpr std::size_t stateSteps = std::size_t{1} << stepBits;
 inline constexpr std::size_t placeSteps = (std::size_t{1} << usedBits) / sizeof(Step); // from one place to the next
 
 inline constexpr unsigned int firstGraphic = 0x20;
-inline constexpr unsigned int firstBehindGraphic = 0x80;
+inline constexpr unsigned int firstAfterGraphic = 0x80;
 
 // Marked places that hold no state: what follows is not for the machine to say. These steps are not below the first.
 inline constexpr unsigned int treeWalk = 0x3FD;
@@ -60,11 +64,11 @@ class CharacterSet {
 public:
     constexpr void add(unsigned int character) { words_[character / 32] |= 1U << character % 32; }
     constexpr bool holds(unsigned int character) const {
-        return character < firstBehindGraphic && (words_[character / 32] >> character % 32 & 1U) != 0;
+        return character < firstAfterGraphic && (words_[character / 32] >> character % 32 & 1U) != 0;
     }
 
 private:
-    std::array<std::uint32_t, firstBehindGraphic / 32> words_{};
+    std::array<std::uint32_t, firstAfterGraphic / 32> words_{};
 };
 
 // What a decoder gets: the state at place 0, and the characters (0 is the start of a text) that a state follows.
@@ -89,7 +93,7 @@ public:
         constexpr int enough = 12;
         for (int round = 0; round < enough; ++round) {
             next_ = {};
-            for (unsigned int context = 0; context < firstBehindGraphic; ++context) {
+            for (unsigned int context = 0; context < firstAfterGraphic; ++context) {
                 if (weights_[context] != 0) {
                     const unsigned int tree = detail::treeAfter(table.data(), context);
                     follow(table, tree, tree, weights_[context]);
@@ -103,7 +107,7 @@ public:
     constexpr std::uint64_t operator[](unsigned int context) const { return weights_[context]; }
 
 private:
-    static constexpr std::uint64_t shortText = 64; // characters: no code tells how often texts begin
+    static constexpr std::uint64_t shortText = 64; // characters: no code says how often texts begin
 
     template <std::size_t Size>
     constexpr void follow(const std::array<unsigned char, Size> &table, unsigned int tree, unsigned int node,
@@ -113,8 +117,8 @@ private:
             if (step < detail::leafFlag) {
                 follow(table, tree, tree + 2 * step, weight / 2);
             } else if (step == detail::escapeLeaf) {
-                for (unsigned int character = firstGraphic; character < firstBehindGraphic; ++character) {
-                    next_[character] += weight / 2 / (firstBehindGraphic - firstGraphic);
+                for (unsigned int character = firstGraphic; character < firstAfterGraphic; ++character) {
+                    next_[character] += weight / 2 / (firstAfterGraphic - firstGraphic);
                 }
             } else {
                 next_[step - detail::leafFlag] += weight / 2;
@@ -122,13 +126,13 @@ private:
         }
     }
 
-    std::array<std::uint64_t, firstBehindGraphic> weights_{};
-    std::array<std::uint64_t, firstBehindGraphic> next_{};
+    std::array<std::uint64_t, firstAfterGraphic> weights_{};
+    std::array<std::uint64_t, firstAfterGraphic> next_{};
 };
 
 struct StepStates {
     std::array<std::array<Step, stateSteps>, placesOfStates> at{};
-    std::size_t places = firstBehindGraphic;
+    std::size_t places = firstAfterGraphic;
     CharacterSet characters;
 };
 
@@ -138,12 +142,12 @@ public:
     constexpr StepBuilder(const std::array<unsigned char, Size> &table, unsigned int rarest)
         : leastWeight_(ContextWeights::one >> rarest) {
         const ContextWeights weights(table);
-        for (unsigned int character = 0; character < firstBehindGraphic; ++character) {
+        for (unsigned int character = 0; character < firstAfterGraphic; ++character) {
             if ((character == 0 || character >= firstGraphic) && weights[character] >= leastWeight_) {
                 result_.characters.add(character);
             }
         }
-        for (unsigned int character = 0; character < firstBehindGraphic; ++character) {
+        for (unsigned int character = 0; character < firstAfterGraphic; ++character) {
             if (result_.characters.holds(character)) {
                 const unsigned int tree = detail::treeAfter(table.data(), character);
                 expand(table, character, tree, tree, weights[character]);
@@ -191,7 +195,7 @@ private:
 
     // The places of characters without a state first: of the controls, which no code gives, and of rare ones.
     constexpr std::size_t newPlace() {
-        while (++lastPlace_ < firstBehindGraphic) {
+        while (++lastPlace_ < firstAfterGraphic) {
             if (!result_.characters.holds(lastPlace_)) {
                 return lastPlace_;
             }
@@ -207,7 +211,7 @@ private:
     unsigned int lastPlace_ = 0;
 };
 
-// The machines of two codes: in each place a state of both where there is room for them, else behind each other.
+// The machines of two codes: in each place a state of both where there is room for them, else one after the other.
 template <std::size_t Places>
 struct StepPair {
     alignas(64) std::array<Step, Places * placeSteps> steps;
@@ -220,10 +224,10 @@ consteval auto stepPair() {
     constexpr std::array<StepStates, 2> states{StepBuilder(first, rarestState).result(),
                                                StepBuilder(second, rarestOfSecond).result()};
     constexpr bool sidewise = 2 * stateSteps <= placeSteps;
-    constexpr std::size_t behind = states[0].places * placeSteps;
+    constexpr std::size_t after = states[0].places * placeSteps;
     constexpr std::size_t places =
         sidewise ? std::max(states[0].places, states[1].places) : states[0].places + states[1].places;
-    StepPair<places> pair{{}, {states[0].characters, states[1].characters}, sidewise ? stateSteps : behind};
+    StepPair<places> pair{{}, {states[0].characters, states[1].characters}, sidewise ? stateSteps : after};
     for (std::size_t code = 0; code < states.size(); ++code) {
         for (std::size_t place = 0; place < states[code].places; ++place) {
             std::ranges::copy(states[code].at[place], &pair.steps[code * pair.second + place * placeSteps]);
