@@ -18,7 +18,7 @@ int zelk_dvb8PrepUtf8Buffersize(const char *in, int inLen, DvbCode_t defaultCode
     return std::min(bound, INT_MAX - markerAndTerminator) + markerAndTerminator;
 }
 
-// Kept on purpose: a size of 1 gets the marker and, behind it, the terminator.
+// Kept on purpose: a size of 1 gets the marker and, after it, the terminator.
 unsigned int zelk_dvb8PrepUtf8(dvbCharSet_t charSet, char *out, int outSize, const char *in, int inLen,
                                DvbCode_t defaultCode, int defaultExtra, unsigned int flags) {
     if (in == nullptr || outSize < 1) {

@@ -130,7 +130,7 @@ int HuffmanDecoder::bitReader(unsigned char bitCount, const unsigned char *src, 
     unsigned int value = 0;
     unsigned int wanted = bitCount;
     while (position->byteIndex < srcLength) {
-        // A position behind the last bit of a byte is the beginning of the next one.
+        // A position after the last bit of a byte is the beginning of the next one.
         const unsigned int bitIndex = std::min<unsigned int>(position->bitIndex, bitsPerByte);
         const unsigned int left = bitsPerByte - bitIndex;
         const unsigned int taken = std::min(wanted, left);

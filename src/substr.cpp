@@ -35,7 +35,7 @@ unsigned int filterTextBy(Unit *dst, int size, const Unit *src, zelkCharFilter f
     return filter != nullptr ? filterText(dst, size, src, filter) : filterText(dst, size, src, filterControlChars);
 }
 
-// The result is sized by the requested count: its capacity tells what was asked for, its length what was there.
+// The result is sized by the requested count: its capacity is what was asked for, its length what was there.
 template <class Packet>
 Packet *cut(const Packet *text, unsigned int start, unsigned int count, unsigned int taken) {
     if (taken > (count & longestPacketText)) {

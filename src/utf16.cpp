@@ -2,7 +2,7 @@
 //
 // Apart from the rest of the library on purpose: full Unicode (RFC 2781, RFC 3629) with errors, where everything else
 // is UCS-2 and replaces what it cannot read. A result is measured to its end whatever fits, so that one call without a
-// buffer tells the size that a second one needs.
+// buffer gives the size that a second one needs.
 #include "detail/utf8_char.h"
 #include "zelk.hpp"
 

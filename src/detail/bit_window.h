@@ -9,7 +9,7 @@
 
 namespace zelk::detail {
 
-// The bytes of a text as bits, the first one in the highest place. Behind the last byte come zero bits.
+// The bytes of a text as bits, the first one in the highest place. After the last byte come zero bits.
 class BitWindow {
 public:
     // The window begins at the bit `at` of the text.
@@ -46,7 +46,7 @@ private:
         return std::endian::native == std::endian::little ? __builtin_bswap64(bits) : bits;
     }
 
-    // The next eight bytes, zeros behind the last one; no byte outside the text is read.
+    // The next eight bytes, zeros after the last one; no byte outside the text is read.
     std::uint64_t ahead() const {
         const std::size_t left = count_ - loaded_;
         if (left >= 8) {

@@ -20,7 +20,7 @@ public:
     ContextText(const unsigned char *table, const unsigned char *bytes, std::size_t count)
         : ContextText(table, tables::stepsOf(table), bytes, count) {}
 
-    // For a text whose end only its code tells, `count` being no more than a limit: no byte is read before the code
+    // For a text whose end only its code gives, `count` being no more than a limit: no byte is read before the code
     // gets there.
     static ContextText bitByBit(const unsigned char *table, const unsigned char *bytes, std::size_t count) {
         return {table, tables::StepMachine(), bytes, count};
@@ -68,7 +68,7 @@ private:
     tables::StepMachine machine_;
     const unsigned char *bytes_;
     std::size_t count_;
-    std::uint64_t at_ = 0; // the next bit; may lie behind the text
+    std::uint64_t at_ = 0; // the next bit; may lie after the text
     unsigned int character_ = 0;
     unsigned int endBits_ = 0; // where a run has stopped at a character 0: its code
 };

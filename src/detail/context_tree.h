@@ -1,5 +1,5 @@
 // How the decoders of context-tree codes read a table: the tree that belongs to a character, and the walk from a node
-// towards a leaf. The layout of a table is told in tables/context_tree.h.
+// towards a leaf. The layout of a table is described in tables/context_tree.h.
 #pragma once
 
 #include <cstddef>

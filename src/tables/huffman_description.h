@@ -1,5 +1,5 @@
 // The code of programme descriptions: ATSC A/65, Annex C, Tables C.6 (codes) and C.7 (the table they expand to).
-// The notation is told in tables/context_tree.h.
+// The notation is described in tables/context_tree.h.
 #pragma once
 
 #include <string_view>

@@ -1,5 +1,5 @@
 // The code of compressed DVB text with encoding_type_id 2: ETSI EN 300 468, Annex A; codes of the DTG D-Book (UK).
-// The notation is told in tables/context_tree.h.
+// The notation is described in tables/context_tree.h.
 #pragma once
 
 #include <string_view>

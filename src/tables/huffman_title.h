@@ -1,5 +1,5 @@
 // The code of programme titles: ATSC A/65, Annex C, Tables C.4 (codes) and C.5 (the table they expand to).
-// The notation is told in tables/context_tree.h.
+// The notation is described in tables/context_tree.h.
 #pragma once
 
 #include <string_view>

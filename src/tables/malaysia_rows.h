@@ -110,7 +110,7 @@ struct Finding {
     Line line{}; // of a fault that no single row has, the last row's
 };
 
-// Instantiated for what has been found in a file: the compiler's message tells the arguments.
+// Instantiated for what has been found in a file: the compiler's message shows the arguments.
 template <MalaysiaFile, Line, Fault fault>
 struct MalaysiaFileAgrees {
     static_assert(fault == Fault::None, "a file of Malaysian rows does not agree with what is known of its table");
