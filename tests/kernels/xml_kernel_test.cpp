@@ -245,6 +245,26 @@ TEST(XmlKernels, EveryLengthInARoomThatIsNotThere) {
     }
 }
 
+// At every place of two lines of memory: no step across the end of a line passes over the zero.
+TEST(XmlKernels, AZeroBeforeTheCountEndsTheText) {
+    constexpr std::size_t size = 140;
+    alignas(64) char memory[64 + size];
+    char out[6 * size];
+    for (const kernels::Candidate &set : kernelSets()) {
+        for (std::size_t start = 0; start < 64; ++start) {
+            for (std::size_t zero = 0; zero < size; ++zero) {
+                std::fill(std::begin(memory), std::end(memory), 'x');
+                memory[start + zero] = 0;
+                for (std::size_t count = zero; count <= size; count += 1 + count / 16) {
+                    ASSERT_LE(set.kernels->escapeXml(memory + start, count, out, sizeof out).read, zero) << set.name;
+                    ASSERT_LE(set.kernels->unescapeXml(memory + start, count, out, sizeof out).read, zero) << set.name;
+                    ASSERT_EQ(set.kernels->escapedXmlLength(memory + start, count), zero) << set.name;
+                }
+            }
+        }
+    }
+}
+
 TEST(XmlKernels, UnescapedInPlace) {
     const std::vector<std::string> pieces = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;", "&#65;", "&am", "&;"};
     Random random(714);

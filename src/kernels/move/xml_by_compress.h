@@ -1,8 +1,7 @@
 // XML text, 64 bytes at a time.
 //
 // Escaping:    whole blocks of a window; then what is left of it as one block. In a block with few special characters
-// the
-//              runs between them are stored, in one with many each character by its entry in a table.
+//              the runs between them are stored, in one with many each character by its entry in a table.
 // Unescaping:  whole blocks of a window, by runs where references are few, else all of a block's at once; then what is
 //              left as one block.
 // Measuring:   blocks, in which each kind of special character is counted.
@@ -152,11 +151,20 @@ ZELK_STAGE Progress escapeWindows(const char *text, std::size_t length, char *ou
     }
 }
 
-// A text that is known to end within a block; nothing known: a block's size and one more.
+// The bytes before a zero, of at most `most`, which the text goes on to in one line or in two.
+ZELK_OPERATION std::size_t bytesBeforeZero(const char *text, std::size_t most) {
+    const Mask present = firstBytes(most);
+    return std::min(most, firstOf(~nonZero(loadInLine(text, present)) & present));
+}
+
+// The length of a text that ends within a block; of a longer one a block's size and one more.
 ZELK_OPERATION std::size_t shortLength(const char *text, std::size_t length) {
-    const Mask inLine = firstBytes(std::min(length, bytesInLine(text)));
-    const Mask zeros = ~nonZero(loadInLine(text, inLine)) & inLine;
-    return zeros != 0 ? firstOf(zeros) : std::min(length, blockBytes + 1);
+    const std::size_t inLine = std::min(length, bytesInLine(text));
+    std::size_t bytes = bytesBeforeZero(text, inLine);
+    if (bytes == inLine && inLine < std::min(length, blockBytes)) {
+        bytes = bytesBeforeZero(text, std::min(length, blockBytes));
+    }
+    return bytes == blockBytes ? std::min(length, blockBytes + 1) : bytes;
 }
 
 ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
