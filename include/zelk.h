@@ -1062,6 +1062,7 @@ unsigned int zelk_xmlify(char *out, int outSize, const char *in, int inLen);
  *   and every hexadecimal reference) it is 0. A zero byte counts in the result like others.
  * - A name that matches nothing, or is not ended within six bytes, is copied as it is. A zero byte, or the end of the
  *   count, ends a name.
+ * - `out` may be `in`, or lie before it in the same buffer.
  */
 unsigned int zelk_unxml(char *out, int outSize, const char *in, int inLen);
 

@@ -307,6 +307,37 @@ TEST(XmlModels, EverySpecialAtEveryPlaceOfARun) {
     }
 }
 
+// The output begins where the text begins, or before it in the same buffer.
+TEST(XmlModels, UnescapedInPlace) {
+    const std::vector<std::string> pieces = {"&amp;",  "&lt;", "&gt;",   "&quot;", "&apos;", "&#65;", "&#0065;",
+                                             "&#x41;", "&a;",  "&none;", "&",      "&;",     "&#;",   "&longname;"};
+    Random random(2607);
+    for (int length = 0; length <= 300; ++length) {
+        for (const std::uint32_t percent : {2U, 15U, 60U, 100U}) {
+            const std::uint32_t kinds = random.chance(50) ? 5 : static_cast<std::uint32_t>(pieces.size());
+            std::string text;
+            while (text.size() < static_cast<std::size_t>(length)) {
+                text += random.chance(percent) ? pieces[random.below(kinds)] : std::string(1, 'x');
+            }
+            const std::size_t ahead = random.chance(50) ? 0 : random.below(80);
+            const bool isCounted = random.chance(50);
+            const std::string before = std::string(ahead, '-') + text + (isCounted ? "" : std::string(1, '\0'));
+            const int size = random.chance(50) ? INT_MAX : static_cast<int>(random.below(400));
+            const std::string expected = modelUnescape(text, size);
+            std::vector<char> buffer(before.begin(), before.end());
+            buffer.push_back('+'); // the terminator's place, where a text that is counted has nothing to unescape
+            const unsigned int written =
+                zelk_unxml(buffer.data(), size, buffer.data() + ahead, isCounted ? static_cast<int>(text.size()) : -1);
+            ASSERT_EQ(written, size < 1 ? 0 : expected.size()) << testing::PrintToString(text);
+            std::string after = before + '+';
+            if (size > 0) {
+                after.replace(0, expected.size() + 1, expected + '\0');
+            }
+            ASSERT_EQ(std::string(buffer.begin(), buffer.end()), after) << testing::PrintToString(text);
+        }
+    }
+}
+
 TEST(XmlModels, BackAndForth) {
     Random random(72);
     for (int i = 0; i < 200; ++i) {
