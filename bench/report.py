@@ -30,7 +30,7 @@ import targets
 FAMILIES = ("sets", "dvb", "utf8", "huffman", "collation", "wildcard", "xml")
 # Where a process finds its memory differs from one to the next, and with it what collides in the caches: every program
 # runs several times. What disturbs a machine that others share comes in bursts: many short rounds find the time between.
-FULL = {"processes": 4, "repetitions": 12, "seconds": 0.001}
+FULL = {"processes": 3, "repetitions": 10, "seconds": 0.001}
 QUICK = {"processes": 2, "repetitions": 6, "seconds": 0.0005}
 COMPARE = {"processes": 5, "repetitions": 30, "seconds": 0.0005}
 

@@ -107,7 +107,8 @@ typedef enum zelkInsightReason ZELK_INT_ENUM {
 /** The bits of zelkInsightSettings::options. */
 enum {
     ZelkInsightIgnoreSelector = 1, /**< a selector is stepped over, and the defaults decide */
-    ZelkInsightOverridden = 2      /**< the defaults come from an override: for the reason that is reported */
+    ZelkInsightOverridden = 2,     /**< the defaults come from an override: for the reason that is reported */
+    ZelkInsightGuessTable = 4      /**< another table is taken where the bytes speak for it: zelkInsightGuessTables() */
 };
 
 /** How a string is read: the arguments of zelk_dvb8ToUtf8() and what goes beyond them. */
@@ -212,6 +213,64 @@ const char *zelkInsightKindClause(zelkInsightKind kind);
 
 /** Gives a table's name, such as "ISO 8859-5"; "unknown" for a value without a name. */
 const char *zelkInsightTableName(zelkInsightTable table);
+
+/* ====================================================== Guess ======================================================
+ */
+
+/** The confidence of what is certain. */
+#define ZELK_INSIGHT_CERTAIN 10000
+
+/** The most guesses that there are about a string. */
+#define ZELK_INSIGHT_MOST_GUESSES 32
+
+/** A table that a string may be in. */
+typedef struct zelkInsightGuess {
+    zelkInsightTable table;
+    unsigned int confidence; /**< that this table's text is the right one, in parts of ZELK_INSIGHT_CERTAIN */
+    char language[4];        /**< of the model that fits best, ISO 639-2/B, or an empty text */
+    int announced;           /**< 1 where the text is that of the table which the string is read with without a guess */
+} zelkInsightGuess;
+
+/**
+ * Ranks the tables that a string may be in, by statistics of languages over its first 512 bytes: best first. Tables
+ * that say the same text have the same confidence.
+ *
+ * A string that names its table by a selector keeps it, unless its bytes speak against it by a wide margin. Two-byte,
+ * prepared and compressed text, and ASCII, is not doubted. docs/guess.md tells the method and where it fails.
+ *
+ * @param settings how the string is read without a guess; null for the standard's way
+ * @param language a code of ISO 639-1 or 639-2 in small letters that the broadcast gives, or null
+ * @param guesses  receives the guesses; null for none
+ * @param room     entries of `guesses`; ZELK_INSIGHT_MOST_GUESSES hold all
+ * @return the number of guesses, at least 1
+ */
+unsigned int zelkInsightGuessTables(const zelkInsightSettings *settings, const char *in, int inLen,
+                                    const char *language, zelkInsightGuess *guesses, unsigned int room);
+
+/** The longest text that is repaired, in bytes. */
+#define ZELK_INSIGHT_LONGEST_REPAIR 4096
+
+/** What a repair did. */
+typedef struct zelkInsightRepaired {
+    zelkInsightTable wrong;  /**< the table that the text had been read with */
+    zelkInsightTable right;  /**< the table that it was sent in */
+    unsigned int confidence; /**< as of a guess; 0 where nothing was repaired */
+} zelkInsightRepaired;
+
+/**
+ * Gives back text that was decoded with the wrong table: "RØalisØ" becomes "Réalisé". A text that a guess is not sure
+ * about, or of more than ZELK_INSIGHT_LONGEST_REPAIR bytes, comes back as it is. What the wrong decoding dropped is
+ * lost.
+ *
+ * @param out      receives the text and a zero
+ * @param outSize  bytes in `out`; three times those of the text and 1 always suffice
+ * @param in       UTF-8, or null for an empty text; a zero byte ends a text that is not repaired
+ * @param language as for zelkInsightGuessTables()
+ * @param repaired what was done; may be null
+ * @return the bytes of the text
+ */
+unsigned int zelkInsightRepair(char *out, int outSize, const char *in, int inLen, const char *language,
+                               zelkInsightRepaired *repaired);
 
 /* =============================================== Texts as whole strings
  * =============================================== */
@@ -340,7 +399,7 @@ typedef struct zelkInsightEncoded {
     DvbCode_t code;              /**< the form as zelk_dvbGetDvbCode() reads it */
     int extra;                   /**< the encoding type of compressed text */
     zelkInsightTable table;      /**< the table that receivers use */
-    unsigned int selectorLength; /**< bytes of the selector */
+    unsigned int selectorLength; /**< bytes of the selector, 0 for an empty string */
     unsigned int used;           /**< bytes of the text that are in the string: all, or as many as fitted */
     unsigned int unsaid;         /**< characters that no allowed form can say; each is sent as a question mark */
     unsigned int firstUnsaid;    /**< the offset of the first of them in the text */

@@ -4,8 +4,11 @@
 // lost (clean.h). What is left is decoded here character by character, by the rules that <zelk.h> states, each step
 // with what there is to say of it. No rule is in two places: tables and marks are those that the receiver's library is
 // built from, and UTF-8 is read by its functions.
+#include "decode.h"
+#include "byte_tables.h"
 #include "clean.h"
 #include "compressed.h"
+#include "guess.h"
 #include "reading.h"
 #include "recorder.h"
 
@@ -148,18 +151,6 @@ void recordSelector(Recorder &recorder, const Reading &reading) {
 }
 
 // ---- Character by character ----
-
-bool isWindows(zelkInsightTable table) {
-    return table >= ZelkInsightTableWindows1250 && table <= ZelkInsightTableWindows1257;
-}
-
-tables::DvbTable byteTable(zelkInsightTable table) {
-    constexpr tables::ByteSet windows[] = {tables::ByteSet::Windows1250, tables::ByteSet::Windows1251,
-                                           tables::ByteSet::Windows1252, tables::ByteSet::Windows1253,
-                                           tables::ByteSet::Windows1254, tables::ByteSet::Windows1257};
-    return isWindows(table) ? tables::DvbTable{windows[table - ZelkInsightTableWindows1250], tables::noMarks}
-                            : tables::dvbTables[static_cast<unsigned int>(table)];
-}
 
 class TableRecorder {
 public:
@@ -512,6 +503,25 @@ bool decodeClean(const Reading &reading, const zelkInsightSettings &settings, ch
                    : isCleanTableText(reading, body, count, out, written, ample, settings.flags);
 }
 
+constexpr bool isGuessable(zelkInsightTable table) {
+    return table <= ZelkInsightTableUtf8;
+}
+
+// Takes the guess in place of the table, where it says another text and is sure enough of it.
+void guessReading(Reading &reading) {
+    constexpr unsigned int sureEnough = ZELK_INSIGHT_CERTAIN * 7 / 10; // docs/guess.md has what is wrong above it
+    if (!isGuessable(reading.table)) {
+        return;
+    }
+    zelkInsightGuess guess{};
+    guessTables(reading.text + reading.begin, reading.end - reading.begin, reading.table,
+                reading.reason == ZelkInsightBySelector, nullptr, &guess, 1);
+    if (guess.announced == 0 && guess.confidence >= sureEnough) {
+        reading.table = guess.table;
+        reading.reason = ZelkInsightByGuess;
+    }
+}
+
 void begin(zelkInsightEvidence &evidence, const Reading &reading) {
     if (evidence.findings == nullptr) {
         evidence.findingRoom = 0;
@@ -529,12 +539,15 @@ void begin(zelkInsightEvidence &evidence, const Reading &reading) {
 
 unsigned int decode(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
                     zelkInsightEvidence *evidence) {
-    const Reading reading = readSelector(settings, in, inLen);
+    Reading reading = readSelector(settings, in, inLen);
+    if ((settings.options & ZelkInsightGuessTable) != 0) {
+        guessReading(reading);
+    }
     unsigned int written = 0;
     if (evidence != nullptr) {
         begin(*evidence, reading);
     }
-    if ((evidence == nullptr || evidence->steps == nullptr) &&
+    if ((evidence == nullptr || evidence->steps == nullptr) && reading.reason != ZelkInsightByGuess &&
         decodeClean(reading, settings, out, outSize, in, inLen, written)) {
         return written;
     }
@@ -545,6 +558,19 @@ unsigned int decode(const zelkInsightSettings &settings, char *out, int outSize,
 }
 
 } // namespace
+
+unsigned int decodeAs(zelkInsightTable table, char *out, int outSize, const unsigned char *bytes, unsigned int length) {
+    Reading reading{};
+    reading.table = table;
+    reading.text = bytes;
+    reading.end = length;
+    reading.counted = true;
+    reading.ends = true;
+    Recorder recorder(out, outSize, nullptr);
+    recordBody(recorder, reading, 0);
+    return recorder.finish(length);
+}
+
 } // namespace zelk::insight
 
 unsigned int zelkInsightDecode(const zelkInsightSettings *settings, char *out, int outSize, const char *in, int inLen,
@@ -553,6 +579,22 @@ unsigned int zelkInsightDecode(const zelkInsightSettings *settings, char *out, i
     const bool missing = in == nullptr;
     return decode(settings == nullptr ? standardSettings : *settings, out, outSize, missing ? "" : in,
                   missing ? 0 : inLen, evidence);
+}
+
+unsigned int zelkInsightGuessTables(const zelkInsightSettings *settings, const char *in, int inLen,
+                                    const char *language, zelkInsightGuess *guesses, unsigned int room) {
+    using namespace zelk::insight;
+    const bool missing = in == nullptr;
+    const Reading reading =
+        readSelector(settings == nullptr ? standardSettings : *settings, missing ? "" : in, missing ? 0 : inLen);
+    if (!isGuessable(reading.table)) {
+        if (guesses != nullptr && room != 0) {
+            guesses[0] = {reading.table, ZELK_INSIGHT_CERTAIN, {}, 1};
+        }
+        return 1;
+    }
+    return guessTables(reading.text + reading.begin, reading.end - reading.begin, reading.table,
+                       reading.reason == ZelkInsightBySelector, language, guesses, room);
 }
 
 int zelkInsightDecodeSize(const zelkInsightSettings *settings, const char *in, int inLen) {

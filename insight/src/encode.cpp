@@ -374,8 +374,9 @@ Text textOf(const char *in, int inLen) {
 }
 
 void describe(const Form &form, const Measure &measured, zelkInsightEncoded &encoded) {
-    encoded = {form.number,         form.code,     form.extra,      form.table,
-               form.selectorLength, measured.used, measured.unsaid, measured.firstUnsaid};
+    const unsigned int selector = measured.used == 0 ? 0 : form.selectorLength; // no text, no selector
+    encoded = {form.number, form.code,     form.extra,      form.table,
+               selector,    measured.used, measured.unsaid, measured.firstUnsaid};
 }
 
 constexpr unsigned int mostBytes = 0x0FFFFFFF;

@@ -1,0 +1,161 @@
+// The guess on programme titles of our own: in the tables that broadcasters send without a selector, and in those that
+// they announce. How good it is on texts of others is measured by insight/tables/measure_guess.py, see docs/guess.md.
+#include "zelk_insight.h"
+
+#include "helpers/guarded.h"
+#include "helpers/text.h"
+
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace zelk_test;
+
+// By the system's iconv, so that the library's tables are not asked about themselves.
+std::string converted(const std::string &text, const char *set) {
+    iconv_t handle = iconv_open(set, "UTF-8");
+    std::string in = text;
+    std::string out(4 * text.size() + 4, '\0');
+    char *from = in.data();
+    char *to = out.data();
+    std::size_t inLeft = in.size();
+    std::size_t outLeft = out.size();
+    EXPECT_EQ(iconv(handle, &from, &inLeft, &to, &outLeft), 0U) << text << ' ' << set;
+    iconv_close(handle);
+    out.resize(out.size() - outLeft);
+    return out;
+}
+
+std::string decodedByGuess(const std::string &string, zelkInsightReason &reason) {
+    const zelkInsightSettings settings = {DvbCharSetStandard, DvbCodeNone, 0, 0, ZelkInsightGuessTable};
+    zelkInsightEvidence evidence{};
+    Guarded<char> out(3 * string.size() + 1);
+    const std::string in = string + '\0';
+    const unsigned int length = zelkInsightDecode(&settings, out.data(), static_cast<int>(out.size()), in.data(),
+                                                  static_cast<int>(string.size()), &evidence);
+    reason = evidence.reason;
+    return {out.data(), length};
+}
+
+struct Title {
+    const char *text;
+    std::vector<const char *> sets;
+    const char *language;
+};
+
+const std::vector<Title> &titles() {
+    static const std::vector<Title> all = {
+        {"Réalisé par un élève de première année", {"ISO-8859-1", "ISO-8859-15", "CP1252", "UTF-8"}, "fre"},
+        {"Der kühne Räuber und die schöne Müllerin", {"ISO-8859-1", "ISO-8859-9", "CP1252", "UTF-8"}, "ger"},
+        {"El niño de la montaña y su corazón", {"ISO-8859-1", "ISO-8859-15", "UTF-8"}, "spa"},
+        {"Histórias de família e tradições", {"ISO-8859-1", "UTF-8"}, "por"},
+        {"På jakt efter den försvunna ön", {"ISO-8859-1", "ISO-8859-15", "UTF-8"}, "swe"},
+        {"Drømmen om København og Århus", {"ISO-8859-1", "UTF-8"}, "dan"},
+        {"Zázračné dítě a kouzelný měšec", {"ISO-8859-2", "CP1250", "UTF-8"}, "cze"},
+        {"Życie wśród zwierząt i gór wysokich", {"ISO-8859-2", "CP1250", "UTF-8"}, "pol"},
+        {"Őrült nők ketrece és más történetek", {"ISO-8859-2", "UTF-8"}, "hun"},
+        {"Güneşin doğduğu şehir ve çocukları", {"ISO-8859-9", "CP1254", "UTF-8"}, "tur"},
+        {"Новости дня и погода на завтра", {"ISO-8859-5", "CP1251", "UTF-8"}, "rus"},
+        {"Ειδήσεις και ο καιρός της ημέρας", {"ISO-8859-7", "CP1253", "UTF-8"}, "gre"},
+        {"חדשות הערב ומזג האוויר", {"ISO-8859-8", "UTF-8"}, "heb"},
+        {"أخبار المساء وحالة الطقس", {"ISO-8859-6", "UTF-8"}, "ara"},
+        {"ข่าวภาคค่ำและพยากรณ์อากาศ", {"ISO-8859-11", "UTF-8"}, "tha"},
+        {"Žmogaus gyvenimas gražioje šalyje", {"ISO-8859-13", "CP1257", "UTF-8"}, "lit"},
+    };
+    return all;
+}
+
+TEST(InsightGuess, FindsUnmarkedTables) {
+    for (const Title &title : titles()) {
+        for (const char *set : title.sets) {
+            zelkInsightReason reason{};
+            EXPECT_EQ(decodedByGuess(converted(title.text, set), reason), title.text) << set;
+            EXPECT_EQ(reason, ZelkInsightByGuess) << set;
+        }
+    }
+}
+
+TEST(InsightGuess, LeavesWhatIsRight) {
+    for (const Title &title : titles()) {
+        const zelkInsightEncodeSettings settings = {DvbCharSetStandard, 0, 0};
+        char out[256];
+        const unsigned int length = zelkInsightEncode(&settings, out, sizeof out, title.text,
+                                                      static_cast<int>(std::strlen(title.text)), nullptr);
+        zelkInsightReason reason{};
+        EXPECT_EQ(decodedByGuess({out, length}, reason), title.text);
+        EXPECT_NE(reason, ZelkInsightByGuess) << title.text;
+    }
+}
+
+TEST(InsightGuess, RanksTables) {
+    zelkInsightGuess guesses[ZELK_INSIGHT_MOST_GUESSES];
+    const std::string string = converted("Réalisé par un élève", "ISO-8859-1") + '\0';
+    const int length = static_cast<int>(string.size()) - 1;
+    const unsigned int count =
+        zelkInsightGuessTables(nullptr, string.data(), length, nullptr, guesses, ZELK_INSIGHT_MOST_GUESSES);
+    ASSERT_GT(count, 2U);
+    EXPECT_EQ(guesses[0].table, ZelkInsightTableIso8859_1);
+    EXPECT_STREQ(guesses[0].language, "fre");
+    EXPECT_EQ(guesses[0].announced, 0);
+    EXPECT_GT(guesses[0].confidence, 9000U);
+    for (unsigned int i = 0; i + 1 < count; ++i) {
+        EXPECT_GE(guesses[i].confidence, guesses[i + 1].confidence);
+    }
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, string.data(), length, "fra", nullptr, 0), count);
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, "News", 4, nullptr, guesses, 1), 1U);
+    EXPECT_EQ(guesses[0].announced, 1);
+    EXPECT_EQ(guesses[0].confidence, static_cast<unsigned int>(ZELK_INSIGHT_CERTAIN));
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, nullptr, 4, nullptr, guesses, 1), 1U);
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, "\x11\x65\xB0", 3, nullptr, guesses, 1), 1U); // not doubted
+    EXPECT_EQ(guesses[0].table, ZelkInsightTableTwoByte);
+}
+
+// Any bytes of any length: no guess goes astray, and confidences are shares.
+TEST(InsightGuess, TakesAnyBytes) {
+    Random random(11);
+    for (int round = 0; round < 60; ++round) {
+        std::string string;
+        for (std::uint32_t length = random.below(round % 10 == 0 ? 1200 : 60); length > 0; --length) {
+            string.push_back(static_cast<char>(random.below(256)));
+        }
+        zelkInsightGuess guesses[4];
+        const unsigned int count =
+            zelkInsightGuessTables(nullptr, (string + '\0').data(), static_cast<int>(string.size()), "eng", guesses, 4);
+        ASSERT_GE(count, 1U);
+        EXPECT_LE(guesses[0].confidence, static_cast<unsigned int>(ZELK_INSIGHT_CERTAIN));
+        zelkInsightReason reason{};
+        decodedByGuess(string, reason);
+    }
+}
+
+std::string repaired(const std::string &text, zelkInsightRepaired *about = nullptr) {
+    Guarded<char> out(3 * text.size() + 1);
+    const unsigned int length = zelkInsightRepair(out.data(), static_cast<int>(out.size()), text.data(),
+                                                  static_cast<int>(text.size()), nullptr, about);
+    return {out.data(), length};
+}
+
+TEST(InsightRepair, GivesTextBack) {
+    zelkInsightRepaired about{};
+    EXPECT_EQ(repaired("RØalisØ par un ØlŁve de premiŁre"), "Réalisé par un élève de première");
+    EXPECT_EQ(repaired("RØalisØ par le dØputØ", &about), "Réalisé par le député");
+    EXPECT_EQ(about.wrong, ZelkInsightTableDefault);
+    EXPECT_EQ(about.right, ZelkInsightTableIso8859_1);
+    EXPECT_EQ(repaired("RÃ©alisÃ© par le dÃ©putÃ©", &about), "Réalisé par le député");
+    EXPECT_EQ(about.right, ZelkInsightTableUtf8);
+    for (const char *text : {"Réalisé par le député", "News at ten", "", "新聞", "Drømmen om København og Århus"}) {
+        EXPECT_EQ(repaired(text, &about), text);
+        EXPECT_EQ(about.confidence, 0U) << text;
+    }
+    const std::string longText(5000, 'a');
+    EXPECT_EQ(repaired(longText), longText);
+    char one[1];
+    EXPECT_EQ(zelkInsightRepair(one, 1, nullptr, 5, nullptr, nullptr), 0U);
+}
+
+} // namespace
