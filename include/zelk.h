@@ -179,7 +179,23 @@ typedef int (*zelkUnitGetter)(void *context);
 /** Takes one output unit; a negative result stops the run, and that unit does not count. */
 typedef int (*zelkUnitPutter)(unsigned int unit, void *context);
 
+/** As an unsigned count: all of the text, up to its terminator. */
+#define ZELK_NO_LIMIT 0xFFFFFFFFU
+
+/** A flag of the DVB functions: keep the codes for emphasis on and off, U+0086 and U+0087. */
+#define ZELK_KEEP_EMPHASIS 0x1U
+
 /* ========================================= Packets and bounded copies ========================================= */
+
+/*
+ * Example:
+ *
+ *     CharPacket *name = zelkConsCharPacket("BBC", " ", "One", (char *)NULL);
+ *     assert(name->length == 7 && strcmp(name->chars, "BBC One") == 0);
+ *     char start[4];
+ *     assert(zelk_strlcpy(start, sizeof start, name->chars, ZELK_NO_LIMIT) == 3 && strcmp(start, "BBC") == 0);
+ *     free(name);
+ */
 
 /**
  * Makes a packet.
@@ -229,7 +245,7 @@ WideCharPacket *zelkCatWideCharPackets(const WideCharPacket *first, ...);
  * @param dst  receives the copy; untouched when `size` is 0 or less
  * @param size slots in `dst`, the terminator included
  * @param src  zero-terminated text, or null for an empty one
- * @param max  characters to copy at most: 0 copies nothing, 0xFFFFFFFF sets no limit
+ * @param max  characters to copy at most: 0 copies nothing, ZELK_NO_LIMIT sets none
  * @return the characters copied
  */
 unsigned int zelk_strlcpy(char *dst, int size, const char *src, unsigned int max);
@@ -269,6 +285,14 @@ unsigned int zelk_expand(unsigned short *dst, const char *src, int size);
 /* ================================================ Quoted strings ================================================ */
 
 /*
+ * Example:
+ *
+ *     char inside[16];
+ *     assert(zelkCopyQuoted(inside, sizeof inside, "play 'News' now", -1, '\'', '\'') == 4);
+ *     assert(strcmp(inside, "News") == 0);
+ */
+
+/*
  * A quoted section begins behind an opening quote character and ends before the next closing one, or with the text. The
  * two may be the same character. All sections of a text count, joined; the quote characters never do. There is no
  * escape character. UTF-8 text has functions of its own, see zelkUtf8CopyQuoted().
@@ -278,7 +302,7 @@ unsigned int zelk_expand(unsigned short *dst, const char *src, int size);
  * Counts the characters inside quotes.
  *
  * @param text    zero-terminated, or null for 0
- * @param examine how many characters of the text to look at, quote characters included; 0xFFFFFFFF: all of them
+ * @param examine how many characters of the text to look at, quote characters included; ZELK_NO_LIMIT: all of them
  */
 unsigned int zelkGetQuotedLength(const char *text, unsigned int examine, char open, char close);
 
@@ -331,6 +355,16 @@ unsigned int zelkRemoveQuotesFromWideString(unsigned short *dst, int size, const
 WideCharPacket *zelkGetWideQuoted(const WideCharPacket *text, unsigned short open, unsigned short close);
 
 /* ============================================ Substrings and filters ============================================ */
+
+/*
+ * Example:
+ *
+ *     CharPacket *line = zelkNewCharPacket(0, "Wetter heute");
+ *     CharPacket *day = zelkSubstr(line, 7, 5, NULL);
+ *     assert(strcmp(day->chars, "heute") == 0);
+ *     free(day);
+ *     free(line);
+ */
 
 /** Keeps tab and line feed of the C0 controls (0x00 to 0x1F) and gives 0 for the others; other codes pass unchanged. */
 unsigned short zelk_filterControlCode0(unsigned short code);
@@ -390,6 +424,14 @@ extern const unsigned char zelk_bitsRevSeqTab[256];
 /* ===================================================== UTF-8 ===================================================== */
 
 /*
+ * Example:
+ *
+ *     unsigned short units[8];
+ *     assert(zelkUtf8DecodeText(units, 8, (const unsigned char *)"caf\xC3\xA9", -1) == 4 && units[3] == 0x00E9);
+ *     assert(zelkUtf8TextIsValid((const unsigned char *)"caf\xE9!", ZELK_NO_LIMIT) == 0);
+ */
+
+/*
  * The forms are those of RFC 3629 up to three bytes. A byte that begins no sequence, a sequence that breaks off, an
  * overlong form and every byte of a four-byte form give U+FFFD, one per rejected byte or sequence; a rejected sequence
  * consumes only the bytes before the first bad one. Surrogates (ED A0 80 to ED BF BF) are characters like others.
@@ -400,7 +442,7 @@ extern const unsigned char zelk_bitsRevSeqTab[256];
  * Tells how many bytes the character at `text` takes, by its first byte and by the continuation bytes that follow.
  * Overlong forms are not looked for (C0 80 takes 2).
  *
- * @param available bytes that may be looked at; 0xFFFFFFFF for text bounded by its terminator only
+ * @param available bytes that may be looked at; ZELK_NO_LIMIT for text bounded by its terminator only
  * @return 1 to 3, never more than `available`; 0 for a null text or nothing available
  */
 unsigned int zelkUtf8CharGetLength(const unsigned char *text, unsigned int available);
@@ -411,7 +453,7 @@ unsigned int zelkUtf8CharGetLength(const unsigned char *text, unsigned int avail
  * A sequence cut off by `available` stores nothing and consumes what is there: `*character` keeps its value, and
  * callers rely on it. A null text, or nothing available, stores nothing either.
  *
- * @param available bytes that may be looked at; 0xFFFFFFFF for text bounded by its terminator only
+ * @param available bytes that may be looked at; ZELK_NO_LIMIT for text bounded by its terminator only
  * @param character receives the character or U+FFFD; must not be null
  * @return the bytes consumed, as zelkUtf8CharGetLength() has them
  */
@@ -535,7 +577,7 @@ int zelkUtf8DecodeStream(zelkUnitGetter getter, void *getterContext, zelkUnitPut
  * sequence counts as one.
  *
  * @param text   ended by a zero byte, or null for 0
- * @param length bytes to look at; 0xFFFFFFFF: up to the zero byte
+ * @param length bytes to look at; ZELK_NO_LIMIT: up to the zero byte
  */
 unsigned int zelkUtf8GetTextWidth(const unsigned char *text, unsigned int length);
 
@@ -547,7 +589,7 @@ unsigned int zelkUtf8Pos(const unsigned char *text, unsigned int characters);
  *
  * A sequence that `length` cuts off is no error. Null and empty texts are valid.
  *
- * @param length bytes to look at; 0xFFFFFFFF: up to the zero byte
+ * @param length bytes to look at; ZELK_NO_LIMIT: up to the zero byte
  * @return 1 or 0
  */
 int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length);
@@ -634,6 +676,13 @@ CharPacket *zelkUtf8Substr(const CharPacket *text, unsigned int start, unsigned 
 /* ==================================================== ISO 8859 ==================================================== */
 
 /*
+ * Example:
+ *
+ *     char price[8]; // three bytes for each byte of the text, and the terminator
+ *     assert(zelk_isoToUtf8(15, price, sizeof price, "5\xA4", -1) == 4 && strcmp(price, "5\xE2\x82\xAC") == 0);
+ */
+
+/*
  * `part` is the number in the standard's name: 1 for ISO 8859-1. The tables are those of ISO/IEC 8859 with these
  * choices: parts 6, 8, 11, 12 and all above 16 are ASCII only; part 7 is the first edition with the euro sign at 0xA4;
  * 0xFF of part 16 is unassigned. Unassigned positions give U+FFFD. A zero byte ends the text, counted or not, and is
@@ -705,6 +754,13 @@ CharPacket *zelkConvertIsoToUtf8Tolerant(unsigned int part, const char *in, int 
 /* =============================================== Windows code pages =============================================== */
 
 /*
+ * Example:
+ *
+ *     char name[8];
+ *     assert(zelk_winToUtf8(1250, 0, name, sizeof name, "\x8Dt", -1) == 3 && strcmp(name, "\xC5\xA4t") == 0);
+ */
+
+/*
  * A text is named by a code page (1250, 1251, 1252, 1253, 1254, 1257) and by the character-set identifier of a Windows
  * font description. A specific identifier wins: 238 Eastern European (1250), 204 Russian (1251), 1 default (1252), 161
  * Greek (1253), 162 Turkish (1254), 186 Baltic (1257); 2 (symbol) is ASCII only; with 0, 3, 255 and any other the code
@@ -749,6 +805,14 @@ CharPacket *zelkConvertWindowsToUtf8(int codePage, unsigned int charSet, const c
 
 /* ==================================================== Teletext ==================================================== */
 
+/*
+ * Example:
+ *
+ *     const unsigned short page[] = {'1', 0xE210, 0};
+ *     char row[8];
+ *     assert(zelk_pela_ttxConvertToUtf8(row, sizeof row, page, -1) == 4);
+ */
+
 /**
  * Replaces the private-use characters that a teletext decoder leaves (U+E000 to U+E2FF: letters with diacritics, and
  * placeholders, which become spaces) by ordinary ones; everything else passes.
@@ -767,15 +831,25 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
 /* ====================================================== DVB ====================================================== */
 
 /*
+ * Example:
+ *
+ *     const char name[] = "\x05" "Ren\xE9"; // selector 05: ISO 8859-9
+ *     char text[3 * sizeof name]; // three bytes for each byte: enough for any text that is not compressed
+ *     unsigned int length = zelk_dvb8ToUtf8(DvbCharSetStandard, text, sizeof text, name, -1, DvbCodeNone, 0, 0);
+ *     assert(length == 5 && strcmp(text, "Ren\xC3\xA9") == 0);
+ */
+
+/*
  * Text of service information as ETSI EN 300 468 Annex A codes it: one to three selector bytes may name the table of
  * the rest; without them it is the DVB default table. The arguments shared by the decoding functions:
  *
  * - charSet: the regional setting, for selectors that name no table;
  * - defaultCode, defaultExtra: what strings without a selector are coded in, in place of the DVB default table, or
- *   DvbCodeNone. A default code also takes the place of the regional setting, behind selectors too;
+ *   DvbCodeNone. A default code also takes the place of the regional setting, behind selectors too. `defaultExtra` is
+ *   the encoding type (1, 2, 5 or 6) that goes with DvbCodeCompressed; with any other code give 0;
  * - in, inLen: the string and its bytes; negative: up to the zero byte (in two-byte text: the zero unit; in compressed
  *   text to the code's end of text, which must then be there) that follows the selector, if there is one;
- * - flags: bit 0 keeps the codes for emphasis on and off (U+0086 and U+0087).
+ * - flags: 0 or ZELK_KEEP_EMPHASIS; the other bits count for nothing.
  *
  * Of the controls, tab and line feed stay (neither in the default table), 0x8A becomes a line feed, also as the U+E08A
  * of two-byte text; all others are dropped. What a caller must guarantee for hostile input:
@@ -797,7 +871,7 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
  * @param code         receives the table code; must not be null
  * @param extra        receives the extra value (the encoding type of compressed text); may be null
  * @param defaultCode  what a string without a selector is coded in, or DvbCodeNone
- * @param defaultExtra the extra value that goes with `defaultCode`
+ * @param defaultExtra the encoding type, 1, 2, 5 or 6, where `defaultCode` is DvbCodeCompressed; else 0
  * @return the selector bytes to skip, 0 to 3. They may be more than the string has: three bytes are read when the first
  *         two are 10 00.
  */
@@ -858,6 +932,9 @@ int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode
  * the count (or, without one, for each character), or one a byte of UTF-8; 511 for compressed text of types 5 and 6;
  * the decoded bytes for types 1 and 2 (0 without a count). Bytes of UTF-8 that are rejected grow to U+FFFD, and a text
  * full of them is cut. Null gives 0. At most 2147483647.
+ *
+ * A buffer that holds any text whole has three bytes for each byte of the string, and for compressed text twenty-four,
+ * and one for the terminator.
  */
 int zelk_dvb8ToUtf8MaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
 
@@ -905,6 +982,14 @@ CharPacket *zelkConvertDvb8ToUtf8(dvbCharSet_t charSet, const char *in, int inLe
                                   int defaultExtra, unsigned int flags);
 
 /* ==================================================== Huffman ==================================================== */
+
+/*
+ * Example:
+ *
+ *     HuffmanStreamState state;
+ *     zelkInitHuffmanDecoder(&state, 1);
+ *     assert(zelkHuffmanDecode(&state, 0x00) == 'T'); // call again with the same byte until it gives 0xFFFE
+ */
 
 /*
  * Two kinds of code. In the context-tree tables (encoding types 1 and 2 of DVB strings; titles and descriptions of the
@@ -968,6 +1053,14 @@ extern const unsigned char _desc_dec_table[1782];
 /* ==================================== Case, classes, collation, wildcards ==================================== */
 
 /*
+ * Example:
+ *
+ *     assert(zelk2upperChar(0x00E9) == 0x00C9 && (zelkcharGetClass('7') & CharClassDigit) != 0);
+ *     assert(zelkCollate(0, "Arte", "ARD") > 0);
+ *     assert(zelk_patternWildcardMatch("BBC One HD", "BBC*HD") == 0);
+ */
+
+/*
  * Fixed tables for Latin (with chosen letters of Latin Extended Additional), Greek and Cyrillic: not Unicode's. A code
  * of 0x10000 and more comes back as its low 16 bits, with class 0.
  */
@@ -995,7 +1088,9 @@ int zelkCollateCharsByMainKey(int selector, unsigned int a, unsigned int b);
  *
  * @param selector ignored
  * @param a,b zero-terminated UTF-8; null is an empty text
- * @return negative when `a` sorts first, 0 when the two are equal, positive when `b` sorts first
+ * @return negative when `a` sorts first, positive when `b` sorts first, 0 when they take the same place. Different
+ *         texts may: "BBC 1" and "BBC1" do. Where each text must keep a place of its own, as in a std::set or the keys
+ *         of a std::map, break ties with strcmp().
  */
 int zelkCollate(int selector, const char *a, const char *b);
 
@@ -1035,6 +1130,13 @@ int zelk_patternCompareIgnoreControlChars(const char *a, const char *b);
 int zelk_patternCompareIgnoreCaseAndControlChars(const char *a, const char *b);
 
 /* ====================================================== XML ====================================================== */
+
+/*
+ * Example:
+ *
+ *     char escaped[32];
+ *     assert(zelk_xmlify(escaped, sizeof escaped, "Tom & Ann", -1) == 13 && strcmp(escaped, "Tom &amp; Ann") == 0);
+ */
 
 /** Gives the entity of `&`, `<`, `>`, `"` or `'` (XML 1.0, 4.6), a constant text; null for any other character. */
 const char *zelk_xmlescape(unsigned int c);

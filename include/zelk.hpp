@@ -183,6 +183,9 @@ public:
      * GB 2312, selector bytes and all, up to the first zero byte of the result, and comes back unchanged where that
      * fails.
      *
+     * The scratch has zelk_dvb8ToUtf8MaxLength() bytes: UTF-8 text whose rejected bytes grow to U+FFFD is cut there.
+     * For the whole text call zelk_dvb8ToUtf8() with three bytes for each byte of the string.
+     *
      * Traces the code through the receiver's debug library where that is loaded and enabled.
      */
     std::string convertDvb8ToUtf8(const char *in, int len) const;

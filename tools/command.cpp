@@ -34,6 +34,18 @@ CLI::Validator numberFrom(int first, int last) {
     return {check, fmt::format("{}-{}", first, last)};
 }
 
+std::string plainName(const std::string &name) {
+    std::string result;
+    for (const char character : name) {
+        if (character >= 'A' && character <= 'Z') {
+            result.push_back(static_cast<char>(character | 0x20));
+        } else if (character != '-' && character != '_' && character != ' ') {
+            result.push_back(character);
+        }
+    }
+    return result;
+}
+
 CLI::Option *addFiles(CLI::App &command, std::vector<std::string> &files) {
     return command.add_option("files", files, "Files to read; none, or -, is standard input")->type_name("FILE");
 }

@@ -74,6 +74,10 @@ CLI::Validator oneOf(const std::vector<std::string> &words);
 // A whole number in decimal, from `first` to `last`.
 CLI::Validator numberFrom(int first, int last);
 
+// Names of character sets compare in this form: letter case, hyphens, underscores and blanks make no difference, so
+// that ISO_8859-15, iso-8859-15 and ISO885915 are one.
+std::string plainName(const std::string &name);
+
 // The positional FILE... of the stream commands; none, or "-", is standard input.
 CLI::Option *addFiles(CLI::App &command, std::vector<std::string> &files);
 

@@ -59,25 +59,14 @@ struct ConvertOptions {
     std::vector<std::string> files;
     std::string from;
     std::string to = "utf8";
-    dvbCharSet_t region = DvbCharSetStandard;
-    bool regionGiven = false;
+    DvbSettings dvb;
+    bool dvbGiven = false;
     bool checked = false;
     bool tolerant = false;
+    bool strict = false;
     bool list = false;
+    std::string output;
 };
-
-// Letter case, hyphens, underscores and a stray blank make no difference: ISO_8859-15, iso-8859-15, ISO885915.
-std::string plainName(const std::string &name) {
-    std::string result;
-    for (const char character : name) {
-        if (character >= 'A' && character <= 'Z') {
-            result.push_back(static_cast<char>(character | 0x20));
-        } else if (character != '-' && character != '_' && character != ' ') {
-            result.push_back(character);
-        }
-    }
-    return result;
-}
 
 const CharacterSet *findSet(const std::string &name) {
     const std::string wanted = plainName(name);
@@ -91,32 +80,37 @@ const CharacterSet *findSet(const std::string &name) {
 
 void declare(CLI::App &command, ConvertOptions &options) {
     addFiles(command, options.files);
-    command.add_option("--from", options.from, "Character set of the input, see --list")
+    command.add_option("-f,--from", options.from, "Character set of the input, see --list")
         ->type_name("SET")
         ->check([](const std::string &name) {
             return findSet(name) != nullptr
                        ? std::string()
                        : fmt::format("expected a character set of 'zelk convert --list', found '{}'", name);
         });
-    command.add_option("--to", options.to, "Character set of the output; ucs2 is ucs2be [utf8]")
+    command.add_option("-t,--to", options.to, "Character set of the output; ucs2 is ucs2be [utf8]")
         ->type_name("SET")
         ->check(oneOf({"utf8", "ucs2", "ucs2be", "ucs2le"}));
-    addRegionOption(command, options.region)->each([&options](const std::string &) { options.regionGiven = true; });
+    for (CLI::Option *const option : addDvbOptions(command, options.dvb)) {
+        option->each([&options](const std::string &) { options.dvbGiven = true; });
+    }
     command.add_flag("--checked", options.checked, "Leave a file that is UTF-8 throughout as it is (ISO sets)");
     command.add_flag("--tolerant", options.tolerant, "Take a file as UTF-8 up to its first fault (ISO sets)");
+    command.add_option("-o,--output", options.output, "Write to a file")->type_name("FILE");
+    command.add_flag("--strict", options.strict, "Stop at the first character that cannot be read");
     command.add_flag("--list", options.list, "List the character sets and their names");
 }
 
 ExitStatus writeList() {
-    Table table({"Set", "Also", "What it is"});
+    Table table({"Set", "Also", "Direction", "What it is"});
     for (const CharacterSet &set : characterSets) {
-        table.add({set.name, fmt::format("{}", fmt::join(set.otherNames, ", ")), set.description});
+        table.add({set.name, fmt::format("{}", fmt::join(set.otherNames, ", ")),
+                   set.family == Family::Ucs2 || set.family == Family::Utf8 ? "from, to" : "from", set.description});
     }
     write(table.format(false));
     return ExitOk;
 }
 
-Converter makeConverter(const CharacterSet &set, const ConvertOptions &options) {
+Converter makeConverter(const CharacterSet &set, const ConvertOptions &options, DvbReader &reader) {
     switch (set.family) {
     case Family::Iso:
         return options.tolerant ? fromIsoTolerant(static_cast<unsigned int>(set.number))
@@ -132,7 +126,7 @@ Converter makeConverter(const CharacterSet &set, const ConvertOptions &options) 
     case Family::Dvb:
         break;
     }
-    return fromDvb(options.region);
+    return fromDvb(reader);
 }
 
 // Whether a text is UTF-8 is known only at its end, so the input waits in a temporary file, not in memory.
@@ -164,6 +158,85 @@ Input spool(Input &input, bool &valid) {
     return spooled;
 }
 
+// Sets that the library reads as ASCII alone.
+bool isAsciiOnly(const CharacterSet &set) {
+    return set.family == Family::Iso && (set.number == 6 || set.number == 8 || set.number == 11);
+}
+
+// How many U+FFFD the input brings along: they are characters and no replacements.
+std::size_t marksOf(const CharacterSet &set, std::string_view in) {
+    if (set.family == Family::Utf8) {
+        return countMarks(in);
+    }
+    std::size_t count = 0;
+    if (set.family == Family::Ucs2) {
+        const std::string_view mark = set.number != 0 ? "\xFF\xFD" : "\xFD\xFF";
+        for (std::size_t at = 0; at + 1 < in.size(); at += 2) {
+            count += in.substr(at, 2) == mark ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+// The first bytes of a stretch that give U+FFFD and are none: where they begin, and how many there are.
+std::pair<std::size_t, std::size_t> firstUnread(const CharacterSet &set, const Converter &converter,
+                                                std::string_view in) {
+    std::size_t length = 1;
+    for (std::size_t at = 0; at < in.size(); at += length) {
+        if (set.family == Family::Utf8) {
+            unsigned short unused = 0;
+            length = zelkUtf8CharDecode(reinterpret_cast<const unsigned char *>(in.data()) + at,
+                                        static_cast<unsigned int>(in.size() - at), &unused);
+        } else if (set.family == Family::Dvb) {
+            length = std::min(in.find('\n', at), in.size() - 1) + 1 - at;
+        } else {
+            length = set.family == Family::Iso || set.family == Family::Windows ? 1 : 2;
+        }
+        const std::string_view character = in.substr(at, length);
+        std::string out;
+        (void)converter(character, true, out);
+        if (countMarks(out) > marksOf(set, character)) {
+            return {at, length};
+        }
+    }
+    return {0, in.size()};
+}
+
+// Counts what could not be read on the way, or stops there. Reading is to UTF-8.
+class Watch {
+public:
+    Watch(const CharacterSet &set, const ConvertOptions &options, DvbReader &reader)
+        : set_(set), options_(options), reader_(reader) {}
+
+    // The converter of one input, which `name` names in messages.
+    Converter over(Converter converter, const std::string &name) {
+        return [this, converter = std::move(converter), name, offset = std::size_t{0}](std::string_view in, bool last,
+                                                                                       std::string &out) mutable {
+            const std::size_t before = out.size();
+            const std::size_t done = converter(in, last, out);
+            const std::size_t marks = countMarks(std::string_view(out).substr(before));
+            const std::size_t own = marks == 0 ? 0 : marksOf(set_, in.substr(0, done));
+            if (marks > own && options_.strict) {
+                const Converter again = withoutSurrogates(makeConverter(set_, options_, reader_));
+                const auto [at, length] = firstUnread(set_, again, in.substr(0, done));
+                failInput("{}: offset {}: expected a character of {}, found {}", name, offset + at, set_.name,
+                          hex(in.substr(at, std::min<std::size_t>(length, 16))));
+            }
+            count_ += marks - std::min(own, marks);
+            offset += done;
+            return done;
+        };
+    }
+
+    std::size_t count() const { return count_; }
+
+private:
+    const CharacterSet &set_;
+    const ConvertOptions &options_;
+    DvbReader &reader_;
+    std::size_t count_ = 0;
+};
+
 ExitStatus run(const ConvertOptions &options) {
     if (options.list) {
         return writeList();
@@ -178,26 +251,47 @@ ExitStatus run(const ConvertOptions &options) {
     if (options.checked && options.tolerant) {
         failInput("expected only one of --checked and --tolerant");
     }
-    if (options.regionGiven && set.family != Family::Dvb) {
-        failInput("expected --region only with --from dvb");
+    if (options.dvbGiven && set.family != Family::Dvb) {
+        failInput("expected --region, --default-code, --extra and --keep-emphasis only with --from dvb");
     }
 
-    forEachInput(options.files, [&set, &options](Input &input) {
+    if (isAsciiOnly(set)) {
+        fmt::print(stderr, "zelk convert: of {} only the ASCII part is supported\n", set.name);
+    }
+
+    DvbReader reader(options.dvb);
+    Watch watch(set, options, reader);
+    std::optional<OutputFile> file;
+    if (!options.output.empty()) {
+        file.emplace(options.output);
+    }
+    const auto put = [&file](std::string_view text) { file ? file->write(text) : write(text); };
+    forEachInput(options.files, [&](Input &input) {
         // Every set goes through UTF-8, which carries all UCS-2 units.
-        const auto convert = [&options](Input &from, Converter converter) {
-            if (options.to != "utf8") {
+        const auto convert = [&](Input &from, Converter converter) {
+            const bool wide = options.to != "utf8";
+            if (!wide) {
+                converter = withoutSurrogates(std::move(converter));
+            }
+            converter = watch.over(std::move(converter), from.name());
+            if (wide) {
                 converter = chain(std::move(converter), toUcs2(options.to != "ucs2le"));
             }
-            convertStream(from, converter, write, "two bytes for each character");
+            convertStream(from, converter, put, "two bytes for each character");
         };
         if (options.checked) {
             bool valid = false;
             Input spooled = spool(input, valid);
-            convert(spooled, valid ? fromUtf8() : makeConverter(set, options));
+            convert(spooled, valid ? fromUtf8() : makeConverter(set, options, reader));
         } else {
-            convert(input, makeConverter(set, options));
+            convert(input, makeConverter(set, options, reader));
         }
     });
+    if (file) {
+        file->close();
+    }
+    flushOutput();
+    reportUnread("convert", {}, watch.count());
     return ExitOk;
 }
 

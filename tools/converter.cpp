@@ -1,11 +1,10 @@
 #include "converter.h"
 
 #include "command.h"
-#include "dvb_settings.h"
 #include "text.h"
 
 #include <cstring>
-#include <memory>
+#include <vector>
 
 namespace zelk::tool {
 
@@ -13,6 +12,8 @@ namespace {
 
 // A DVB string is at most 255 bytes in a descriptor; joined descriptors of an event stay far below this.
 constexpr std::size_t longestDvbString = 65535;
+
+constexpr std::string_view replacementMark = "\xEF\xBF\xBD";
 
 // Room for `count` characters of up to three bytes and the terminator.
 template <class Convert>
@@ -52,29 +53,37 @@ unsigned short unitAt(std::string_view in, std::size_t index, bool highFirst) {
     return static_cast<unsigned short>(highFirst ? first << 8U | second : second << 8U | first);
 }
 
-// Calls put(unit) for every character; an unfinished sequence at the end is one U+FFFD.
-template <class Put>
-void decodeUtf8(Utf8DecoderState &state, std::string_view in, bool last, Put put) {
-    for (const char character : in) {
-        const auto byte = static_cast<unsigned char>(character);
-        const unsigned int result = zelkUtf8Decode(&state, byte);
-        if (result >> 16U != 0) {
-            put(static_cast<unsigned short>(result >> 16U));
+// Calls text(part) for the stretches between zero bytes, and zero() for each of those.
+template <class Text, class Zero>
+void betweenZeroBytes(std::string_view in, Text text, Zero zero) {
+    for (std::size_t at = 0; at < in.size();) {
+        const std::size_t end = std::min(in.find('\0', at), in.size());
+        if (end > at) {
+            text(in.substr(at, end - at));
         }
-        if (result != 0 || byte == 0) {
-            put(static_cast<unsigned short>(result));
+        if (end < in.size()) {
+            zero();
         }
-    }
-    if (last && state.remaining != 0) {
-        zelkInitUtf8Decoder(&state);
-        put(static_cast<unsigned short>(0xFFFD));
+        at = end + 1;
     }
 }
 
-std::shared_ptr<Utf8DecoderState> newDecoder() {
-    auto state = std::make_shared<Utf8DecoderState>();
-    zelkInitUtf8Decoder(state.get());
-    return state;
+// UTF-8 without a zero byte and without a cut at its end, as units in a buffer that is used again.
+std::size_t decodeUtf8(std::string_view text, std::vector<unsigned short> &units) {
+    units.resize(std::max(units.size(), text.size() + 1));
+    return zelkUtf8DecodeText(units.data(), static_cast<int>(units.size()), bytesOf(text),
+                              static_cast<int>(text.size()));
+}
+
+void appendUnits(const unsigned short *units, std::size_t count, bool highFirst, std::string &out) {
+    const std::size_t before = out.size();
+    out.resize(before + 2 * count);
+    char *to = out.data() + before;
+    const unsigned int high = highFirst ? 0 : 1;
+    for (std::size_t i = 0; i < count; ++i, to += 2) {
+        to[high] = static_cast<char>(units[i] >> 8U);
+        to[1 - high] = static_cast<char>(units[i] & 0xFFU);
+    }
 }
 
 } // namespace
@@ -88,7 +97,7 @@ void convertStream(Input &input, const Converter &converter, const std::function
         pending.resize(kept + chunkSize);
         const std::size_t count = input.read(pending.data() + kept, chunkSize);
         pending.resize(kept + count);
-        last = count < chunkSize;
+        last = count == 0;
 
         out.clear();
         pending.erase(0, converter(pending, last, out));
@@ -97,6 +106,28 @@ void convertStream(Input &input, const Converter &converter, const std::function
     if (!pending.empty()) {
         failInput("{}: expected {}", input.name(), expected);
     }
+}
+
+std::size_t countMarks(std::string_view utf8) {
+    std::size_t count = 0;
+    for (std::size_t at = utf8.find(replacementMark); at != std::string_view::npos;
+         at = utf8.find(replacementMark, at + replacementMark.size())) {
+        ++count;
+    }
+    return count;
+}
+
+Converter withoutSurrogates(Converter converter) {
+    return [converter = std::move(converter)](std::string_view in, bool last, std::string &out) {
+        const std::size_t before = out.size();
+        const std::size_t done = converter(in, last, out);
+        for (std::size_t at = out.find('\xED', before); at < out.size(); at = out.find('\xED', at + 1)) {
+            if (at + 2 < out.size() && static_cast<unsigned char>(out[at + 1]) >= 0xA0) {
+                out.replace(at, replacementMark.size(), replacementMark);
+            }
+        }
+        return done;
+    };
 }
 
 Converter chain(Converter first, Converter second) {
@@ -144,22 +175,46 @@ Converter holdCharacters(Converter converter) {
 }
 
 Converter fromUtf8() {
-    return [state = newDecoder()](std::string_view in, bool last, std::string &out) {
-        decodeUtf8(*state, in, last, [&out](unsigned short unit) { out += utf8(unit); });
-        return in.size();
+    return [units = std::vector<unsigned short>()](std::string_view in, bool last, std::string &out) mutable {
+        const std::size_t whole = wholeCharacters(in);
+        betweenZeroBytes(
+            in.substr(0, whole),
+            [&](std::string_view part) {
+                if (zelkUtf8TextIsValid(bytesOf(part), static_cast<unsigned int>(part.size())) != 0) {
+                    out += part;
+                    return;
+                }
+                const std::size_t count = decodeUtf8(part, units);
+                out += convertText(count, [&](char *room, int size) {
+                    return zelkUtf8EncodeText(reinterpret_cast<unsigned char *>(room), size, units.data(),
+                                              static_cast<int>(count));
+                });
+            },
+            [&out] { out.push_back('\0'); });
+        if (last && whole < in.size()) {
+            out += replacementMark;
+        }
+        return last ? in.size() : whole;
     };
 }
 
 Converter toUcs2(bool highFirst) {
-    return [state = newDecoder(), highFirst](std::string_view in, bool last, std::string &out) {
-        decodeUtf8(*state, in, last, [&out, highFirst](unsigned short unit) {
-            const auto high = static_cast<char>(unit >> 8U);
-            const auto low = static_cast<char>(unit & 0xFFU);
-            out.push_back(highFirst ? high : low);
-            out.push_back(highFirst ? low : high);
-        });
-        return in.size();
-    };
+    return
+        [highFirst, units = std::vector<unsigned short>()](std::string_view in, bool last, std::string &out) mutable {
+            const std::size_t whole = wholeCharacters(in);
+            betweenZeroBytes(
+                in.substr(0, whole),
+                [&](std::string_view part) {
+                    const std::size_t count = decodeUtf8(part, units);
+                    appendUnits(units.data(), count, highFirst, out);
+                },
+                [&out] { out.append(2, '\0'); });
+            if (last && whole < in.size()) {
+                const unsigned short mark = 0xFFFD;
+                appendUnits(&mark, 1, highFirst, out);
+            }
+            return last ? in.size() : whole;
+        };
 }
 
 Converter fromUcs2(bool highFirst) {
@@ -187,10 +242,8 @@ Converter fromTeletext(bool highFirst) {
     };
 }
 
-Converter fromDvb(dvbCharSet_t region) {
-    DvbSettings settings;
-    settings.region = region;
-    return [converter = settings.converter()](std::string_view in, bool last, std::string &out) {
+Converter fromDvb(DvbReader &reader) {
+    return [&reader](std::string_view in, bool last, std::string &out) {
         std::size_t at = 0;
         while (at < in.size()) {
             const std::size_t feed = in.find('\n', at);
@@ -201,7 +254,7 @@ Converter fromDvb(dvbCharSet_t region) {
             if (feed == std::string_view::npos && !last) {
                 break;
             }
-            out += converter.convertDvb8ToUtf8(std::string(in.substr(at, end - at)));
+            out += reader.text(std::string(in.substr(at, end - at)));
             if (end < in.size()) {
                 out.push_back('\n');
             }

@@ -2,6 +2,7 @@
 // at its end what cannot be decided yet, a character cut in two above all; that comes again with more behind it.
 #pragma once
 
+#include "dvb_text.h"
 #include "stream.h"
 
 #include "zelk.h"
@@ -20,6 +21,12 @@ using Converter = std::function<std::size_t(std::string_view in, bool last, std:
 // over at the end.
 void convertStream(Input &input, const Converter &converter, const std::function<void(std::string_view)> &take,
                    std::string_view expected = {});
+
+// How many U+FFFD a text holds.
+std::size_t countMarks(std::string_view utf8);
+
+// UTF-8 that comes out of the converter has U+FFFD in place of surrogates, which the library takes for characters.
+Converter withoutSurrogates(Converter converter);
 
 // `first`, then `second` on its result.
 Converter chain(Converter first, Converter second);
@@ -45,7 +52,7 @@ Converter toUcs2(bool highFirst);
 Converter fromTeletext(bool highFirst);
 
 // Lines of DVB strings.
-Converter fromDvb(dvbCharSet_t region);
+Converter fromDvb(DvbReader &reader);
 
 // Single-byte sets by number, and ISO text that may turn out to be UTF-8 up to some point.
 Converter fromIso(unsigned int part);

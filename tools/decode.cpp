@@ -1,7 +1,7 @@
 // zelk decode: DVB strings to text, as a receiver of the region reads them.
 #include "command.h"
 #include "commands.h"
-#include "dvb_settings.h"
+#include "dvb_text.h"
 #include "stream.h"
 #include "strings.h"
 #include "text.h"
@@ -49,15 +49,17 @@ Json describe(const DecodeOptions &options, const std::string &bytes, const std:
 }
 
 ExitStatus run(const DecodeOptions &options) {
-    const DvbConverter converter = options.settings.converter();
-    forEachString(options.strings, [&options, &converter](const std::string &bytes) {
-        const std::string text = converter.convertDvb8ToUtf8(bytes);
+    DvbReader reader(options.settings);
+    forEachString(options.strings, [&options, &reader](const std::string &bytes) {
+        const std::string text = reader.text(bytes);
         if (options.json) {
             write(jsonLine(describe(options, bytes, text)));
         } else {
             write((options.to == "utf8" ? text : unitsInHex(units(text))) + '\n');
         }
     });
+    flushOutput();
+    reportUnread("decode", {}, reader.unread());
     return ExitOk;
 }
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <optional>
 
 namespace zelk::tool {
 
@@ -13,33 +15,71 @@ namespace {
 const std::vector<std::string> regionNames = {"iso8859-9",     "standard",   "iso8859-2", "iso8859-7",
                                               "iso8859-9-alt", "iso8859-15", "gb2312"};
 
-} // namespace
+struct NamedCode {
+    const char *name;
+    DvbCode_t code;
+};
 
-CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region) {
-    return command
-        .add_option_function<std::string>(
-            "--region",
-            [&region](const std::string &name) {
-                const auto found = std::find(regionNames.begin(), regionNames.end(), name);
-                region = static_cast<dvbCharSet_t>(found - regionNames.begin());
-            },
-            "Regional character-set setting of the receiver [standard]")
-        ->type_name("REGION")
-        ->check(oneOf(regionNames));
+// Besides iso8859-1 to iso8859-16; in the form of plainName().
+constexpr NamedCode namedCodes[] = {
+    {"default", DvbCodeTable00},  {"none", DvbCodeNone},        {"prepared", DvbCodeUtf8Prepared},
+    {"ucs2", DvbCodeUcs2},        {"utf8", DvbCodeUtf8},        {"compressed", DvbCodeCompressed},
+    {"latin1", DvbCodeIso8859_1}, {"latin2", DvbCodeIso8859_2}, {"latin5", DvbCodeIso8859_9},
+    {"latin9", DvbCodeIso8859_15}};
+
+std::optional<DvbCode_t> codeOf(const std::string &value) {
+    constexpr std::string_view iso = "iso8859";
+    const std::string name = plainName(value);
+    for (const NamedCode &named : namedCodes) {
+        if (name == named.name) {
+            return named.code;
+        }
+    }
+    const bool part = name.substr(0, iso.size()) == iso;
+    const std::string digits = part ? name.substr(iso.size()) : value;
+    int number = 0;
+    const char *const end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, number);
+    const int first = part ? DvbCodeIso8859_1 : DvbCodeTable00;
+    const int last = part ? DvbCodeIso8859_16 : DvbCodeCompressed;
+    if (error != std::errc{} || stop != end || number < first || number > last) {
+        return std::nullopt;
+    }
+    return static_cast<DvbCode_t>(number);
 }
 
-void addDvbOptions(CLI::App &command, DvbSettings &settings) {
-    addRegionOption(command, settings.region);
-    command
-        .add_option_function<int>(
-            "--default-code", [&settings](int code) { settings.defaultCode = static_cast<DvbCode_t>(code); },
-            "Table code of strings without a selector [18: none]")
-        ->type_name("CODE")
-        ->check(numberFrom(DvbCodeTable00, DvbCodeCompressed));
-    command.add_option("--extra", settings.extra, "Encoding type that goes with --default-code 22 [0]")
-        ->type_name("TYPE")
-        ->check(numberFrom(0, 255));
-    command.add_flag("--keep-emphasis", settings.keepEmphasis, "Keep the emphasis codes U+0086 and U+0087");
+} // namespace
+
+std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &settings) {
+    CLI::Option *const region = command
+                                    .add_option_function<std::string>(
+                                        "--region",
+                                        [&settings](const std::string &name) {
+                                            const auto found = std::find(regionNames.begin(), regionNames.end(), name);
+                                            settings.region = static_cast<dvbCharSet_t>(found - regionNames.begin());
+                                        },
+                                        "Regional character-set setting of the receiver [standard]")
+                                    ->type_name("REGION")
+                                    ->check(oneOf(regionNames));
+    CLI::Option *const code =
+        command
+            .add_option_function<std::string>(
+                "--default-code", [&settings](const std::string &name) { settings.defaultCode = *codeOf(name); },
+                "What strings without a selector are coded in: iso8859-1, utf-8, ucs-2, or a table code [18: none]")
+            ->type_name("CODE")
+            ->check([](const std::string &name) {
+                return codeOf(name) ? std::string()
+                                    : fmt::format("expected iso8859-1 to iso8859-16, utf-8, ucs-2, compressed, "
+                                                  "default, none or a table code from 0 to 22, found '{}'",
+                                                  name);
+            });
+    CLI::Option *const extra =
+        command.add_option("--extra", settings.extra, "Encoding type that goes with --default-code 22 [0]")
+            ->type_name("TYPE")
+            ->check(numberFrom(0, 255));
+    CLI::Option *const emphasis =
+        command.add_flag("--keep-emphasis", settings.keepEmphasis, "Keep the emphasis codes U+0086 and U+0087");
+    return {region, code, extra, emphasis};
 }
 
 DvbSelection selectTable(const DvbSettings &settings, const std::string &bytes) {

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace zelk::tool {
 
@@ -20,11 +21,8 @@ struct DvbSettings {
     DvbConverter converter() const { return {region, defaultCode, extra, flags()}; }
 };
 
-// --region
-CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region);
-
 // --region, --default-code, --extra, --keep-emphasis
-void addDvbOptions(CLI::App &command, DvbSettings &settings);
+std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &settings);
 
 // What the selector bytes at the head of a string decide under the settings.
 struct DvbSelection {

@@ -15,6 +15,7 @@ struct MatchOptions {
     bool ignoreCase = false;
     bool ignoreControl = false;
     bool invert = false;
+    bool count = false;
 };
 
 void declare(CLI::App &command, MatchOptions &options) {
@@ -25,6 +26,7 @@ void declare(CLI::App &command, MatchOptions &options) {
     command.add_flag("-i,--ignore-case", options.ignoreCase, "Let small and capital ASCII letters match");
     command.add_flag("--ignore-control", options.ignoreControl, "Skip control characters in line and pattern");
     command.add_flag("-v,--invert", options.invert, "Write the lines that do not match");
+    command.add_flag("-c,--count", options.count, "Write how many lines match, not the lines");
 }
 
 ExitStatus run(const MatchOptions &options) {
@@ -32,19 +34,21 @@ ExitStatus run(const MatchOptions &options) {
                            ? (options.ignoreCase ? zelk_patternWildcardMatchIgnoreCaseAndControlChars
                                                  : zelk_patternWildcardMatchIgnoreControlChars)
                            : (options.ignoreCase ? zelk_patternWildcardMatchIgnoreCase : zelk_patternWildcardMatch);
-    bool any = false;
+    std::size_t count = 0;
     forEachInput(options.files, [&](Input &input) {
         LineReader lines(input);
         std::string line;
         while (lines.next(line)) {
             if ((match(line.c_str(), options.pattern.c_str()) == 0) != options.invert) {
-                write(line);
-                write("\n");
-                any = true;
+                ++count;
+                write(options.count ? "" : line + '\n');
             }
         }
     });
-    return any ? ExitOk : ExitNegative;
+    if (options.count) {
+        write(fmt::format("{}\n", count));
+    }
+    return count != 0 ? ExitOk : ExitNegative;
 }
 
 } // namespace

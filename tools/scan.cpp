@@ -1,13 +1,12 @@
 // `zelk scan`: lists the networks, bouquets, services and events of a transport stream with their decoded texts.
 #include "command.h"
 #include "commands.h"
-#include "dvb_settings.h"
+#include "dvb_text.h"
 #include "service_information.h"
 #include "stream.h"
+#include "stream_inventory.h"
 #include "text.h"
 #include "transport_stream.h"
-
-#include "zelk.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -25,6 +24,10 @@ struct ScanOptions {
     DvbSettings dvb;
     bool json = false;
     bool csv = false;
+    bool ndjson = false;
+    bool follow = false;
+    std::size_t limit = 0;    // records; 0 is all
+    unsigned int seconds = 0; // 0 is to the end
     Colour colour = Colour::Auto;
 };
 
@@ -81,7 +84,7 @@ std::string_view selectorOf(const std::string &text) {
 // Broadcasters cut a long text anywhere, between a mark and its letter too, and repeat the selector before each piece:
 // pieces of one selector are joined before they are decoded. Compressed pieces each stand for themselves. A line break
 // at the head of a later piece is no selector when the first one had none.
-std::string decodePieces(const DvbConverter &converter, const std::map<std::uint8_t, ExtendedPiece> &pieces) {
+std::string decodePieces(DvbReader &reader, const std::map<std::uint8_t, ExtendedPiece> &pieces) {
     constexpr char compressed = 0x1F;
     std::string result;
     std::string run;
@@ -99,24 +102,23 @@ std::string decodePieces(const DvbConverter &converter, const std::map<std::uint
         } else if (selector == runSelector && piece.text.front() != compressed) {
             run += piece.text.substr(selector.size());
         } else {
-            result += converter.convertDvb8ToUtf8(run);
+            result += reader.text(run);
             run = piece.text;
         }
     }
-    return result + converter.convertDvb8ToUtf8(run);
+    return result + reader.text(run);
 }
 
-ScannedEvent decodeEvent(const DvbConverter &converter, const Event &event) {
+ScannedEvent decodeEvent(DvbReader &reader, const Event &event) {
     ScannedEvent result;
     result.start = startTime(event.start);
     result.duration = timeOfDay(event.duration.data(), 100);
-    result.name = converter.convertDvb8ToUtf8(event.name);
-    result.text = converter.convertDvb8ToUtf8(event.text);
-    result.extended = decodePieces(converter, event.extended);
+    result.name = reader.text(event.name);
+    result.text = reader.text(event.text);
+    result.extended = decodePieces(reader, event.extended);
     for (const auto &[number, piece] : event.extended) {
         for (const ExtendedItem &item : piece.items) {
-            result.items.push_back(
-                {converter.convertDvb8ToUtf8(item.description), converter.convertDvb8ToUtf8(item.value)});
+            result.items.push_back({reader.text(item.description), reader.text(item.value)});
         }
     }
     return result;
@@ -150,8 +152,8 @@ std::string languageText(const std::string &language) {
     return result;
 }
 
-void writeTable(const ServiceInformation &found, const DvbConverter &converter, bool colour) {
-    const auto decoded = [&converter](const std::string &text) { return printable(converter.convertDvb8ToUtf8(text)); };
+void writeTable(const ServiceInformation &found, DvbReader &reader, bool colour) {
+    const auto decoded = [&reader](const std::string &text) { return printable(reader.text(text)); };
     bool first = true;
     const auto show = [&first, colour](const Table &table) {
         write(first ? "" : "\n");
@@ -182,7 +184,7 @@ void writeTable(const ServiceInformation &found, const DvbConverter &converter, 
         Table table({"SERVICE", "EVENT", "START", "DURATION", "LANGUAGE", "NAME", "TEXT"});
         for (const auto *entry : inOrder(found.events())) {
             const auto &[key, event] = *entry;
-            const ScannedEvent scanned = decodeEvent(converter, event);
+            const ScannedEvent scanned = decodeEvent(reader, event);
             const bool both = !scanned.text.empty() && !scanned.extended.empty();
             std::string text = scanned.text + (both ? "\n" : "") + scanned.extended;
             for (const ScannedItem &item : scanned.items) {
@@ -225,39 +227,147 @@ Json jsonKey(const ServiceKey &key) {
         {"original_network", key.originalNetwork}, {"transport_stream", key.transportStream}, {"service", key.service}};
 }
 
-void writeJson(const ServiceInformation &found, const DvbConverter &converter) {
-    const auto group = [&converter](const auto &entry) {
-        return Json{{"id", entry.first}, {"name", converter.convertDvb8ToUtf8(entry.second.name)}};
-    };
+Json jsonGroup(std::uint16_t id, const NamedGroup &group, DvbReader &reader) {
+    return {{"id", id}, {"name", reader.text(group.name)}};
+}
+
+Json jsonService(const ServiceKey &key, const Service &service, DvbReader &reader) {
+    Json record = jsonKey(key);
+    record["type"] = service.type;
+    record["name"] = reader.text(service.name);
+    record["provider"] = reader.text(service.provider);
+    return record;
+}
+
+Json jsonItems(const ScannedEvent &event) {
+    Json items = Json::array();
+    for (const ScannedItem &item : event.items) {
+        items.push_back({{"description", item.description}, {"item", item.value}});
+    }
+    return items;
+}
+
+Json jsonEvent(const EventKey &key, const Event &event, DvbReader &reader) {
+    const ScannedEvent scanned = decodeEvent(reader, event);
+    const auto known = [](const std::string &time) { return time.empty() ? Json() : Json(time); };
+    Json record = jsonKey(key.service);
+    record["event"] = key.event;
+    record["language"] = languageText(key.language);
+    record["start"] = known(scanned.start);
+    record["duration"] = known(scanned.duration);
+    record["name"] = scanned.name;
+    record["text"] = scanned.text;
+    record["extended"] = scanned.extended;
+    if (!scanned.items.empty()) {
+        record["items"] = jsonItems(scanned);
+    }
+    return record;
+}
+
+void writeJson(const ServiceInformation &found, DvbReader &reader) {
+    const auto group = [&reader](const auto &entry) { return jsonGroup(entry.first, entry.second, reader); };
     JsonDocument document;
     document.array("networks", found.networks(), group);
     document.array("bouquets", found.bouquets(), group);
-    document.array("services", found.services(), [&converter](const auto &entry) {
-        Json record = jsonKey(entry.first);
-        record["type"] = entry.second.type;
-        record["name"] = converter.convertDvb8ToUtf8(entry.second.name);
-        record["provider"] = converter.convertDvb8ToUtf8(entry.second.provider);
-        return record;
-    });
-    document.array("events", inOrder(found.events()), [&converter](const auto *entry) {
-        const auto &[key, event] = *entry;
-        const ScannedEvent scanned = decodeEvent(converter, event);
-        const auto known = [](const std::string &time) { return time.empty() ? Json() : Json(time); };
-        Json record = jsonKey(key.service);
-        record["event"] = key.event;
-        record["language"] = languageText(key.language);
-        record["start"] = known(scanned.start);
-        record["duration"] = known(scanned.duration);
-        record["name"] = scanned.name;
-        record["text"] = scanned.text;
-        record["extended"] = scanned.extended;
-        for (const ScannedItem &item : scanned.items) {
-            record["items"].push_back({{"description", item.description}, {"item", item.value}});
-        }
-        return record;
-    });
+    document.array("services", found.services(),
+                   [&reader](const auto &entry) { return jsonService(entry.first, entry.second, reader); });
+    document.array("events", inOrder(found.events()),
+                   [&reader](const auto *entry) { return jsonEvent(entry->first, entry->second, reader); });
     JsonDocument::end();
 }
+
+// ---- As it comes ----
+
+const char *kindName(RecordKind kind) {
+    switch (kind) {
+    case RecordKind::Network:
+        return "network";
+    case RecordKind::Bouquet:
+        return "bouquet";
+    case RecordKind::Service:
+        return "service";
+    case RecordKind::Event:
+        break;
+    }
+    return "event";
+}
+
+// Writes a line for each record: all of them as JSON, or those alone that a later version of a table brought or
+// changed.
+class LiveWriter {
+public:
+    LiveWriter(const ScanOptions &options, const ServiceInformation &found, DvbReader &reader)
+        : options_(options), found_(found), reader_(reader) {}
+
+    void take(const Announcement &said) {
+        if (full() || (options_.follow && (!said.later || !(said.isNew || said.differs)))) {
+            return;
+        }
+        ++written_;
+        write(options_.ndjson ? jsonLine(describe(said)) : line(said));
+    }
+
+    bool full() const { return options_.limit != 0 && written_ >= options_.limit; }
+
+private:
+    Json record(const Announcement &said) {
+        switch (said.kind) {
+        case RecordKind::Network:
+            return jsonGroup(said.group, found_.networks().at(said.group), reader_);
+        case RecordKind::Bouquet:
+            return jsonGroup(said.group, found_.bouquets().at(said.group), reader_);
+        case RecordKind::Service:
+            return jsonService(said.key.service, found_.services().at(said.key.service), reader_);
+        case RecordKind::Event:
+            break;
+        }
+        return jsonEvent(said.key, found_.events().at(said.key), reader_);
+    }
+
+    // The type of a service is a number of its own: what kind of record this is goes by "type" in every line, and the
+    // service's number by "service_type".
+    Json describe(const Announcement &said) {
+        Json result = {
+            {"type", kindName(said.kind)}, {"table_id", said.origin.table}, {"version", said.origin.version}};
+        if (options_.follow) {
+            result["change"] = said.isNew ? "new" : "changed";
+            if (!said.isNew) {
+                result["former_name"] = reader_.text(said.formerName);
+            }
+        }
+        const Json facts = record(said);
+        for (const auto &[name, value] : facts.items()) {
+            result[name == "type" ? "service_type" : name] = value;
+        }
+        return result;
+    }
+
+    std::string line(const Announcement &said) {
+        const Json facts = record(said);
+        std::string result = kindName(said.kind);
+        if (said.kind == RecordKind::Service || said.kind == RecordKind::Event) {
+            result += ' ' + locator(said.key.service);
+        } else {
+            result += fmt::format(" {:04x}", said.group);
+        }
+        if (said.kind == RecordKind::Event) {
+            result += fmt::format(" {:04x} {}", said.key.event, facts["start"].is_null() ? "-" : facts["start"]);
+        }
+        const std::string name = facts["name"];
+        const std::string former = reader_.text(said.formerName);
+        const bool renamed = !said.isNew && name != former;
+        return result +
+               (said.isNew ? " new: "
+                : renamed  ? " renamed: "
+                           : " changed: ") +
+               (renamed ? printable(former) + " -> " : "") + printable(name) + '\n';
+    }
+
+    const ScanOptions &options_;
+    const ServiceInformation &found_;
+    DvbReader &reader_;
+    std::size_t written_ = 0;
+};
 
 // A field as in RFC 4180: in quotes when it holds a separator, a quote or a line break; quotes within are doubled.
 std::string csvField(const std::string &text) {
@@ -280,27 +390,30 @@ void writeCsvRow(const std::vector<std::string> &fields) {
     write(line + "\r\n");
 }
 
-void writeCsv(const ServiceInformation &found, const DvbConverter &converter) {
+// The facts of the JSON document, a record on each row; a list of items stands in its field as JSON.
+void writeCsv(const ServiceInformation &found, DvbReader &reader) {
     const auto number = [](unsigned int value) { return std::to_string(value); };
-    const auto decoded = [&converter](const std::string &text) { return converter.convertDvb8ToUtf8(text); };
     writeCsvRow({"kind", "network", "transport_stream", "service", "event", "start", "duration", "language", "name",
-                 "provider", "text", "extended"});
-    for (const auto &[id, group] : found.networks()) {
-        writeCsvRow({"network", number(id), "", "", "", "", "", "", decoded(group.name), "", "", ""});
-    }
-    for (const auto &[id, group] : found.bouquets()) {
-        writeCsvRow({"bouquet", number(id), "", "", "", "", "", "", decoded(group.name), "", "", ""});
-    }
+                 "provider", "text", "extended", "type", "items"});
+    const auto writeGroups = [&](const char *kind, const std::map<std::uint16_t, NamedGroup> &groups) {
+        for (const auto &[id, group] : groups) {
+            writeCsvRow({kind, number(id), "", "", "", "", "", "", reader.text(group.name), "", "", "", "", ""});
+        }
+    };
+    writeGroups("network", found.networks());
+    writeGroups("bouquet", found.bouquets());
     for (const auto &[key, service] : found.services()) {
         writeCsvRow({"service", number(key.originalNetwork), number(key.transportStream), number(key.service), "", "",
-                     "", "", decoded(service.name), decoded(service.provider), "", ""});
+                     "", "", reader.text(service.name), reader.text(service.provider), "", "", number(service.type),
+                     ""});
     }
     for (const auto *entry : inOrder(found.events())) {
         const auto &[key, event] = *entry;
-        const ScannedEvent scanned = decodeEvent(converter, event);
+        const ScannedEvent scanned = decodeEvent(reader, event);
         writeCsvRow({"event", number(key.service.originalNetwork), number(key.service.transportStream),
                      number(key.service.service), number(key.event), scanned.start, scanned.duration,
-                     languageText(key.language), scanned.name, "", scanned.text, scanned.extended});
+                     languageText(key.language), scanned.name, "", scanned.text, scanned.extended, "",
+                     scanned.items.empty() ? "" : jsonItems(scanned).dump()});
     }
 }
 
@@ -365,32 +478,56 @@ void report(const std::string &name, const StreamCounts &stream, const SectionCo
 }
 
 ExitStatus runScan(const ScanOptions &options) {
+    const bool live = options.ndjson || options.follow;
+    if (options.follow && (options.json || options.csv)) {
+        failInput("expected --follow alone or with --ndjson");
+    }
+    endInputOnSignals();
     Input input(options.file);
-    PacketReader reader(input);
-    if (!reader.open()) {
+    if (options.seconds != 0) {
+        input.endAt(Input::Clock::now() + std::chrono::seconds(options.seconds));
+    }
+    PacketReader packets(input);
+    if (!packets.open()) {
         failInput("{}: expected a transport stream, found no packets", input.name());
     }
     ServiceInformation found;
+    StreamInventory inventory;
+    DvbReader reader(options.dvb);
+    LiveWriter writer(options, found, reader);
+    if (live) {
+        found.watch([&writer](const Announcement &said) { writer.take(said); });
+    }
     {
         Progress progress(options.file);
-        while (const Packet *packet = reader.next()) {
+        const Packet *packet = nullptr;
+        const auto full = [&] { return live ? writer.full() : options.limit != 0 && found.records() >= options.limit; };
+        while (!full() && (packet = packets.next()) != nullptr) {
             found.push(*packet);
-            if (reader.counts().packets % 1024 == 0) {
-                progress.tell(reader.counts().bytes);
+            if (found.counts().sections == 0) {
+                inventory.push(*packet);
+            }
+            if (packets.counts().packets % 1024 == 0) {
+                progress.tell(packets.counts().bytes);
             }
         }
         found.finish();
     }
-    const DvbConverter converter = options.dvb.converter();
     if (options.json) {
-        writeJson(found, converter);
+        writeJson(found, reader);
     } else if (options.csv) {
-        writeCsv(found, converter);
-    } else {
-        writeTable(found, converter, useColour(options.colour));
+        writeCsv(found, reader);
+    } else if (!live) {
+        writeTable(found, reader, useColour(options.colour));
     }
     flushOutput();
-    report(input.name(), reader.counts(), found.counts());
+    report(input.name(), packets.counts(), found.counts());
+    reportUnread("scan", input.name(), reader.unread());
+    if (found.counts().sections == 0) {
+        fmt::print(stderr, "zelk scan: {}: found no service information; seen: {}; missing: {}\n", input.name(),
+                   inventory.seen(), inventory.missing());
+        return ExitNegative;
+    }
     return ExitOk;
 }
 
@@ -400,9 +537,20 @@ void declareScan(CLI::App &command, ScanOptions &options) {
     addDvbOptions(command, options.dvb);
     CLI::Option *const json = command.add_flag("--json", options.json, "Write one JSON document");
     command.add_flag("--csv", options.csv, "Write comma-separated values (RFC 4180)")->excludes(json);
+    command.add_flag("--ndjson", options.ndjson, "Write each record as it comes, one JSON object a line")
+        ->excludes("--json")
+        ->excludes("--csv");
+    command.add_flag("--follow", options.follow, "Write only what a later version of a table brings or changes");
+    command.add_option("--limit", options.limit, "End after COUNT records")
+        ->type_name("COUNT")
+        ->check(numberFrom(1, 1000000000));
+    command.add_option("--duration", options.seconds, "End after SECONDS")
+        ->type_name("SECONDS")
+        ->check(numberFrom(1, 1000000000));
     addColourOption(command, options.colour);
     command.footer("Packets of 188, 192 and 204 bytes are told apart. Damage is counted on standard error and never "
-                   "fatal.\nExit status: 0 success; 2 wrong usage or not a transport stream; 3 a file could not be "
+                   "fatal.\nExit status: 0 success; 1 no service information found; 2 wrong usage or not a transport "
+                   "stream; 3 a file could not be "
                    "read or written.");
 }
 

@@ -16,6 +16,7 @@
 #include <dvbpsi/dr_4e.h>
 
 #include <algorithm>
+#include <bitset>
 #include <new>
 #include <utility>
 
@@ -68,6 +69,53 @@ bool replaces(const Origin &now, const Origin &before) {
         return now.version != before.version;
     }
     return presentOrFollowing(now.table) || !presentOrFollowing(before.table);
+}
+
+// Whether two records say the same, wherever they come from.
+bool same(const NamedGroup &a, const NamedGroup &b) {
+    return a.name == b.name;
+}
+
+bool same(const Service &a, const Service &b) {
+    return a.type == b.type && a.provider == b.provider && a.name == b.name;
+}
+
+bool same(const Event &a, const Event &b) {
+    return a.start == b.start && a.duration == b.duration && a.name == b.name && a.text == b.text &&
+           a.extended == b.extended;
+}
+
+RecordKind kindOf(const NamedGroup &group) {
+    return group.origin.table == tableBouquet ? RecordKind::Bouquet : RecordKind::Network;
+}
+
+RecordKind kindOf(const Service & /*service*/) {
+    return RecordKind::Service;
+}
+
+RecordKind kindOf(const Event & /*event*/) {
+    return RecordKind::Event;
+}
+
+EventKey eventKey(std::uint16_t /*group*/) {
+    return {};
+}
+
+EventKey eventKey(const ServiceKey &service) {
+    return {service, 0, {}};
+}
+
+EventKey eventKey(const EventKey &event) {
+    return event;
+}
+
+std::uint16_t groupOf(std::uint16_t group) {
+    return group;
+}
+
+template <class Key>
+std::uint16_t groupOf(const Key & /*key*/) {
+    return 0;
 }
 
 std::size_t textBytes(const NamedGroup &group) {
@@ -156,7 +204,16 @@ std::string languageOf(const std::uint8_t *code) {
 struct ServiceInformation::Section {
     Origin origin;
     std::uint16_t extension = 0;
+    std::uint8_t number = 0;
+    std::uint8_t lastNumber = 0;
     Bytes payload; // between the eight bytes of the header and the checksum
+};
+
+// How far the version of a table has come that is being sent.
+struct ServiceInformation::TableState {
+    std::uint8_t firstVersion = 0;
+    std::uint8_t version = 0;
+    std::bitset<256> seen; // section numbers
 };
 
 // Puts the sections of one packet identifier together.
@@ -280,6 +337,8 @@ void ServiceInformation::Assembler::push(const Packet &packet, Visit visit) {
         if (whole && section->b_current_next) {
             visit(Section{{section->i_table_id, section->i_version},
                           section->i_extension,
+                          section->i_number,
+                          section->i_last_number,
                           {section->p_payload_start, section->p_payload_end}});
         }
     }
@@ -307,8 +366,89 @@ void ServiceInformation::finish() {
     }
 }
 
+// Keeps account of a table's versions, while somebody watches.
+void ServiceInformation::follow(const Section &section) {
+    const bool events = section.origin.table >= tablePresentActual && section.origin.table <= tableScheduleLast;
+    const bool services = section.origin.table == tableServicesActual || section.origin.table == tableServicesOther;
+    const Bytes payload = section.payload;
+    if (!announced_ || payload.size() < 6) {
+        laterVersion_ = false;
+        return;
+    }
+    const TableKey key{section.origin.table, section.extension, services || events ? wordAt(payload, 0) : 0,
+                       events ? wordAt(payload, 2) : 0};
+    if (tables_.size() >= limits_.records && tables_.find(key) == tables_.end()) {
+        return;
+    }
+    const auto [place, isNew] = tables_.try_emplace(key);
+    TableState &state = place->second;
+    if (isNew) {
+        state.firstVersion = section.origin.version;
+    }
+    if (isNew || state.version != section.origin.version) {
+        state.version = section.origin.version;
+        state.seen.reset();
+    }
+    laterVersion_ = state.version != state.firstVersion;
+}
+
+template <class Key, class Record, class Belongs>
+void ServiceInformation::forget(std::map<Key, Record> &records, const Origin &origin, Belongs belongs) {
+    for (auto entry = records.begin(); entry != records.end();) {
+        const Origin &from = entry->second.origin;
+        if (from.table == origin.table && from.version != origin.version && belongs(entry->first)) {
+            textBytes_ -= textBytes(entry->second);
+            entry = records.erase(entry);
+        } else {
+            ++entry;
+        }
+    }
+}
+
+// Where every section of a version has come, what earlier versions said besides is over. A segment of the schedule may
+// end before its eighth section.
+void ServiceInformation::settle(const Section &section) {
+    const std::uint8_t table = section.origin.table;
+    const bool events = table >= tablePresentActual && table <= tableScheduleLast;
+    const bool services = table == tableServicesActual || table == tableServicesOther;
+    const Bytes payload = section.payload;
+    if (!announced_ || payload.size() < 6) {
+        return;
+    }
+    const auto found = tables_.find(
+        {table, section.extension, services || events ? wordAt(payload, 0) : 0, events ? wordAt(payload, 2) : 0});
+    if (found == tables_.end() || found->second.seen[section.number]) {
+        return;
+    }
+    std::bitset<256> &seen = found->second.seen;
+    seen.set(section.number);
+    for (unsigned int skipped = payload[4] + 1U;
+         events && skipped <= (section.number | 7U) && payload[4] >= section.number; ++skipped) {
+        seen.set(skipped);
+    }
+    for (unsigned int number = 0; number <= section.lastNumber; ++number) {
+        if (!seen[number]) {
+            return;
+        }
+    }
+    if (events) {
+        const ServiceKey service{wordAt(payload, 2), wordAt(payload, 0), section.extension};
+        forget(events_, section.origin,
+               [&service](const EventKey &key) { return !(key.service < service) && !(service < key.service); });
+    } else if (services) {
+        const std::uint16_t network = wordAt(payload, 0);
+        forget(services_, section.origin, [&section, network](const ServiceKey &key) {
+            return key.transportStream == section.extension && key.originalNetwork == network;
+        });
+    } else {
+        forget(table == tableBouquet ? bouquets_ : networks_, section.origin,
+               [&section](std::uint16_t id) { return id == section.extension; });
+    }
+}
+
 void ServiceInformation::collect(const Section &section) {
     const std::uint8_t table = section.origin.table;
+    follow(section);
     if (table == tableNetworkActual || table == tableNetworkOther) {
         collectGroup(section, networks_, tagNetworkName);
     } else if (table == tableBouquet) {
@@ -321,6 +461,7 @@ void ServiceInformation::collect(const Section &section) {
         return;
     }
     ++counts_.sections;
+    settle(section);
 }
 
 template <class Visit>
@@ -351,10 +492,21 @@ void ServiceInformation::keep(std::map<Key, Record> &records, const Key &key, Re
         return;
     }
     textBytes_ = limits_.textBytes - room + textBytes(record);
+    Announcement announcement;
+    if (announced_) {
+        announcement = {kindOf(record), groupOf(key), eventKey(key), record.origin, !known, true, laterVersion_, {}};
+        if (known) {
+            announcement.differs = !same(record, found->second);
+            announcement.formerName = found->second.name;
+        }
+    }
     if (known) {
         found->second = std::move(record);
     } else {
         records.emplace(key, std::move(record));
+    }
+    if (announced_) {
+        announced_(announcement);
     }
 }
 

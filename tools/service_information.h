@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <span>
@@ -58,12 +59,16 @@ struct NamedGroup { // a network or a bouquet
 struct ExtendedItem {
     std::string description;
     std::string value;
+
+    bool operator==(const ExtendedItem &other) const = default;
 };
 
 // One extended event descriptor of the up to sixteen that carry a long text.
 struct ExtendedPiece {
     std::vector<ExtendedItem> items;
     std::string text;
+
+    bool operator==(const ExtendedPiece &other) const = default;
 };
 
 struct Event {
@@ -73,6 +78,20 @@ struct Event {
     std::string name;
     std::string text;
     std::map<std::uint8_t, ExtendedPiece> extended; // by descriptor number
+};
+
+enum class RecordKind { Network, Bouquet, Service, Event };
+
+// A record that was announced for the first time, or again by another version of its table.
+struct Announcement {
+    RecordKind kind = RecordKind::Network;
+    std::uint16_t group = 0; // of a network or a bouquet
+    EventKey key;            // of an event; its service alone for a service
+    Origin origin;
+    bool isNew = false;     // else it was known
+    bool differs = false;   // says something else than before
+    bool later = false;     // by a later version of its table than the first that came
+    std::string formerName; // as broadcast, of a record that was known
 };
 
 struct SectionCounts {
@@ -102,6 +121,12 @@ public:
 
     void push(const Packet &packet);
 
+    // Calls `announced` for every record as its section completes. Records that a complete new version of a table no
+    // longer holds are forgotten from then on, so that what is kept follows what is announced.
+    void watch(std::function<void(const Announcement &)> announced) { announced_ = std::move(announced); }
+
+    std::size_t records() const { return networks_.size() + bouquets_.size() + services_.size() + events_.size(); }
+
     // Tells that no packet follows: sections that are still open are counted as broken.
     void finish();
 
@@ -114,6 +139,8 @@ public:
 private:
     class Assembler;
     struct Section;
+    struct TableState;
+    using TableKey = std::tuple<std::uint8_t, std::uint16_t, std::uint16_t, std::uint16_t>;
 
     void collect(const Section &section);
     void collectGroup(const Section &section, std::map<std::uint16_t, NamedGroup> &groups, std::uint8_t nameTag);
@@ -124,8 +151,15 @@ private:
     void forEachDescriptor(Bytes loop, Visit visit);
     template <class Key, class Record>
     void keep(std::map<Key, Record> &records, const Key &key, Record record);
+    void follow(const Section &section);
+    void settle(const Section &section);
+    template <class Key, class Record, class Belongs>
+    void forget(std::map<Key, Record> &records, const Origin &origin, Belongs belongs);
 
     Limits limits_;
+    std::function<void(const Announcement &)> announced_;
+    std::map<TableKey, TableState> tables_;
+    bool laterVersion_ = false; // of the section that is being collected
     std::size_t textBytes_ = 0;
     std::map<std::uint16_t, std::unique_ptr<Assembler>> assemblers_; // by packet identifier
     std::map<std::uint16_t, NamedGroup> networks_;

@@ -4,10 +4,24 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
 
 namespace zelk::tool {
 
 namespace {
+
+// A signal writes a byte into it; who waits for input looks there, too.
+int stopPipe[2] = {-1, -1};
+
+extern "C" void noteSignal(int /*signal*/) {
+    const int error = errno;
+    (void)!::write(stopPipe[1], "", 1);
+    errno = error;
+}
 
 [[noreturn]] void failOutput() {
     if (errno == EPIPE) {
@@ -30,6 +44,41 @@ void flushOutput() {
     }
 }
 
+OutputFile::OutputFile(std::string name) : name_(std::move(name)), file_(std::fopen(name_.c_str(), "wb")) {
+    if (file_ == nullptr) {
+        failSystem(name_, errno);
+    }
+}
+
+OutputFile::~OutputFile() {
+    if (file_ != nullptr) {
+        (void)std::fclose(file_);
+    }
+}
+
+void OutputFile::write(std::string_view bytes) {
+    if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) {
+        failSystem(name_, errno);
+    }
+}
+
+void OutputFile::close() {
+    if (std::fclose(std::exchange(file_, nullptr)) != 0) {
+        failSystem(name_, errno);
+    }
+}
+
+void endInputOnSignals() {
+    if (pipe2(stopPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+        failSystem("pipe", errno);
+    }
+    struct sigaction action = {};
+    action.sa_handler = noteSignal;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    (void)sigaction(SIGINT, &action, nullptr);
+    (void)sigaction(SIGTERM, &action, nullptr);
+}
+
 Input::Input(const std::string &name) : name_(name == "-" ? "standard input" : name), file_(stdin) {
     if (name != "-") {
         file_ = std::fopen(name.c_str(), "rb");
@@ -45,12 +94,53 @@ Input::~Input() {
     }
 }
 
-std::size_t Input::read(char *buffer, std::size_t size) {
-    const std::size_t count = std::fread(buffer, 1, size, file_);
-    if (count < size && std::ferror(file_) != 0) {
-        failSystem(name_, errno);
+// Whether there is something to read before the time is over and no signal has come. Output leaves before the wait.
+bool Input::wait(int descriptor) const {
+    for (bool flushed = false;; flushed = true) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
+        if (end_ != Clock::time_point::max() && left <= 0) {
+            return false;
+        }
+        constexpr int longest = 1'000'000;
+        const int timeout = !flushed ? 0
+                            : end_ == Clock::time_point::max()
+                                ? -1
+                                : static_cast<int>(std::min<std::int64_t>(left, longest));
+        pollfd files[] = {{descriptor, POLLIN, 0}, {stopPipe[0], POLLIN, 0}};
+        const int count = poll(files, 2, timeout);
+        if (count < 0 && errno != EINTR) {
+            failSystem(name_, errno);
+        }
+        if (count > 0) {
+            return files[1].revents == 0;
+        }
+        if (!flushed) {
+            flushOutput();
+        }
     }
-    return count;
+}
+
+std::size_t Input::read(char *buffer, std::size_t size) {
+    const int descriptor = fileno(file_);
+    if (descriptor < 0) { // a file in memory
+        const std::size_t count = std::fread(buffer, 1, size, file_);
+        if (count < size && std::ferror(file_) != 0) {
+            failSystem(name_, errno);
+        }
+        return count;
+    }
+    for (;;) {
+        if (!wait(descriptor)) {
+            return 0;
+        }
+        const ssize_t count = ::read(descriptor, buffer, size);
+        if (count >= 0) {
+            return static_cast<std::size_t>(count);
+        }
+        if (errno != EINTR && errno != EAGAIN) {
+            failSystem(name_, errno);
+        }
+    }
 }
 
 void forEachInput(const std::vector<std::string> &files, const std::function<void(Input &)> &use) {

@@ -2,6 +2,7 @@
 // is a byte like any other.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <functional>
@@ -21,13 +22,36 @@ void write(std::string_view bytes);
 // Writes what is still buffered; main() calls it at the end of every command.
 void flushOutput();
 
+// A file that is written from its beginning. Throws Failure when it cannot be opened or written.
+class OutputFile {
+public:
+    explicit OutputFile(std::string name);
+    ~OutputFile();
+    OutputFile(const OutputFile &) = delete;
+    OutputFile &operator=(const OutputFile &) = delete;
+
+    void write(std::string_view bytes);
+
+    // What is buffered is written, too, or the file is not whole.
+    void close();
+
+private:
+    std::string name_;
+    std::FILE *file_;
+};
+
+// From here on SIGINT and SIGTERM end the input that is being read, in order, instead of the tool; a second one ends
+// the tool.
+void endInputOnSignals();
+
 // A file by name, or standard input for "-". Throws Failure when the file cannot be opened or read.
 class Input {
 public:
     explicit Input(const std::string &name);
     // Takes the file over.
     Input(std::FILE *file, std::string name) : name_(std::move(name)), file_(file) {}
-    Input(Input &&other) noexcept : name_(std::move(other.name_)), file_(std::exchange(other.file_, stdin)) {}
+    Input(Input &&other) noexcept
+        : name_(std::move(other.name_)), file_(std::exchange(other.file_, stdin)), end_(other.end_) {}
     ~Input();
     Input(const Input &) = delete;
     Input &operator=(const Input &) = delete;
@@ -36,12 +60,21 @@ public:
     // The name for messages: the file's name or "standard input".
     const std::string &name() const { return name_; }
 
-    // Up to `size` bytes; fewer than asked only at the end of the file.
+    // What there is, up to `size` bytes; waits for the first of them, having written all output. 0 is the end of the
+    // file, or of the time that is granted.
     std::size_t read(char *buffer, std::size_t size);
 
+    using Clock = std::chrono::steady_clock;
+
+    // At this time the input ends, whatever would still come.
+    void endAt(Clock::time_point end) { end_ = end; }
+
 private:
+    bool wait(int descriptor) const;
+
     std::string name_;
     std::FILE *file_;
+    Clock::time_point end_ = Clock::time_point::max();
 };
 
 // Bytes that Input and the converters handle at a time.

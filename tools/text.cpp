@@ -84,6 +84,36 @@ std::vector<unsigned short> units(const std::string &text) {
     return result;
 }
 
+std::size_t replaceInvalid(std::string &text) {
+    const auto plain = [](char byte) { return static_cast<signed char>(byte) >= 0; };
+    std::size_t count = 0;
+    if (std::all_of(text.begin(), text.end(), plain)) {
+        return count;
+    }
+    std::string result;
+    std::size_t surrogate = 0; // bytes left of the one that is being passed over
+    forEachCharacter(text, [&](utf8proc_int32_t codePoint, std::string_view bytes) {
+        if (surrogate > 0 && codePoint < 0) {
+            --surrogate;
+            return;
+        }
+        surrogate = 0;
+        if (codePoint >= 0 && codePoint != 0xFFFD) {
+            result += bytes;
+            return;
+        }
+        const char *const end = text.data() + text.size();
+        if (codePoint < 0 && end - bytes.data() >= 3 && bytes[0] == '\xED' && (bytes.data()[1] & 0xE0) == 0xA0 &&
+            (bytes.data()[2] & 0xC0) == 0x80) {
+            surrogate = 2;
+        }
+        result += "\xEF\xBF\xBD";
+        ++count;
+    });
+    text = std::move(result);
+    return count;
+}
+
 std::size_t displayWidth(std::string_view text) {
     std::size_t width = 0;
     forEachCharacter(text, [&width](utf8proc_int32_t codePoint, std::string_view) {

@@ -32,6 +32,10 @@ std::string utf8(const std::vector<unsigned short> &units);
 // UTF-8 as UCS-2 units, U+FFFD where it is malformed.
 std::vector<unsigned short> units(const std::string &text);
 
+// Makes text valid UTF-8: one U+FFFD for each byte that begins no character, and for each surrogate. Returns how many
+// U+FFFD it holds then.
+std::size_t replaceInvalid(std::string &text);
+
 // Columns that UTF-8 text takes on a terminal.
 std::size_t displayWidth(std::string_view text);
 

@@ -25,7 +25,7 @@ bool PacketReader::fill(std::size_t wanted) {
         buffer_.resize(kept + chunkSize);
         const std::size_t got = input_.read(reinterpret_cast<char *>(buffer_.data() + kept), chunkSize);
         buffer_.resize(kept + got);
-        ended_ = got < chunkSize;
+        ended_ = got == 0;
         counts_.bytes += got;
     }
     return available() >= wanted;
@@ -49,11 +49,12 @@ bool PacketReader::inStep(std::size_t offset, const Framing &framing, std::size_
     return true;
 }
 
-bool PacketReader::open() {
-    // A stream too short to confirm a pattern has to begin with a packet; in a longer one some bytes may come first.
-    fill(bytesToBegin + chunkSize);
-    const std::size_t offsets = available() > bytesToBegin ? available() - bytesToBegin : 1;
-    for (std::size_t offset = 0; offset < offsets; ++offset) {
+// Tries every place from `first` on that the bytes at hand can prove. A stream too short to confirm a pattern has to
+// begin with a packet; in a longer one some bytes may come first.
+bool PacketReader::findFraming(std::size_t first) {
+    const bool whole = ended_ && available() <= bytesToBegin;
+    const std::size_t offsets = whole ? 1 : available() > bytesToBegin ? available() - bytesToBegin : 0;
+    for (std::size_t offset = first; offset < offsets; ++offset) {
         for (const Framing &framing : framings) {
             if (inStep(offset, framing, packetsToBegin)) {
                 framing_ = framing;
@@ -67,6 +68,19 @@ bool PacketReader::open() {
         }
     }
     return false;
+}
+
+bool PacketReader::open() {
+    std::size_t tried = 0;
+    while (available() < bytesToBegin + chunkSize && fill(available() + 1)) {
+        if (available() > bytesToBegin) {
+            if (findFraming(tried)) {
+                return true;
+            }
+            tried = available() - bytesToBegin;
+        }
+    }
+    return findFraming(tried);
 }
 
 void PacketReader::skipFrame() {

@@ -36,7 +36,8 @@ class PacketReader {
 public:
     explicit PacketReader(Input &input) : input_(input) {}
 
-    // Finds the framing and the first packet; false when the stream does not begin like a transport stream.
+    // Finds the framing and the first packet as soon as the bytes read prove them; false when the stream does not begin
+    // like a transport stream.
     bool open();
 
     // The next packet, or null at the end; valid until the next call.
@@ -49,6 +50,7 @@ private:
     std::size_t available() const { return buffer_.size() - position_; }
     bool fill(std::size_t wanted);
     bool inStep(std::size_t offset, const Framing &framing, std::size_t packets) const;
+    bool findFraming(std::size_t first);
     bool findStep();
     void skipFrame();
 

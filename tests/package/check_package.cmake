@@ -1,5 +1,5 @@
-# Installs the build into a fresh prefix, then builds and runs the outside project twice: by find_package and by
-# pkg-config. cmake -DBUILD=... -DSOURCE=... -DWORK=... -DC=... -DCXX=... -DGENERATOR=... -P check_package.cmake
+# Installs the build into a fresh prefix and moves that, then builds and runs the outside project twice: by find_package
+# and by pkg-config; runs the tool, where one was built. cmake -DBUILD=... -DSOURCE=... -DWORK=... -DC=... -DCXX=... -DGENERATOR=... -P check_package.cmake
 file(REMOVE_RECURSE ${WORK})
 set(prefix ${WORK}/prefix)
 
@@ -12,7 +12,18 @@ function(run)
   set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/elsewhere)
+file(RENAME ${WORK}/elsewhere ${prefix})
+file(GLOB_RECURSE license ${prefix}/share/doc/*/LICENSE)
+if(NOT license)
+  message(FATAL_ERROR "the license is not installed")
+endif()
+if(EXISTS ${prefix}/bin/zelk)
+  run(${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH ${prefix}/bin/zelk decode 0541E9)
+  if(NOT output STREQUAL "Aé\n")
+    message(FATAL_ERROR "the installed tool writes '${output}'")
+  endif()
+endif()
 run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/cmake -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${prefix}
     -DCMAKE_C_COMPILER=${C} -DCMAKE_CXX_COMPILER=${CXX})
 run(${CMAKE_COMMAND} --build ${WORK}/cmake)
@@ -23,7 +34,7 @@ file(GLOB_RECURSE pc_file ${prefix}/*/murn-zelk.pc)
 get_filename_component(pc_dir ${pc_file} DIRECTORY)
 get_filename_component(lib_dir ${pc_dir} DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} ${pc_dir})
-run(pkg-config --define-variable=prefix=${prefix} --cflags --libs murn-zelk)
+run(pkg-config --cflags --libs murn-zelk)
 separate_arguments(flags UNIX_COMMAND "${output}")
 run(${C} ${SOURCE}/main.c -o ${WORK}/outside-pc ${flags} -Wl,-rpath,${lib_dir})
 run(${WORK}/outside-pc)
@@ -31,7 +42,7 @@ run(${WORK}/outside-pc)
 # The second library needs the first, which stands beside it.
 set(ENV{LD_LIBRARY_PATH} ${lib_dir})
 run(${WORK}/cmake/outside-insight)
-run(pkg-config --define-variable=prefix=${prefix} --cflags --libs zelk-insight)
+run(pkg-config --cflags --libs zelk-insight)
 separate_arguments(flags UNIX_COMMAND "${output}")
 run(${C} ${SOURCE}/insight.c -o ${WORK}/outside-insight-pc ${flags} -Wl,-rpath,${lib_dir})
 run(${WORK}/outside-insight-pc)

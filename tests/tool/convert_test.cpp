@@ -49,21 +49,70 @@ TEST(Convert, EverySet) {
         {"windows-1257", "C0", "C4 84"},
         {"teletext", "00 41 E2 00 E0 00 20 AC", "41 C4 BD 20 E2 82 AC"},
         {"teletext-le", "41 00 00 E2", "41 C4 BD"},
-        {"ucs2be", "00 41 20 AC D8 00", "41 E2 82 AC ED A0 80"},
+        {"ucs2be", "00 41 20 AC D8 00", "41 E2 82 AC EF BF BD"},
         {"ucs2le", "41 00 AC 20", "41 E2 82 AC"},
         {"utf8", "41 C3 A9 C0 80 F0 9F C3", "41 C3 A9 EF BF BD EF BF BD EF BF BD EF BF BD"},
         {"dvb", "05 E9 0A 0A C2 65 0A 41", "C3 A9 0A 0A C3 A9 0A 41"},
     };
     for (const Case &c : cases) {
-        EXPECT_EQ(convert(c.set, bytes(c.input)), success(bytes(c.output))) << c.set;
+        const Result result = convert(c.set, bytes(c.input));
+        EXPECT_EQ(result.status, 0) << c.set;
+        EXPECT_EQ(result.out, bytes(c.output)) << c.set;
+        EXPECT_EQ(result.error.empty(), result.out.find("\xEF\xBF\xBD") == std::string::npos) << result;
+    }
+}
+
+TEST(Convert, CountsWhatItCouldNotRead) {
+    const auto report = [](const char *count) {
+        return std::string("zelk convert: ") + count + " written as U+FFFD\n";
+    };
+    const std::string mark = "\xEF\xBF\xBD";
+    EXPECT_EQ(convert("1252", "\x81"
+                              "a\x8D"),
+              (Result{0, mark + "a" + mark, report("2 unreadable characters")}));
+    EXPECT_EQ(convert("1252", "\x81", {"--to", "ucs2"}), (Result{0, "\xFF\xFD", report("1 unreadable character")}));
+    // A U+FFFD of the input is a character like others.
+    EXPECT_EQ(convert("utf8", mark + "\xFF"), (Result{0, mark + mark, report("1 unreadable character")}));
+    EXPECT_EQ(convert("utf8", mark), success(mark));
+    EXPECT_EQ(convert("ucs2", "\xFF\xFD"), success(mark));
+    EXPECT_EQ(convert("utf8", mark, {"--to", "ucs2"}), success("\xFF\xFD"));
+}
+
+TEST(Convert, StrictStopsAtTheFirstFault) {
+    const std::string filler(chunk, 'x');
+    EXPECT_EQ(convert("1252", "ab\x81", {"--strict"}),
+              failure(2, "zelk convert: standard input: offset 2: expected a character of windows-1252, found 81"));
+    const Result late = convert("utf8", filler + "\xC3\xA9\xE2\x82(", {"--strict", "--to", "ucs2"});
+    EXPECT_EQ(late.status, 2);
+    EXPECT_EQ(late.error, "zelk convert: standard input: offset 65538: expected a character of utf8, found E2 82\n");
+    EXPECT_EQ(convert("ucs2le", bytes("41 00 00 D8"), {"--strict"}).error,
+              "zelk convert: standard input: offset 2: expected a character of ucs2le, found 00 D8\n");
+    EXPECT_EQ(convert("dvb", "a\n\x15\xFF\n", {"--strict"}).error,
+              "zelk convert: standard input: offset 2: expected a character of dvb, found 15 FF 0A\n");
+    EXPECT_EQ(convert("latin1", "\xE9", {"--strict"}), success("\xC3\xA9"));
+}
+
+TEST(Convert, TakesTheOptionsOfIconv) {
+    const File out("");
+    EXPECT_EQ(run({"convert", "-f", "latin1", "-t", "utf8", "-o", out.path()}, "\xE9"), success(""));
+    EXPECT_EQ(run({"convert", "-f", "utf8", out.path()}), success("\xC3\xA9"));
+    EXPECT_EQ(run({"convert", "-f", "1", "-o", "/no/such/file"}, "a"),
+              failure(3, "zelk convert: /no/such/file: No such file or directory"));
+}
+
+TEST(Convert, WarnsOfSetsThatAreAsciiAlone) {
+    for (const char *set : {"iso8859-6", "iso8859-8", "iso8859-11"}) {
+        EXPECT_EQ(convert(set, "A"),
+                  (Result{0, "A", std::string("zelk convert: of ") + set + " only the ASCII part is supported\n"}));
     }
 }
 
 TEST(Convert, ListsItsSets) {
     const Result list = run({"convert", "--list"});
     EXPECT_EQ(list.status, 0);
-    EXPECT_EQ(list.out.substr(0, list.out.find('\n')), "Set           Also          What it is");
-    EXPECT_NE(list.out.find("\niso8859-15    15, latin9    Western European with the euro sign\n"), std::string::npos);
+    EXPECT_EQ(list.out.substr(0, list.out.find('\n')), "Set           Also          Direction  What it is");
+    EXPECT_NE(list.out.find("\niso8859-15    15, latin9    from       Western European with the euro sign\n"),
+              std::string::npos);
     // Every set is converted above, and every other name is taken.
     std::size_t sets = 0;
     for (std::size_t at = list.out.find('\n') + 1; at < list.out.size(); at = list.out.find('\n', at) + 1, ++sets) {
@@ -72,7 +121,7 @@ TEST(Convert, ListsItsSets) {
         for (std::size_t comma = 0; !others.empty(); others.erase(0, comma + 2)) {
             comma = std::min(others.find(", "), others.size() - 1);
             const std::string other = others.substr(0, others.find(", "));
-            EXPECT_EQ(convert(other, ""), success("")) << other;
+            EXPECT_EQ(convert(other, "").status, 0) << other;
             if (others.find(", ") == std::string::npos) {
                 break;
             }
@@ -192,7 +241,8 @@ TEST(Convert, RandomTextComesBack) {
         } else if (kind == 1) {
             utf8 += {static_cast<char>(0xC2 + random.below(0x1E)), static_cast<char>(0x80 + random.below(0x40))};
         } else {
-            utf8 += {static_cast<char>(0xE1 + random.below(0xF)), static_cast<char>(0x80 + random.below(0x40)),
+            const std::uint32_t lead = 0xE1 + random.below(0xF);
+            utf8 += {static_cast<char>(lead == 0xED ? 0xEE : lead), static_cast<char>(0x80 + random.below(0x40)),
                      static_cast<char>(0x80 + random.below(0x40))};
         }
     }
@@ -274,7 +324,7 @@ TEST(Convert, ReadsFilesInTurn) {
     const File lead("\xC3");
     const File continuation("\xA9");
     EXPECT_EQ(run({"convert", "--from", "utf8", lead.path(), continuation.path()}),
-              success(bytes("EF BF BD EF BF BD")));
+              (Result{0, bytes("EF BF BD EF BF BD"), "zelk convert: 2 unreadable characters written as U+FFFD\n"}));
 }
 
 TEST(Convert, SaysWhatIsWrong) {
@@ -292,7 +342,8 @@ TEST(Convert, SaysWhatIsWrong) {
     EXPECT_EQ(run({"convert", "--from", "1", "--checked", "--tolerant"}),
               failure(2, "zelk convert: expected only one of --checked and --tolerant"));
     EXPECT_EQ(run({"convert", "--from", "1", "--region", "standard"}),
-              failure(2, "zelk convert: expected --region only with --from dvb"));
+              failure(2, "zelk convert: expected --region, --default-code, --extra and --keep-emphasis only "
+                         "with --from dvb"));
     EXPECT_EQ(convert("ucs2", bytes("00 41 00")),
               (Result{2, "A", "zelk convert: standard input: expected two bytes for each character\n"}));
     EXPECT_EQ(convert("dvb", std::string(65536, 'x')),

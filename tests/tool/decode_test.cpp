@@ -72,6 +72,52 @@ TEST(Decode, DefaultCodeReadsStringsWithoutSelector) {
     EXPECT_EQ(run({"decode", "--default-code", "22", "--extra", "2", hexOf(text)}), success("Tonight\n"));
 }
 
+// Three bytes for each rejected byte are more than UTF-8 text has: nothing of the text after them may be lost.
+TEST(Decode, KeepsWhatFollowsInvalidBytes) {
+    const std::string four = bytes("EF BF BD EF BF BD EF BF BD EF BF BD");
+    const std::string report = "zelk decode: 4 unreadable characters written as U+FFFD\n";
+    EXPECT_EQ(run({"decode", "15 F0 9F 98 80 20 50 61 72 74 79 20 6E 69 67 68 74"}),
+              (Result{0, four + " Party night\n", report}));
+    EXPECT_EQ(run({"decode", "--default-code", "utf-8", "F09F9880 41"}), (Result{0, four + "A\n", report}));
+    const std::string night = bytes("15 F0 9F 98 80 20 6E 69 67 68 74");
+    EXPECT_EQ(run({"convert", "--from", "dvb"}, night), (Result{0, four + " night",
+                                                                "zelk convert: 4 unreadable characters written as "
+                                                                "U+FFFD\n"}));
+}
+
+// Whatever comes in, valid UTF-8 leaves: a byte that GB 2312 does not have, malformed prepared text, a surrogate.
+TEST(Decode, WritesValidUtf8Alone) {
+    const std::string mark = bytes("EF BF BD");
+    const std::string report = "zelk decode: 1 unreadable character written as U+FFFD\n";
+    EXPECT_EQ(run({"decode", "--region", "gb2312", "C96D"}), (Result{0, mark + "m\n", report}));
+    EXPECT_EQ(run({"decode", "--region", "gb2312", "C4E3 FF 41 C4E3"}),
+              (Result{0, bytes("E4 BD A0 EF BF BD 41 E4 BD A0 0A"), report}));
+    EXPECT_EQ(run({"decode", "--region", "gb2312", "C4"}), (Result{0, mark + "\n", report}));
+    EXPECT_EQ(run({"decode", "1D 41 FF 42"}), (Result{0, "A" + mark + "B\n", report}));
+    EXPECT_EQ(run({"decode", "11 D83D 0041"}), (Result{0, mark + "A\n", report}));
+    EXPECT_EQ(run({"decode", "--json", "1D 41 FF"}),
+              (Result{0,
+                      "{\"input\":\"1D 41 FF\",\"selector\":\"1D\",\"code\":19,\"codeName\":\"prepared "
+                      "UTF-8\",\"extra\":0,\"text\":\"A" +
+                          mark + "\"}\n",
+                      report}));
+}
+
+TEST(Decode, DefaultCodesHaveNames) {
+    for (const char *name : {"iso8859-1", "ISO-8859-1", "latin1", "1"}) {
+        EXPECT_EQ(run({"decode", "--default-code", name, "E9"}), success(e + "\n")) << name;
+    }
+    EXPECT_EQ(run({"decode", "--default-code", "iso8859-15", "A4"}), success("\xE2\x82\xAC\n"));
+    EXPECT_EQ(run({"decode", "--default-code", "utf-8", "C3A9"}), success(e + "\n"));
+    EXPECT_EQ(run({"decode", "--default-code", "ucs-2", "204100E9"}), success("\xE2\x81\x81" + e + "\n"));
+    EXPECT_EQ(run({"decode", "--default-code", "none", "C265"}), success(e + "\n"));
+    EXPECT_EQ(run({"explain", "--json", "--default-code", "iso8859-7", "E1"}).status, 0);
+    EXPECT_EQ(run({"convert", "--from", "dvb", "--default-code", "latin1"}, "\xE9"), success(e));
+    for (const char *name : {"iso8859-0", "iso8859-17", "iso8859-", "23", "-1", "1x", ""}) {
+        EXPECT_EQ(run({"decode", "--default-code", name, "41"}).status, 2) << name;
+    }
+}
+
 TEST(Decode, KeepsEmphasisOnRequest) {
     EXPECT_EQ(run({"decode", "86 41 87"}), success("A\n"));
     EXPECT_EQ(run({"decode", "--keep-emphasis", "86 41 87"}), success("\xC2\x86"
@@ -94,10 +140,6 @@ TEST(Decode, WritesJson) {
     EXPECT_EQ(run({"decode", "--json", "--to", "ucs2", "10 00 02 B1"}),
               success("{\"input\":\"10 00 02 B1\",\"selector\":\"10 00 02\",\"code\":2,\"codeName\":\"ISO 8859-2\","
                       "\"extra\":0,\"units\":[\"0105\"]}\n"));
-    // Prepared text is handed on as it is; JSON has no place for malformed bytes.
-    EXPECT_EQ(run({"decode", "--json", "1D 41 FF"}),
-              success("{\"input\":\"1D 41 FF\",\"selector\":\"1D\",\"code\":19,\"codeName\":\"prepared UTF-8\","
-                      "\"extra\":0,\"text\":\"A\xEF\xBF\xBD\"}\n"));
 }
 
 TEST(Decode, SelectorMayBeCutOff) {
@@ -118,9 +160,10 @@ TEST(Decode, SaysWhatIsWrongAndWhere) {
     EXPECT_EQ(run({"decode", "--region", "mars", "41"}),
               failure(2, "zelk decode: --region: expected one of iso8859-9, standard, iso8859-2, iso8859-7, "
                          "iso8859-9-alt, iso8859-15, gb2312, found 'mars'; see 'zelk decode --help'"));
-    EXPECT_EQ(run({"decode", "--default-code", "23", "41"}),
-              failure(2, "zelk decode: --default-code: expected a number from 0 to 22, found '23'; see 'zelk decode "
-                         "--help'"));
+    EXPECT_EQ(
+        run({"decode", "--default-code", "23", "41"}),
+        failure(2, "zelk decode: --default-code: expected iso8859-1 to iso8859-16, utf-8, ucs-2, compressed, default, "
+                   "none or a table code from 0 to 22, found '23'; see 'zelk decode --help'"));
     EXPECT_EQ(run({"decode", "--extra", "x", "41"}),
               failure(2, "zelk decode: --extra: expected a number from 0 to 255, found 'x'; see 'zelk decode --help'"));
     EXPECT_EQ(run({"decode", "--to", "ucs4", "41"}),

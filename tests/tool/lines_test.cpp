@@ -36,7 +36,38 @@ TEST(Sort, KeepsAnyBytes) {
     EXPECT_EQ(run({"sort"}, longLine + "\na\n"), success("a\n" + longLine + "\n"));
 }
 
+TEST(Sort, ReadsNumbersByTheirValue) {
+    EXPECT_EQ(run({"sort", "--natural"}, "BBC 10\nBBC 9\nBBC 1\n"), success("BBC 1\nBBC 9\nBBC 10\n"));
+    EXPECT_EQ(run({"sort", "-n"}, "a2b10\na2b9\na010\n2\na\n10\n"), success("2\n10\na\na2b9\na2b10\na010\n"));
+    EXPECT_EQ(run({"sort", "-n"}, "99999999999999999999999\n100000000000000000000000\n"),
+              success("99999999999999999999999\n100000000000000000000000\n"));
+}
+
+TEST(Sort, TakesAFieldForItsKey) {
+    EXPECT_EQ(run({"sort", "--key", "2"}, "1\tb\n2\ta\n3\n"), success("3\n2\ta\n1\tb\n"));
+    EXPECT_EQ(run({"sort", "-n", "-k", "2"}, "x\t10\ny\t9\n"), success("y\t9\nx\t10\n"));
+    EXPECT_EQ(run({"sort", "-k", "0"}, "").status, 2);
+}
+
+TEST(Sort, WritesOneOfEqualLines) {
+    EXPECT_EQ(run({"sort", "-u"}, "b\na-b\nab\nb\n"), success("a-b\nb\n"));
+    EXPECT_EQ(run({"sort", "--unique", "--reverse"}, "a\nb\na\n"), success("b\na\n"));
+}
+
+TEST(Sort, WritesToAFileThatItReads) {
+    const File file("b\na\n");
+    EXPECT_EQ(run({"sort", "-o", file.path(), file.path()}), success(""));
+    EXPECT_EQ(run({"match", "*", file.path()}), success("a\nb\n"));
+    EXPECT_EQ(run({"sort", "-o", "/no/such/file"}, "a\n"),
+              failure(3, "zelk sort: /no/such/file: No such file or directory"));
+}
+
 // ---- zelk match ----
+
+TEST(Match, CountsLines) {
+    EXPECT_EQ(run({"match", "-c", "a*"}, "ab\nb\nac\n"), success("2\n"));
+    EXPECT_EQ(run({"match", "--count", "-v", "*"}, "ab\n"), (Result{1, "0\n", ""}));
+}
 
 TEST(Match, WritesLinesThatMatchAsAWhole) {
     const std::string lines = "BBC One\nBBC Two\nbbc one\nITV\n";

@@ -112,7 +112,7 @@ TEST_F(RealCaptures, AreReadWhole) {
     for (const Capture &capture : captures) {
         SCOPED_TRACE(capture.name);
         const Result result = run({"scan", "--json", folder() + "captures/" + capture.name + ".ts"});
-        ASSERT_EQ(result.status, 0) << result.error;
+        ASSERT_EQ(result.status, capture.services + capture.events == 0 ? 1 : 0) << result.error;
         const json scan = json::parse(result.out);
         EXPECT_EQ(scan.at("services").size(), capture.services);
         EXPECT_EQ(scan.at("events").size(), capture.events);
@@ -184,8 +184,9 @@ TEST_F(RealCaptures, SectionsSayWhatTheirTextsAre) {
         const unsigned int pid = std::string(name).find("eit") != std::string::npos ? 0x12 : 0x11;
         // The bouquet's name is Latin-1 without a selector: a receiver of its country has that as its default.
         const Result result = run({"scan", "--json", "--default-code", "1"}, packets(pid, section));
-        EXPECT_EQ(result.status, 0);
-        EXPECT_EQ(result.error, "");
+        const bool guide = std::string(name) == "us-atsc-tvct.bin"; // of another system
+        EXPECT_EQ(result.status, guide ? 1 : 0);
+        EXPECT_EQ(result.error.empty(), !guide) << result.error;
         const json scan = json::parse(result.out);
         EXPECT_EQ(scan.at("events").empty(), pid != 0x12);
         EXPECT_EQ(scan.at("services").empty(), std::string(name).find("sdt") == std::string::npos);

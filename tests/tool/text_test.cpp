@@ -119,7 +119,7 @@ TEST(Validate, JudgesFiles) {
     const File bad("ab\ncaf\xE9\nxy\xFF\n");
     EXPECT_EQ(run({"validate", good.path()}), success(good.path() + ": valid\n"));
     EXPECT_EQ(run({"validate", bad.path(), good.path()}),
-              (Result{1, bad.path() + ": invalid at offset 6, line 2\n" + good.path() + ": valid\n", ""}));
+              (Result{1, bad.path() + ":2:4: byte 7: cut sequence\n" + good.path() + ": valid\n", ""}));
     EXPECT_EQ(run({"validate"}, ""), success("standard input: valid\n"));
     EXPECT_EQ(run({"validate", "--quiet", bad.path()}), (Result{1, "", ""}));
     EXPECT_EQ(run({"validate", "-q", good.path()}), success(""));
@@ -127,7 +127,10 @@ TEST(Validate, JudgesFiles) {
 
 TEST(Validate, JudgesLines) {
     EXPECT_EQ(run({"validate", "--lines"}, "a\nb\xFF\xFF\n\xC3\xA9\n\xE2\x82\n"),
-              (Result{1, "standard input:2: invalid at byte 2\nstandard input:4: invalid at byte 1\n", ""}));
+              (Result{1,
+                      "standard input:2:2: byte 4: byte that UTF-8 does not have\n"
+                      "standard input:4:1: byte 10: cut sequence\n",
+                      ""}));
     EXPECT_EQ(run({"validate", "-l"}, "a\nb\n"), success(""));
     EXPECT_EQ(run({"validate", "-lq"}, "a\n\xFF"), (Result{1, "", ""}));
 }
@@ -136,18 +139,34 @@ TEST(Validate, KnowsWhatIsInvalid) {
     std::string lines;
     std::string report;
     int number = 0;
-    for (const char *text : {"F0 9F 98 80", "C0 80", "E0 80 80", "80", "EF BF BD", "C3", "E2 82", "C3 00", "FF 41"}) {
+    const std::pair<const char *, const char *> wrong[] = {
+        {"F0 9F 98 80", "four-byte sequence"},
+        {"C0 80", "overlong sequence"},
+        {"E0 80 80", "overlong sequence"},
+        {"80", "continuation byte without a beginning"},
+        {"EF BF BD", "U+FFFD, the mark of earlier damage"},
+        {"ED A0 80", "surrogate"},
+        {"ED BF BF", "surrogate"},
+        {"C3", "cut sequence"},
+        {"E2 82", "cut sequence"},
+        {"C3 00", "cut sequence"},
+        {"FF 41", "byte that UTF-8 does not have"},
+    };
+    for (const auto &[text, reason] : wrong) {
+        report += "standard input:" + std::to_string(++number) + ":1: byte " + std::to_string(lines.size() + 1) + ": " +
+                  reason + '\n';
         lines += bytes(text) + '\n';
-        report += "standard input:" + std::to_string(++number) + ": invalid at byte 1\n";
     }
     EXPECT_EQ(run({"validate", "--lines"}, lines), (Result{1, report, ""}));
     lines.clear();
-    for (const char *text : {"41 C3 A9 E2 82 AC", "ED A0 80", "00", "41 00 42", "EF BF BF", ""}) {
+    for (const char *text : {"41 C3 A9 E2 82 AC", "ED 9F BF", "00", "41 00 42", "EF BF BF", ""}) {
         lines += bytes(text) + '\n';
     }
     EXPECT_EQ(run({"validate", "--lines"}, lines), success(""));
-    EXPECT_EQ(run({"validate"}, bytes("41 00 42 0A 00 FF")).out, "standard input: invalid at offset 5, line 2\n");
-    EXPECT_EQ(run({"validate"}, bytes("41 E2 82")).out, "standard input: invalid at offset 1, line 1\n");
+    EXPECT_EQ(run({"validate"}, bytes("41 00 42 0A 00 FF")).out,
+              "standard input:2:2: byte 6: byte that UTF-8 does not have\n");
+    EXPECT_EQ(run({"validate"}, bytes("41 ED A0 80 FF")).out, "standard input:1:2: byte 2: surrogate\n");
+    EXPECT_EQ(run({"validate"}, bytes("41 E2 82")).out, "standard input:1:2: byte 2: cut sequence\n");
 }
 
 TEST(Validate, SequencesMayStraddleBuffers) {
@@ -159,10 +178,11 @@ TEST(Validate, SequencesMayStraddleBuffers) {
     EXPECT_EQ(run({"validate"}, text), success("standard input: valid\n"));
     for (std::size_t before = chunk - 2; before <= chunk; ++before) {
         EXPECT_EQ(run({"validate"}, std::string(before, '-') + "\xE2\x82" + "a").out,
-                  "standard input: invalid at offset " + std::to_string(before) + ", line 1\n");
+                  "standard input:1:" + std::to_string(before + 1) + ": byte " + std::to_string(before + 1) +
+                      ": cut sequence\n");
     }
     EXPECT_EQ(run({"validate", "-l"}, std::string(chunk - 1, '-') + "\n\xE2\x82").out,
-              "standard input:2: invalid at byte 1\n");
+              "standard input:2:1: byte " + std::to_string(chunk + 1) + ": cut sequence\n");
 }
 
 } // namespace

@@ -86,7 +86,7 @@ TEST(Usage, OutputThatCannotBeWrittenIsAnError) {
     }
     Environment full;
     full.outputFile = "/dev/full";
-    EXPECT_EQ(run({"decode", "41"}, {}, full), failure(3, "zelk: standard output: No space left on device"));
+    EXPECT_EQ(run({"decode", "41"}, {}, full), failure(3, "zelk decode: standard output: No space left on device"));
     EXPECT_EQ(run({"--help"}, {}, full), failure(3, "zelk: standard output: No space left on device"));
     const std::string much(300000, 'x');
     EXPECT_EQ(run({"convert", "--from", "1"}, much, full),

@@ -4,11 +4,11 @@ _zelk_options() {
     case $1 in
     decode) echo "--raw --file --region --default-code --extra --keep-emphasis --to --json" ;;
     explain) echo "--raw --file --region --default-code --extra --keep-emphasis --color --json" ;;
-    scan) echo "--region --default-code --extra --keep-emphasis --json --csv --color" ;;
+    scan) echo "--region --default-code --extra --keep-emphasis --json --csv --ndjson --follow --limit --duration --color" ;;
     huffman) echo "--title --description --type --skip --raw --file" ;;
-    convert) echo "--from --to --region --checked --tolerant --list" ;;
-    sort) echo "--reverse" ;;
-    match) echo "--ignore-case --ignore-control --invert" ;;
+    convert) echo "--from --to --region --default-code --extra --keep-emphasis --checked --tolerant --output --strict --list" ;;
+    sort) echo "--reverse --natural --key --unique --output" ;;
+    match) echo "--ignore-case --ignore-control --invert --count" ;;
     quote) echo "--open --close" ;;
     case) ;;
     xml) ;;
@@ -20,10 +20,11 @@ _zelk_options() {
 _zelk_values() {
     case $1/$2 in
     */--region) echo "standard iso8859-2 iso8859-7 iso8859-9 iso8859-9-alt iso8859-15 gb2312" ;;
+    */--default-code) echo "default none iso8859-1 iso8859-2 iso8859-5 iso8859-7 iso8859-9 iso8859-15 utf-8 ucs-2 compressed" ;;
     */--color) echo "auto always never" ;;
     decode/--to) echo "utf8 ucs2" ;;
-    convert/--to) echo "utf8 ucs2 ucs2be ucs2le" ;;
-    convert/--from) zelk convert --list 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
+    convert/--to | convert/-t) echo "utf8 ucs2 ucs2be ucs2le" ;;
+    convert/--from | convert/-f) zelk convert --list 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
     huffman/--type) echo "1 2 5 6" ;;
     esac
 }
@@ -46,8 +47,8 @@ _zelk() {
         words="$(_zelk_options "$command") --help"
     else
         case $previous in
-        --file | -f) ;;
-        --default-code | --extra | --skip | --open | --close) return ;;
+        -f | --file | --output | -o) ;;
+        --extra | --limit | --duration | --key | --skip | --open | --close) return ;;
         --*) words=$(_zelk_values "$command" "$previous") ;;
         esac
         if [ -z "$words" ] && [ "$COMP_CWORD" -eq 2 ]; then

@@ -1,0 +1,28 @@
+# Gathers the examples of a header, the indented lines after each "Example:", as the blocks of one C program.
+#
+#     zelk_header_examples(header program_out count_out)
+function(zelk_header_examples header program_out count_out)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${header})
+  file(READ ${header} text)
+  # What would part or join the elements of a list stands aside.
+  string(ASCII 1 semicolon)
+  string(ASCII 2 open)
+  string(ASCII 3 close)
+  string(REPLACE ";" "${semicolon}" text "${text}")
+  string(REPLACE "[" "${open}" text "${text}")
+  string(REPLACE "]" "${close}" text "${text}")
+  string(REGEX MATCHALL "\n \\* Example:\n \\*\n( \\*     [^\n]*\n)+" examples "${text}")
+  set(blocks "")
+  foreach(example IN LISTS examples)
+    string(REGEX REPLACE "^\n \\* Example:\n \\*\n" "" example "${example}")
+    string(REGEX REPLACE "(^|\n) \\* " "\\1   " example "${example}")
+    string(APPEND blocks "    {\n${example}    }\n")
+  endforeach()
+  string(REPLACE "${semicolon}" ";" blocks "${blocks}")
+  string(REPLACE "${open}" "[" blocks "${blocks}")
+  string(REPLACE "${close}" "]" blocks "${blocks}")
+  list(LENGTH examples count)
+  set(${count_out} ${count} PARENT_SCOPE)
+  file(WRITE ${program_out}
+       "#undef NDEBUG\n#include <assert.h>\n#include <stdlib.h>\n#include <string.h>\n#include <zelk.h>\n\nint main(void) {\n${blocks}    return 0;\n}\n")
+endfunction()

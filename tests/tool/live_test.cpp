@@ -1,0 +1,243 @@
+// Input that arrives bit by bit or never ends: what is answered before the end, what ends a scan, what it keeps.
+#include "helpers/text.h"
+#include "tool/run.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+namespace {
+
+using namespace zelk_test;
+using nlohmann::json;
+
+const std::string samples = ZELK_TOOL_SOURCES "/../samples/";
+
+std::string content(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<json> objects(const std::string &lines) {
+    std::vector<json> result;
+    for (std::size_t at = 0; at < lines.size();) {
+        const std::size_t end = lines.find('\n', at);
+        result.push_back(json::parse(lines.substr(at, end - at)));
+        at = end + 1;
+    }
+    return result;
+}
+
+// Runs the tool with its standard input open and does what the script says: the tool is the coprocess ZELK.
+Result converse(const std::string &arguments, const std::string &script) {
+    return runProgram("bash", {"-c", "coproc ZELK { exec " ZELK_TOOL " " + arguments +
+                                         "; }\npid=$ZELK_PID\nexec 7>&${ZELK[1]} 8<&${ZELK[0]}\n" + script});
+}
+
+TEST(Live, EveryLineIsAnsweredBeforeTheNext) {
+    const std::pair<const char *, const char *> lines[] = {
+        {"decode", "4142"},
+        {"explain --json", "4142"},
+        {"huffman --type 1", "41"},
+        {"convert --from latin1", "abc"},
+        {"convert --from dvb", "abc"},
+        {"match '*'", "abc"},
+        {"quote strip", "abc"},
+        {"case upper", "abc"},
+        {"xml escape", "abc"},
+        {"xml unescape", "abc"},
+        {"validate --lines", "\xFF"},
+    };
+    for (const auto &[command, line] : lines) {
+        const Result result = converse(command, "for round in 1 2; do\n"
+                                                "  printf '%s\\n' '" +
+                                                    std::string(line) +
+                                                    "' >&7\n"
+                                                    "  read -r -t 60 -u 8 answer && echo answered\n"
+                                                    "done");
+        EXPECT_EQ(result.out, "answered\nanswered\n") << command << result;
+    }
+}
+
+TEST(Live, ScanEndsInOrderOnASignal) {
+    for (const char *signal : {"INT", "TERM"}) {
+        const Result result = converse("scan --ndjson", "cat '" + samples +
+                                                            "multiplex.ts' >&7 &\n"
+                                                            "feeder=$!\n"
+                                                            "cat <&8 >/dev/null &\n"
+                                                            "wait $feeder; sleep 0.2; kill -" +
+                                                            signal + " $pid; wait $pid; echo \"status $?\"");
+        EXPECT_EQ(result.out, "status 0\n") << signal << result;
+    }
+}
+
+TEST(Live, ScanEndsAfterItsTime) {
+    const Result result = converse("scan --json --duration 1", "cat '" + samples +
+                                                                   "multiplex.ts' >&7 &\n"
+                                                                   "cat <&8");
+    EXPECT_EQ(result.out, content(samples + "multiplex.expected.json"));
+}
+
+TEST(Live, NdjsonTellsEveryRecordOnce) {
+    const Result result = run({"scan", "--ndjson", samples + "multiplex.ts"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "");
+    const json expected = json::parse(content(samples + "multiplex.expected.json"));
+    std::map<std::string, std::size_t> kinds;
+    std::map<std::string, json> last; // what a service was called last
+    for (const json &record : objects(result.out)) {
+        ASSERT_TRUE(record.at("table_id").is_number()) << record;
+        ASSERT_TRUE(record.at("version").is_number()) << record;
+        ++kinds[record.at("type")];
+        last[record.at("type")] = record;
+    }
+    EXPECT_EQ(kinds["network"], expected.at("networks").size());
+    EXPECT_EQ(kinds["bouquet"], expected.at("bouquets").size());
+    EXPECT_EQ(kinds["service"], expected.at("services").size());
+    EXPECT_GE(kinds["event"], expected.at("events").size());
+    json service = last["service"];
+    EXPECT_EQ(service.at("service_type"), 1);
+    EXPECT_EQ(service.at("table_id"), 0x46);
+}
+
+TEST(Live, LimitEndsAfterSoManyRecords) {
+    EXPECT_EQ(objects(run({"scan", "--ndjson", "--limit", "3", samples + "multiplex.ts"}).out).size(), 3U);
+    EXPECT_EQ(objects(run({"scan", "--ndjson", "--limit", "70", samples + "multiplex.ts"}).out).size(), 70U);
+    EXPECT_EQ(run({"scan", "--limit", "0", samples + "multiplex.ts"}).status, 2);
+    EXPECT_EQ(run({"scan", "--ndjson", "--json", samples + "multiplex.ts"}).status, 2);
+    EXPECT_EQ(run({"scan", "--follow", "--csv", samples + "multiplex.ts"}),
+              failure(2, "zelk scan: expected --follow alone or with --ndjson"));
+}
+
+// In the sample some events change their names with the second version of the schedule; nothing else changes.
+TEST(Live, FollowTellsWhatChanged) {
+    const json programmes = json::parse(content(samples + "programmes.json"));
+    std::size_t renamed = 0;
+    for (const json &service : programmes.at("services")) {
+        for (const json &event : service.at("events")) {
+            renamed += event.contains("earlier_name") ? 1 : 0;
+        }
+    }
+    ASSERT_GT(renamed, 0U);
+    const Result result = run({"scan", "--follow", "--ndjson", samples + "multiplex.ts"});
+    EXPECT_EQ(result.status, 0);
+    const std::vector<json> changes = objects(result.out);
+    EXPECT_EQ(changes.size(), renamed) << result;
+    for (const json &change : changes) {
+        EXPECT_EQ(change.at("type"), "event");
+        EXPECT_EQ(change.at("change"), "changed");
+        EXPECT_NE(change.at("former_name"), change.at("name"));
+    }
+    const Result lines = run({"scan", "--follow", samples + "multiplex.ts"});
+    EXPECT_NE(lines.out.find(" renamed: " + changes[0].at("former_name").get<std::string>() + " -> " +
+                             changes[0].at("name").get<std::string>() + '\n'),
+              std::string::npos)
+        << lines;
+}
+
+std::string bigEndian(std::uint32_t value, int count) {
+    std::string result;
+    for (int shift = 8 * (count - 1); shift >= 0; shift -= 8) {
+        result += static_cast<char>(value >> static_cast<unsigned int>(shift) & 0xFFU);
+    }
+    return result;
+}
+
+// The checksum of sections: ISO/IEC 13818-1, annex A.
+std::uint32_t checksum(const std::string &text) {
+    std::uint32_t sum = 0xFFFFFFFFU;
+    for (const char byte : text) {
+        sum ^= static_cast<std::uint32_t>(static_cast<unsigned char>(byte)) << 24U;
+        for (int bit = 0; bit < 8; ++bit) {
+            sum = sum << 1U ^ ((sum & 0x80000000U) != 0 ? 0x04C11DB7U : 0U);
+        }
+    }
+    return sum;
+}
+
+class StreamMaker {
+public:
+    // The whole schedule of a service in one section, of `count` events from the given number on.
+    std::string schedule(unsigned int service, unsigned int version, unsigned int first, unsigned int count) {
+        std::string payload = bigEndian(1, 2) + bigEndian(1, 2) + std::string(1, '\0') + '\x50';
+        for (unsigned int i = 0; i < count; ++i) {
+            const std::string name = "Event " + std::to_string(first + i) + std::string(180, '.');
+            const std::string text = "eng" + bigEndian(static_cast<std::uint32_t>(name.size()), 1) + name + '\0';
+            payload += bigEndian((first + i) & 0xFFFFU, 2) + bytes("EE 48 18 00 00 01 00 00");
+            payload += bigEndian(static_cast<std::uint32_t>(text.size()) + 2U, 2) + '\x4D' +
+                       bigEndian(static_cast<std::uint32_t>(text.size()), 1) + text;
+        }
+        std::string section = '\x50' + bigEndian(0xF000U | static_cast<std::uint32_t>(payload.size() + 9), 2) +
+                              bigEndian(service, 2) + bigEndian(0xC1U | (version & 31U) << 1U, 1) +
+                              std::string(2, '\0') + payload;
+        return packets(section + bigEndian(checksum(section), 4));
+    }
+
+private:
+    std::string packets(const std::string &section) {
+        std::string result;
+        std::string rest = '\0' + section;
+        for (bool first = true; !rest.empty(); first = false) {
+            std::string packet = bigEndian((first ? 0x47401210U : 0x47001210U) | (counter_++ & 0x0FU), 4);
+            packet += rest.substr(0, 184);
+            rest.erase(0, 184);
+            packet.resize(188, '\xFF');
+            result += packet;
+        }
+        return result;
+    }
+
+    unsigned int counter_ = 0;
+};
+
+// Ever new events in ever new versions: what is kept follows what is announced. All that was ever announced would take
+// several times the room.
+TEST(Live, MemoryFollowsWhatIsAnnounced) {
+    Environment environment;
+#ifdef ZELK_TOOL_SANITIZED
+    constexpr unsigned int rounds = 60;
+#else
+    constexpr unsigned int rounds = 500;
+    environment.addressSpace = 64U << 20U;
+#endif
+    constexpr unsigned int services = 16;
+    constexpr unsigned int events = 15;
+    StreamMaker maker;
+    unsigned int round = 0;
+    std::size_t lines = 0;
+    const Result result = stream(
+        {"scan", "--ndjson"},
+        [&] {
+            std::string part;
+            for (unsigned int service = 1; round < rounds && service <= services; ++service) {
+                part += maker.schedule(service, round, round * events, events);
+            }
+            ++round;
+            return part;
+        },
+        [&lines](const std::string &part) {
+            lines += static_cast<std::size_t>(std::count(part.begin(), part.end(), '\n'));
+        },
+        environment);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(lines, std::size_t{rounds} * services * events);
+}
+
+TEST(Live, FollowTellsNewEventsOfLaterVersions) {
+    StreamMaker maker;
+    const std::string input = maker.schedule(7, 1, 1, 2) + maker.schedule(7, 1, 1, 2) + maker.schedule(7, 2, 2, 2) +
+                              maker.schedule(7, 2, 2, 2);
+    const std::vector<json> changes = objects(run({"scan", "--follow", "--ndjson"}, input).out);
+    ASSERT_EQ(changes.size(), 1U);
+    EXPECT_EQ(changes[0].at("change"), "new");
+    EXPECT_EQ(changes[0].at("event"), 3);
+    EXPECT_EQ(changes[0].at("version"), 2);
+}
+
+} // namespace

@@ -1,0 +1,75 @@
+#include "dvb_text.h"
+
+#include "text.h"
+
+#include <fmt/format.h>
+#include <iconv.h>
+
+#include <cerrno>
+#include <cstdint>
+
+namespace zelk::tool {
+
+namespace {
+
+constexpr std::string_view replacement = "\xEF\xBF\xBD";
+
+// Three bytes for each byte of the string, which is the most that one of any table becomes. A compressed byte holds at
+// most eight characters.
+std::size_t roomFor(const std::string &bytes, DvbCode_t code) {
+    const std::size_t characters = code == DvbCodeCompressed ? 8 * bytes.size() : bytes.size();
+    return 3 * characters + 4;
+}
+
+std::string fromTables(const DvbSettings &settings, const std::string &bytes, DvbCode_t code) {
+    std::string out(roomFor(bytes, code), '\0');
+    out.resize(zelk_dvb8ToUtf8(settings.region, out.data(), static_cast<int>(out.size()), bytes.data(),
+                               static_cast<int>(bytes.size()), settings.defaultCode, settings.extra, settings.flags()));
+    return out;
+}
+
+// As the library's converter class reads it, selector bytes and all and up to the first zero byte; but where iconv
+// stops, one byte is passed over, so that the text after it is read too.
+std::string fromGb2312(const std::string &bytes) {
+    const iconv_t descriptor = iconv_open("utf-8", "gb2312");
+    std::string out(3 * bytes.size() + 4, '\0');
+    char *to = out.data();
+    std::size_t room = out.size();
+    char *from = const_cast<char *>(bytes.data()); // iconv does not write there
+    std::size_t left = bytes.find('\0') == std::string::npos ? bytes.size() : bytes.find('\0');
+    while (left != 0) {
+        if (descriptor != reinterpret_cast<iconv_t>(-1)) {
+            (void)iconv(descriptor, &from, &left, &to, &room);
+        }
+        if (left != 0) {
+            to = std::copy(replacement.begin(), replacement.end(), to);
+            room -= replacement.size();
+            ++from;
+            --left;
+        }
+    }
+    if (descriptor != reinterpret_cast<iconv_t>(-1)) {
+        (void)iconv_close(descriptor);
+    }
+    out.resize(out.size() - room);
+    return out;
+}
+
+} // namespace
+
+std::string DvbReader::text(const std::string &bytes) {
+    const DvbCode_t code = selectTable(settings_, bytes).code;
+    const bool chinese = settings_.region == DvbCharSetGb2312 && code == DvbCodeTable00;
+    std::string result = chinese ? fromGb2312(bytes) : fromTables(settings_, bytes, code);
+    unread_ += replaceInvalid(result);
+    return result;
+}
+
+void reportUnread(const std::string &command, const std::string &subject, std::size_t count) {
+    if (count != 0) {
+        fmt::print(stderr, "zelk {}: {}{}{} unreadable character{} written as U+FFFD\n", command, subject,
+                   subject.empty() ? "" : ": ", count, count == 1 ? "" : "s");
+    }
+}
+
+} // namespace zelk::tool
