@@ -7,6 +7,7 @@
 #include "tables/byte_set_planes.h"
 #include "tables/dvb_marks.h"
 #include "tables/kept_units.h"
+#include "tables/unit_shuffles.h"
 #include "tables/xml.h"
 
 #include <algorithm>

@@ -19,20 +19,14 @@
 
 namespace zelk::tables {
 
-// Wider steps are fewer, and take more memory: 80 KiB for all four codes where the library has several sets of kernels,
-// 47 KiB where it has one. Measured with names and descriptions: steps of four bits take up to 28 % more time than
-// those of five; with states down to 2^-13 alone, 28 KiB, it is up to twice the time, for codes that are rare in their
-// own kind of text are common in another. Steps that give two characters were up to 70 % faster with 140 KiB of tables,
-// and from 23 % slower to 50 % faster with 105 KiB: the library has no room for them.
-#if defined(ZELK_KERNELS_ONLY)
+// Wider steps are fewer, and take more memory: these take 47 KiB for all four codes. Measured with names and
+// descriptions: steps of five bits, 80 KiB, take down to 22 % less time; with states down to 2^-13 alone, 28 KiB, it is
+// up to twice the time, for codes that are rare in their own kind of text are common in another. Steps that give two
+// characters were up to 70 % faster with 140 KiB of tables, and from 23 % slower to 50 % faster with 105 KiB: the
+// library has no room for them.
 inline constexpr unsigned int stepBits = 4;
 inline constexpr unsigned int rarestState = 20;
 inline constexpr unsigned int rarestStateOfLargest = 18;
-#else
-inline constexpr unsigned int stepBits = 5;
-inline constexpr unsigned int rarestState = 24;
-inline constexpr unsigned int rarestStateOfLargest = 20;
-#endif
 
 // A step: the bits used in its low six bits, above them the place of the next state, and a mark.
 using Step = std::uint16_t;

@@ -16,52 +16,16 @@
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
-using Shuffle = std::array<std::uint8_t, laneBytes>;
-
-inline constexpr std::uint8_t leftOut = 0x80; // as an index of a shuffle: a zero, after what counts
-
-// By a bit for each of eight units, set above ASCII: the bytes of their pairs.
-alignas(laneBytes) inline constexpr auto pairShuffles = [] {
-    std::array<Shuffle, 256> shuffles{};
-    for (unsigned int above = 0; above < shuffles.size(); ++above) {
-        shuffles[above].fill(leftOut);
-        std::size_t count = 0;
-        for (unsigned int unit = 0; unit < laneUnits; ++unit) {
-            shuffles[above][count++] = static_cast<std::uint8_t>(2 * unit);
-            if ((above >> unit & 1U) != 0) {
-                shuffles[above][count++] = static_cast<std::uint8_t>(2 * unit + 1);
-            }
-        }
-    }
-    return shuffles;
-}();
-
-// By a bit for each of four units, set above ASCII, and four bits above those, set from U+0800 on: their bytes.
-alignas(laneBytes) inline constexpr auto tripleShuffles = [] {
-    std::array<Shuffle, 256> shuffles{};
-    for (unsigned int bits = 0; bits < shuffles.size(); ++bits) {
-        shuffles[bits].fill(leftOut);
-        std::size_t count = 0;
-        for (unsigned int unit = 0; unit < wordUnits; ++unit) {
-            const unsigned int bytes = 1 + (bits >> unit & 1U) + (bits >> (unit + wordUnits) & 1U);
-            for (unsigned int byte = 0; byte < bytes; ++byte) {
-                shuffles[bits][count++] = static_cast<std::uint8_t>(4 * unit + byte);
-            }
-        }
-    }
-    return shuffles;
-}();
-
 // From place n on: the index of byte n and those after it.
 alignas(laneBytes) inline constexpr auto slide = [] {
     std::array<std::uint8_t, 2 * laneBytes> places{};
     for (std::size_t place = 0; place < places.size(); ++place) {
-        places[place] = static_cast<std::uint8_t>(place < laneBytes ? place : leftOut);
+        places[place] = static_cast<std::uint8_t>(place < laneBytes ? place : tables::leftOut);
     }
     return places;
 }();
 
-ZELK_OPERATION Lane shuffled(Lane lane, const Shuffle &shuffle) {
+ZELK_OPERATION Lane shuffled(Lane lane, const tables::Shuffle &shuffle) {
     return shuffleLane(lane, load<Lane>(shuffle.data()));
 }
 
@@ -123,7 +87,7 @@ struct Pairs {
 
     template <Reach reach>
     ZELK_OPERATION std::size_t putPairs(char *out, Lane pairs, unsigned int above) {
-        const Lane bytes = shuffled(pairs, pairShuffles[above]);
+        const Lane bytes = shuffled(pairs, tables::pairShuffles[above]);
         const std::size_t count = laneUnits + countOf(above);
         if (reach == Reach::Whole) {
             store(out, bytes);
@@ -177,7 +141,7 @@ struct Triples {
     // Four units as four times four bytes.
     template <Reach reach>
     ZELK_OPERATION std::size_t putFour(char *out, Lane groups, unsigned int bits) {
-        const Lane bytes = shuffled(groups, tripleShuffles[bits]);
+        const Lane bytes = shuffled(groups, tables::tripleShuffles[bits]);
         const std::size_t count = wordUnits + countOf(bits);
         if (reach == Reach::Whole) {
             store(out, bytes);
