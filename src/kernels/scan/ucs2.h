@@ -73,17 +73,19 @@ ZELK_STAGE std::size_t unitsBeforeStop(const unsigned char *text, std::size_t co
 
 // ---- What may be read
 
-// Whether a zero is among the units of a text, at an even address, that lie in its first line. All of the line is read.
-ZELK_OPERATION bool firstLineHasZero(const unsigned char *text, std::size_t count) {
+// Whether there is a zero from an even address to the end of its line, all of whose units there belong to the text or
+// come after its zero. Blocks are read from the one that holds the address up to the first zero.
+ZELK_OPERATION bool restOfLineHasZero(const unsigned char *text) {
     const std::size_t place = placeInLine(text);
-    const unsigned char *const line = text - place;
-    std::uint64_t zeros = 0;
-    for (std::size_t i = 0; i < lineBytes / blockBytes; ++i) {
-        zeros |= placesOf(asBytes(equalUnits(asUnits(loadAligned(line + i * blockBytes)), Units{})))
-                 << i * blockBytes * bitsPerPlace;
+    const std::size_t inBlock = place % blockBytes;
+    const auto zerosAt = [](const unsigned char *block) {
+        return placesOf(asBytes(equalUnits(asUnits(loadAligned(block)), Units{})));
+    };
+    std::uint64_t zeros = zerosAt(text - inBlock) >> inBlock * bitsPerPlace;
+    for (std::size_t at = place - inBlock + blockBytes; zeros == 0 && at < lineBytes; at += blockBytes) {
+        zeros = zerosAt(text - place + at);
     }
-    zeros >>= place * bitsPerPlace;
-    return zeros != 0 && firstPlace(zeros) < 2 * count;
+    return zeros != 0;
 }
 
 // Of at most `count` units, as many as may be read at once: all, where no zero ends the text in a line before the last
@@ -91,21 +93,20 @@ ZELK_OPERATION bool firstLineHasZero(const unsigned char *text, std::size_t coun
 template <UnitOrder order>
 ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t count) {
     constexpr std::size_t lineUnits = lineBytes / 2;
-    const std::size_t first = std::min(bytesInLine(text) / 2, count);
+    if (areInLine(text, 2 * count)) {
+        return count;
+    }
+    const std::size_t first = bytesInLine(text) / 2;
     const bool isEven = reinterpret_cast<std::uintptr_t>(text) % 2 == 0;
-    if (isEven ? firstLineHasZero(text, count) : unitsBeforeStop<order, Clean::Any>(text, first) != first)
-        [[unlikely]] {
+    if (isEven ? restOfLineHasZero(text) : unitsBeforeStop<order, Clean::Any>(text, first) != first) [[unlikely]] {
         return unitsBeforeStop<order, Clean::Any>(text, first);
     }
-    std::size_t checked = first;
-    for (; count - checked > lineUnits; checked += lineUnits) {
+    for (std::size_t checked = first; count - checked > lineUnits; checked += lineUnits) {
         const unsigned char *const line = text + 2 * checked;
-        UnitFlags zeros{};
         for (std::size_t at = 0; at < lineUnits; at += blockUnits) {
-            zeros |= equalUnits(unitsAt<UnitOrder::LowFirst>(line, at), Units{});
-        }
-        if (anyBit(asBytes(zeros))) [[unlikely]] {
-            return checked + unitsBeforeStop<order, Clean::Any>(line, lineUnits);
+            if (anyBit(asBytes(equalUnits(unitsAt<UnitOrder::LowFirst>(line, at), Units{})))) [[unlikely]] {
+                return checked + unitsBeforeStop<order, Clean::Any>(line, lineUnits);
+            }
         }
     }
     return count;

@@ -21,15 +21,16 @@ ZELK_OPERATION std::uint64_t zeroPlaces(Bytes bytes) {
     return placesOf(equal(bytes, Bytes{}));
 }
 
-// Whether there is a zero from an address to the end of its line. Blocks that lie before the address are not read.
+// Whether there is a zero from an address to the end of its line. Blocks are read from the one that holds the address
+// up to the first zero.
 ZELK_OPERATION bool hasZeroInLine(const unsigned char *at) {
     const std::size_t place = placeInLine(at);
-    const std::size_t firstBlock = place & ~(blockBytes - 1);
-    std::uint64_t places = 0;
-    for (std::size_t block = 0; block < lineBytes; block += blockBytes) {
-        places |= zeroPlaces(loadAligned(at - place + std::max(block, firstBlock))) << block * bitsPerPlace;
+    const std::size_t inBlock = place % blockBytes;
+    std::uint64_t zeros = zeroPlaces(loadAligned(at - inBlock)) >> inBlock * bitsPerPlace;
+    for (std::size_t block = place - inBlock + blockBytes; zeros == 0 && block < lineBytes; block += blockBytes) {
+        zeros = zeroPlaces(loadAligned(at - place + block));
     }
-    return places >> place * bitsPerPlace != 0;
+    return zeros != 0;
 }
 
 // ---- Blocks and the bytes before theirs

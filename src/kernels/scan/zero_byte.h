@@ -1,5 +1,5 @@
-// Where a text of bytes ends that a zero may end before its count. Of the line that holds the zero all is read, of the
-// lines after it nothing.
+// Where a text of bytes ends that a zero may end before its count. Nothing is read after the block that holds
+// the zero.
 #pragma once
 
 #include "kernels/plain/byte_sets.h"
@@ -7,30 +7,21 @@
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
-// The places of the zeros among 64 bytes, or the 16 of a line.
-ZELK_OPERATION std::uint64_t zerosOfLine(const unsigned char *line) {
-    std::uint64_t zeros = 0;
-    for (std::size_t i = 0; i < lineBytes / blockBytes; ++i) {
-        zeros |= placesOf(equal(loadAligned(line + i * blockBytes), Bytes{})) << i * blockBytes * bitsPerPlace;
-    }
-    return zeros;
-}
-
 // Up to so many bytes a text is looked through line by line; above, a call of the C library's search costs less.
 inline constexpr std::size_t linesLookedThrough = 4;
 
+// Blocks are read from the one that holds the first byte up to the first zero, or to the one that holds the last byte.
 ZELK_OPERATION std::size_t bytesBeforeZero(const unsigned char *text, std::size_t length) {
     if (length == 0 || length > linesLookedThrough * lineBytes) {
         return plain::bytesBeforeZero(text, length);
     }
-    const std::size_t place = placeInLine(text);
-    std::uint64_t zeros = zerosOfLine(text - place) >> place * bitsPerPlace;
+    const auto zerosAt = [](const unsigned char *block) { return placesOf(equal(loadAligned(block), Bytes{})); };
+    const std::size_t inBlock = reinterpret_cast<std::uintptr_t>(text) % blockBytes;
+    std::uint64_t zeros = zerosAt(text - inBlock) >> inBlock * bitsPerPlace;
     std::size_t checked = 0;
-    std::size_t next = lineBytes - place;
-    while (zeros == 0 && next < length) {
+    for (std::size_t next = blockBytes - inBlock; zeros == 0 && next < length; next += blockBytes) {
         checked = next;
-        next += lineBytes;
-        zeros = zerosOfLine(text + checked);
+        zeros = zerosAt(text + next);
     }
     return zeros == 0 ? length : std::min(length, checked + firstPlace(zeros));
 }
