@@ -3,6 +3,7 @@
 
 #include "helpers/guarded.h"
 #include "helpers/text.h"
+#include "reference/xml_model.h"
 
 #include <gtest/gtest.h>
 
@@ -46,71 +47,6 @@ std::string unescaped(const std::string &text, int size = 200) {
 std::string counted(Conversion conversion, const std::string &text, int size = 200) {
     const std::vector<char> in = exactly(text);
     return convert(conversion, size, in.data(), static_cast<int>(in.size()));
-}
-
-std::string modelEntity(char character) {
-    switch (character) {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '"':
-        return "&quot;";
-    case '\'':
-        return "&apos;";
-    default:
-        return std::string(1, character);
-    }
-}
-
-// The text that the count and the zero byte leave.
-std::string modelText(const std::string &in) {
-    return in.substr(0, in.find('\0'));
-}
-
-std::string modelEscape(const std::string &in, int size) {
-    std::string out;
-    for (const char character : modelText(in)) {
-        const std::string entity = modelEntity(character);
-        if (out.size() + entity.size() + 1 > static_cast<std::size_t>(size)) {
-            break;
-        }
-        out += entity;
-    }
-    return out;
-}
-
-std::string modelUnescape(const std::string &in, int size) {
-    const std::string text = modelText(in);
-    std::string out;
-    std::size_t at = 0;
-    while (at < text.size() && out.size() + 1 < static_cast<std::size_t>(size)) {
-        std::size_t end = text.find(';', at);
-        end = end == std::string::npos ? text.size() : end;
-        if (text[at] == '&' && end - at <= 6) {
-            const std::string name = text.substr(at, end - at);
-            if (name.rfind("&#", 0) == 0) {
-                out += static_cast<char>(std::strtoul(name.c_str() + 2, nullptr, 10) % 256);
-                at = end + 1;
-                continue;
-            }
-            char found = 0;
-            for (const char character : {'\'', '"', '>', '<', '&'}) {
-                if (modelEntity(character).rfind(name, 0) == 0) {
-                    found = character;
-                }
-            }
-            if (found != 0) {
-                out += found;
-                at = end + 1;
-                continue;
-            }
-        }
-        out += text[at++];
-    }
-    return out;
 }
 
 std::string randomText(Random &random, std::uint32_t longest, const std::string &alphabet) {

@@ -34,9 +34,13 @@ struct AnyText {
         other = bytes.empty() ? bytes : bytes.substr(0, bytes.size() - 1) + 'z';
     }
 
-    const char *text() const { return bytes.c_str(); }
-    const unsigned char *utf8() const { return reinterpret_cast<const unsigned char *>(bytes.c_str()); }
-    const unsigned char *bytePairs() const { return reinterpret_cast<const unsigned char *>(pairs.c_str()); }
+    const char *text() const { return placedBytes != nullptr ? placedBytes : bytes.c_str(); }
+    const unsigned char *utf8() const { return reinterpret_cast<const unsigned char *>(text()); }
+    const unsigned short *wide() const { return placedUnits != nullptr ? placedUnits : units.data(); }
+    const unsigned char *bytePairs() const {
+        return placedPairs != nullptr ? placedPairs : reinterpret_cast<const unsigned char *>(pairs.c_str());
+    }
+    const char *otherText() const { return placedOther != nullptr ? placedOther : other.c_str(); }
     unsigned int widthCount() const { return static_cast<unsigned int>(count); } // 0xFFFFFFFF for -1
 
     std::string bytes;
@@ -47,6 +51,14 @@ struct AnyText {
     Owned<CharPacket> packet;
     Owned<WideCharPacket> widePacket;
     const char *pattern = "*e*a*z";
+    // Copies that a test has put where it wants them; null for the texts above.
+    const char *placedBytes = nullptr;
+    const unsigned short *placedUnits = nullptr;
+    const unsigned char *placedPairs = nullptr;
+    const char *placedOther = nullptr;
+    unsigned int part = 2;
+    int codePage = 1250;
+    unsigned int flags = 0;
     dvbCharSet_t region = DvbCharSetStandard;
     zelk::IsoConverter iso{2};
     zelk::WinConverter windows{1250, 0};
@@ -54,19 +66,20 @@ struct AnyText {
     zelk::DvbConverter gb2312{DvbCharSetGb2312, 0};
 };
 
-// Where functions write: room for any result of a text of `length` bytes, or `size` where the test says less.
+// Where functions write: room for any result of a text of `length` bytes, or `size` where the test says less; or a
+// place of the test's own, with the size that is stated to the function.
 struct AnyRoom {
-    explicit AnyRoom(std::size_t length) : size(static_cast<int>(8 * length + 64)), narrow(8 * length + 64) {
-        wide.resize(narrow.size());
-    }
+    explicit AnyRoom(std::size_t length) : size(static_cast<int>(8 * length + 64)), own(8 * length + 64) {}
+    AnyRoom(void *at, int stated) : size(stated), placed(at) {}
 
-    char *chars() { return narrow.data(); }
-    unsigned char *utf8() { return reinterpret_cast<unsigned char *>(narrow.data()); }
-    unsigned short *units() { return wide.data(); }
+    char *chars() { return static_cast<char *>(at()); }
+    unsigned char *utf8() { return static_cast<unsigned char *>(at()); }
+    unsigned short *units() { return static_cast<unsigned short *>(at()); }
+    void *at() { return placed != nullptr ? placed : own.data(); }
 
     int size;
-    std::vector<char> narrow;
-    std::vector<unsigned short> wide;
+    std::vector<unsigned short> own;
+    void *placed = nullptr;
     long sum = 0; // of results, so that no call is in vain
 };
 
@@ -102,14 +115,14 @@ struct PacketFunction {
 
 inline constexpr PacketFunction packetFunctions[] = {
     {"zelkNewCharPacket", [](const AnyText &in) -> void * { return zelkNewCharPacket(0, in.text()); }},
-    {"zelkNewWideCharPacket", [](const AnyText &in) -> void * { return zelkNewWideCharPacket(0, in.units.data()); }},
+    {"zelkNewWideCharPacket", [](const AnyText &in) -> void * { return zelkNewWideCharPacket(0, in.wide()); }},
     {"zelkConsCharPacket",
      [](const AnyText &in) -> void * {
          return zelkConsCharPacket(in.text(), in.text(), static_cast<const char *>(nullptr));
      }},
     {"zelkConsWideCharPacket",
      [](const AnyText &in) -> void * {
-         return zelkConsWideCharPacket(in.units.data(), in.units.data(), static_cast<const unsigned short *>(nullptr));
+         return zelkConsWideCharPacket(in.wide(), in.wide(), static_cast<const unsigned short *>(nullptr));
      }},
     {"zelkCatCharPackets",
      [](const AnyText &in) -> void * {
@@ -124,9 +137,8 @@ inline constexpr PacketFunction packetFunctions[] = {
     {"zelkGetWideQuoted", [](const AnyText &in) -> void * { return zelkGetWideQuoted(in.widePacket.get(), '"', '"'); }},
     {"zelkSubstr", [](const AnyText &in) -> void * { return zelkSubstr(in.packet.get(), 1, 2, in.text()); }},
     {"zelkWideSubstr",
-     [](const AnyText &in) -> void * { return zelkWideSubstr(in.widePacket.get(), 1, 2, in.units.data()); }},
-    {"zelkUtf8EncodeString",
-     [](const AnyText &in) -> void * { return zelkUtf8EncodeString(in.units.data(), in.count); }},
+     [](const AnyText &in) -> void * { return zelkWideSubstr(in.widePacket.get(), 1, 2, in.wide()); }},
+    {"zelkUtf8EncodeString", [](const AnyText &in) -> void * { return zelkUtf8EncodeString(in.wide(), in.count); }},
     {"zelkUtf8EncodeNotAlignedString",
      [](const AnyText &in) -> void * { return zelkUtf8EncodeNotAlignedString(in.bytePairs(), in.count); }},
     {"zelkUtf8EncodeNotAlignedInverseString",
@@ -150,15 +162,15 @@ inline constexpr PacketFunction packetFunctions[] = {
      [](const AnyText &in) -> void * { return zelkConvertWindowsToUtf8(1250, 0, in.text(), in.count); }},
     {"zelkPreprocessDvbStringToUtf8",
      [](const AnyText &in) -> void * {
-         return zelkPreprocessDvbStringToUtf8(in.region, in.text(), in.count, DvbCodeNone, 0, 0);
+         return zelkPreprocessDvbStringToUtf8(in.region, in.text(), in.count, DvbCodeNone, 0, in.flags);
      }},
     {"zelkConvertDvb8ToUnicode",
      [](const AnyText &in) -> void * {
-         return zelkConvertDvb8ToUnicode(in.region, in.text(), in.count, DvbCodeNone, 0, 0);
+         return zelkConvertDvb8ToUnicode(in.region, in.text(), in.count, DvbCodeNone, 0, in.flags);
      }},
     {"zelkConvertDvb8ToUtf8",
      [](const AnyText &in) -> void * {
-         return zelkConvertDvb8ToUtf8(in.region, in.text(), in.count, DvbCodeNone, 0, 0);
+         return zelkConvertDvb8ToUtf8(in.region, in.text(), in.count, DvbCodeNone, 0, in.flags);
      }},
     {"zelkXmlify", [](const AnyText &in) -> void * { return zelkXmlify(in.text(), in.count); }},
     {"zelkUnXml", [](const AnyText &in) -> void * { return zelkUnXml(in.text(), in.count); }},
@@ -176,7 +188,7 @@ inline constexpr StringFunction stringFunctions[] = {
     {"Utf8Decoder::utf8Decode(string const&)",
      [](const AnyText &in) { return zelk::Utf8Decoder::utf8Decode(in.bytes); }},
     {"Utf8Encoder::utf8Encode(unsigned short const*, int)",
-     [](const AnyText &in) { return zelk::Utf8Encoder::utf8Encode(in.units.data(), in.count); }},
+     [](const AnyText &in) { return zelk::Utf8Encoder::utf8Encode(in.wide(), in.count); }},
     {"Utf8Encoder::utf8Encode(string const&)",
      [](const AnyText &in) { return zelk::Utf8Encoder::utf8Encode(in.pairs); }},
     {"Utf8Encoder::utf8EncodeNotAlignedText(unsigned char const*, int)",
@@ -271,16 +283,16 @@ inline void decodeGuide(const zelk::HuffmanDecoder &decoder, const AnyText &in, 
 
 inline constexpr PlainFunction plainFunctions[] = {
     {"zelk_strlcpy",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_strlcpy(to.chars(), to.size, in.text(), ~0U); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_strlcpy(to.chars(), to.size, in.text(), in.widthCount()); }},
     {"zelk_wstrlcpy",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_wstrlcpy(to.units(), to.size, in.units.data(), ~0U); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_wstrlcpy(to.units(), to.size, in.wide(), in.widthCount()); }},
     {"zelk_nawstrlcpy",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_nawstrlcpy(to.utf8(), to.size / 2, in.bytePairs(), ~0U); }},
-    {"zelk_wcslen", [](const AnyText &in, AnyRoom &to) { to.sum += zelk_wcslen(in.units.data()); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_nawstrlcpy(to.utf8(), to.size, in.bytePairs(), in.widthCount()); }},
+    {"zelk_wcslen", [](const AnyText &in, AnyRoom &to) { to.sum += zelk_wcslen(in.wide()); }},
     {"zelk_nawcslen", [](const AnyText &in, AnyRoom &to) { to.sum += zelk_nawcslen(in.bytePairs()); }},
     {"zelk_expand", [](const AnyText &in, AnyRoom &to) { to.sum += zelk_expand(to.units(), in.text(), to.size); }},
     {"zelkGetQuotedLength",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkGetQuotedLength(in.text(), ~0U, '"', '"'); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkGetQuotedLength(in.text(), in.widthCount(), '"', '"'); }},
     {"zelkCopyQuoted",
      [](const AnyText &in, AnyRoom &to) {
          to.sum += zelkCopyQuoted(to.chars(), to.size, in.text(), in.count, '"', '"');
@@ -290,14 +302,14 @@ inline constexpr PlainFunction plainFunctions[] = {
          to.sum += zelkRemoveQuotesFromString(to.chars(), to.size, in.text(), '"', '"');
      }},
     {"zelkGetWideQuotedLength",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkGetWideQuotedLength(in.units.data(), ~0U, '"', '"'); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkGetWideQuotedLength(in.wide(), in.widthCount(), '"', '"'); }},
     {"zelkCopyWideQuoted",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelkCopyWideQuoted(to.units(), to.size, in.units.data(), in.count, '"', '"');
+         to.sum += zelkCopyWideQuoted(to.units(), to.size, in.wide(), in.count, '"', '"');
      }},
     {"zelkRemoveQuotesFromWideString",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelkRemoveQuotesFromWideString(to.units(), to.size, in.units.data(), '"', '"');
+         to.sum += zelkRemoveQuotesFromWideString(to.units(), to.size, in.wide(), '"', '"');
      }},
     {"zelk_filterControlCode0",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_filterControlCode0(in.units[0]); }, false},
@@ -311,26 +323,26 @@ inline constexpr PlainFunction plainFunctions[] = {
      [](const AnyText &in, AnyRoom &to) { to.sum += zelkFilterString(to.chars(), to.size, in.text(), nullptr); }},
     {"zelkFilterWideString",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelkFilterWideString(to.units(), to.size, in.units.data(), nullptr);
+         to.sum += zelkFilterWideString(to.units(), to.size, in.wide(), nullptr);
      }},
     {"zelk_bitsRevertSequence",
      [](const AnyText &in, AnyRoom &to) {
          to.sum += zelk_bitsRevertSequence(to.utf8(), in.utf8(), static_cast<int>(in.bytes.size()));
      }},
     {"zelkUtf8CharGetLength",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharGetLength(in.utf8(), ~0U); }, false},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharGetLength(in.utf8(), in.widthCount()); }, false},
     {"zelkUtf8CharDecode",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharDecode(in.utf8(), ~0U, to.units()); }, false},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharDecode(in.utf8(), in.widthCount(), to.units()); }, false},
     {"zelkUtf8CharGetEncodedLength",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharGetEncodedLength(in.units[0]); }, false},
     {"zelkUtf8CharEncode",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8CharEncode(in.units[0], to.utf8(), to.size); }, false},
     {"zelkUtf8EncodeText",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelkUtf8EncodeText(to.utf8(), to.size, in.units.data(), in.count);
+         to.sum += zelkUtf8EncodeText(to.utf8(), to.size, in.wide(), in.count);
      }},
     {"zelkUtf8GetLength",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8GetLength(in.units.data(), in.count); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8GetLength(in.wide(), in.count); }},
     {"zelkUtf8EncodeNotAlignedText",
      [](const AnyText &in, AnyRoom &to) {
          to.sum += zelkUtf8EncodeNotAlignedText(to.utf8(), to.size, in.bytePairs(), in.count);
@@ -381,7 +393,7 @@ inline constexpr PlainFunction plainFunctions[] = {
      }},
     {"zelkUtf8EncodeStream",
      [](const AnyText &in, AnyRoom &to) {
-         UnitReader reader{in.units.data()};
+         UnitReader reader{in.wide()};
          zelkUtf8EncodeStream(UnitReader::next, &reader, countUnit, &to.sum);
      }},
     {"zelkUtf8DecodeStream",
@@ -415,27 +427,27 @@ inline constexpr PlainFunction plainFunctions[] = {
      [](const AnyText &in, AnyRoom &to) { to.sum += zelkUtf8FilterString(to.utf8(), to.size, in.utf8(), capitalA); }},
     {"combiningMapIso", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += combiningMapIso(2); }, false},
     {"zelk_isoConvertSingleChar",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoConvertSingleChar(2, in.utf8()[0]); }, false},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoConvertSingleChar(in.part, in.utf8()[0]); }, false},
     {"zelk_isoToUnicodeMaxLength",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoToUnicodeMaxLength(in.text(), in.count); }},
     {"zelk_isoToUtf8MaxLength",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoToUtf8MaxLength(in.text(), in.count); }},
     {"zelk_isoToUtf8Length",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoToUtf8Length(in.text(), in.count, 2); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoToUtf8Length(in.text(), in.count, in.part); }},
     {"zelk_isoToUnicode",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_isoToUnicode(5, to.units(), to.size, in.text(), in.count);
+         to.sum += zelk_isoToUnicode(in.part, to.units(), to.size, in.text(), in.count);
      }},
     {"zelk_isoToUtf8",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoToUtf8(2, to.chars(), to.size, in.text(), in.count); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_isoToUtf8(in.part, to.chars(), to.size, in.text(), in.count); }},
     {"zelk_isoToUtf8Checked",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_isoToUtf8Checked(2, to.chars(), to.size, in.text(), in.count);
+         to.sum += zelk_isoToUtf8Checked(in.part, to.chars(), to.size, in.text(), in.count);
      }},
     {"zelk_isoToUtf8Tolerant",
      [](const AnyText &in, AnyRoom &to) {
          int flag = 0;
-         to.sum += zelk_isoToUtf8Tolerant(2, to.chars(), to.size, in.text(), in.count, &flag);
+         to.sum += zelk_isoToUtf8Tolerant(in.part, to.chars(), to.size, in.text(), in.count, &flag);
      }},
     {"zelk_winGetCodeTable", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += zelk_winGetCodeTable(1250, 0); }, false},
     {"zelk_winMapCode", [](const AnyText &in, AnyRoom &to) { to.sum += zelk_winMapCode(1, in.utf8()[0]); }, false},
@@ -444,22 +456,22 @@ inline constexpr PlainFunction plainFunctions[] = {
     {"zelk_winToUtf8MaxLength",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_winToUtf8MaxLength(in.text(), in.count); }},
     {"zelk_winToUtf8Length",
-     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_winToUtf8Length(in.text(), in.count, 1251, 0); }},
+     [](const AnyText &in, AnyRoom &to) { to.sum += zelk_winToUtf8Length(in.text(), in.count, in.codePage, 0); }},
     {"zelk_winToUnicode",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_winToUnicode(1251, 0, to.units(), to.size, in.text(), in.count);
+         to.sum += zelk_winToUnicode(in.codePage, 0, to.units(), to.size, in.text(), in.count);
      }},
     {"zelk_winToUtf8",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_winToUtf8(1251, 0, to.chars(), to.size, in.text(), in.count);
+         to.sum += zelk_winToUtf8(in.codePage, 0, to.chars(), to.size, in.text(), in.count);
      }},
     {"zelk_pela_ttxConvertToUnicode",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_pela_ttxConvertToUnicode(to.units(), to.size, in.units.data(), in.count);
+         to.sum += zelk_pela_ttxConvertToUnicode(to.units(), to.size, in.wide(), in.count);
      }},
     {"zelk_pela_ttxConvertToUtf8",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_pela_ttxConvertToUtf8(to.chars(), to.size, in.units.data(), in.count);
+         to.sum += zelk_pela_ttxConvertToUtf8(to.chars(), to.size, in.wide(), in.count);
      }},
     {"zelk_dvbGetDvbCode",
      [](const AnyText &in, AnyRoom &to) {
@@ -472,15 +484,15 @@ inline constexpr PlainFunction plainFunctions[] = {
     {"combiningMapDvb", [](const AnyText & /*in*/, AnyRoom &to) { to.sum += combiningMapDvb(2); }, false},
     {"zelk_dvb8ToUnicode",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_dvb8ToUnicode(in.region, to.units(), to.size, in.text(), in.count, DvbCodeNone, 0, 0);
+         to.sum += zelk_dvb8ToUnicode(in.region, to.units(), to.size, in.text(), in.count, DvbCodeNone, 0, in.flags);
      }},
     {"zelk_dvb8ToUtf8",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_dvb8ToUtf8(in.region, to.chars(), to.size, in.text(), in.count, DvbCodeNone, 0, 0);
+         to.sum += zelk_dvb8ToUtf8(in.region, to.chars(), to.size, in.text(), in.count, DvbCodeNone, 0, in.flags);
      }},
     {"zelk_dvb8ToUnicodeMaxLength",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_dvb8ToUnicodeMaxLength(in.text(), in.count, DvbCodeNone, 0, 0);
+         to.sum += zelk_dvb8ToUnicodeMaxLength(in.text(), in.count, DvbCodeNone, 0, in.flags);
      }},
     {"zelk_dvb8ToUtf8MaxLength",
      [](const AnyText &in, AnyRoom &to) {
@@ -492,7 +504,7 @@ inline constexpr PlainFunction plainFunctions[] = {
      }},
     {"zelk_dvb8PrepUtf8",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_dvb8PrepUtf8(in.region, to.chars(), to.size, in.text(), in.count, DvbCodeNone, 0, 0);
+         to.sum += zelk_dvb8PrepUtf8(in.region, to.chars(), to.size, in.text(), in.count, DvbCodeNone, 0, in.flags);
      }},
     {"zelk_dvbPrep8ToUtf8",
      [](const AnyText &in, AnyRoom &to) {
@@ -516,7 +528,7 @@ inline constexpr PlainFunction plainFunctions[] = {
     {"zelkcharGetClass", [](const AnyText &in, AnyRoom &to) { to.sum += zelkcharGetClass(in.units[0]); }, false},
     {"zelkCollateCharsByMainKey",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelkCollateCharsByMainKey(0, in.units[0], 'e'); }, false},
-    {"zelkCollate", [](const AnyText &in, AnyRoom &to) { to.sum += zelkCollate(0, in.text(), in.other.c_str()); }},
+    {"zelkCollate", [](const AnyText &in, AnyRoom &to) { to.sum += zelkCollate(0, in.text(), in.otherText()); }},
     {"zelk_patternWildcardMatch",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_patternWildcardMatch(in.text(), in.pattern); }},
     {"zelk_patternWildcardMatchIgnoreCase",
@@ -531,11 +543,11 @@ inline constexpr PlainFunction plainFunctions[] = {
      }},
     {"zelk_patternCompareIgnoreControlChars",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_patternCompareIgnoreControlChars(in.text(), in.other.c_str());
+         to.sum += zelk_patternCompareIgnoreControlChars(in.text(), in.otherText());
      }},
     {"zelk_patternCompareIgnoreCaseAndControlChars",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk_patternCompareIgnoreCaseAndControlChars(in.text(), in.other.c_str());
+         to.sum += zelk_patternCompareIgnoreCaseAndControlChars(in.text(), in.otherText());
      }},
     {"zelk_xmlescape",
      [](const AnyText &in, AnyRoom &to) { to.sum += zelk_xmlescape(in.utf8()[0]) == nullptr ? 0 : 1; }, false},
@@ -549,7 +561,7 @@ inline constexpr PlainFunction plainFunctions[] = {
      [](const AnyText &in, AnyRoom &to) {
          zelk::UErrorCode status = zelk::ZeroError;
          int length = 0;
-         zelk::CodeConversion::strToUTF8(to.chars(), to.size, &length, in.units.data(), in.count, &status);
+         zelk::CodeConversion::strToUTF8(to.chars(), to.size, &length, in.wide(), in.count, &status);
          to.sum += length;
      }},
     {"CodeConversion::appendUTF8(unsigned char*, int)",
@@ -561,7 +573,7 @@ inline constexpr PlainFunction plainFunctions[] = {
      }, false},
     {"CodeConversion::convertUTF16ToUTF8Str(unsigned short const*, char*, int)",
      [](const AnyText &in, AnyRoom &to) {
-         to.sum += zelk::CodeConversion::convertUTF16ToUTF8Str(in.units.data(), to.chars(), to.size);
+         to.sum += zelk::CodeConversion::convertUTF16ToUTF8Str(in.wide(), to.chars(), to.size);
      }},
     {"DvbConverter::ResetConverter(dvbCharSet_t, DvbCode_t, int)",
      [](const AnyText &in, AnyRoom & /*to*/) {

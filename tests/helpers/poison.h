@@ -1,5 +1,5 @@
-// Memory that AddressSanitizer reports when it is touched, as long as an object lives; no more than its bytes
-// elsewhere. Not every machine that the tests are compiled for has the sanitizer's header.
+// Memory that AddressSanitizer or Valgrind reports when it is touched, as long as an object lives; no more than its
+// bytes elsewhere. Not every machine that the tests are compiled for has their headers.
 #pragma once
 
 #include <cstddef>
@@ -14,6 +14,9 @@
 
 #if defined(ZELK_TEST_POISON)
 #include <sanitizer/asan_interface.h>
+#elif __has_include(<valgrind/memcheck.h>)
+#define ZELK_TEST_MEMCHECK
+#include <valgrind/memcheck.h>
 #endif
 
 namespace zelk_test {
@@ -23,11 +26,15 @@ public:
     Poisoned(void *at, std::size_t size) : at_(at), size_(size) {
 #if defined(ZELK_TEST_POISON)
         __asan_poison_memory_region(at_, size_);
+#elif defined(ZELK_TEST_MEMCHECK)
+        VALGRIND_MAKE_MEM_NOACCESS(at_, size_);
 #endif
     }
     ~Poisoned() {
 #if defined(ZELK_TEST_POISON)
         __asan_unpoison_memory_region(at_, size_);
+#elif defined(ZELK_TEST_MEMCHECK)
+        VALGRIND_MAKE_MEM_DEFINED(at_, size_);
 #endif
     }
     Poisoned(const Poisoned &) = delete;
