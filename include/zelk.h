@@ -12,14 +12,15 @@
  *   is an `unsigned short` in native byte order. UTF-8 here has one- to three-byte forms (U+0000 to U+FFFF); surrogates
  *   are ordinary units. Text ends at a zero (byte or unit).
  * - Counts. An input count is in the input's own units; a negative one means "up to the terminating zero". With a count
- *   of 0 or more nothing behind the count is read.
+ *   of 0 or more nothing after the count is read. Of a text that a zero ends nothing after the zero is read, except
+ *   inside the aligned block of memory that holds it (16 bytes on Arm, at most 64 elsewhere).
  * - Sizes. An output size is in output units and includes the terminator. The output is always terminated, and the
  *   terminator is written even where the size is 0 or 1: give every output at least one unit. Results never count the
  *   terminator. A text that does not fit is cut without notice; a UTF-8 sequence that does not fit is skipped
- *   whole, and a later, shorter character may still be written. Most families have a function that tells the size
+ *   whole, and a later, shorter character may still be written. Most families have a function that gives the size
  *   needed; elsewhere the comment does.
- *   What the output holds behind the terminator, within its size, is undefined. A size of 1073741824 or more is none of
- *   a buffer but says that the result fits: then nothing is written behind the terminator.
+ *   Of an output only the text and its terminator change, whatever size is stated: what follows the terminator keeps
+ *   its value, inside the stated size too.
  * - Overlap. Input and output are different memory, unless the comment says that they may be the same.
  * - Null. A null input text gives an empty output and 0, or a null packet. A null output is not accepted.
  * - Errors. There are none: whatever cannot be converted becomes U+FFFD, and no byte sequence is refused.
@@ -242,7 +243,7 @@ WideCharPacket *zelkCatWideCharPackets(const WideCharPacket *first, ...);
 /**
  * Copies at most `max` characters of a string, and never more than `size` - 1, and terminates the copy.
  *
- * @param dst  receives the copy; untouched when `size` is 0 or less
+ * @param dst  receives the copy; untouched when `size` is 0 or less; may be `src`
  * @param size slots in `dst`, the terminator included
  * @param src  zero-terminated text, or null for an empty one
  * @param max  characters to copy at most: 0 copies nothing, ZELK_NO_LIMIT sets none
@@ -258,7 +259,7 @@ unsigned int zelk_wstrlcpy(unsigned short *dst, int size, const unsigned short *
  * broadcast string). The two bytes of each unit are exchanged: `dst` holds the low byte first on every machine. A unit
  * is zero when both of its bytes are.
  *
- * @param dst  receives `size` * 2 bytes at most, terminated by two zero bytes
+ * @param dst  receives `size` * 2 bytes at most, terminated by two zero bytes; may be `src`
  * @param size 16-bit units in `dst`, the terminator included
  * @param src  byte pairs ended by a zero pair, or null
  * @param max  units to copy at most
@@ -309,7 +310,7 @@ unsigned int zelkGetQuotedLength(const char *text, unsigned int examine, char op
 /**
  * Copies the characters inside quotes.
  *
- * @param dst     receives the characters and a zero; with a size of 1 or less the zero alone
+ * @param dst     receives the characters and a zero; with a size of 1 or less the zero alone; may be `src`
  * @param size    slots in `dst`, the terminator included
  * @param src     zero-terminated, or null for an empty text
  * @param examine how many characters of `src` to look at; negative: all of them
@@ -324,7 +325,7 @@ unsigned int zelkCopyQuoted(char *dst, int size, const char *src, int examine, c
  * copied and counted. The result of a text that fits is therefore one above its visible length, and `dst` ends with two
  * zeros; callers rely on it.
  *
- * @param dst   receives the text and a zero; with a size of 1 or less, or a null `src`, the zero alone
+ * @param dst   receives the text and a zero; with a size of 1 or less, or a null `src`, the zero alone; may be `src`
  * @param size  slots in `dst`, the terminator included; the length of `src` + 2 suffices
  * @param first,second the two characters left out; they may be equal
  * @return the characters written, the copied zero included
@@ -381,7 +382,8 @@ unsigned short zelk_filterControlChars(unsigned short code);
 /**
  * Copies a text through a filter. The terminating zero is passed to the filter too, and ends the text.
  *
- * @param dst    receives the characters that the filter keeps (low 8 bits of its results) and a zero
+ * @param dst    receives the characters that the filter keeps (low 8 bits of its results) and a zero; may be `src`,
+ *               unless the filter replaces the terminating zero
  * @param size   slots in `dst`, the terminator included; with 1 or less the zero alone is written. The length of `src`
  *               + 1 suffices, + 2 where the filter replaces the terminating zero.
  * @param src    zero-terminated, or null for an empty text
@@ -598,7 +600,7 @@ int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length);
  * Copies a text up to its first rejected byte or U+FFFD. The copy is cut byte by byte: a character that meets the end
  * of `out` is copied in part. So is a sequence that `length` cuts off, which is no error.
  *
- * @param out     receives the bytes and a zero
+ * @param out     receives the bytes and a zero; may be `text`
  * @param size    bytes in `out`, the terminator included
  * @param text    ended by a zero byte, or null for an empty text
  * @param length  bytes to copy at most; negative: up to the zero byte
@@ -613,7 +615,7 @@ unsigned int zelkUtf8CopyAndCheckIfValid(unsigned char *out, int size, const uns
  * Copies the bytes inside quotes; all sections of the text, joined. A section that is not closed runs to the end. The
  * copy is cut byte by byte.
  *
- * @param out    receives the bytes and a zero
+ * @param out    receives the bytes and a zero; may be `text`
  * @param size   bytes in `out`, the terminator included
  * @param text   ended by a zero byte, or null for an empty text
  * @param length steps to take at most; negative: up to the zero byte. A quote of several bytes is one step, so that
@@ -637,7 +639,7 @@ CharPacket *zelkUtf8GetQuoted(const CharPacket *text, unsigned short open, unsig
 
 /**
  * Copies a text without its quote characters, every occurrence of either; cut byte by byte. The terminating zero is
- * copied and counted where there is room, as zelkRemoveQuotesFromString() does.
+ * copied and counted where there is room, as zelkRemoveQuotesFromString() does. `out` may be `text`.
  *
  * @return the bytes written, the copied zero included
  */
@@ -659,6 +661,7 @@ int zelkUtf8GetFilteredStringLength(const unsigned char *text, zelkCharFilter fi
  * - After a replacement the input moves by the length of the replacement, not of the character read: right for maps
  *   within one length, and kept so for callers that count on it. One that does not fit, or that would step over the
  *   terminator, ends the text.
+ * - `out` may be `text` where no replacement is longer than what it replaces.
  *
  * @param size   bytes in `out`, the terminator included; the length of `text` + 4 suffices, and
  *               zelkUtf8GetFilteredStringLength() + 1 where no replacement is shorter than what it replaces
@@ -817,7 +820,7 @@ CharPacket *zelkConvertWindowsToUtf8(int codePage, unsigned int charSet, const c
  * Replaces the private-use characters that a teletext decoder leaves (U+E000 to U+E2FF: letters with diacritics, and
  * placeholders, which become spaces) by ordinary ones; everything else passes.
  *
- * @param out      receives the units and a zero unit
+ * @param out      receives the units and a zero unit; may be `in`
  * @param outSize  units in `out`, the terminator included; the units of the text + 1 suffice
  * @param in       the text, or null for an empty one; a zero unit ends it, counted or not
  * @param inLength units to convert at most; negative: up to the zero unit
@@ -825,7 +828,8 @@ CharPacket *zelkConvertWindowsToUtf8(int codePage, unsigned int charSet, const c
  */
 unsigned int zelk_pela_ttxConvertToUnicode(unsigned short *out, int outSize, const unsigned short *in, int inLength);
 
-/** As zelk_pela_ttxConvertToUnicode(), to UTF-8: `outSize` and the result are in bytes; three a unit + 1 suffice. */
+/** As zelk_pela_ttxConvertToUnicode(), to UTF-8 in other memory: `outSize` and the result are in bytes; three a unit +
+ * 1 suffice. */
 unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned short *in, int inLength);
 
 /* ====================================================== DVB ====================================================== */

@@ -214,7 +214,7 @@ TEST(InPlace, Unescapes) {
     };
     for (std::size_t length = 0; length <= longestText; ++length) {
         for (const TextKind &kind : kinds) {
-            for (int repeat = 0; repeat < 6; ++repeat) {
+            for (std::size_t repeat = 0; repeat < 6; repeat += textStride()) {
                 const std::string text = kind.ofLength(length, random);
                 const int whole = static_cast<int>(length);
                 const int part = static_cast<int>(random.below(static_cast<std::uint32_t>(length) + 1));

@@ -369,7 +369,7 @@ TEST_F(InputBounds, OfTextsAtEveryAlignment) {
     }
     std::size_t round = 0;
     for (std::size_t length = 0; length <= longestText; length += length < 140 ? 1 : 7) {
-        for (std::size_t alignment = 0; alignment < AtAlignment::block; ++alignment) {
+        for (std::size_t alignment = length % textStride(); alignment < AtAlignment::block; alignment += textStride()) {
             const TextKind &kind = textKinds[++round % std::size(textKinds)];
             for (std::size_t i = 0; i < 4; ++i) {
                 // Units are aligned; other forms are not.

@@ -4,7 +4,9 @@
 
 #include "helpers/text.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -86,14 +88,22 @@ inline constexpr TextKind textKinds[] = {
 
 inline constexpr std::size_t longestText = 300;
 
+// Where programs run slowly, as under Valgrind, the environment has tests take one of so many texts.
+inline std::size_t textStride() {
+    static const char *const stride = std::getenv("ZELK_TEST_STRIDE");
+    static const int value = stride == nullptr ? 1 : std::atoi(stride);
+    return static_cast<std::size_t>(std::max(value, 1));
+}
+
 // Calls use() with the kinds that a test takes at a length: all, or beyond two blocks of any kernel every fourth, so
 // that four lengths have them all.
 template <class Use>
 void forKindsAtLength(std::size_t length, Use use) {
     constexpr std::size_t twoBlocks = 130;
+    const std::size_t stride = textStride() * (length <= twoBlocks ? 1 : 4);
     std::size_t round = length;
     for (const TextKind &kind : textKinds) {
-        if (length <= twoBlocks || ++round % 4 == 0) {
+        if (++round % stride == 0) {
             use(kind);
         }
     }
