@@ -2,10 +2,10 @@
 // sanitizer does not look.
 #pragma once
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstring>
 #include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -34,11 +34,11 @@ public:
     // A copy of the bytes right in front of the second guard page.
     unsigned char *atBack(std::string_view bytes) {
         unsigned char *const place = back(bytes.size());
-        std::memcpy(place, bytes.data(), bytes.size());
+        std::copy(bytes.begin(), bytes.end(), place);
         return place;
     }
     unsigned char *atFront(std::string_view bytes) {
-        std::memcpy(front(), bytes.data(), bytes.size());
+        std::copy(bytes.begin(), bytes.end(), front());
         return front();
     }
 
