@@ -1,8 +1,8 @@
 // Written by make_guess_tables.py from Debian's word lists and the Unicode CLDR 48.2.0: do not edit.
 //
-// A language has an alphabet, `letterCount` code points in order from guessLetters[letters], and the cost in bits of each
-// letter after each: a square of 4-bit numbers, the high half of a byte first, from guessCosts[costs], whose row is the
-// letter before and whose column the letter, both from 1; 0 stands for what is no letter.
+// A language has an alphabet, `letterCount` code points in order from guessLetters[letters], and the cost in bits of
+// each letter after each: a square of 4-bit numbers, the high half of a byte first, from guessCosts[costs], whose row
+// is the letter before and whose column the letter, both from 1; 0 stands for what is no letter.
 #pragma once
 
 #include <cstdint>
