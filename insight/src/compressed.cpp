@@ -7,6 +7,7 @@
 #include "tables/malaysia_rows.h"
 #include "zelk.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -177,48 +178,46 @@ struct PieceNode {
     constexpr bool branches() const { return child[0] != 0 || child[1] != 0; }
 };
 
-template <std::size_t Count>
-consteval std::size_t nodesOf(const Rows<Count> &rows) {
-    // A node for every distinct beginning of a code: those that no earlier row shares.
-    std::size_t count = 1;
-    for (std::size_t row = 0; row < Count; ++row) {
-        std::size_t shared = 0;
-        for (std::size_t earlier = 0; earlier < row; ++earlier) {
-            std::size_t common = 0;
-            while (common < rows[row].code.size() && common < rows[earlier].code.size() &&
-                   rows[row].code[common] == rows[earlier].code[common]) {
-                ++common;
-            }
-            shared = common > shared ? common : shared;
-        }
-        count += rows[row].code.size() - shared;
-    }
-    return count;
-}
+// No code has more bits: what a tree has room for while it grows.
+constexpr std::size_t mostBits = 24;
 
-template <std::size_t Nodes, std::size_t Count>
-consteval std::array<PieceNode, Nodes> treeOf(const Rows<Count> &rows) {
-    std::array<PieceNode, Nodes> tree{};
-    std::uint16_t used = 1;
+template <std::size_t Nodes>
+struct GrownTree {
+    std::array<PieceNode, Nodes> nodes{};
+    std::size_t used = 1;
+};
+
+template <std::size_t Count>
+consteval GrownTree<Count * mostBits> grow(const Rows<Count> &rows) {
+    GrownTree<Count * mostBits> tree;
     for (const tables::MalaysiaRow &row : rows) {
         std::size_t node = 0;
         for (const char bit : row.code) {
-            std::uint16_t &child = tree[node].child[bit == '1' ? 1 : 0];
+            std::uint16_t &child = tree.nodes[node].child[bit == '1' ? 1 : 0];
             if (child == 0) {
-                child = used++;
+                child = static_cast<std::uint16_t>(tree.used++);
             }
             node = child;
         }
         for (std::size_t i = 0; i < row.piece.size(); ++i) {
-            tree[node].piece[i] = row.piece[i];
+            tree.nodes[node].piece[i] = row.piece[i];
         }
-        tree[node].length = static_cast<std::uint8_t>(row.piece.size());
+        tree.nodes[node].length = static_cast<std::uint8_t>(row.piece.size());
     }
     return tree;
 }
 
-constexpr auto englishTree = treeOf<nodesOf(englishRows)>(englishRows);
-constexpr auto malayTree = treeOf<nodesOf(malayRows)>(malayRows);
+template <std::size_t Nodes, std::size_t Room>
+consteval std::array<PieceNode, Nodes> cutToSize(const GrownTree<Room> &tree) {
+    std::array<PieceNode, Nodes> nodes{};
+    std::copy_n(tree.nodes.begin(), Nodes, nodes.begin());
+    return nodes;
+}
+
+constexpr auto grownEnglish = grow(englishRows);
+constexpr auto grownMalay = grow(malayRows);
+constexpr auto englishTree = cutToSize<grownEnglish.used>(grownEnglish);
+constexpr auto malayTree = cutToSize<grownMalay.used>(grownMalay);
 
 constexpr int malayType = 6;
 constexpr unsigned int endPath = 0x7F; // a 1 bit that leads nowhere after this path ends the text

@@ -29,8 +29,6 @@ constexpr zelkInsightSettings standardSettings = {DvbCharSetStandard, DvbCodeNon
 
 // ---- Which table, and why ----
 
-constexpr unsigned int lastSelector = 0x1F;
-
 unsigned int tableNumber(dvbCharSet_t charSet, DvbCode_t code) {
     const auto row = static_cast<unsigned int>(charSet);
     const auto column = static_cast<unsigned int>(code);
