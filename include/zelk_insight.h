@@ -272,6 +272,66 @@ typedef struct zelkInsightRepaired {
 unsigned int zelkInsightRepair(char *out, int outSize, const char *in, int inLen, const char *language,
                                zelkInsightRepaired *repaired);
 
+/* ======================================================= Lint =======================================================
+ */
+
+/**
+ * The rules of zelkInsightLint(): 0 to 63 are the kinds of findings, rules of whole strings begin at 64. The stable
+ * identifier stands first in the comment, with a string that breaks the rule. docs/lint.md lists all.
+ */
+typedef enum zelkInsightRule ZELK_INT_ENUM {
+    ZelkInsightRuleFirst = 64,      /**< the first rule of whole strings */
+    ZelkInsightRuleTableOther = 64, /**< table-other: 52 E9 61 6C 69 73 E9 20 70 61 72, the text makes sense in another
+                                       table only; `value` is that table */
+    ZelkInsightRuleUtf8Unannounced = 65, /**< utf8-unannounced: 43 61 66 C3 A9, UTF-8 without its selector */
+    ZelkInsightRuleControlTrailing = 66, /**< control-trailing: 4E 65 77 73 8A, control codes end the string */
+    ZelkInsightRuleControlDoubled =
+        67, /**< control-doubled: 61 8A 8A 62, twice the same; `value` is the code, 0x0A for a line feed */
+    ZelkInsightRuleSelectorNeedless = 68, /**< selector-needless: 05 4E 65 77 73, without it the text is the same */
+    ZelkInsightRuleLanguageScript = 69,   /**< language-script: 01 BD DE D2 DE E1 E2 D8 with the language eng, no letter
+                                             is of the   language's script; `value` is the first that is not */
+    ZelkInsightRuleCompositionMixed = 70, /**< composition-mixed: 15 C3 A9 65 CC 81, letters with marks in one
+                                             character and in two */
+    ZelkInsightRuleEnd = 71               /**< after the last rule of this version */
+} zelkInsightRule;
+
+/** A rule that a string breaks, and where. */
+typedef struct zelkInsightFault {
+    unsigned int rule; /**< a zelkInsightKind or a zelkInsightRule */
+    zelkInsightSeverity severity;
+    unsigned int offset;     /**< of its first byte in the string */
+    unsigned int length;     /**< its bytes in the string */
+    unsigned int textOffset; /**< of what it left in the text, or of where that would stand */
+    unsigned int textLength; /**< the bytes that it left there, 0 for none */
+    unsigned int value;      /**< what the rule says; otherwise 0 */
+} zelkInsightFault;
+
+/**
+ * Checks a string: the findings that zelkInsightDecode() would have, and what is wrong with the string as a whole. A
+ * rule of whole strings has at most one fault for a string. There is no output, so that text-cut is none of the faults.
+ *
+ * @param settings how the string is read; null for the standard's way. ZelkInsightGuessTable has no effect: a guess is
+ *                 a fault here
+ * @param language as for zelkInsightGuessTables()
+ * @param faults   receives the faults in order of offset; null for none
+ * @param room     entries of `faults`
+ * @return the number of all faults
+ */
+unsigned int zelkInsightLint(const zelkInsightSettings *settings, const char *in, int inLen, const char *language,
+                             zelkInsightFault *faults, unsigned int room);
+
+/** Gives the stable identifier of a rule, such as "utf8-unannounced"; "unknown" for a value that is no rule. */
+const char *zelkInsightRuleName(unsigned int rule);
+
+/** Gives the severity that faults of a rule have. */
+zelkInsightSeverity zelkInsightRuleSeverity(unsigned int rule);
+
+/** Gives the clause of the public standard that a rule rests on; "" for none. */
+const char *zelkInsightRuleClause(unsigned int rule);
+
+/** Gives what a fault means, in one English sentence; "" for a value that is no rule. */
+const char *zelkInsightRuleMeaning(unsigned int rule);
+
 /* =============================================== Texts as whole strings
  * =============================================== */
 

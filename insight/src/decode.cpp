@@ -25,8 +25,6 @@
 namespace zelk::insight {
 namespace {
 
-constexpr zelkInsightSettings standardSettings = {DvbCharSetStandard, DvbCodeNone, 0, 0, 0};
-
 // ---- Which table, and why ----
 
 unsigned int tableNumber(dvbCharSet_t charSet, DvbCode_t code) {
@@ -70,6 +68,8 @@ unsigned int endOf(const unsigned char *text, unsigned int begin, DvbCode_t code
     return begin + static_cast<unsigned int>(std::strlen(reinterpret_cast<const char *>(text) + begin));
 }
 
+} // namespace
+
 Reading readSelector(const zelkInsightSettings &settings, const char *in, int inLen) {
     Reading reading;
     reading.text = reinterpret_cast<const unsigned char *>(in);
@@ -109,6 +109,8 @@ Reading readSelector(const zelkInsightSettings &settings, const char *in, int in
     }
     return reading;
 }
+
+namespace {
 
 // What Tables A.3 and A.4 of the standard say of a selector.
 int selectorFinding(const unsigned char *text, unsigned int length) {
@@ -501,13 +503,8 @@ bool decodeClean(const Reading &reading, const zelkInsightSettings &settings, ch
                    : isCleanTableText(reading, body, count, out, written, ample, settings.flags);
 }
 
-constexpr bool isGuessable(zelkInsightTable table) {
-    return table <= ZelkInsightTableUtf8;
-}
-
 // Takes the guess in place of the table, where it says another text and is sure enough of it.
 void guessReading(Reading &reading) {
-    constexpr unsigned int sureEnough = ZELK_INSIGHT_CERTAIN * 7 / 10; // docs/guess.md has what is wrong above it
     if (!isGuessable(reading.table)) {
         return;
     }
@@ -550,12 +547,20 @@ unsigned int decode(const zelkInsightSettings &settings, char *out, int outSize,
         return written;
     }
     Recorder recorder(out, outSize, evidence);
-    recordSelector(recorder, reading);
-    recordBody(recorder, reading, settings.flags);
+    record(recorder, reading, settings.flags);
     return recorder.finish(reading.end);
 }
 
 } // namespace
+
+bool isSelectorFaulty(const Reading &reading) {
+    return reading.begin < reading.selectorWanted || selectorFinding(reading.text, reading.begin) != noFinding;
+}
+
+void record(Recorder &recorder, const Reading &reading, unsigned int flags) {
+    recordSelector(recorder, reading);
+    recordBody(recorder, reading, flags);
+}
 
 unsigned int decodeAs(zelkInsightTable table, char *out, int outSize, const unsigned char *bytes, unsigned int length) {
     Reading reading{};

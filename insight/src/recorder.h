@@ -4,19 +4,14 @@
 // fit, until only the terminator has room.
 #pragma once
 
+#include "text_watch.h"
 #include "utf8.h"
 
 #include "zelk_insight.h"
 
-namespace zelk::insight {
+#include <climits>
 
-// A stretch of the string; of compressed text its bits, counted from the first bit of the string.
-struct Span {
-    unsigned int offset;
-    unsigned int length;
-    unsigned int bitOffset = 0;
-    unsigned int bitCount = 0;
-};
+namespace zelk::insight {
 
 inline Span bitSpan(unsigned int first, unsigned int end) {
     return {first / 8, (end + 7) / 8 - first / 8, first, end - first};
@@ -29,6 +24,11 @@ public:
     // `evidence` may be null. A size of 0 or less still has its terminator written.
     Recorder(char *out, int outSize, zelkInsightEvidence *evidence)
         : out_(out), room_(outSize < 1 ? 0U : static_cast<unsigned int>(outSize)), evidence_(evidence) {}
+
+    // The text goes to `watch` alone, the findings to `faults`, which may be null; `evidence` has the room of these and
+    // no array of its own.
+    Recorder(TextWatch &watch, zelkInsightFault *faults, zelkInsightEvidence &evidence)
+        : out_(nullptr), room_(INT_MAX), evidence_(&evidence), watch_(&watch), faults_(faults) {}
 
     // Prepared text and pieces of compressed text end where something does not fit.
     void stopAtCut() { stopAtCut_ = true; }
@@ -92,11 +92,13 @@ public:
         }
         emphasised_ = false;
         if (evidence_ != nullptr && opened_ < evidence_->findingRoom) {
-            zelkInsightFinding &finding = evidence_->findings[opened_];
-            finding.kind = ZelkInsightEmphasis;
-            finding.severity = zelkInsightKindSeverity(ZelkInsightEmphasis);
-            finding.length = span.offset + span.length - finding.offset;
-            finding.textLength = textOffset - finding.textOffset;
+            if (faults_ != nullptr) {
+                balance(faults_[opened_], span, textOffset);
+                faults_[opened_].rule = ZelkInsightEmphasis;
+            } else {
+                balance(evidence_->findings[opened_], span, textOffset);
+                evidence_->findings[opened_].kind = ZelkInsightEmphasis;
+            }
         }
     }
 
@@ -106,11 +108,20 @@ public:
         if (cut_) {
             found(ZelkInsightTextCut, {cutOffset_, stringLength - cutOffset_}, cutTextOffset_);
         }
-        out_[length_] = 0;
+        if (out_ != nullptr) {
+            out_[length_] = 0;
+        }
         return length_;
     }
 
 private:
+    template <class Entry>
+    static void balance(Entry &entry, Span span, unsigned int textOffset) {
+        entry.severity = zelkInsightKindSeverity(ZelkInsightEmphasis);
+        entry.length = span.offset + span.length - entry.offset;
+        entry.textLength = textOffset - entry.textOffset;
+    }
+
     static zelkInsightStepKind kindOf(unsigned int codePoint, int finding) {
         const bool control = codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
         const bool missing = finding == ZelkInsightByteUnassigned || finding == ZelkInsightSurrogateLone;
@@ -120,7 +131,11 @@ private:
     void put(unsigned int codePoint, Span span) {
         const unsigned int bytes = utf8Length(codePoint);
         if (room_ > length_ + bytes && !(stopAtCut_ && cut_)) {
-            utf8Write(codePoint, out_ + length_);
+            if (watch_ == nullptr) {
+                utf8Write(codePoint, out_ + length_);
+            } else {
+                watch_->character(codePoint, span, length_, bytes);
+            }
             length_ += bytes;
             return;
         }
@@ -153,8 +168,21 @@ private:
         if (evidence_ == nullptr) {
             return;
         }
-        if (evidence_->findingCount < evidence_->findingRoom) {
-            evidence_->findings[evidence_->findingCount] = finding;
+        if (watch_ != nullptr) {
+            watch_->finding(finding);
+        }
+        if (const unsigned int place = evidence_->findingCount; place < evidence_->findingRoom) {
+            if (faults_ != nullptr) {
+                faults_[place] = {static_cast<unsigned int>(finding.kind),
+                                  finding.severity,
+                                  finding.offset,
+                                  finding.length,
+                                  finding.textOffset,
+                                  finding.textLength,
+                                  finding.value};
+            } else {
+                evidence_->findings[place] = finding;
+            }
         }
         ++evidence_->findingCount;
         if (!emphasised_ || finding.kind != ZelkInsightEmphasisUnbalanced) {
@@ -178,6 +206,8 @@ private:
     char *out_;
     unsigned int room_;
     zelkInsightEvidence *evidence_;
+    TextWatch *watch_ = nullptr;
+    zelkInsightFault *faults_ = nullptr;
     unsigned int length_ = 0;
     unsigned int opened_ = 0; // the finding of the emphasis that is on
     unsigned int cutOffset_ = 0;

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstring>
 
+using zelk::insight::sureEnough;
+
 namespace {
 
 // The tables that text is wrongly read with, as forms to send it in.
@@ -21,8 +23,6 @@ constexpr WrongTable wrongTables[] = {
     {2, static_cast<zelkInsightTable>(3)},  {5, static_cast<zelkInsightTable>(6)},
     {7, static_cast<zelkInsightTable>(8)},
 };
-
-constexpr unsigned int sureEnough = ZELK_INSIGHT_CERTAIN * 7 / 10;
 
 unsigned int copied(char *out, int outSize, const char *in, unsigned int length) {
     const auto *const bytes = reinterpret_cast<const unsigned char *>(in);

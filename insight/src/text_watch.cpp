@@ -1,0 +1,187 @@
+#include "text_watch.h"
+
+#include "tables/dvb_marks.h"
+#include "tables/dvb_tables.h"
+
+#include <algorithm>
+#include <array>
+
+namespace zelk::insight {
+namespace {
+
+struct ScriptRange {
+    unsigned int first;
+    unsigned int last;
+    Script script;
+};
+
+// Letters by the blocks of Unicode, in order.
+constexpr ScriptRange scriptRanges[] = {
+    {0x0041, 0x005A, Latin},      {0x0061, 0x007A, Latin},    {0x00AA, 0x00AA, Latin},    {0x00BA, 0x00BA, Latin},
+    {0x00C0, 0x00D6, Latin},      {0x00D8, 0x00F6, Latin},    {0x00F8, 0x024F, Latin},    {0x0370, 0x03FF, Greek},
+    {0x0400, 0x052F, Cyrillic},   {0x0531, 0x0587, Armenian}, {0x05D0, 0x05F2, Hebrew},   {0x0620, 0x065F, Arabic},
+    {0x066E, 0x06EF, Arabic},     {0x06FA, 0x06FF, Arabic},   {0x0750, 0x077F, Arabic},   {0x08A0, 0x08FF, Arabic},
+    {0x0900, 0x0963, Devanagari}, {0x0980, 0x09FF, Bengali},  {0x0A00, 0x0A7F, Gurmukhi}, {0x0A80, 0x0AFF, Gujarati},
+    {0x0B80, 0x0BFF, Tamil},      {0x0C00, 0x0C7F, Telugu},   {0x0C80, 0x0CFF, Kannada},  {0x0D00, 0x0D7F, Malayalam},
+    {0x0D80, 0x0DFF, Sinhala},    {0x0E01, 0x0E4E, Thai},     {0x0E80, 0x0EFF, Lao},      {0x10A0, 0x10FF, Georgian},
+    {0x1100, 0x11FF, Hangul},     {0x1E00, 0x1EFF, Latin},    {0x1F00, 0x1FFF, Greek},    {0x3041, 0x30FF, Kana},
+    {0x3130, 0x318F, Hangul},     {0x31F0, 0x31FF, Kana},     {0x3400, 0x4DBF, Han},      {0x4E00, 0x9FFF, Han},
+    {0xAC00, 0xD7AF, Hangul},     {0xF900, 0xFAFF, Han},      {0xFB1D, 0xFB4F, Hebrew},   {0xFB50, 0xFDFF, Arabic},
+    {0xFE70, 0xFEFC, Arabic},     {0xFF66, 0xFF9F, Kana},     {0x20000, 0x3FFFF, Han},
+};
+
+Script scriptOf(unsigned int codePoint) {
+    const auto *const range =
+        std::find_if(std::begin(scriptRanges), std::end(scriptRanges),
+                     [codePoint](const ScriptRange &candidate) { return codePoint <= candidate.last; });
+    return range != std::end(scriptRanges) && codePoint >= range->first ? range->script : NoScript;
+}
+
+// ---- Letters with marks ----
+
+// The combining characters of Unicode beside the mark bytes of ISO/IEC 6937.
+struct Mark {
+    unsigned short combining;
+    unsigned char byte;
+};
+
+constexpr Mark marks[] = {{0x0300, 0xC1}, {0x0301, 0xC2}, {0x0302, 0xC3}, {0x0303, 0xC4}, {0x0304, 0xC5},
+                          {0x0306, 0xC6}, {0x0307, 0xC7}, {0x0308, 0xC8}, {0x030A, 0xCA}, {0x030B, 0xCD},
+                          {0x030C, 0xCF}, {0x0327, 0xCB}, {0x0328, 0xCE}};
+
+// The letters of Cyrillic and Greek that have a mark.
+struct Composed {
+    unsigned short letter;
+    unsigned short combining;
+    unsigned short whole;
+};
+
+constexpr Composed otherComposed[] = {
+    {0x0415, 0x0308, 0x0401}, {0x0413, 0x0301, 0x0403}, {0x0406, 0x0308, 0x0407}, {0x041A, 0x0301, 0x040C},
+    {0x0423, 0x0306, 0x040E}, {0x0418, 0x0306, 0x0419}, {0x0438, 0x0306, 0x0439}, {0x0435, 0x0308, 0x0451},
+    {0x0433, 0x0301, 0x0453}, {0x0456, 0x0308, 0x0457}, {0x043A, 0x0301, 0x045C}, {0x0443, 0x0306, 0x045E},
+    {0x0391, 0x0301, 0x0386}, {0x0395, 0x0301, 0x0388}, {0x0397, 0x0301, 0x0389}, {0x0399, 0x0301, 0x038A},
+    {0x039F, 0x0301, 0x038C}, {0x03A5, 0x0301, 0x038E}, {0x03A9, 0x0301, 0x038F}, {0x03B1, 0x0301, 0x03AC},
+    {0x03B5, 0x0301, 0x03AD}, {0x03B7, 0x0301, 0x03AE}, {0x03B9, 0x0301, 0x03AF}, {0x03BF, 0x0301, 0x03CC},
+    {0x03C5, 0x0301, 0x03CD}, {0x03C9, 0x0301, 0x03CE}, {0x03B9, 0x0308, 0x03CA}, {0x03C5, 0x0308, 0x03CB},
+};
+
+constexpr bool isCombiningMark(unsigned int codePoint) {
+    return codePoint >= 0x0300 && codePoint <= 0x036F;
+}
+
+// Whether the two have a character of their own.
+bool composes(unsigned int letter, unsigned int combining) {
+    for (const Mark &mark : marks) {
+        if (mark.combining == combining && letter < 0x80) {
+            const unsigned int whole = tables::composeIn(tables::dvbMarks, tables::latinMarks, letter, mark.byte);
+            return whole != 0 && whole != letter;
+        }
+    }
+    return std::any_of(std::begin(otherComposed), std::end(otherComposed), [=](const Composed &composed) {
+        return composed.letter == letter && composed.combining == combining;
+    });
+}
+
+bool isPrecomposed(unsigned int codePoint) {
+    constexpr unsigned int firstLetter = 0xC0; // the grid has marks alone, too
+    const auto &grids = tables::dvbMarks.composed;
+    const auto *const begin = grids.data() + tables::dvbMarks.sets[tables::latinMarks].grid + tables::latinColumns;
+    const auto *const end = begin + (tables::latinRows - 1) * tables::latinColumns;
+    return codePoint >= firstLetter &&
+           (std::find(begin, end, codePoint) != end ||
+            std::any_of(std::begin(otherComposed), std::end(otherComposed),
+                        [codePoint](const Composed &composed) { return composed.whole == codePoint; }));
+}
+
+constexpr bool isEmphasis(unsigned int code) {
+    return code == 0x86 || code == 0x87;
+}
+
+constexpr bool isControlCode(unsigned int code) {
+    return code < 0x20 || (code >= 0x7F && code < 0xA0);
+}
+
+} // namespace
+
+void TextWatch::character(unsigned int codePoint, Span span, unsigned int textOffset, unsigned int textLength) {
+    if (isEmphasis(codePoint)) {
+        return;
+    }
+    if (isControlCode(codePoint)) {
+        plain_ = plain_ && codePoint == 0x0A;
+        control(codePoint, span, textOffset, textLength);
+        return;
+    }
+    controls_ = {};
+    plain_ = plain_ && codePoint < 0x80;
+    if (span.offset + span.length > firstHigh_ && span.offset <= lastHigh_) {
+        if (high_.length == 0) {
+            high_ = {span.offset, 0, textOffset, 0};
+        }
+        high_.extendTo(span, textOffset + textLength);
+    }
+    letter(codePoint, span, textOffset, textLength);
+    composition(codePoint, span, textOffset, textLength);
+}
+
+void TextWatch::finding(const zelkInsightFinding &finding) {
+    const bool known = finding.kind == ZelkInsightControlDropped || finding.kind == ZelkInsightEmphasisUnbalanced;
+    plain_ = plain_ && (known || finding.kind < ZelkInsightByteUnassigned); // what is said of a selector comes first
+    if (finding.kind == ZelkInsightControlDropped) {
+        control(finding.value, {finding.offset, finding.length}, finding.textOffset, 0);
+    }
+}
+
+void TextWatch::control(unsigned int code, Span span, unsigned int textOffset, unsigned int textLength) {
+    const bool adjacent = controls_.length != 0 && span.offset <= controls_.offset + controls_.length;
+    if (adjacent && code == lastControlCode_ && doubled_.length == 0) {
+        doubled_ = lastControl_;
+        doubled_.extendTo(span, textOffset + textLength);
+        doubledControl_ = code;
+    }
+    lastControl_ = {span.offset, span.length, textOffset, textLength};
+    lastControlCode_ = code;
+    if (controls_.length == 0) {
+        controls_ = lastControl_;
+    }
+    controls_.extendTo(span, textOffset + textLength);
+}
+
+void TextWatch::letter(unsigned int codePoint, Span span, unsigned int textOffset, unsigned int textLength) {
+    const Script script = scripts_ == NoScript ? NoScript : scriptOf(codePoint);
+    if (script == NoScript) {
+        return;
+    }
+    if ((script & scripts_) != 0) {
+        ++ownLetters_;
+        return;
+    }
+    ++(script == Latin ? latinLetters_ : otherLetters_);
+    if (foreign_.length == 0) {
+        foreign_ = {span.offset, 0, textOffset, 0};
+        foreignLetter_ = codePoint;
+    }
+    foreign_.extendTo(span, textOffset + textLength);
+}
+
+void TextWatch::composition(unsigned int codePoint, Span span, unsigned int textOffset, unsigned int textLength) {
+    if (isCombiningMark(codePoint) && decomposed_.length == 0 && composes(beforeCode_, codePoint)) {
+        decomposed_ = {before_.offset, 0, beforeText_, 0};
+        decomposed_.extendTo(span, textOffset + textLength);
+    }
+    precomposed_ = precomposed_ || (codePoint >= 0x80 && isPrecomposed(codePoint));
+    before_ = span;
+    beforeText_ = textOffset;
+    beforeCode_ = codePoint;
+}
+
+// Names of stations and people are in Latin letters everywhere: a whole sentence of them is not.
+Place TextWatch::foreignLetters() const {
+    constexpr unsigned int fewOfOthers = 3;
+    constexpr unsigned int fewOfLatin = 20;
+    const bool foreign = ownLetters_ == 0 && (otherLetters_ >= fewOfOthers || latinLetters_ >= fewOfLatin);
+    return foreign ? foreign_ : Place{};
+}
+
+} // namespace zelk::insight

@@ -1,0 +1,246 @@
+// Rules: each by a string that breaks it and by a near miss that does not.
+#include "zelk_insight.h"
+
+#include "helpers/text.h"
+#include "reference/context_codes.h"
+#include "reference/huffman_encoder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace zelk_test;
+
+constexpr zelkInsightSettings standard = {DvbCharSetStandard, DvbCodeNone, 0, 0, 0};
+constexpr zelkInsightSettings prepared = {DvbCharSetStandard, DvbCodeUtf8Prepared, 0, 0, 0};
+
+std::vector<zelkInsightFault> lint(const std::string &string, const zelkInsightSettings &settings = standard,
+                                   const char *language = nullptr, char after = '\0') {
+    const std::string in = string + after;
+    const int length = static_cast<int>(string.size());
+    const unsigned int count = zelkInsightLint(&settings, in.data(), length, language, nullptr, 7);
+    std::vector<zelkInsightFault> all;
+    for (const unsigned int room : {0U, 1U, count / 2, count, count + 3}) {
+        std::vector<zelkInsightFault> faults(room + 1);
+        faults[room].rule = 0xBEEF;
+        EXPECT_EQ(zelkInsightLint(&settings, in.data(), length, language, faults.data(), room), count);
+        EXPECT_EQ(faults[room].rule, 0xBEEFU);
+        const std::vector<zelkInsightFault> stored(faults.data(), faults.data() + std::min(room, count));
+        const std::size_t same = std::min(all.size(), stored.size());
+        for (std::size_t i = 0; i < same; ++i) {
+            EXPECT_EQ(stored[i].rule, all[i].rule);
+            EXPECT_EQ(stored[i].offset, all[i].offset);
+        }
+        all = stored;
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        EXPECT_EQ(all[i].severity, zelkInsightRuleSeverity(all[i].rule));
+        EXPECT_LE(all[i].offset, string.size());
+        EXPECT_LE(all[i].length, string.size() - all[i].offset);
+        EXPECT_TRUE(i == 0 || all[i - 1].offset <= all[i].offset) << i;
+    }
+    return all;
+}
+
+bool breaks(unsigned int rule, const std::vector<zelkInsightFault> &faults) {
+    return std::any_of(faults.begin(), faults.end(),
+                       [rule](const zelkInsightFault &fault) { return fault.rule == rule; });
+}
+
+std::string hexOf(const std::string &string) {
+    std::string result;
+    for (const char byte : string) {
+        constexpr const char *digits = "0123456789ABCDEF";
+        result.push_back(digits[static_cast<unsigned char>(byte) >> 4U]);
+        result.push_back(digits[static_cast<unsigned char>(byte) & 0xFU]);
+    }
+    return result;
+}
+
+struct Pair {
+    unsigned int rule;
+    std::string broken; // in hexadecimal digits
+    std::string nearMiss;
+    zelkInsightSettings settings = standard;
+    const char *language = nullptr;
+    const char *nearLanguage = nullptr;
+    zelkInsightSettings nearSettings = standard;
+};
+
+const std::vector<Pair> &pairs() {
+    static const std::string news = hexOf(encodeStreamText(contextCodes(HuffmanDecodeTable_1), "News at ten"));
+    static const std::vector<Pair> all = {
+        {ZelkInsightSelectorReserved, "08 E1 E2", "07 E1 E2"},
+        {ZelkInsightSelectorReserved, "10 00 0C 41", "10 00 0D E1"},
+        {ZelkInsightSelectorUnsupported, "13 B9 E3", "11 56FD"},
+        {ZelkInsightSelectorUnsupported, "1F 03 41", "1F 01 00"},
+        {ZelkInsightSelectorCut, "10 00", "10 00 02"},
+        {ZelkInsightByteUnassigned, "41 A6", "41 A5"},
+        {ZelkInsightByteUnassigned, "03 AE", "03 AF"},
+        {ZelkInsightUtf8Malformed, "15 41 C3 28", "15 41 C3 A8"},
+        {ZelkInsightUtf8FourByte, "15 F0 9F 98 80", "15 EF BF BC"},
+        {ZelkInsightTwoByteOdd, "11 65B0 80", "11 65B0 805E"},
+        {ZelkInsightSurrogateLone, "11 D83D 0041", "11 D83D DE00"},
+        {ZelkInsightMarkWithoutLetter, "43 C2 31", "43 C2 65"},
+        {ZelkInsightMarkDropped, "C1 62", "C1 61"},
+        {ZelkInsightControlDropped, "41 8B 42", "41 8A 42"},
+        {ZelkInsightEmphasis, "41 86 42 87 43", "41 8A 42"},
+        {ZelkInsightEmphasisUnbalanced, "41 86 42", "41 86 42 87"},
+        {ZelkInsightEmphasisUnbalanced, "41 87 42", "86 41 87 42"},
+        {ZelkInsightCompressedCut, "1F 01" + news.substr(0, news.size() - 2), "1F 01" + news},
+        {ZelkInsightCompressedRest, "1F 01" + news + "00", "1F 01" + news},
+        {ZelkInsightCompressedUnknown, "41 42", "41 42", {DvbCharSetStandard, DvbCodeCompressed, 7, 0, 0}},
+        {ZelkInsightByteAfterCount, "43 61 66 C2", "43 61 66 C2 65"},
+        {ZelkInsightTextAfterEnd, "41 00 42", "41 42", prepared, nullptr, nullptr, prepared},
+        // "Réalisé par", in ISO 8859-1; with the selector of ISO 8859-5; then announced and in the default table.
+        {ZelkInsightRuleTableOther, "52 E9 61 6C 69 73 E9 20 70 61 72", "05 52 E9 61 6C 69 73 E9 20 70 61 72"},
+        {ZelkInsightRuleTableOther, "01 52 E9 61 6C 69 73 E9 20 70 61 72 20 75 6E 20 E9 6C E8 76 65",
+         "52 C2 65 61 6C 69 73 C2 65 20 70 61 72"},
+        {ZelkInsightRuleUtf8Unannounced, "43 61 66 C3 A9", "15 43 61 66 C3 A9"},
+        {ZelkInsightRuleUtf8Unannounced, "D0 9D D0 BE D0 B2 D0 BE D1 81 D1 82 D0 B8", "01 BD DE D2 DE E1 E2 D8"},
+        {ZelkInsightRuleControlTrailing, "4E 65 77 73 8A", "4E 65 77 8A 73"},
+        {ZelkInsightRuleControlTrailing, "4E 65 77 73 00", "86 4E 65 77 73 87"},
+        {ZelkInsightRuleControlDoubled, "61 8A 8A 62", "61 8A 20 8A 62"},
+        {ZelkInsightRuleControlDoubled, "15 61 C2 8A EE 82 8A 62", "61 8A 09 62"},
+        {ZelkInsightRuleSelectorNeedless, "05 4E 65 77 73", "05 43 61 66 E9"},
+        {ZelkInsightRuleSelectorNeedless, "10 00 0F A5", "10 00 0F A6"}, // the yen
+        {ZelkInsightRuleSelectorNeedless, "11 0041 0042", "11 0041 65B0"},
+        {ZelkInsightRuleSelectorNeedless, "15 41 EE 82 8A 42", "15 41 C2 A3 42"},
+        {ZelkInsightRuleSelectorNeedless, "05", "08 41"},
+        {ZelkInsightRuleLanguageScript, "01 BD DE D2 DE E1 E2 D8", "01 BD DE D2 DE E1 E2 D8 20 54 56", standard, "eng",
+         "eng"},
+        {ZelkInsightRuleLanguageScript, "01 BD DE D2 DE E1 E2 D8", "01 31 32 33 BD DE", standard, "eng", "eng"},
+        {ZelkInsightRuleLanguageScript, "54 6865 20 6C6173 74 20 6D6F6D656E7473 20 6F66 20 61 20 64 6179",
+         "44 6973 63 6F76 65 7279 20 43 68 61", standard, "rus", "rus"},
+        {ZelkInsightRuleLanguageScript, "03 E5 E9 E4 DE F3", "03 E5 E9 E4 DE F3", standard, "ukr", "gre"},
+        {ZelkInsightRuleCompositionMixed, "15 C3 A9 65 CC 81", "15 65 CC 81 61 CC 80"},
+        {ZelkInsightRuleCompositionMixed, "11 0439 0438 0306", "11 0439 0438 0332"},
+    };
+    return all;
+}
+
+TEST(InsightLint, EveryRuleHasABrokenStringAndANearMiss) {
+    std::set<unsigned int> seen = {ZelkInsightTextCut}; // nothing is cut without an output
+    for (const Pair &pair : pairs()) {
+        const std::string name = std::string(zelkInsightRuleName(pair.rule)) + ": ";
+        EXPECT_TRUE(breaks(pair.rule, lint(bytes(pair.broken.c_str()), pair.settings, pair.language)))
+            << name << pair.broken;
+        EXPECT_FALSE(breaks(pair.rule, lint(bytes(pair.nearMiss.c_str()), pair.nearSettings, pair.nearLanguage)))
+            << name << pair.nearMiss;
+        seen.insert(pair.rule);
+    }
+    for (unsigned int rule = 0; rule < 100; ++rule) {
+        EXPECT_EQ(seen.count(rule) == 1, std::strcmp(zelkInsightRuleName(rule), "unknown") != 0) << rule;
+    }
+}
+
+TEST(InsightLint, NamesRules) {
+    std::set<std::string> names;
+    for (unsigned int rule = 0; rule < ZelkInsightRuleEnd; ++rule) {
+        const std::string name = zelkInsightRuleName(rule);
+        const std::string meaning = zelkInsightRuleMeaning(rule);
+        if (rule < ZelkInsightKindCount) {
+            EXPECT_EQ(name, zelkInsightKindName(static_cast<zelkInsightKind>(rule)));
+            EXPECT_STREQ(zelkInsightRuleClause(rule), zelkInsightKindClause(static_cast<zelkInsightKind>(rule)));
+            EXPECT_EQ(zelkInsightRuleSeverity(rule), zelkInsightKindSeverity(static_cast<zelkInsightKind>(rule)));
+        }
+        if (name == "unknown") {
+            EXPECT_EQ(meaning, "");
+            EXPECT_STREQ(zelkInsightRuleClause(rule), "");
+        } else {
+            EXPECT_TRUE(names.insert(name).second) << name;
+            EXPECT_EQ(meaning.back(), '.') << name;
+            EXPECT_EQ(name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-"), std::string::npos) << name;
+        }
+    }
+    EXPECT_STREQ(zelkInsightRuleName(ZelkInsightRuleUtf8Unannounced), "utf8-unannounced");
+    EXPECT_STREQ(zelkInsightRuleName(0xFFFFFFFF), "unknown");
+    EXPECT_EQ(zelkInsightRuleSeverity(0xFFFFFFFF), ZelkInsightNote);
+}
+
+// "rule@offset+length>textOffset+textLength:value"
+std::string told(const std::vector<zelkInsightFault> &faults) {
+    std::string result;
+    for (const zelkInsightFault &fault : faults) {
+        result += result.empty() ? "" : " ";
+        result += std::string(zelkInsightRuleName(fault.rule)) + "@" + std::to_string(fault.offset) + "+" +
+                  std::to_string(fault.length) + ">" + std::to_string(fault.textOffset) + "+" +
+                  std::to_string(fault.textLength) + ":" + std::to_string(fault.value);
+    }
+    return result;
+}
+
+TEST(InsightLint, TellsWhere) {
+    EXPECT_EQ(told(lint("")), "");
+    EXPECT_EQ(told(lint("News")), "");
+    EXPECT_EQ(told(lint(bytes("15 C3 A9 65 CC 81"))), "composition-mixed@3+3>2+3:0");
+    EXPECT_EQ(told(lint(bytes("05 4E 8A 8A 8A"))),
+              "selector-needless@0+1>0+0:0 control-trailing@2+3>1+3:0 control-doubled@2+2>1+2:10");
+    EXPECT_EQ(told(lint(bytes("01 20 BD DE D2 DE E1 E2 D8 20"), standard, "eng")), "language-script@2+7>1+14:1053");
+    EXPECT_EQ(told(lint(bytes("8A 86 41 87 8B"))),
+              "emphasis@1+3>1+1:0 control-dropped@4+1>2+0:139 control-trailing@4+1>2+0:0");
+    EXPECT_EQ(told(lint("RED\xC3\x89MARRAGE")),
+              "mark-without-letter@3+1>3+1:195 utf8-unannounced@3+2>3+1:64 control-dropped@4+1>4+0:137");
+    EXPECT_EQ(zelkInsightLint(nullptr, nullptr, 3, nullptr, nullptr, 0), 0U);
+    EXPECT_EQ(zelkInsightLint(nullptr, "A\x8A", -1, nullptr, nullptr, 0), 1U);
+}
+
+TEST(InsightLint, FollowsTheSettings) {
+    const std::string cyrillic = bytes("BD DE D2 DE E1 E2 D8");
+    EXPECT_EQ(told(lint(cyrillic, {DvbCharSetStandard, DvbCodeIso8859_5, 0, 0, 0})), "");
+    EXPECT_TRUE(breaks(ZelkInsightRuleTableOther, lint(cyrillic)));
+    // The bytes of a Cyrillic word that could be UTF-8, in text that is announced outside the string.
+    EXPECT_EQ(told(lint(bytes("C2 B2"), {DvbCharSetStandard, DvbCodeIso8859_5, 0, 0, 0}, "rus")), "");
+    EXPECT_FALSE(breaks(ZelkInsightRuleSelectorNeedless,
+                        lint(bytes("05 41"), {DvbCharSetStandard, DvbCodeNone, 0, 0, ZelkInsightIgnoreSelector})));
+    EXPECT_FALSE(
+        breaks(ZelkInsightRuleSelectorNeedless, lint(bytes("05 41"), {DvbCharSetGb2312, DvbCodeNone, 0, 0, 0})));
+    // A guess is a fault, not another way to read.
+    EXPECT_TRUE(breaks(ZelkInsightRuleTableOther,
+                       lint(cyrillic, {DvbCharSetStandard, DvbCodeNone, 0, 0, ZelkInsightGuessTable})));
+    // Kept codes of emphasis are no other text.
+    EXPECT_EQ(told(lint(bytes("86 41 87"), {DvbCharSetStandard, DvbCodeNone, 0, 1, 0})), "emphasis@0+3>2+1:0");
+}
+
+// Random strings: the findings are those of decoding, in their order, and faults of whole strings come between them.
+TEST(InsightLint, HasTheFindingsOfDecoding) {
+    Random random(14);
+    for (int round = 0; round < 300; ++round) {
+        std::string string;
+        if (random.below(2) == 0) {
+            string.push_back(static_cast<char>(random.below(0x20)));
+        }
+        for (std::uint32_t length = random.below(24); length > 0; --length) {
+            string.push_back(static_cast<char>(random.below(4) == 0 ? random.below(256) : 0x61 + random.below(26)));
+        }
+        zelkInsightFinding findings[64];
+        zelkInsightEvidence evidence{};
+        evidence.findings = findings;
+        evidence.findingRoom = 64;
+        char text[1024];
+        zelkInsightDecode(&standard, text, sizeof text, (string + "\0\0").data(), static_cast<int>(string.size()),
+                          &evidence);
+        unsigned int found = 0;
+        for (const zelkInsightFault &fault : lint(string, standard, "eng")) {
+            if (fault.rule < ZelkInsightRuleFirst) {
+                ASSERT_LT(found, evidence.findingCount);
+                EXPECT_EQ(fault.rule, static_cast<unsigned int>(findings[found].kind));
+                EXPECT_EQ(fault.offset, findings[found].offset);
+                EXPECT_EQ(fault.length, findings[found].length);
+                EXPECT_EQ(fault.textOffset, findings[found].textOffset);
+                EXPECT_EQ(fault.textLength, findings[found].textLength);
+                EXPECT_EQ(fault.value, findings[found].value);
+                ++found;
+            }
+        }
+        EXPECT_EQ(found, evidence.findingCount);
+    }
+}
+
+} // namespace
