@@ -33,10 +33,6 @@ ZELK_OPERATION Mask butNot(Mask a, Mask b) {
     return _kandn_mask64(b, a);
 }
 
-ZELK_OPERATION bool none(Mask mask) {
-    return _kortestz_mask64_u8(mask, mask) != 0;
-}
-
 ZELK_OPERATION bool same(Mask a, Mask b) {
     return none(_kxor_mask64(a, b));
 }

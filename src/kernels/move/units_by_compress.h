@@ -2,15 +2,15 @@
 // they do not need.
 //
 //   up to 32 units      one block
-//   33 to 64            two blocks that follow one another
-//   65 to 128           four blocks at once: ASCII, or up to U+07FF
-//   more                64 units at a time, ASCII first
+//   33 to 64            two blocks
+//   65 to 127           four blocks at once
+//   more, little room   up to the end of a line, then 64 units at a time as long as they fit; the rest by blocks
 //
 // Every last store of a stage is masked, so that nothing after the text is written.
 #pragma once
 
 #include "detail/utf8_char.h"
-#include "kernels/simd/avx512.h"
+#include "kernels/simd/avx512_lines.h"
 #include "kernels/text_forms.h"
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
@@ -26,15 +26,16 @@ ZELK_OPERATION Block inNativeOrder(Block units) {
         units, _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)));
 }
 
-// A block of units from a place on; of the last one those that there are, and zeros.
-template <UnitOrder order>
-ZELK_OPERATION Block unitsAt(const unsigned char *text, std::size_t index) {
-    return inNativeOrder<order>(load(text + 2 * index));
+// A block of units; where there are fewer, zeros after them.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION Block unitsAt(const unsigned char *text) {
+    return inNativeOrder<order>(clean == Clean::Any ? loadInLine(text) : load(text));
 }
 
-template <UnitOrder order>
-ZELK_OPERATION Block unitsAt(const unsigned char *text, std::size_t index, std::size_t count) {
-    return inNativeOrder<order>(load(text + 2 * index, firstBytes(2 * count)));
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION Block unitsAt(const unsigned char *text, std::size_t count) {
+    const Mask bytes = firstBytes(2 * count);
+    return inNativeOrder<order>(clean == Clean::Any ? loadInLine(text, bytes) : load(text, bytes));
 }
 
 // The units that stop a conversion.
@@ -49,29 +50,31 @@ ZELK_OPERATION UnitMask stopsAmong(Block units) {
 
 // ---- What may be read
 
-// The units before the first zero, of at most `count`: line by line.
-ZELK_STAGE std::size_t unitsBeforeZero(const unsigned char *text, std::size_t count) {
-    std::size_t checked = 0;
-    while (checked < count) {
-        const unsigned char *const from = text + 2 * checked;
-        const std::size_t units = std::min(count - checked, std::max<std::size_t>(bytesInLine(from) / 2, 1));
-        const Block block = load(from, firstBytes(2 * units));
-        const std::size_t zero = firstOf(_mm512_testn_epi16_mask(block, block));
-        checked += std::min(zero, units);
-        if (zero < units) {
-            break;
-        }
-    }
-    return checked;
+// The lines of a text that a zero may end, as blocks of units. The first block has the units that begin in the text's
+// line, but for one that goes on in the next; every other block is a line, or is so many bytes from the last one of the
+// line before. Such a block may be read when the one before it has no zero.
+ZELK_OPERATION std::size_t bytesOfFirstLine(const unsigned char *text) {
+    return bytesInLine(text) & ~std::size_t{1};
 }
 
-// Of at most `count` units, as many as may be read at once: all, where no zero ends the text in a line before the last
-// of them.
-ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t count) {
-    const std::size_t first = bytesInLine(text) / 2;
-    const Block line = load(text, firstBytes(2 * std::min(first, count)));
-    const Mask zeros = _mm512_testn_epi16_mask(line, line) & firstBytes(std::min(first, count));
-    return zeros == 0 && count <= first + blockUnits ? count : unitsBeforeZero(text, count);
+// Whether so many lines of a text, 255 bytes at most, have no zero: then it may be read to its end, if that is in the
+// line after them. It has at least two bytes in all of the lines but the last of four.
+template <unsigned int lines>
+ZELK_OPERATION bool goOn(const unsigned char *text, std::size_t bytes) {
+    static_assert(lines <= 4);
+    std::size_t before = bytesOfFirstLine(text);
+    const Block first = loadInLineBeforeOnes(text, firstBytes(before) & firstBytes(bytes));
+    if (_mm512_testn_epi16_mask(first, first) != 0) [[unlikely]] {
+        return false;
+    }
+    for (unsigned int line = 1; line < lines; ++line, before += blockBytes) {
+        const std::size_t left = line < 3 || before < bytes ? bytes - before : 0;
+        const Block block = loadInLineBeforeOnes(text + before, firstBytes(left));
+        if (_mm512_testn_epi16_mask(block, block) != 0) [[unlikely]] {
+            return false;
+        }
+    }
+    return true;
 }
 
 // ---- ASCII: 64 units to a block of bytes
@@ -171,40 +174,41 @@ ZELK_OPERATION std::size_t putTriples(char *out, Block units, const Triples &tri
     return frontBytes + storeKept(out + frontBytes, nonZero(back), back);
 }
 
-// Up to 32 units that may be read. With little room they are converted only if all of them fit.
+// Up to 32 units that may be read, and fit.
 template <UnitOrder order, Clean clean>
-ZELK_OPERATION Progress encodeBlock(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    Block units = unitsAt<order>(text, 0, count);
-    const Mask stops = stopsAmong<clean>(units) & firstBytes(count);
+ZELK_OPERATION Progress encodeBlock(const unsigned char *text, std::size_t count, char *out) {
+    Block units = unitsAt<order, clean>(text, count);
+    const UnitMask stops = stopsAmong<clean>(units) & static_cast<UnitMask>(firstBytes(count));
     if (stops != 0) [[unlikely]] {
         count = firstOf(stops);
         units = _mm512_maskz_mov_epi8(firstBytes(2 * count), units);
-    }
-    if (room < detail::longestSequence * count) [[unlikely]] {
-        if (count + countOf(aboveAscii(units)) + countOf(ofThreeBytes(units)) > room) {
-            return {};
-        }
     }
     return {count,
             ofThreeBytes(units) == 0 ? putPairs<Reach::Exact>(out, units, count) : putTriples(out, units, triples())};
 }
 
+// The same with little room: all of a block or nothing.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION Progress encodeFittingBlock(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    const Block units = unitsAt<order, clean>(text, count);
+    const UnitMask present =
+        static_cast<UnitMask>(firstBytes(firstOf(stopsAmong<clean>(units)))) & static_cast<UnitMask>(firstBytes(count));
+    const std::size_t bytes =
+        countOf(present) + countOf(aboveAscii(units) & present) + countOf(ofThreeBytes(units) & present);
+    return bytes <= room ? encodeBlock<order, clean>(text, count, out) : Progress();
+}
+
 // ---- Texts
 
-// Two blocks, of which all units may be read and are sure to fit: the second one may be of few units.
+// 33 to 64 units that may be read, and fit.
 template <UnitOrder order, Clean clean>
 ZELK_OPERATION Progress encodeTwoBlocks(const unsigned char *text, std::size_t count, char *out) {
-    std::size_t backUnits = count - blockUnits;
-    const Block front = unitsAt<order>(text, 0);
-    Block back = unitsAt<order>(text, blockUnits, backUnits);
-    const Mask stops = stopsAmong<clean>(front) | (Mask{stopsAmong<clean>(back)} << blockUnits & firstBytes(count));
-    if (stops != 0) [[unlikely]] {
-        count = firstOf(stops);
-        if (count <= blockUnits) {
-            return encodeBlock<order, clean>(text, count, out, detail::longestSequence * count);
-        }
-        backUnits = count - blockUnits;
-        back = _mm512_maskz_mov_epi8(firstBytes(2 * backUnits), back);
+    const std::size_t backUnits = count - blockUnits;
+    const Block front = unitsAt<order, clean>(text);
+    const Block back = unitsAt<order, clean>(text + blockBytes, backUnits);
+    if ((stopsAmong<clean>(front) | (stopsAmong<clean>(back) & static_cast<UnitMask>(firstBytes(backUnits)))) != 0)
+        [[unlikely]] {
+        return {};
     }
     if (ofThreeBytes(_mm512_or_si512(front, back)) == 0) {
         const std::size_t frontBytes = putPairs<Reach::Exact>(out, front, blockUnits);
@@ -221,112 +225,181 @@ ZELK_OPERATION Block graphicBits(Block units) {
     return clean == Clean::Any ? units : _mm512_and_si512(units, everyUnit<0xFF60>());
 }
 
-// 64 to 128 units below 0x800 that may be read and are sure to fit, all at once; none where others are among them. The
-// last 64 are looked at, and where all is ASCII stored, together with those among them that the first 64 are, too.
+// Whether units, given all their bits and the least of their graphic ones, do not stop and are below 0x800.
+ZELK_OPERATION bool arePairs(Block bits, Block least) {
+    return _kortestz_mask32_u8(_mm512_test_epi16_mask(bits, everyUnit<0xF800>()),
+                               _mm512_testn_epi16_mask(least, least)) != 0;
+}
+
+// 65 to 127 units that may be read, and fit, all at once; none where one stops. The last 64 are looked at, and where
+// all is ASCII stored, together with those among them that the first 64 are, too.
 template <UnitOrder order, Clean clean>
 ZELK_OPERATION Progress encodeFourBlocks(const unsigned char *text, std::size_t count, char *out) {
     const std::size_t last = count - 2 * blockUnits;
-    const Block a = unitsAt<order>(text, 0);
-    const Block b = unitsAt<order>(text, blockUnits);
-    const Block c = unitsAt<order>(text, last);
-    const Block d = unitsAt<order>(text, last + blockUnits);
+    const Block a = unitsAt<order, clean>(text);
+    const Block b = unitsAt<order, clean>(text + blockBytes);
+    const Block c = unitsAt<order, clean>(text + 2 * last);
+    const Block d = unitsAt<order, clean>(text + 2 * last + blockBytes);
     const Block bits = _mm512_or_si512(_mm512_ternarylogic_epi32(a, b, c, 0xFE), d); // a | b | c, d
     const Block least = _mm512_min_epu16(_mm512_min_epu16(graphicBits<clean>(a), graphicBits<clean>(b)),
                                          _mm512_min_epu16(graphicBits<clean>(c), graphicBits<clean>(d)));
-    if (_kortestz_mask32_u8(_mm512_test_epi16_mask(bits, everyUnit<0xF800>()), _mm512_testn_epi16_mask(least, least)) ==
-        0) {
-        return {};
-    }
-    if (_mm512_test_epi16_mask(bits, everyUnit<0x780>()) == 0) {
+    const bool pairs = arePairs(bits, least);
+    if (pairs && _mm512_test_epi16_mask(bits, everyUnit<0x780>()) == 0) {
         const AsciiUnits ascii = asciiUnits<UnitOrder::LowFirst, clean>();
         store(out, _mm512_permutex2var_epi8(a, ascii.lowBytes, b));
         store(out + last, _mm512_permutex2var_epi8(c, ascii.lowBytes, d));
         return {count, count};
     }
-    std::size_t written = putPairs<Reach::Whole>(out, a, blockUnits); // b's bytes cover what reaches too far
-    written += last >= blockUnits ? putPairs<Reach::Whole>(out + written, b, blockUnits)
-                                  : putPairs<Reach::Exact>(out + written, b, blockUnits);
     const std::size_t third = std::min(last, blockUnits);
-    if (third != 0) {
-        written += putPairs<Reach::Exact>(out + written, unitsAt<order>(text, 2 * blockUnits, third), third);
+    const Block front = unitsAt<order, clean>(text + 2 * blockBytes, third);
+    const Block back = unitsAt<order, clean>(text + 3 * blockBytes, last - third);
+    if (!pairs) {
+        if ((stopsAmong<clean>(a) | stopsAmong<clean>(b) | stopsAmong<clean>(c) | stopsAmong<clean>(d)) != 0) {
+            return {};
+        }
+        const Triples t = triples();
+        std::size_t written = putTriples(out, a, t);
+        written += putTriples(out + written, b, t);
+        written += putTriples(out + written, front, t);
+        return {count, last > third ? written + putTriples(out + written, back, t) : written};
     }
-    if (last > blockUnits) {
-        const std::size_t fourth = last - blockUnits;
-        written += putPairs<Reach::Exact>(out + written, unitsAt<order>(text, 3 * blockUnits, fourth), fourth);
-    }
-    return {count, written};
+    std::size_t written = putPairs<Reach::Whole>(out, a, blockUnits); // b's bytes cover what reaches too far
+    written += putPairs<Reach::Exact>(out + written, b, blockUnits);
+    written += putPairs<Reach::Exact>(out + written, front, third);
+    return {count, written + putPairs<Reach::Exact>(out + written, back, last - third)};
 }
 
-// Blocks of ASCII of which all units may be read and are sure to fit; of the last one a part may be taken again.
+// A text on its way, of which blocks of 64 units are taken while they fit. Where a zero may end it, the halves of a
+// block are lines, and a line is read when the one before it has no zero.
 template <UnitOrder order, Clean clean>
-ZELK_OPERATION std::size_t encodeAscii(const unsigned char *text, std::size_t count, char *out) {
+struct Blocks {
+    const unsigned char *text;
+    std::size_t count;
+    char *out;
+    std::size_t room;
+    Progress done;
+    Block first, second; // as they lie in memory
+
+    ZELK_OPERATION std::size_t most(const Blocks &blocks) {
+        return std::min((blocks.count - blocks.done.read) / blockBytes,
+                        (blocks.room - blocks.done.written) / (detail::longestSequence * blockBytes));
+    }
+
+    // The next one; false where it has a zero in its first half.
+    ZELK_OPERATION bool load(Blocks &blocks) {
+        const unsigned char *const from = blocks.text + 2 * blocks.done.read;
+        blocks.first = clean == Clean::Any ? loadInLine(from) : kernels::ZELK_KERNEL_SET::load(from);
+        if (clean == Clean::Any && _mm512_testn_epi16_mask(blocks.first, blocks.first) != 0) [[unlikely]] {
+            return false;
+        }
+        blocks.second =
+            clean == Clean::Any ? loadInLine(from + blockBytes) : kernels::ZELK_KERNEL_SET::load(from + blockBytes);
+        return true;
+    }
+};
+
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION void encodeAscii(Blocks<order, clean> &blocks) {
     const AsciiUnits ascii = asciiUnits<order, clean>();
-    std::size_t done = 0;
-    while (done != count) {
-        const unsigned char *const from = text + 2 * std::min(done, count - blockBytes);
-        const AsciiBytes block = asciiBytes(load(from), load(from + blockBytes), ascii);
-        if (block.others != 0) {
+    for (std::size_t steps = blocks.most(blocks); steps != 0 && blocks.load(blocks); --steps) {
+        const AsciiBytes block = asciiBytes(blocks.first, blocks.second, ascii);
+        if (!none(block.others)) {
             break;
         }
-        done = std::min(done, count - blockBytes);
-        store(out + done, block.bytes);
-        done += blockBytes;
+        store(blocks.out + blocks.done.written, block.bytes);
+        blocks.done.read += blockBytes;
+        blocks.done.written += blockBytes;
     }
-    return done;
 }
 
-// More than 128 units, or little room. So many are looked at for a zero at once, then converted.
+// Units of any kind, up to two blocks of ASCII.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION void encodeMixed(Blocks<order, clean> &blocks, const Triples &triples) {
+    std::size_t before = 0; // the bytes of the last block
+    std::size_t steps = 0;
+    while ((steps != 0 || (steps = blocks.most(blocks)) != 0) && blocks.load(blocks)) {
+        --steps;
+        const Block front = inNativeOrder<order>(blocks.first);
+        const Block back = inNativeOrder<order>(blocks.second);
+        char *const to = blocks.out + blocks.done.written;
+        std::size_t bytes = 0;
+        if (arePairs(_mm512_or_si512(front, back),
+                     _mm512_min_epu16(graphicBits<clean>(front), graphicBits<clean>(back)))) {
+            bytes = putPairs<Reach::Whole>(to, front, blockUnits); // the back covers what reaches too far
+            bytes += putPairs<Reach::Exact>(to + bytes, back, blockUnits);
+        } else {
+            if ((stopsAmong<clean>(front) | stopsAmong<clean>(back)) != 0) [[unlikely]] {
+                break;
+            }
+            bytes = putTriples(to, front, triples);
+            bytes += putTriples(to + bytes, back, triples);
+        }
+        blocks.done.read += blockBytes;
+        blocks.done.written += bytes;
+        if (bytes == blockBytes && before == blockBytes) {
+            break;
+        }
+        before = bytes;
+    }
+}
+
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION Progress encodeBlocks(const unsigned char *text, std::size_t count, char *out, std::size_t room,
+                                     Progress done) {
+    Blocks<order, clean> blocks{text, count, out, room, done, {}, {}};
+    const Triples t = triples();
+    std::size_t before = 0;
+    do {
+        before = blocks.done.read;
+        encodeAscii(blocks);
+        encodeMixed(blocks, t);
+    } while (blocks.done.read != before);
+    return blocks.done;
+}
+
+// More than 127 units, little room, or a stop.
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    constexpr std::size_t mostAtOnce = 1024;
     Progress done;
-    std::size_t readable = 0; // the units up to here may be read
-    while (done.read < count) {
-        if (done.read == readable) {
-            const std::size_t wanted = std::min(count - readable, mostAtOnce);
-            readable += clean == Clean::Any ? readableUnits(text + 2 * readable, wanted) : wanted;
-        }
+    for (;;) {
         const unsigned char *const from = text + 2 * done.read;
-        char *const to = out + done.written;
-        const std::size_t left = readable - done.read;
-        const std::size_t fitting = (room - done.written) / detail::longestSequence;
-        Progress step;
-        if (std::min(left, fitting) > blockUnits) {
-            const std::size_t units = std::min(left, fitting);
-            const std::size_t ascii = units >= blockBytes ? encodeAscii<order, clean>(from, units, to) : 0;
-            step = ascii != 0 ? Progress{ascii, ascii}
-                              : encodeTwoBlocks<order, clean>(from, std::min(units, 2 * blockUnits), to);
-        } else {
-            step = encodeBlock<order, clean>(from, std::min(left, blockUnits), to, room - done.written);
-        }
-        if (step.read == 0) {
-            break;
-        }
+        const std::size_t line = clean == Clean::Any ? bytesOfFirstLine(from) / 2 : blockUnits;
+        const std::size_t wanted = std::min(count - done.read, line != 0 ? line : blockUnits);
+        const Progress step =
+            encodeFittingBlock<order, clean>(from, wanted, out + done.written, room - done.written);
         done.read += step.read;
         done.written += step.written;
+        if (step.read < wanted || done.read == count) {
+            return done;
+        }
+        done = encodeBlocks<order, clean>(text, count, out, room, done);
     }
-    return done;
 }
 
 template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeUpTo128(const unsigned char *text, std::size_t count, char *out) {
-    if (count >= 2 * blockUnits) {
-        const Progress done = encodeFourBlocks<order, clean>(text, count, out);
-        return done.read != 0 ? done : encodeLong<order, clean>(text, count, out, detail::longestSequence * count);
+ZELK_STAGE Progress encodeSeveral(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    if (count < 4 * blockUnits && room >= detail::longestSequence * count) {
+        Progress done;
+        if (count > 2 * blockUnits) {
+            if (clean == Clean::NoControls || goOn<4>(text, 2 * count)) {
+                done = encodeFourBlocks<order, clean>(text, count, out);
+            }
+        } else if (count > blockUnits && (clean == Clean::NoControls || goOn<2>(text, 2 * count))) {
+            done = encodeTwoBlocks<order, clean>(text, count, out);
+        }
+        if (done.read != 0) {
+            return done;
+        }
     }
-    return encodeTwoBlocks<order, clean>(text, count, out);
+    return encodeLong<order, clean>(text, count, out, room);
 }
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    if (count > 4 * blockUnits || room < detail::longestSequence * count) {
-        return encodeLong<order, clean>(text, count, out, room);
-    }
-    if (clean == Clean::Any) {
-        count = readableUnits(text, count);
-    }
-    return count <= blockUnits ? encodeBlock<order, clean>(text, count, out, room)
-                               : encodeUpTo128<order, clean>(text, count, out);
+    return count <= blockUnits && room >= detail::longestSequence * count &&
+                   (clean == Clean::NoControls || goOn<1>(text, 2 * count))
+               ? encodeBlock<order, clean>(text, count, out)
+               : encodeSeveral<order, clean>(text, count, out, room);
 }
 
 // ---- Measuring, and to native units
@@ -337,7 +410,7 @@ ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
     while (done.read < count) {
         const unsigned char *const from = text + 2 * done.read;
         const std::size_t wanted = std::min(count - done.read, std::max<std::size_t>(bytesInLine(from) / 2, 1));
-        const Block block = unitsAt<order>(from, 0, wanted);
+        const Block block = unitsAt<order, Clean::Any>(from, wanted);
         const Mask zeros = stopsAmong<Clean::Any>(block);
         const std::size_t units = std::min(wanted, firstOf(zeros));
         const Mask present = firstBytes(units);
@@ -356,7 +429,7 @@ ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, u
     std::size_t done = 0;
     while (done < fitting) {
         const std::size_t wanted = std::min(fitting - done, blockUnits);
-        const Block block = unitsAt<order>(text, done, wanted);
+        const Block block = unitsAt<order, clean>(text + 2 * done, wanted);
         const std::size_t units = std::min(wanted, firstOf(stopsAmong<clean>(block)));
         if (units != 0) { // an empty store may be slow
             store(out + done, firstBytes(2 * units), block);

@@ -106,6 +106,10 @@ ZELK_OPERATION bool all(Mask mask) {
     return _kortestc_mask64_u8(mask, mask) != 0;
 }
 
+ZELK_OPERATION bool none(Mask mask) {
+    return _kortestz_mask64_u8(mask, mask) != 0;
+}
+
 ZELK_OPERATION Mask highBits(Block block) {
     return _mm512_movepi8_mask(block);
 }
