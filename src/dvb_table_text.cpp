@@ -75,36 +75,34 @@ const unsigned char *putCharacter(Sink &sink, tables::DvbTable table, unsigned i
 
 // Arabic text has no marks: what wears the Greek ones does so on purpose. Controls end the search, as they end a
 // stretch.
-[[gnu::noinline]] const unsigned char *findGreekMark(const unsigned char *at, const unsigned char *end) {
+[[gnu::noinline]] std::size_t beforeGreekMark(const unsigned char *at, std::size_t left) {
     const auto &columns = tables::dvbMarks.sets[tables::greekMarks].columnOf;
-    while (at != end && (*at & 0x60U) != 0 && columns[*at] == 0) {
-        ++at;
+    std::size_t count = 0;
+    while (count != left && (at[count] & 0x60U) != 0 && columns[at[count]] == 0) {
+        ++count;
     }
-    return at;
+    return count;
 }
 
 // The kernels take the stretches of plain characters; what stops them is decoded by the rule. They read no further than
 // the rule would: of the text that is left, as many bytes as surely fit.
 
 template <class Unit>
-kernels::Progress stretch(tables::DvbTable table, const unsigned char *at, const unsigned char *end, Unit *out,
-                          int room) {
+[[gnu::always_inline]] inline kernels::Progress stretch(tables::DvbTable table, const unsigned char *at,
+                                                        std::size_t left, Unit *out, int room) {
     constexpr bool toUtf8 = std::is_same_v<Unit, char>;
-    const auto left = static_cast<std::size_t>(end - at);
     const auto units = static_cast<std::size_t>(room - 1);
     const kernels::Kernels &kernels = kernels::kernels();
     if constexpr (toUtf8) {
         return table.marks == tables::latinMarks ? kernels.markedToUtf8(table.set, at, left, out, units)
                : table.marks == tables::noMarks
                    ? kernels.cleanToUtf8(table.set, at, left, out, units)
-                   : kernels.cleanToUtf8(table.set, at, static_cast<std::size_t>(findGreekMark(at, end) - at), out,
-                                         units);
+                   : kernels.cleanToUtf8(table.set, at, beforeGreekMark(at, left), out, units);
     } else {
         return table.marks == tables::latinMarks ? kernels.markedToUcs2(table.set, at, left, out, units)
                : table.marks == tables::noMarks
                    ? kernels.cleanToUcs2(table.set, at, left, out, units)
-                   : kernels.cleanToUcs2(table.set, at, static_cast<std::size_t>(findGreekMark(at, end) - at), out,
-                                         units);
+                   : kernels.cleanToUcs2(table.set, at, beforeGreekMark(at, left), out, units);
     }
 }
 
@@ -114,22 +112,38 @@ constexpr int stepsAfter(const kernels::Progress &done) {
     return done.read >= 8 ? 1 : 8;
 }
 
-template <class Sink>
-[[gnu::noinline]] unsigned int restOfTable(typename Sink::Unit *out, int outSize, const unsigned char *at, int length,
-                                           tables::DvbTable table, unsigned int flags, kernels::Progress done) {
-    Sink sink(out, outSize);
-    const unsigned char *const end = at + length;
+template <class Unit>
+struct TableText {
+    Unit *out;
+    const unsigned char *bytes;
+    int outSize;
+    int length;
+    tables::DvbTable table;
+    unsigned int flags;
+};
+
+template <class Unit>
+[[gnu::noinline]] unsigned int restOfTable(const TableText<Unit> &text, kernels::Progress done) {
+    SinkOf<Unit> sink(text.out, text.outSize);
+    const unsigned char *at = text.bytes;
+    const unsigned char *const end = at + text.length;
     for (;;) {
         at += done.read;
         sink.advance(static_cast<int>(done.written));
         for (auto steps = stepsAfter(done); steps != 0 && at != end && !sink.full(); --steps) {
-            at = putCharacter(sink, table, flags, at, end);
+            at = putCharacter(sink, text.table, text.flags, at, end);
         }
         if (at == end || sink.full()) {
             return sink.finish();
         }
-        done = stretch(table, at, end, sink.position(), sink.room());
+        done = stretch(text.table, at, static_cast<std::size_t>(end - at), sink.position(), sink.room());
     }
+}
+
+template <class Unit>
+[[gnu::noinline]] unsigned int decodeTerminated(Unit *out, int outSize, const unsigned char *bytes,
+                                                tables::DvbTable table, unsigned int flags) {
+    return decodeTableText(out, outSize, bytes, byteCount(bytes, -1), table, flags);
 }
 
 } // namespace
@@ -138,14 +152,16 @@ template <class Sink>
 template <class Unit>
 unsigned int decodeTableText(Unit *out, int outSize, const unsigned char *bytes, int left, tables::DvbTable table,
                              unsigned int flags) {
-    if (outSize < 2) {
+    if (outSize < 2) [[unlikely]] {
         return finished(out, 0);
     }
-    const int length = byteCount(bytes, left);
-    const kernels::Progress done = stretch(table, bytes, bytes + length, out, outSize);
-    return done.read == static_cast<std::size_t>(length)
-               ? finished(out, done.written)
-               : restOfTable<SinkOf<Unit>>(out, outSize, bytes, length, table, flags, done);
+    if (left < 0) [[unlikely]] {
+        return decodeTerminated(out, outSize, bytes, table, flags);
+    }
+    const TableText<Unit> text{out, bytes, outSize, left, table, flags};
+    const kernels::Progress done = stretch(table, bytes, static_cast<std::size_t>(left), out, outSize);
+    return done.read == static_cast<std::size_t>(text.length) ? finished(text.out, done.written)
+                                                              : restOfTable(text, done);
 }
 
 template unsigned int decodeTableText(char *, int, const unsigned char *, int, tables::DvbTable, unsigned int);

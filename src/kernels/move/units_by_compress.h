@@ -365,8 +365,7 @@ ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, cha
         const unsigned char *const from = text + 2 * done.read;
         const std::size_t line = clean == Clean::Any ? bytesOfFirstLine(from) / 2 : blockUnits;
         const std::size_t wanted = std::min(count - done.read, line != 0 ? line : blockUnits);
-        const Progress step =
-            encodeFittingBlock<order, clean>(from, wanted, out + done.written, room - done.written);
+        const Progress step = encodeFittingBlock<order, clean>(from, wanted, out + done.written, room - done.written);
         done.read += step.read;
         done.written += step.written;
         if (step.read < wanted || done.read == count) {
