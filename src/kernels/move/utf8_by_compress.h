@@ -469,7 +469,32 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     return {length, count};
 }
 
-// ---- Checking
+// ---- Checking and copying
+
+// Where to what is right is copied, up to what `copied` says: nowhere, or to a place for as many bytes as the text has.
+// Lines are copied two bytes late: the last two of a line may belong to a sequence that goes wrong in the next one.
+struct Nowhere {
+    ZELK_OPERATION void upTo(Nowhere & /*copy*/, const unsigned char * /*text*/, std::size_t /*end*/) {}
+    ZELK_OPERATION void block(Nowhere & /*copy*/, std::size_t /*at*/, Block /*text*/) {}
+};
+
+struct Copy {
+    char *out;
+    std::size_t copied;
+
+    ZELK_OPERATION void upTo(Copy &copy, const unsigned char *text, std::size_t end) {
+        if (copy.copied < end) {
+            std::memcpy(copy.out + copy.copied, text + copy.copied, end - copy.copied);
+            copy.copied = end;
+        }
+    }
+    ZELK_OPERATION void block(Copy &copy, std::size_t at, Block text) {
+        store(copy.out + at, text);
+        copy.copied = at + blockBytes;
+    }
+};
+
+inline constexpr std::size_t late = 2;
 
 // Up to 64 bytes of one line; false where the check ends.
 template <Clean clean>
@@ -481,9 +506,24 @@ ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std
     return wrong == 0 && read < length;
 }
 
-// Whole lines; there are two bytes at least in front of them.
-template <Clean clean>
-ZELK_STAGE std::size_t checkWholeLines(const unsigned char *text, std::size_t length, std::size_t read) {
+// Lines of ASCII where no sequence is unfinished.
+template <Clean clean, class Out>
+ZELK_OPERATION std::size_t checkAsciiLines(const unsigned char *text, std::size_t length, std::size_t read, Out &out) {
+    Out::upTo(out, text, read);
+    while (length - read >= blockBytes) {
+        const Block block = loadInLine(text + read);
+        if (!isAscii<clean>(block, ~0ULL)) {
+            break;
+        }
+        Out::block(out, read, block);
+        read += blockBytes;
+    }
+    return read;
+}
+
+// Lines of any kind. There are bytes in front of them.
+template <Clean clean, class Out>
+ZELK_OPERATION std::size_t checkWholeLines(const unsigned char *text, std::size_t length, std::size_t read, Out &out) {
     const Utf8Constants constants = utf8Constants<clean>();
     const Leads leads = leadBytes();
     Trial trial;
@@ -495,31 +535,33 @@ ZELK_STAGE std::size_t checkWholeLines(const unsigned char *text, std::size_t le
             }
             Trial::failed(trial);
         }
+        Out::block(out, read - late, block.before2);
         read += blockBytes;
     }
     return read;
 }
 
-template <Clean clean>
-ZELK_STAGE std::size_t checkLines(const unsigned char *text, std::size_t length) {
+template <Clean clean, class Out>
+ZELK_STAGE std::size_t checkLines(const unsigned char *text, std::size_t length, Out out) {
     std::size_t read = 0;
     while (read < length && checkPart<clean>(text, length, read)) {
         if (unfinishedBytes(text, read) == 0) {
-            while (length - read >= blockBytes && isAscii<clean>(loadInLine(text + read), ~0ULL)) {
-                read += blockBytes;
-            }
+            read = checkAsciiLines<clean>(text, length, read, out);
         }
-        if (read >= 2) {
-            read = checkWholeLines<clean>(text, length, read);
+        if (read >= late && length - read >= blockBytes) {
+            Out::upTo(out, text, read - late);
+            read = checkWholeLines<clean>(text, length, read, out);
         }
     }
-    return read - unfinishedBytes(text, read);
+    read -= unfinishedBytes(text, read);
+    Out::upTo(out, text, read);
+    return read;
 }
 
 template <Clean clean>
 ZELK_STAGE std::size_t checkSeveral(const unsigned char *text, std::size_t length) {
     if (!mayReadSeveral(text, length)) {
-        return checkLines<clean>(text, length);
+        return checkLines<clean>(text, length, Nowhere());
     }
     const SeveralLines blocks = severalLines(text, length);
     if (isAscii<clean>(least(blocks), ~0ULL)) {
@@ -531,7 +573,7 @@ ZELK_STAGE std::size_t checkSeveral(const unsigned char *text, std::size_t lengt
         wrong = _kor_mask64(wrong, wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.places[i]), constants));
     }
     return _kortestz_mask64_u8(wrong, wrong) != 0 ? length - unfinishedBytes(text, length)
-                                                  : checkLines<clean>(text, length);
+                                                  : checkLines<clean>(text, length, Nowhere());
 }
 
 template <Clean clean>
@@ -539,7 +581,7 @@ ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length) 
     if (length > longestName || !mayRead(text, length)) {
         return length - SeveralLines::shortest <= SeveralLines::longest - SeveralLines::shortest
                    ? checkSeveral<clean>(text, length)
-                   : checkLines<clean>(text, length);
+                   : checkLines<clean>(text, length, Nowhere());
     }
     const Mask all = firstBytes(length);
     const Block bytes = load(text, all);
@@ -551,7 +593,7 @@ ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length) 
     if (isRightName(name, all, utf8Constants<clean>()) && _kortestz_mask64_u8(last, last) != 0) {
         return length;
     }
-    return checkLines<clean>(text, length);
+    return checkLines<clean>(text, length, Nowhere());
 }
 
 ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
@@ -559,6 +601,9 @@ ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t len
 }
 
 ZELK_STAGE std::size_t copyCleanUtf8(const unsigned char *text, std::size_t length, char *out) {
+    if (length > SeveralLines::longest) {
+        return checkLines<Clean::NoControls>(text, length, Copy{out, 0});
+    }
     const std::size_t bytes = check<Clean::NoControls>(text, length);
     if (bytes - 1 < blockBytes) { // an empty store may be slow
         store(out, firstBytes(bytes), load(text, firstBytes(bytes)));
