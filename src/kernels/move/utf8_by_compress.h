@@ -84,47 +84,47 @@ ZELK_OPERATION bool mayRead(const unsigned char *text, std::size_t bytes) {
     return _kortestz_mask64_u8(zeros, zeros) != 0 || areInLine(text, bytes);
 }
 
-// Texts of 129 to 255 bytes as four blocks, of which the last ones overlap as far as needed: no branch depends on the
-// length.
-struct SeveralLines {
-    static constexpr std::size_t shortest = 2 * blockBytes + 1;
-    static constexpr std::size_t count = 4;
-    static constexpr std::size_t longest = count * blockBytes - 1; // as far as firstBytes() counts
+// Texts of 66 to 255 bytes as four blocks, of which the last ones overlap as far as needed: no branch depends on the
+// length. Two bytes at least are before the second one.
+struct FourBlocks {
+    static constexpr std::size_t shortest = blockBytes + 2;
+    static constexpr std::size_t longest = 4 * blockBytes - 1; // as far as firstBytes() counts
 
-    std::size_t places[count];
-    Block text[count];
+    std::size_t second, third, last; // their places
+    Block text1, text2, text3, text4;
 };
 
-ZELK_OPERATION SeveralLines severalLines(const unsigned char *text, std::size_t length) {
+ZELK_OPERATION FourBlocks fourBlocks(const unsigned char *text, std::size_t length) {
     const std::size_t last = length - blockBytes;
-    const std::size_t third = std::min(2 * blockBytes, last);
-    return {{0, blockBytes, third, last},
-            {loadInLine(text), loadInLine(text + blockBytes), loadInLine(text + third), loadInLine(text + last)}};
+    const std::size_t second = lesserOf(blockBytes, last);
+    const std::size_t third = lesserOf(2 * blockBytes, last);
+    return {second,
+            third,
+            last,
+            loadInLine(text),
+            loadInLine(text + second),
+            loadInLine(text + third),
+            loadInLine(text + last)};
 }
 
 // The least of the bytes at each place, as signed numbers.
-ZELK_OPERATION Block least(const SeveralLines &blocks) {
-    return _mm512_min_epi8(_mm512_min_epi8(blocks.text[0], blocks.text[1]),
-                           _mm512_min_epi8(blocks.text[2], blocks.text[3]));
+ZELK_OPERATION Block least(const FourBlocks &blocks) {
+    return _mm512_min_epi8(_mm512_min_epi8(blocks.text1, blocks.text2), _mm512_min_epi8(blocks.text3, blocks.text4));
 }
 
-// Whether no zero is in a line of such a text before the last one that it lies in: at most four, looked at in turn.
+// Whether no zero is in a line of such a text before the last one that it lies in: four at most.
 ZELK_OPERATION bool mayReadSeveral(const unsigned char *text, std::size_t length) {
-    const Mask first = firstBytes(bytesInLine(text));
-    const Block block = load(text, first);
-    if (_mm512_mask_testn_epi8_mask(first, block, block) != 0) {
+    const Block front = loadInLine(text, firstBytes(bytesInLine(text)));
+    if (_mm512_mask_testn_epi8_mask(firstBytes(bytesInLine(text)), front, front) != 0) {
         return false;
     }
-    const unsigned char *line = text + bytesInLine(text);
+    const unsigned char *const first = text + bytesInLine(text);
     const unsigned char *const last = text + length - 1 - placeInLine(text + length - 1) - lineBytes;
-    for (std::size_t i = 0; i < SeveralLines::count - 1; ++i) {
-        const Block whole = loadInLine(std::min(line, last));
-        if (_mm512_testn_epi8_mask(whole, whole) != 0) {
-            return false;
-        }
-        line += lineBytes;
-    }
-    return true;
+    const auto hasZero = [&](std::size_t place) {
+        const Block line = loadInLine(lesserOf(first + place, last));
+        return _mm512_testn_epi8_mask(line, line) != 0;
+    };
+    return !hasZero(0) && !hasZero(lineBytes) && !hasZero(2 * lineBytes);
 }
 
 // Where bytes do not follow the two before them as they should this is not zero.
@@ -399,48 +399,68 @@ ZELK_STAGE Progress decodeLines(const unsigned char *text, std::size_t length, u
     return done;
 }
 
+// A block of such a text that is not all ASCII; false where something is wrong.
+template <Clean clean>
+ZELK_OPERATION bool decodeBlock(const Utf8Block &block, Mask present, const Utf8Constants &constants,
+                                const UnitParts &parts, WaitingUnits &waiting) {
+    const Mask wrong = _kand_mask64(wrongBytes(block, constants), present);
+    if (!none(wrong)) [[unlikely]] {
+        return false;
+    }
+    const Units units = unitsOf(block, parts);
+    const Mask ends = units.ends & present;
+    const std::size_t count = countOf(ends);
+    WaitingUnits::store(waiting, count, parts);
+    waiting = {waiting.out + waiting.count, count, compressed(ends, units.low), compressed(ends, units.high)};
+    return true;
+}
+
+// 129 bytes at least.
+template <Clean clean>
+ZELK_STAGE Progress decodeMixed(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    const Utf8Constants constants = utf8Constants<clean>();
+    const UnitParts parts = unitParts();
+    WaitingUnits waiting{out, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
+    bool right = decodeBlock<clean>(utf8PartAt(text, 0, ~0ULL), ~0ULL, constants, parts, waiting) &&
+                 decodeBlock<clean>(utf8BlockAt(text + blockBytes), ~0ULL, constants, parts, waiting);
+    for (std::size_t read = 2 * blockBytes; right && read < length; read += blockBytes) {
+        const Mask present = firstBytes(length - read);
+        right = decodeBlock<clean>(utf8BlockAt(text + read, present), present, constants, parts, waiting);
+    }
+    if (!right) [[unlikely]] {
+        return decodeLines<clean>(text, length, out, room);
+    }
+    WaitingUnits::store(waiting, 0, parts);
+    return {length - unfinishedBytes(text, length), static_cast<std::size_t>(waiting.out - out) + waiting.count};
+}
+
 template <Clean clean>
 ZELK_STAGE Progress decodeSeveral(const unsigned char *text, std::size_t length, unsigned short *out,
                                   std::size_t room) {
     if (length > room || !mayReadSeveral(text, length)) {
         return decodeLines<clean>(text, length, out, room);
     }
-    const SeveralLines lines = severalLines(text, length);
-    if (isAscii<clean>(least(lines), ~0ULL)) {
-        for (std::size_t i = 0; i < SeveralLines::count; ++i) {
-            store(out + lines.places[i], frontUnits(lines.text[i]));
-            store(out + lines.places[i] + blockUnits, backUnits(lines.text[i]));
-        }
-        return {length, length};
+    const FourBlocks blocks = fourBlocks(text, length);
+    if (!isAscii<clean>(least(blocks), ~0ULL)) {
+        return length > 2 * blockBytes ? decodeMixed<clean>(text, length, out, room)
+                                       : decodeLines<clean>(text, length, out, room);
     }
-    const Utf8Constants constants = utf8Constants<clean>();
-    const UnitParts parts = unitParts();
-    WaitingUnits waiting{out, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
-    std::size_t written = 0;
-    for (std::size_t i = 0; i < SeveralLines::count; ++i) {
-        const std::size_t read = i * blockBytes;
-        const Mask present = firstBytes(length - lesserOf(read, length));
-        const Utf8Block block = i == 0 ? utf8PartAt(text, 0, ~0ULL) : utf8BlockAt(text + read, present);
-        const Mask wrong = _kand_mask64(wrongBytes(block, constants), present);
-        if (_kortestz_mask64_u8(wrong, wrong) == 0) [[unlikely]] {
-            return decodeLines<clean>(text, length, out, room);
-        }
-        const Units units = unitsOf(block, parts);
-        const Mask ends = units.ends & present;
-        const std::size_t count = countOf(ends);
-        WaitingUnits::store(waiting, count, parts);
-        waiting = {out + written, count, compressed(ends, units.low), compressed(ends, units.high)};
-        written += count;
-    }
-    WaitingUnits::store(waiting, 0, parts);
-    return {length - unfinishedBytes(text, length), written};
+    const auto widen = [out](std::size_t place, Block block) {
+        store(out + place, frontUnits(block));
+        store(out + place + blockUnits, backUnits(block));
+    };
+    widen(0, blocks.text1);
+    widen(blocks.second, blocks.text2);
+    widen(blocks.third, blocks.text3);
+    widen(blocks.last, blocks.text4);
+    return {length, length};
 }
 
 // Short texts are done here; what they need not costs them nothing.
 template <Clean clean>
 ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
     if (length > longestName || !mayRead(text, length)) {
-        return length - SeveralLines::shortest <= SeveralLines::longest - SeveralLines::shortest
+        return length - FourBlocks::shortest <= FourBlocks::longest - FourBlocks::shortest
                    ? decodeSeveral<clean>(text, length, out, room)
                    : decodeLines<clean>(text, length, out, room);
     }
@@ -563,23 +583,22 @@ ZELK_STAGE std::size_t checkSeveral(const unsigned char *text, std::size_t lengt
     if (!mayReadSeveral(text, length)) {
         return checkLines<clean>(text, length, Nowhere());
     }
-    const SeveralLines blocks = severalLines(text, length);
+    const FourBlocks blocks = fourBlocks(text, length);
     if (isAscii<clean>(least(blocks), ~0ULL)) {
         return length;
     }
     const Utf8Constants constants = utf8Constants<clean>();
-    Mask wrong = wrongBytes<Last::LeftOut>(utf8PartAt(text, 0, ~0ULL), constants);
-    for (std::size_t i = 1; i < SeveralLines::count; ++i) {
-        wrong = _kor_mask64(wrong, wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.places[i]), constants));
-    }
-    return _kortestz_mask64_u8(wrong, wrong) != 0 ? length - unfinishedBytes(text, length)
-                                                  : checkLines<clean>(text, length, Nowhere());
+    const Mask wrong = _kor_mask64(_kor_mask64(wrongBytes<Last::LeftOut>(utf8PartAt(text, 0, ~0ULL), constants),
+                                               wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.second), constants)),
+                                   _kor_mask64(wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.third), constants),
+                                               wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.last), constants)));
+    return none(wrong) ? length - unfinishedBytes(text, length) : checkLines<clean>(text, length, Nowhere());
 }
 
 template <Clean clean>
 ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length) {
     if (length > longestName || !mayRead(text, length)) {
-        return length - SeveralLines::shortest <= SeveralLines::longest - SeveralLines::shortest
+        return length - FourBlocks::shortest <= FourBlocks::longest - FourBlocks::shortest
                    ? checkSeveral<clean>(text, length)
                    : checkLines<clean>(text, length, Nowhere());
     }
@@ -601,7 +620,7 @@ ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t len
 }
 
 ZELK_STAGE std::size_t copyCleanUtf8(const unsigned char *text, std::size_t length, char *out) {
-    if (length > SeveralLines::longest) {
+    if (length > FourBlocks::longest) {
         return checkLines<Clean::NoControls>(text, length, Copy{out, 0});
     }
     const std::size_t bytes = check<Clean::NoControls>(text, length);
