@@ -231,7 +231,7 @@ TEST(InPlace, Unescapes) {
 // One reference at every place of a text.
 TEST(InPlace, UnescapesOneReferenceAnywhere) {
     for (const char *const reference : {"&amp;", "&#65;", "&l;", "&", "&xyz;"}) {
-        for (const std::size_t length : {17, 33, 66, 131, 200}) {
+        for (const std::size_t length : {17U, 33U, 66U, 131U, 200U}) {
             for (std::size_t place = 0; place <= length; ++place) {
                 std::string text;
                 for (std::size_t i = 0; i < length; ++i) {

@@ -81,8 +81,8 @@ constexpr const char *otherOutputs[] = {
     "CodeConversion::convertUTF16ToUTF8Str(unsigned short const*, char*, int)",
     "HuffmanDecoder::decode(unsigned char const*, unsigned int, unsigned char*, unsigned int*) const",
     "HuffmanDecoder::byteWriter(unsigned char, unsigned char*, unsigned int, unsigned int*, unsigned int*) const",
-    "HuffmanDecoder::bitReader(unsigned char, unsigned char const*, unsigned int, unsigned char*, _BitReaderPos_t*) "
-    "const",
+    ("HuffmanDecoder::bitReader(unsigned char, unsigned char const*, unsigned int, unsigned char*, _BitReaderPos_t*) "
+     "const"),
 };
 
 // Functions that write nothing but a result: they only answer, or hand units to a caller's function.
@@ -403,7 +403,7 @@ TEST_F(OutputBounds, KeepWhatFollowsTheTerminator) {
 // All sizes around blocks, at lengths around blocks.
 TEST_F(OutputBounds, KeepWhatFollowsAtEverySize) {
     Random random(22);
-    for (const std::size_t length : {1, 15, 16, 17, 31, 32, 33, 63, 64, 65, 100, 129}) {
+    for (const std::size_t length : {1U, 15U, 16U, 17U, 31U, 32U, 33U, 63U, 64U, 65U, 100U, 129U}) {
         forEveryOutput(length, random, [&](const TextOutput &output, const Placed &in) {
             ASSERT_NO_FATAL_FAILURE(expectRoomy(output, in));
             for (int more = 0; more <= 130; more += more < 66 ? 1 : 7) {
@@ -416,7 +416,7 @@ TEST_F(OutputBounds, KeepWhatFollowsAtEverySize) {
 // A byte that begins or continues no sequence, at every place of a text.
 TEST_F(OutputBounds, KeepWhatFollowsBrokenTexts) {
     Random random(23);
-    for (const std::size_t length : {17, 40, 66, 131}) {
+    for (const std::size_t length : {17U, 40U, 66U, 131U}) {
         for (const TextKind &kind : textKinds) {
             if (kind.sly == 0) {
                 continue;
