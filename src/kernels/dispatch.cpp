@@ -10,7 +10,7 @@ namespace zelk::kernels {
 #if defined(ZELK_KERNELS_ONLY)
 
 std::span<const Candidate> candidates() {
-    static constexpr Candidate only[] = {{ZELK_KERNELS_NAME, [] { return true; }, &ZELK_KERNELS_ONLY}};
+    static constexpr Candidate only[] = {{ZELK_KERNELS_NAME, []() { return true; }, &ZELK_KERNELS_ONLY}};
     return only;
 }
 
@@ -18,10 +18,10 @@ std::span<const Candidate> candidates() {
 
 std::span<const Candidate> candidates() {
     static constexpr Candidate all[] = {
-        {"avx512", [] { return hasAvx512(thisProcessor()); }, &avx512Kernels},
-        {"avx2", [] { return hasAvx2(thisProcessor()); }, &avx2Kernels},
-        {"sse41", [] { return hasSse41(thisProcessor()); }, &sse41Kernels},
-        {"portable", [] { return true; }, &portableKernels},
+        {"avx512", []() { return hasAvx512(thisProcessor()); }, &avx512Kernels},
+        {"avx2", []() { return hasAvx2(thisProcessor()); }, &avx2Kernels},
+        {"sse41", []() { return hasSse41(thisProcessor()); }, &sse41Kernels},
+        {"portable", []() { return true; }, &portableKernels},
     };
     return all;
 }

@@ -15,7 +15,7 @@ struct KeptUnits {
     std::array<std::uint8_t, 256> count;                                    // of the units that are kept
 };
 
-inline constexpr KeptUnits keptUnits = [] {
+inline constexpr KeptUnits keptUnits = []() {
     KeptUnits result{};
     for (std::size_t leftOut = 0; leftOut < result.order.size(); ++leftOut) {
         std::array<std::uint8_t, 2 *KeptUnits::units> &order = result.order[leftOut];

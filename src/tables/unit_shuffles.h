@@ -12,7 +12,7 @@ using Shuffle = std::array<std::uint8_t, 16>;
 inline constexpr std::uint8_t leftOut = 0x80; // as an index of a shuffle: a zero, after what counts
 
 // By a bit for each of eight units, set above ASCII: of a pair of bytes for each unit the first, or both.
-alignas(sizeof(Shuffle)) inline constexpr auto pairShuffles = [] {
+alignas(sizeof(Shuffle)) inline constexpr auto pairShuffles = []() {
     std::array<Shuffle, 256> shuffles{};
     for (unsigned int above = 0; above < shuffles.size(); ++above) {
         shuffles[above].fill(leftOut);
@@ -29,7 +29,7 @@ alignas(sizeof(Shuffle)) inline constexpr auto pairShuffles = [] {
 
 // By a bit for each of four units, set above ASCII, and four bits above those, set from U+0800 on: of four bytes for
 // each unit the first, the first two, or the first three.
-alignas(sizeof(Shuffle)) inline constexpr auto tripleShuffles = [] {
+alignas(sizeof(Shuffle)) inline constexpr auto tripleShuffles = []() {
     std::array<Shuffle, 256> shuffles{};
     for (unsigned int bits = 0; bits < shuffles.size(); ++bits) {
         shuffles[bits].fill(leftOut);

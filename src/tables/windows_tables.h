@@ -43,7 +43,7 @@ struct WindowsTableNumbers {
     std::array<std::uint8_t, 256> byIdentifier;
 };
 
-inline constexpr WindowsTableNumbers windowsTableNumbers = [] {
+inline constexpr WindowsTableNumbers windowsTableNumbers = []() {
     WindowsTableNumbers numbers{};
     for (const WindowsTable &row : windowsTables) {
         numbers.byCodePage[row.codePage - firstWindowsCodePage] = row.table;

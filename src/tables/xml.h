@@ -59,7 +59,7 @@ constexpr std::size_t xmlReferenceIndex(unsigned int firstLetter, unsigned int s
     return (firstLetter + secondLetter) % 16;
 }
 
-inline constexpr std::array<XmlReference, 16> xmlReferences = [] {
+inline constexpr std::array<XmlReference, 16> xmlReferences = []() {
     std::array<XmlReference, 16> references{};
     for (XmlReference &reference : references) {
         reference.text[0] = '&';

@@ -105,7 +105,7 @@ struct Interleaving {
     alignas(64) std::array<std::uint8_t, 64> back;
 };
 
-inline constexpr Interleaving interleaving = [] {
+inline constexpr Interleaving interleaving = []() {
     Interleaving result{};
     for (unsigned int i = 0; i < 64; ++i) {
         const unsigned int source = i % 2 * 64 + i / 2; // bit 6 selects the second block

@@ -86,7 +86,7 @@ struct AsciiUnits {
 
 template <UnitOrder order, Clean clean>
 ZELK_OPERATION AsciiUnits asciiUnits() {
-    alignas(blockBytes) static constexpr auto places = [] {
+    alignas(blockBytes) static constexpr auto places = []() {
         std::array<std::uint8_t, blockBytes> table{};
         for (std::size_t i = 0; i < blockBytes; ++i) {
             table[i] = static_cast<std::uint8_t>(2 * i + (order == UnitOrder::HighFirst ? 1 : 0));

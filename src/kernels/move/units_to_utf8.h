@@ -17,7 +17,7 @@
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
 // From place n on: the index of byte n and those after it.
-alignas(laneBytes) inline constexpr auto slide = [] {
+alignas(laneBytes) inline constexpr auto slide = []() {
     std::array<std::uint8_t, 2 * laneBytes> places{};
     for (std::size_t place = 0; place < places.size(); ++place) {
         places[place] = static_cast<std::uint8_t>(place < laneBytes ? place : tables::leftOut);

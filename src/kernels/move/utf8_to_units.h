@@ -66,7 +66,7 @@ ZELK_OPERATION void storeAscii(unsigned short *out, Bytes ascii) {
 // Units moved up by a number of places, or down, -40 to 8.
 ZELK_OPERATION Lane moved(Lane units, std::ptrdiff_t places) {
     constexpr std::size_t before = laneBytes;
-    alignas(laneBytes) static constexpr auto steps = [] {
+    alignas(laneBytes) static constexpr auto steps = []() {
         std::array<std::uint8_t, 8 * laneBytes> bytes{};
         bytes.fill(0x80);
         for (std::size_t i = 0; i < laneBytes; ++i) {

@@ -49,7 +49,7 @@ struct FaultTables {
 };
 
 template <Clean clean>
-alignas(FaultTables::entries) inline constexpr FaultTables faultTables = [] {
+alignas(FaultTables::entries) inline constexpr FaultTables faultTables = []() {
     FaultTables tables{};
     for (const Fault &fault : faults) {
         tables.add(fault);

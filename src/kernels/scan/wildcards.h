@@ -44,7 +44,7 @@ ZELK_OPERATION bool isLetter(Byte byte) {
     return static_cast<unsigned int>((byte | caseBit) - 'a') < 26;
 }
 
-inline constexpr auto smallLettersOfAscii = [] {
+inline constexpr auto smallLettersOfAscii = []() {
     std::array<int, 0x80> letters{};
     for (int code = 0; code < 0x80; ++code) {
         letters[static_cast<std::size_t>(code)] = code >= 'A' && code <= 'Z' ? code + caseBit : code;

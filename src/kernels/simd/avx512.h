@@ -163,7 +163,7 @@ ZELK_OPERATION Block look16(Block table, Block nibbles) {
 // 0, factor, 2 * factor and so on, modulo 256.
 template <std::size_t factor>
 ZELK_OPERATION Block multiples() {
-    static constexpr auto bytes = [] {
+    static constexpr auto bytes = []() {
         std::array<std::uint8_t, blockBytes> result{};
         for (std::size_t i = 0; i < blockBytes; ++i) {
             result[i] = static_cast<std::uint8_t>(i * factor);
@@ -176,7 +176,7 @@ ZELK_OPERATION Block multiples() {
 // The bytes of a block from a place on, and behind them its front again.
 template <std::size_t place>
 ZELK_OPERATION Block startingAt(Block block) {
-    static constexpr auto places = [] {
+    static constexpr auto places = []() {
         std::array<std::uint8_t, blockBytes> result{};
         for (std::size_t i = 0; i < blockBytes; ++i) {
             result[i] = static_cast<std::uint8_t>((i + place) % blockBytes);
