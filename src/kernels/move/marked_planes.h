@@ -359,9 +359,14 @@ ZELK_OPERATION std::size_t storeMarkedUnits(const Pairs &order, unsigned short *
     return frontCount + backCount;
 }
 
-ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
-                                 unsigned short *out, std::size_t room) {
-    length = std::min(length, room);
+// The units of ASCII, which no table changes.
+ZELK_OPERATION Pairs unitsOfAscii(Block text) {
+    return {_mm512_cvtepu8_epi16(_mm512_castsi512_si256(text)),
+            _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(text, 1))};
+}
+
+ZELK_STAGE Progress markedBlocksToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                       unsigned short *out) {
     const BytePlanes &bytePlanes = tables::planesOf(set);
     const UnitPlanes planes{held(registersOf(bytePlanes.ucs2High, bytePlanes.ucs2Low)), load(markPlanes.lows),
                             load(markPlanes.highs), everyByte<0x3F>(), everyByte<0xFF>()};
@@ -371,7 +376,16 @@ ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text,
     std::size_t written = 0;
     while (length - read >= blockBytes) {
         const Block block = load(text + read);
-        const MarkedUnits units = markedUnits(planes, c, block, graphicAscii(ascii, block));
+        const Mask graphic = graphicAscii(ascii, block);
+        if (all(graphic)) {
+            const Pairs units = unitsOfAscii(block);
+            store(out + written, units.front);
+            store(out + written + halfBlock, units.back);
+            read += blockBytes;
+            written += blockBytes;
+            continue;
+        }
+        const MarkedUnits units = markedUnits(planes, c, block, graphic);
         if (!all(either(units.plain, both(units.marks, lastPlace)))) {
             break;
         }
@@ -389,6 +403,19 @@ ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text,
         }
     }
     return {read, written};
+}
+
+ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
+                                 unsigned short *out, std::size_t room) {
+    length = std::min(length, room);
+    if (length <= blockBytes) {
+        const Block block = load(text, firstBytes(length));
+        if (length != 0 && same(graphicAscii(graphic(), block), firstBytes(length))) {
+            storeUnits(out, length, unitsOfAscii(block));
+            return {length, length};
+        }
+    }
+    return markedBlocksToUcs2(set, text, length, out);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
