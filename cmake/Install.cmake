@@ -1,8 +1,8 @@
 # What `cmake --install` lays down for developers: libraries, headers, CMake package and pkg-config file.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS murn-zelk zelk-insight EXPORT murn-zelkTargets)
-install(FILES include/zelk.h include/zelk.hpp include/zelk_insight.h TYPE INCLUDE)
+install(TARGETS murn-zelk zelk-insight zelk-arrow EXPORT murn-zelkTargets)
+install(FILES include/zelk.h include/zelk.hpp include/zelk_insight.h include/zelk_arrow.h TYPE INCLUDE)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/murn-zelk)
 install(EXPORT murn-zelkTargets NAMESPACE zelk:: DESTINATION ${package_dir})
@@ -39,7 +39,7 @@ if(zelk_library_type STREQUAL "STATIC")
   list(TRANSFORM libraries PREPEND " -l")
   list(JOIN libraries "" pc_libraries)
 endif()
-foreach(name IN ITEMS murn-zelk zelk-insight)
+foreach(name IN ITEMS murn-zelk zelk-insight zelk-arrow)
   configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
