@@ -55,6 +55,7 @@ inline char *putAll(const tables::PackedUtf8 &packed, char *out, const unsigned 
             std::memcpy(out, in, wordBytes);
             out += wordBytes;
         } else {
+#pragma GCC unroll 8
             for (std::size_t i = 0; i < wordBytes; ++i) {
                 out = putEntry(out, packed[in[i]]);
             }
@@ -122,6 +123,7 @@ ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, 
 // Four units with one store.
 inline void putFour(unsigned short *out, const tables::CodePoints &codePoints, const unsigned char *in) {
     std::uint64_t units = 0;
+#pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
         const int place = std::endian::native == std::endian::little ? i : 3 - i;
         units |= std::uint64_t{codePoints[in[i]]} << 16 * place;
@@ -132,10 +134,6 @@ inline void putFour(unsigned short *out, const tables::CodePoints &codePoints, c
 // All of a text, to where there is room.
 inline Progress putUnits(tables::ByteSet set, unsigned short *out, const unsigned char *in, std::size_t length) {
     const unsigned char *const end = in + length;
-    if (set == tables::ByteSet::Iso8859_1) {
-        std::copy(in, end, out);
-        return {length, length};
-    }
     const tables::CodePoints &codePoints = tables::codePointsOf(set);
     for (std::size_t left = length; left >= wordBytes; left -= wordBytes, in += wordBytes, out += wordBytes) {
         putFour(out, codePoints, in);

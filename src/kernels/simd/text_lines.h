@@ -21,6 +21,7 @@ ZELK_OPERATION const unsigned char *lineStart(const unsigned char *at) {
 [[maybe_unused]] __attribute__((no_sanitize("address", "thread"))) static inline Line
 lineAt(const unsigned char *start) {
     Line line;
+#pragma GCC unroll 8
     for (std::size_t i = 0; i < line.size(); ++i) {
         line[i] = reinterpret_cast<const AlignedBytes *>(start)[i];
     }
@@ -31,6 +32,7 @@ lineAt(const unsigned char *start) {
 template <class Condition>
 ZELK_OPERATION std::uint64_t placesIn(const Line &line, Condition condition) {
     std::uint64_t places = 0;
+#pragma GCC unroll 8
     for (std::size_t i = 0; i < line.size(); ++i) {
         places |= placesOf(condition(line[i])) << i * blockBytes * bitsPerPlace;
     }
