@@ -80,11 +80,15 @@ inline std::u16string unitsOf(std::string_view pairs) {
     return units;
 }
 
-// A heap block of the text and `zeros` zeros and no more: the sanitizer finds a read behind it.
+// A heap block of the text and `zeros` zeros and no more: the sanitizer finds a read after it.
 template <class Unit = char, class Text>
 std::unique_ptr<Unit[]> block(const Text &text, std::size_t zeros = 0) {
     std::unique_ptr<Unit[]> units(new Unit[text.size() + zeros]);
-    std::transform(text.begin(), text.end(), units.get(), [](auto unit) { return static_cast<Unit>(unit); });
+    if constexpr (sizeof(Unit) == sizeof text[0]) {
+        std::memcpy(units.get(), text.data(), text.size() * sizeof(Unit));
+    } else {
+        std::transform(text.begin(), text.end(), units.get(), [](auto unit) { return static_cast<Unit>(unit); });
+    }
     std::fill_n(units.get() + text.size(), zeros, Unit{0});
     return units;
 }

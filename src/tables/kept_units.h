@@ -20,15 +20,15 @@ inline constexpr KeptUnits keptUnits = []() {
     for (std::size_t leftOut = 0; leftOut < result.order.size(); ++leftOut) {
         std::array<std::uint8_t, 2 *KeptUnits::units> &order = result.order[leftOut];
         order.fill(0x80);
-        std::uint8_t count = 0;
+        std::size_t count = 0;
         for (std::size_t unit = 0; unit < KeptUnits::units; ++unit) {
             if ((leftOut >> unit & 1U) == 0) {
-                order[2U * count] = static_cast<std::uint8_t>(2 * unit);
-                order[2U * count + 1] = static_cast<std::uint8_t>(2 * unit + 1);
+                order[2 * count] = static_cast<std::uint8_t>(2 * unit);
+                order[2 * count + 1] = static_cast<std::uint8_t>(2 * unit + 1);
                 ++count;
             }
         }
-        result.count[leftOut] = count;
+        result.count[leftOut] = static_cast<std::uint8_t>(count);
     }
     return result;
 }();

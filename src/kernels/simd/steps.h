@@ -15,8 +15,8 @@ struct TwoBytes {
 };
 
 ZELK_OPERATION void takeStep(const tables::ByteSteps &steps, unsigned int step, Bytes index, TwoBytes &bytes) {
-    bytes.first ^= lookUp(repeatLane(load<Lane>(steps.first + 16 * step)), index);
-    bytes.second ^= lookUp(repeatLane(load<Lane>(steps.second + 16 * step)), index);
+    bytes.first ^= lookUp(repeatLane(load<Lane>(steps.first + laneBytes * step)), index);
+    bytes.second ^= lookUp(repeatLane(load<Lane>(steps.second + laneBytes * step)), index);
 }
 
 ZELK_OPERATION TwoBytes takeSteps(const tables::ByteSteps &steps, Bytes text) {
