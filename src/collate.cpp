@@ -111,13 +111,21 @@ inline int compareLetters(const unsigned char *a, const unsigned char *b) {
     return left != 0 && right != 0 ? tables::mainOf(left) - tables::mainOf(right) : 0;
 }
 
-// As zelkCollate(), of texts that part behind so many equal bytes. Equal characters say the same, whatever expands
-// among them.
-int compareAfter(const unsigned char *a, const unsigned char *b, std::size_t shared) {
-    const bool atCharacters = (a[shared] | b[shared]) < 0x80; // ASCII ends any sequence
-    const std::size_t skipped = atCharacters ? shared : wholeCharacters(a, shared);
-    const int letters = compareLetters(a + skipped, b + skipped);
-    return letters != 0 ? letters : compareByKeys(a + skipped, b + skipped);
+// Of texts that begin with the same byte, or perhaps with letters that are alike: apart, so that what it saves does not
+// burden the comparisons that end before it. Equal characters say the same, whatever expands among them.
+[[gnu::noinline]] int compareAlike(const unsigned char *a, const unsigned char *b) {
+    auto [left, right] = kernels::kernels().passShared(a, b);
+    if (*left == *right) {
+        return 0;
+    }
+    if ((*left | *right) >= 0x80) { // ASCII ends any sequence
+        const auto shared = static_cast<std::size_t>(left - a);
+        const std::size_t back = shared - wholeCharacters(a, shared);
+        left -= back;
+        right -= back;
+    }
+    const int letters = compareLetters(left, right);
+    return letters != 0 ? letters : compareByKeys(left, right);
 }
 
 const unsigned char *bytesOf(const char *text) {
@@ -138,6 +146,5 @@ int zelkCollate(int /*selector*/, const char *a, const char *b) {
             return letters;
         }
     }
-    const std::size_t shared = kernels::kernels().sharedBytes(left, right);
-    return left[shared] == right[shared] ? 0 : compareAfter(left, right, shared);
+    return compareAlike(left, right);
 }

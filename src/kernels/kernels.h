@@ -29,6 +29,12 @@ struct Progress {
     std::size_t written = 0;
 };
 
+// Places in two texts side by side.
+struct TextPlaces {
+    const unsigned char *left;
+    const unsigned char *right;
+};
+
 // The answer of a kernel that leaves a whole text to the rule.
 inline constexpr int notTaken = INT_MIN;
 
@@ -79,12 +85,12 @@ struct Kernels {
     // The bytes before the end of a text (read) and the steps of utf8Length() through them (written). All of it.
     Progress (*measureUtf8)(const unsigned char *text, std::size_t length);
 
-    // Of two terminated texts: the bytes at the front that both have, terminators not counted; up to the end of the
-    // first that ends.
-    std::size_t (*sharedBytes)(const unsigned char *a, const unsigned char *b);
+    // Of two terminated texts: the places after the bytes at the front that both have, up to the end of the first that
+    // ends.
+    TextPlaces (*passShared)(const unsigned char *a, const unsigned char *b);
 
-    // The same of bytes that are equal, or differing ASCII characters of one main key that do not expand; the lesser
-    // differences among them are noted.
+    // The number of bytes at the front that are equal, or differing ASCII characters of one main key that do not
+    // expand; the lesser differences among them are noted.
     std::size_t (*alikeBytes)(const unsigned char *a, const unsigned char *b, LesserDifferences &differences);
 
     // Wildcard patterns, for the variants that pass over no bytes: the answer of the rule, or notTaken. In any case,

@@ -56,7 +56,10 @@ private:
         LesserDifferences expected;
         const std::size_t alike = expectedAlike(a, b, expected);
         for (const kernels::Candidate &set : sets_) {
-            ASSERT_EQ(set.kernels->sharedBytes(left, right), expectedShared(a, b))
+            const kernels::TextPlaces places = set.kernels->passShared(left, right);
+            ASSERT_EQ(places.left - left, static_cast<std::ptrdiff_t>(expectedShared(a, b)))
+                << set.name << ' ' << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
+            ASSERT_EQ(places.right - right, places.left - left)
                 << set.name << ' ' << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
             LesserDifferences differences;
             ASSERT_EQ(set.kernels->alikeBytes(left, right, differences), alike)

@@ -50,6 +50,11 @@ ZELK_STAGE std::size_t sharedBytes(const unsigned char *a, const unsigned char *
     }
 }
 
+ZELK_STAGE TextPlaces passShared(const unsigned char *a, const unsigned char *b) {
+    const std::size_t shared = sharedBytes(a, b);
+    return {a + shared, b + shared};
+}
+
 ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
     constexpr int promising = 4; // equal bytes in a row: many more may be
     int equal = 0;

@@ -10,15 +10,25 @@
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
-// What two texts have side by side: a block of either, less where a line ends.
+ZELK_STAGE TextPlaces passShared(const unsigned char *a, const unsigned char *b) {
+    for (;; a += blockBytes, b += blockBytes) {
+        const Mask bytes = readable(zerosInLine(a, ~Mask{0}) | zerosInLine(b, ~Mask{0}));
+        const Block block = loadInLine(a, bytes);
+        const Mask others = ~equalInLine(b, nonZero(block), block);
+        if (others != 0) [[likely]] {
+            return {a + firstOf(others), b + firstOf(others)};
+        }
+    }
+}
+
+// What two texts have side by side: a block of either, up to the first terminator; zeros after it.
 struct BlockPair {
     Block left;
     Block right;
-    std::size_t count; // of bytes that were read; zeros after them
 
     ZELK_OPERATION BlockPair at(const unsigned char *a, const unsigned char *b) {
-        const std::size_t readable = std::min(bytesInLine(a), bytesInLine(b));
-        return {loadInLine(a, firstBytes(readable)), loadInLine(b, firstBytes(readable)), readable};
+        const Mask bytes = readable(zerosInLine(a, ~Mask{0}) | zerosInLine(b, ~Mask{0}));
+        return {loadInLine(a, bytes), loadInLine(b, bytes)};
     }
 
     // The bytes that are the same, no terminators.
@@ -27,24 +37,15 @@ struct BlockPair {
     }
     // The bytes that are both ASCII, no terminators.
     inline __attribute__((always_inline)) Mask ascii() const {
-        return nonZero(left) & nonZero(right) & ~highBits(_mm512_or_si512(left, right));
+        return nonZero(_mm512_min_epu8(left, right)) & ~highBits(_mm512_or_si512(left, right));
     }
+    // The bytes of a mask that differ in a part of their keys. All are looked up, which waits for no mask.
     inline __attribute__((always_inline)) Mask differing(const std::uint8_t (&plane)[128], Mask bytes) const {
         const Table128 table = Table128::from(plane);
-        return _mm512_cmpneq_epi8_mask(lookOrZero(table, left, bytes), lookOrZero(table, right, bytes));
+        return _mm512_mask_cmpneq_epi8_mask(bytes, _mm512_permutex2var_epi8(table.low, left, table.high),
+                                            _mm512_permutex2var_epi8(table.low, right, table.high));
     }
 };
-
-ZELK_STAGE std::size_t sharedBytes(const unsigned char *a, const unsigned char *b) {
-    for (std::size_t shared = 0;;) {
-        const BlockPair pair = BlockPair::at(a + shared, b + shared);
-        const auto count = static_cast<std::size_t>(std::countr_one(pair.same()));
-        shared += count;
-        if (count < pair.count) {
-            return shared;
-        }
-    }
-}
 
 ZELK_OPERATION void noteFirst(Mask places, const unsigned char *a, const unsigned char *b,
                               LesserDifferences &differences) {
@@ -56,21 +57,20 @@ ZELK_OPERATION void noteFirst(Mask places, const unsigned char *a, const unsigne
 
 ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
     const tables::AsciiCollation &planes = tables::asciiCollation;
-    for (std::size_t passed = 0;;) {
+    for (std::size_t passed = 0;; passed += blockBytes) {
         const BlockPair pair = BlockPair::at(a + passed, b + passed);
         const Mask same = pair.same();
         const Mask ascii = pair.ascii();
         const Mask alike = same | (ascii & ~pair.differing(planes.mains, ascii));
-        const auto count = static_cast<std::size_t>(std::countr_one(alike));
+        const std::size_t count = firstOf(~alike);
         if (const Mask unequal = ~same & firstBytes(count); unequal != 0) {
             const Mask accents = pair.differing(planes.accents, unequal);
             const Mask lesser = pair.differing(planes.cases, unequal) | accents;
             noteFirst(lesser, a + passed, b + passed, differences);
             noteFirst(accents, a + passed, b + passed, differences);
         }
-        passed += count;
-        if (count < pair.count) {
-            return passed;
+        if (count < blockBytes) {
+            return passed + count;
         }
     }
 }

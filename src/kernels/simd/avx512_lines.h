@@ -31,4 +31,25 @@ ZELK_OPERATION Block loadInLine(const void *from) {
     return block;
 }
 
+// The bytes of a mask that are equal to those of a block.
+ZELK_OPERATION Mask equalInLine(const void *at, Mask bytes, Block block) {
+    Mask equal = 0;
+    __asm__("vpcmpeqb %1, %3, %0%{%2%}"
+            : "=Yk"(equal)
+            : "m"(*static_cast<const unsigned char(*)[blockBytes]>(at)), "Yk"(bytes), "v"(block));
+    return equal;
+}
+
+// The zeros from a place on to the end of its line, among the bytes of a mask.
+ZELK_OPERATION Mask zerosInLine(const void *from, Mask bytes) {
+    const std::size_t place = placeInLine(from);
+    return equalInLine(static_cast<const char *>(from) - place, bytes << place, _mm512_setzero_si512()) >> place;
+}
+
+// The bytes of a block's size that may be read of a terminated text whose zeros in the line are these: up to the first
+// one; all where there is none, for then the text goes on in the next line.
+ZELK_OPERATION Mask readable(Mask zeros) {
+    return _blsmsk_u64(zeros);
+}
+
 } // namespace zelk::kernels::ZELK_KERNEL_SET
