@@ -22,18 +22,29 @@ std::size_t boundOf(int inLength) {
     return inLength < 0 ? static_cast<std::size_t>(PTRDIFF_MAX) : static_cast<std::size_t>(inLength);
 }
 
-unsigned int escape(const char *in, std::size_t length, char *out, std::size_t room) {
-    auto [read, written] = kernels::kernels().escapeXml(in, length, out, room);
-    for (; read != length && in[read] != 0 && written != room; ++read) {
-        const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(in[read])];
-        if (character.length > room - written) {
+// Goes on by single characters, as far as they fit.
+[[gnu::noinline]] unsigned int escapeSingly(const char *in, std::size_t length, char *out, std::size_t room,
+                                            kernels::Progress done) {
+    for (; done.read != length && in[done.read] != 0; ++done.read) {
+        const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(in[done.read])];
+        if (character.length > room - done.written) {
             break;
         }
-        std::memcpy(out + written, character.text, character.length);
-        written += character.length;
+        for (std::size_t at = 0; at < character.length; ++at) {
+            out[done.written++] = character.text[at];
+        }
     }
-    out[written] = 0;
-    return static_cast<unsigned int>(written);
+    out[done.written] = 0;
+    return static_cast<unsigned int>(done.written);
+}
+
+unsigned int escape(const char *in, std::size_t length, char *out, std::size_t room) {
+    const kernels::Progress done = kernels::kernels().escapeXml(in, length, out, room);
+    if (done.read != length) {
+        return escapeSingly(in, length, out, room, done);
+    }
+    out[done.written] = 0;
+    return static_cast<unsigned int>(done.written);
 }
 
 // A reference ends at a ';', at a zero byte or at the end of the text, one to six bytes behind its '&'.

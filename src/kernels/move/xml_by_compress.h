@@ -1,12 +1,14 @@
 // XML text, 64 bytes at a time.
 //
-// Escaping:    whole blocks of a window; then what is left of it as one block. In a block with few special characters
-//              the runs between them are stored, in one with many each character by its entry in a table.
-// Unescaping:  whole blocks of a window, by runs where references are few, else all of a block's at once; then what is
-//              left as one block.
-// Measuring:   blocks, in which each kind of special character is counted.
+// Escaping:    up to a block of text exactly: as it is, with few special characters by the runs between them, with many
+//              by way of a buffer. More text line by line, with stores that go too far, as long as another block of it
+//              follows; then that block exactly.
+// Unescaping:  up to a block as one. More text line by line, as long as more of it follows than a name: by runs where
+//              references are few, else all of a line's at once; then what is left by blocks.
+// Measuring:   lines, in which each kind of special character is counted.
 //
-// A zero may come before the count: a window is as much text as is known to have none, found line by line.
+// A zero may come before the count, which is seldom: the code goes on as if there were none, and looks for one in each
+// line before it reads the next.
 #pragma once
 
 #include "kernels/kernels.h"
@@ -18,37 +20,32 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
-
-// The bytes of a text before its end, as far as a window reaches: lines are read that hold some of the text, and of
-// those no byte after the count.
-inline constexpr std::size_t windowBytes = 16 * blockBytes;
-
-ZELK_OPERATION std::size_t textInWindow(const char *text, std::size_t left) {
-    std::size_t known = 0;
-    std::size_t step = bytesInLine(text);
-    do {
-        const std::size_t count = std::min(left - known, step);
-        const Mask zeros = ~nonZero(loadInLine(text + known, firstBytes(count))) & firstBytes(count);
-        if (zeros != 0) {
-            return known + firstOf(zeros);
-        }
-        known += count;
-        step = blockBytes;
-    } while (known < left && known <= windowBytes - blockBytes);
-    return known;
-}
 
 // The next bytes of a text, zeros after them, and their number.
 struct TextBlock {
     Block bytes;
     std::size_t count;
+
+    // A block, or up to the end of the text.
+    ZELK_OPERATION TextBlock at(const char *text, std::size_t length) {
+        std::size_t count = std::min(length, blockBytes);
+        if (const Mask zeros = zerosInLine(text, firstBytes(count)); zeros != 0) [[unlikely]] {
+            count = firstOf(zeros);
+        }
+        const Block bytes = loadInLine(text, firstBytes(count));
+        if (const Mask zeros = ~nonZero(bytes) & firstBytes(count); zeros != 0) [[unlikely]] {
+            count = firstOf(zeros);
+        }
+        return {bytes, count};
+    }
 };
 
-ZELK_OPERATION TextBlock textBlock(const char *text, std::size_t left) {
-    const std::size_t count = std::min(left, blockBytes);
-    return {load(text, firstBytes(count)), count};
+// Whether all bytes of a mask are text.
+ZELK_OPERATION bool areText(Block bytes, Mask which) {
+    return all(nonZero(bytes) | ~which);
 }
 
 // The special characters, and zeros: each has a low half byte of its own, which finds it in a table of sixteen.
@@ -64,118 +61,151 @@ ZELK_OPERATION std::size_t escapedSize(const TextBlock &block, Mask special) {
     return block.count + 3 * countOf(special) + countOf(ampersands) + 2 * countOf(quotes);
 }
 
-// A special character now and then: the run before it, and its entity. Exactly, or with stores of whole blocks that go
-// too far: as much text follows, of which each byte gives one at least, and there is room for it.
-template <bool exactly>
-ZELK_OPERATION std::size_t escapeRuns(const char *text, const TextBlock &block, Mask special, char *out) {
-    const auto storeRun = [](char *to, std::size_t count, Block run) {
-        exactly ? store(to, firstBytes(count), run) : store(to, run);
-    };
+// What escaping may make of so many bytes, among which so many are special.
+ZELK_OPERATION std::size_t mostEscaped(std::size_t count, Mask special) {
+    return count + (tables::longestXmlEntity - 1) * countOf(special);
+}
+
+// The runs between special characters, and their entities, with stores of whole blocks that go too far. `runFrom` gives
+// a block of text from one of its places on.
+template <class Run>
+ZELK_OPERATION std::size_t escapeRuns(const char *text, std::size_t count, Mask special, char *out, Run runFrom) {
     std::size_t read = 0;
     std::size_t written = 0;
-    for (; special != 0; special &= special - 1) {
+    for (; special != 0; special = withoutFirst(special)) {
         const std::size_t place = firstOf(special);
-        storeRun(out + written, place - read, startingAt(block.bytes, read));
+        store(out + written, runFrom(read));
         written += place - read;
-        const tables::XmlCharacter &character = plain::escaped(text[place]);
-        plain::putEscapedExactly(out + written, character);
-        written += character.length;
+        written += plain::putEscaped(out + written, text[place]);
         read = place + 1;
     }
-    storeRun(out + written, block.count - read, startingAt(block.bytes, read));
-    return written + block.count - read;
+    store(out + written, runFrom(read));
+    return written + count - read;
 }
 
-inline constexpr std::size_t mostInRuns = 16; // special characters of a block
-
-// How many bytes a block gives that is converted by its runs; more than any room where it has too many.
-ZELK_OPERATION std::size_t sizeByRuns(const TextBlock &block, Mask special) {
-    return countOf(special) > mostInRuns ? PTRDIFF_MAX : escapedSize(block, special);
-}
-
-ZELK_OPERATION std::size_t escapeByRuns(const char *text, const TextBlock &block, Mask special, char *out) {
-    if (special != 0) {
-        return escapeRuns<true>(text, block, special, out);
+// Few special characters: each run and each entity as long as it is.
+ZELK_STAGE Progress escapeFew(const char *text, std::size_t count, Mask special, char *out, Progress done) {
+    const Block bytes = load(text + done.read, firstBytes(count));
+    std::size_t read = 0;
+    for (; special != 0; special = withoutFirst(special)) {
+        const std::size_t place = firstOf(special);
+        store(out + done.written, firstBytes(place - read), startingAt(bytes, read));
+        done.written += place - read;
+        const tables::XmlCharacter &character = plain::escaped(text[done.read + place]);
+        plain::putEntity(out + done.written, character);
+        done.written += character.length;
+        read = place + 1;
     }
-    store(out, firstBytes(block.count), block.bytes);
-    return block.count;
+    store(out + done.written, firstBytes(count - read), startingAt(bytes, read));
+    return {done.read + count, done.written + count - read};
 }
 
-// Whole blocks, after which as much text follows as a block has: as long as they are sure to fit.
-ZELK_STAGE Progress escapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress done) {
-    constexpr std::size_t roomOfBlock = (blockBytes + 1) * tables::longestXmlEntity + blockBytes;
-    while (end - done.read >= 2 * blockBytes && room - done.written >= roomOfBlock) {
-        const Block bytes = load(text + done.read);
-        const Mask special = specials(bytes);
-        if (special == 0) {
-            store(out + done.written, bytes);
-            done.written += blockBytes;
-        } else if (countOf(special) <= mostInRuns) {
-            done.written += escapeRuns<false>(text + done.read, {bytes, blockBytes}, special, out + done.written);
-        } else {
-#pragma GCC unroll 4
-            for (std::size_t i = 0; i < blockBytes; ++i) {
-                done.written += plain::putEscaped(out + done.written, text[done.read + i]);
-            }
-        }
-        done.read += blockBytes;
-    }
-    return done;
+// Many: by way of a buffer.
+ZELK_STAGE Progress escapeMany(const char *text, std::size_t count, Mask special, char *out, Progress done) {
+    char buffer[blockBytes * tables::longestXmlEntity + blockBytes];
+    const Block bytes = load(text + done.read, firstBytes(count));
+    const std::size_t size = escapeRuns(text + done.read, count, special, buffer,
+                                        [&](std::size_t place) { return startingAt(bytes, place); });
+    std::size_t at = 0;
+    do {
+        store(out + done.written + at, firstBytes(std::min(size - at, blockBytes)), load(buffer + at));
+        at += blockBytes;
+    } while (at < size);
+    return {done.read + count, done.written + size};
 }
 
-ZELK_STAGE Progress escapeWindows(const char *text, std::size_t length, char *out, std::size_t room) {
-    Progress done;
+inline constexpr std::size_t fewSpecials = 2;
+
+ZELK_OPERATION Progress escapeBlock(const char *text, std::size_t count, Mask special, char *out, Progress done) {
+    return countOf(special) <= fewSpecials ? escapeFew(text, count, special, out, done)
+                                           : escapeMany(text, count, special, out, done);
+}
+
+// Line by line exactly: where a zero ends a text, and where the room does.
+ZELK_STAGE Progress escapeExactly(const char *text, std::size_t length, char *out, std::size_t room, Progress done) {
     for (;;) {
-        const std::size_t inWindow = textInWindow(text + done.read, length - done.read);
-        const std::size_t end = done.read + inWindow;
-        if (inWindow >= 2 * blockBytes) {
-            done = escapeBlocks(text, end, out, room, done);
+        const char *const at = text + done.read;
+        const std::size_t step = std::min(bytesInLine(at), length - done.read);
+        const Block bytes = loadInLine(at, firstBytes(step));
+        const std::size_t count = std::min(step, firstOf(~nonZero(bytes)));
+        const Mask special = specials(bytes) & firstBytes(count);
+        if (room - done.written < mostEscaped(count, special)) [[unlikely]] {
+            return plain::escapeFrom(text, length, out, room, done);
         }
-        while (done.read != end) {
-            const TextBlock block = textBlock(text + done.read, end - done.read);
-            const Mask special = specials(block.bytes) & firstBytes(block.count);
-            if (room - done.written >= sizeByRuns(block, special)) {
-                done.written += escapeByRuns(text + done.read, block, special, out + done.written);
-                done.read += block.count;
-                continue;
-            }
-            const std::size_t blockEnd = done.read + block.count;
-            done = plain::escapeWords(text, blockEnd, out, room, done);
-            if (done.read != blockEnd) {
-                return done;
-            }
-        }
-        if (inWindow <= windowBytes - blockBytes) {
+        done = escapeBlock(text, count, special, out, done);
+        if (count != step || done.read == length) {
             return done;
         }
     }
 }
 
-// The bytes before a zero, of at most `most`, which the text goes on to in one line or in two.
-ZELK_OPERATION std::size_t bytesBeforeZero(const char *text, std::size_t most) {
-    const Mask present = firstBytes(most);
-    return std::min(most, firstOf(~nonZero(loadInLine(text, present)) & present));
-}
-
-// The length of a text that ends within a block; of a longer one a block's size and one more.
-ZELK_OPERATION std::size_t shortLength(const char *text, std::size_t length) {
-    const std::size_t inLine = std::min(length, bytesInLine(text));
-    std::size_t bytes = bytesBeforeZero(text, inLine);
-    if (bytes == inLine && inLine < std::min(length, blockBytes)) {
-        bytes = bytesBeforeZero(text, std::min(length, blockBytes));
+// More than a block: line by line, as long as a block of text follows, and that last block exactly. A store that goes
+// too far stays in the room, and so much is written after it that even an entity that does not fit leaves nothing of
+// it.
+ZELK_STAGE Progress escapeLines(const char *text, std::size_t length, char *out, std::size_t room) {
+    Progress done;
+    std::size_t count = bytesInLine(text);
+    Block bytes = loadInLine(text, firstBytes(count));
+    if (!areText(bytes, firstBytes(count))) {
+        return escapeExactly(text, length, out, room, done);
     }
-    return bytes == blockBytes ? std::min(length, blockBytes + 1) : bytes;
+    for (;;) {
+        const char *const at = text + done.read;
+        const std::size_t left = length - done.read;
+        if (left == blockBytes) {
+            const Mask special = specials(load(at));
+            if (room - done.written < mostEscaped(blockBytes, special)) {
+                break;
+            }
+            return escapeBlock(text, blockBytes, special, out, done);
+        }
+        Block next;
+        Mask special = specials(bytes);
+        if (left - count >= blockBytes) [[likely]] {
+            next = loadInLine(at + count);
+            if (!all(nonZero(next))) {
+                break;
+            }
+        } else {
+            const Mask following = firstBytes(left - count);
+            next = loadInLine(at + count, following);
+            if (!areText(next, following)) {
+                break;
+            }
+            count = left - blockBytes;
+        }
+        special &= firstBytes(count);
+        if (room - done.written < mostEscaped(count, special) + blockBytes + tables::longestXmlEntity) {
+            break;
+        }
+        if (special == 0) {
+            store(out + done.written, bytes);
+            done.written += count;
+        } else {
+            done.written += escapeRuns(at, count, special, out + done.written,
+                                       [at](std::size_t place) { return load(at + place); });
+        }
+        done.read += count;
+        count = blockBytes;
+        bytes = next;
+    }
+    return escapeExactly(text, length, out, room, done);
 }
 
 ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
-    if (const std::size_t count = shortLength(text, length); count <= blockBytes) {
-        const TextBlock block = textBlock(text, count);
-        const Mask special = specials(block.bytes) & firstBytes(count);
-        if (room >= sizeByRuns(block, special)) {
-            return {count, escapeByRuns(text, block, special, out)};
-        }
+    if (length > blockBytes) {
+        return escapeLines(text, length, out, room);
     }
-    return escapeWindows(text, length, out, room);
+    const auto [bytes, count] = TextBlock::at(text, length);
+    const Mask special = specials(bytes) & firstBytes(count);
+    if (room < mostEscaped(count, special)) [[unlikely]] {
+        return plain::escapeFrom(text, length, out, room, {});
+    }
+    if (special == 0) {
+        store(out, firstBytes(count), bytes);
+        return {count, count};
+    }
+    return escapeBlock(text, count, special, out, {});
 }
 
 ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
@@ -192,15 +222,14 @@ ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) 
     }
 }
 
-// A block with every whole entity's '&' replaced, and the places of the names after it; `others` are the references
-// that are no whole entity, or might go on after the block.
+// A block with every whole entity's '&' replaced, and the places of the names after it; the last one may go on after
+// the block. `others` are the references that are no whole entity.
 struct Unescaped {
     Block bytes;
     Mask names;
     Mask others;
+    bool goesOn;
 };
-
-inline constexpr std::size_t entityStarts = blockBytes - tables::longestXmlEntity + 1; // an entity from there is whole
 
 // What goes with the second letter of a name, looked up by the letter's low half byte: am-p, ap-o-s, qu-o-t, lt or gt.
 ZELK_OPERATION Block bySecond(Block second, char p, char t, char u, char m) {
@@ -212,25 +241,31 @@ ZELK_OPERATION Block orDifferent(Block differences, Block a, Block b) {
     return _mm512_ternarylogic_epi64(differences, a, b, 0xF6); // differences | (a ^ b)
 }
 
+template <std::size_t number>
+using Number = std::integral_constant<std::size_t, number>;
+
 // Whole entities are found by what differs from the one that the second letter selects. They end at the next ';':
-// adding their '&' to what is no ';' carries through the name.
-ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references) {
-    const Block first = startingAt<1>(bytes);
-    const Block second = startingAt<2>(bytes);
+// adding their '&' to what is no ';' carries through the name. `from` gives the block that begins so many bytes on.
+template <class Blocks>
+ZELK_OPERATION Unescaped unescaped(Block bytes, Mask references, Mask wholeNames, Blocks from) {
+    const Block first = from(Number<1>());
+    const Block second = from(Number<2>());
     const Mask g = _mm512_cmpeq_epi8_mask(first, everyByte<'g'>());
     const Block gAsL = _mm512_mask_mov_epi8(first, g, everyByte<'l'>());
     Block different = _mm512_xor_si512(second, bySecond(second, 'p', 't', 'u', 'm'));
     different = orDifferent(different, gAsL, bySecond(second, 'a', 'l', 'q', 'a'));
-    different = orDifferent(different, startingAt<3>(bytes), bySecond(second, 'o', ';', 'o', 'p'));
-    const Block fourth = _mm512_or_si512(startingAt<4>(bytes), bySecond(second, 0, -1, 0, 0));
+    different = orDifferent(different, from(Number<3>()), bySecond(second, 'o', ';', 'o', 'p'));
+    const Block fourth = _mm512_or_si512(from(Number<4>()), bySecond(second, 0, -1, 0, 0));
     different = orDifferent(different, fourth, bySecond(second, 's', -1, 't', ';'));
-    const Block fifth = _mm512_or_si512(startingAt<5>(bytes), bySecond(second, 0, -1, 0, -1));
+    const Block fifth = _mm512_or_si512(from(Number<5>()), bySecond(second, 0, -1, 0, -1));
     different = orDifferent(different, fifth, bySecond(second, ';', -1, ';', -1));
-    const Mask entities = _mm512_testn_epi8_mask(different, different) & references & firstBytes(entityStarts);
+    const Mask entities = _mm512_testn_epi8_mask(different, different) & references & wholeNames;
     const Block meant = _mm512_mask_mov_epi8(bySecond(second, '\'', '<', '"', '&'), g, everyByte<'>'>());
     const Mask inNames = ~_mm512_cmpeq_epi8_mask(bytes, everyByte<';'>());
-    return {_mm512_mask_mov_epi8(bytes, entities, meant), ((inNames + entities) ^ inNames) & ~entities,
-            references & ~entities};
+    unsigned long long carried = 0;
+    const bool goesOn = __builtin_uaddll_overflow(inNames, entities, &carried);
+    return {_mm512_mask_mov_epi8(bytes, entities, meant), (carried ^ inNames) & ~entities, references & ~entities,
+            goesOn};
 }
 
 // The entity that eight bytes begin with; null for none.
@@ -250,19 +285,25 @@ ZELK_OPERATION std::uint64_t eightBytesAt(const char *text) {
     return eight;
 }
 
-// How far a block is unescaped: where its text goes on, after the last reference and perhaps after the block, and
-// whether what follows there is a reference that is no whole entity.
+// More references in a block than these are replaced all at once.
+inline constexpr std::size_t mostReferencesInRuns = 3;
+
+// Text and output may be one buffer: nothing is written from the place on that is read next.
+
+// How far a line is unescaped: up to the end of its last reference, or `stopped` in front of one that is no whole
+// entity.
 struct UnescapedRuns {
     Progress done;
     bool stopped;
 };
 
-// References now and then: the run before each, and its character. Eight bytes after the block may be read.
-ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask references, char *out) {
-    Progress done;
-    for (; references != 0; references &= references - 1) {
+// References now and then: the run before each, and its character. Eight bytes after the line may be read.
+ZELK_OPERATION UnescapedRuns unescapeRuns(const char *line, Block bytes, std::size_t skipped, Mask references,
+                                          char *out) {
+    Progress done = {skipped, 0};
+    for (; references != 0; references = withoutFirst(references)) {
         const std::size_t place = firstOf(references);
-        const tables::XmlReference *reference = referenceInWord(eightBytesAt(text + place));
+        const tables::XmlReference *reference = referenceInWord(eightBytesAt(line + place));
         store(out + done.written, firstBytes(place - done.read), startingAt(bytes, done.read));
         done.written += place - done.read;
         if (reference == nullptr) {
@@ -274,55 +315,65 @@ ZELK_OPERATION UnescapedRuns unescapeRuns(const char *text, Block bytes, Mask re
     return {done, false};
 }
 
-// More references in a block than these are replaced all at once.
-inline constexpr std::size_t mostReferencesInRuns = 3;
-
-// Text and output may be one buffer: nothing is written from the place on that is read next.
-
-// A block with few references; false in front of one that is no whole entity.
-ZELK_OPERATION bool unescapeByRuns(const char *text, Block bytes, Mask references, char *out, Progress &done) {
-    const UnescapedRuns runs = unescapeRuns(text + done.read, bytes, references, out + done.written);
-    done.written += runs.done.written;
-    if (runs.stopped || runs.done.read > blockBytes) {
-        done.read += runs.done.read;
-        return !runs.stopped;
+// Line by line, as long as more text follows than a name. The first bytes of a line may be skipped: they lie before the
+// text, or end a name.
+ZELK_STAGE Progress unescapeLines(const char *text, std::size_t length, char *out, std::size_t room) {
+    const std::size_t start = placeInLine(text);
+    const char *const lines = text - start;
+    const std::size_t end = length + start;
+    std::size_t skipped = start;
+    std::size_t at = 0;
+    std::size_t written = 0;
+    Block bytes = loadInLine(lines);
+    if (!areText(bytes, ~firstBytes(skipped))) {
+        return {};
     }
-    const std::size_t left = blockBytes - runs.done.read;
-    store(out + done.written, firstBytes(left), startingAt(bytes, runs.done.read));
-    done.written += left;
-    done.read += blockBytes; // known before the lengths of the references are
-    return true;
-}
-
-// Whole blocks. Where references are many, in steps that leave room for the longest name: a reference is looked at
-// where all of it is in the block, and what its name covers of the next block is carried there. So no step waits for
-// the last one's result.
-ZELK_STAGE Progress unescapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress done) {
-    constexpr std::size_t stride = entityStarts;
-    Mask carried = 0;
-    bool goesOn = true;
-    while (goesOn && end - done.read >= blockBytes + sizeof(std::uint64_t) && room - done.written >= blockBytes) {
-        const Block bytes = load(text + done.read);
-        const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte<'&'>());
-        if ((references | carried) == 0) {
-            store(out + done.written, bytes);
-            done.read += blockBytes;
-            done.written += blockBytes;
-        } else if (carried == 0 && countOf(references) <= mostReferencesInRuns) {
-            goesOn = unescapeByRuns(text, bytes, references, out, done);
+    while (end - at >= lineBytes + sizeof(std::uint64_t) && room - written >= lineBytes) {
+        const char *const line = lines + at;
+        Block next;
+        if (end - at >= 2 * lineBytes) [[likely]] {
+            next = loadInLine(line + lineBytes);
+            if (!all(nonZero(next))) {
+                break;
+            }
         } else {
-            const Unescaped block = unescaped(bytes, references & firstBytes(stride));
-            goesOn = block.others == 0;
-            if (goesOn) {
-                const Mask kept = firstBytes(stride) & ~block.names & ~carried;
-                done.written += storeKept<false>(out + done.written, kept, block.bytes);
-                done.read += stride;
-                carried = block.names >> stride;
+            const Mask following = firstBytes(end - at - lineBytes);
+            next = loadInLine(line + lineBytes, following);
+            if (!areText(next, following)) {
+                break;
             }
         }
+        const Mask references = _mm512_cmpeq_epi8_mask(bytes, everyByte<'&'>()) & ~firstBytes(skipped);
+        if ((references | skipped) == 0) {
+            store(out + written, bytes);
+            written += lineBytes;
+        } else if (countOf(references) <= mostReferencesInRuns) {
+            const UnescapedRuns runs = unescapeRuns(line, bytes, skipped, references, out + written);
+            written += runs.done.written;
+            if (runs.stopped) {
+                return {at + runs.done.read - start, written};
+            }
+            const std::size_t read = runs.done.read;
+            skipped = 0; // known before the lengths of the references are
+            if (read <= lineBytes) [[likely]] {
+                store(out + written, firstBytes(lineBytes - read), startingAt(bytes, read));
+                written += lineBytes - read;
+            } else {
+                skipped = read - lineBytes;
+            }
+        } else {
+            const Unescaped block =
+                unescaped(bytes, references, ~Mask{0}, [line](auto place) { return load(line + place); });
+            if (block.others != 0) {
+                break;
+            }
+            written += storeKept<false>(out + written, ~firstBytes(skipped) & ~block.names, block.bytes);
+            skipped = block.goesOn ? firstOf(_mm512_cmpeq_epi8_mask(next, everyByte<';'>())) + 1 : 0;
+        }
+        at += lineBytes;
+        bytes = next;
     }
-    done.read += countOf(carried);
-    return done;
+    return {at + skipped - start, written};
 }
 
 // What is left of a text, at most a block: as far as its references are whole entities.
@@ -332,42 +383,40 @@ ZELK_OPERATION Progress unescapeLast(const TextBlock &block, char *out) {
         store(out, firstBytes(block.count), block.bytes);
         return {block.count, block.count};
     }
-    const Unescaped result = unescaped(block.bytes, references);
+    constexpr std::size_t entityStarts = blockBytes - tables::longestXmlEntity + 1; // an entity from there is whole
+    const Unescaped result = unescaped(block.bytes, references, firstBytes(entityStarts),
+                                       [&](auto place) { return startingAt<place>(block.bytes); });
     const std::size_t end = std::min(block.count, firstOf(result.others));
     return {end, end == 0 ? 0 : storeKept<false>(out, firstBytes(end) & ~result.names, result.bytes)};
 }
 
-ZELK_STAGE Progress unescapeWindows(const char *text, std::size_t length, char *out, std::size_t room) {
-    Progress done;
+ZELK_STAGE Progress unescapeLong(const char *text, std::size_t length, char *out, std::size_t room) {
+    Progress done = unescapeLines(text, length, out, room);
     for (;;) {
-        const std::size_t inWindow = textInWindow(text + done.read, length - done.read);
-        const std::size_t end = done.read + inWindow;
-        if (inWindow >= blockBytes + sizeof(std::uint64_t)) {
-            done = unescapeBlocks(text, end, out, room, done);
+        const std::size_t left = length - done.read;
+        const TextBlock block = TextBlock::at(text + done.read, left);
+        if (room - done.written < block.count) {
+            return done;
         }
-        while (done.read != end) {
-            const TextBlock block = textBlock(text + done.read, end - done.read);
-            if (room - done.written < block.count) {
-                return done;
-            }
-            const Progress last = unescapeLast(block, out + done.written);
-            done.read += last.read;
-            done.written += last.written;
-            if (last.read == 0) {
-                return done;
-            }
-        }
-        if (inWindow <= windowBytes - blockBytes) {
+        const Progress last = unescapeLast(block, out + done.written);
+        done.read += last.read;
+        done.written += last.written;
+        if (last.read == 0 || done.read == length ||
+            (block.count < std::min(left, blockBytes) && last.read == block.count)) {
             return done;
         }
     }
 }
 
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
-    if (const std::size_t count = shortLength(text, length); count <= std::min(room, blockBytes)) {
-        return unescapeLast(textBlock(text, count), out);
+    if (length > blockBytes) {
+        return unescapeLong(text, length, out, room);
     }
-    return unescapeWindows(text, length, out, room);
+    const TextBlock block = TextBlock::at(text, length);
+    if (block.count > room) [[unlikely]] {
+        return {};
+    }
+    return unescapeLast(block, out);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

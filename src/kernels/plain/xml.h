@@ -47,12 +47,16 @@ inline std::size_t putEscaped(char *out, char character) {
 }
 
 // Writes nothing but what counts. Entities have four bytes at least.
+inline void putEntity(char *out, const tables::XmlCharacter &character) {
+    std::memcpy(out, character.text, 4);
+    std::memcpy(out + character.length - 4, character.text + character.length - 4, 4);
+}
+
 inline void putEscapedExactly(char *out, const tables::XmlCharacter &character) {
     if (character.length == 1) {
         *out = character.text[0];
     } else {
-        std::memcpy(out, character.text, 4);
-        std::memcpy(out + character.length - 4, character.text + character.length - 4, 4);
+        putEntity(out, character);
     }
 }
 
@@ -112,8 +116,8 @@ ZELK_STAGE Progress escapeWords(const char *text, std::size_t end, char *out, st
     return done;
 }
 
-ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
-    Progress done;
+// Goes on to the end of a text.
+ZELK_STAGE Progress escapeFrom(const char *text, std::size_t length, char *out, std::size_t room, Progress done) {
     for (;;) {
         const std::size_t inWindow = lengthInWindow(text + done.read, length - done.read);
         const std::size_t end = done.read + inWindow;
@@ -122,6 +126,10 @@ ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, s
             return done;
         }
     }
+}
+
+ZELK_STAGE Progress escapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
+    return escapeFrom(text, length, out, room, {});
 }
 
 ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) {
