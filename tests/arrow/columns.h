@@ -25,7 +25,7 @@ using Cells = std::vector<Cell>;
 
 enum class Layout { Binary, LargeBinary, View, Dictionary, Text, LargeText, TextView };
 inline constexpr std::array allLayouts = {Layout::Binary, Layout::LargeBinary, Layout::View,    Layout::Dictionary,
-                                   Layout::Text,   Layout::LargeText,   Layout::TextView};
+                                          Layout::Text,   Layout::LargeText,   Layout::TextView};
 
 // A column of the test's own memory. Its buffers hold nothing but the rows: a byte outside is one too many.
 class InputColumn {

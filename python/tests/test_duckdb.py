@@ -1,0 +1,130 @@
+"""The DuckDB extension in the DuckDB that is imported: ./dev bulk runs this with two versions of it."""
+
+import json
+import subprocess
+import time
+from pathlib import Path
+
+import duckdb
+import pytest
+from conftest import ROOT
+
+import zelk
+
+
+@pytest.fixture
+def db(extension: Path) -> duckdb.DuckDBPyConnection:
+    connection = duckdb.connect(config={"allow_unsigned_extensions": "true"})
+    connection.load_extension(str(extension))
+    return connection
+
+
+def one(db: duckdb.DuckDBPyConnection, expression: str, *values: object) -> object:
+    (row,) = db.execute(f"select {expression}", list(values)).fetchall()
+    return row[0]
+
+
+def test_decode_in_every_form(db: duckdb.DuckDBPyConnection) -> None:
+    assert one(db, "zelk_decode($1::blob)", b"Caf\xc2e") == "Café"
+    assert one(db, "zelk_decode($1::blob, 'iso8859-2')", b"\x10\x00\x00\xe8") == "č"
+    assert one(db, "zelk_decode($1::blob, 'standard', 'iso8859-5')", b"\xb2") == "В"
+    assert one(db, "zelk_decode(null)") is None
+    assert one(db, "zelk_decode(''::blob)") == ""
+    with pytest.raises(duckdb.Error, match="no region is called 'mars'"):
+        one(db, "zelk_decode('a'::blob, 'mars')")
+    with pytest.raises(duckdb.Error, match="no default code is called 'koi8'"):
+        one(db, "zelk_decode('a'::blob, 'standard', 'koi8')")
+
+
+def test_all_vectors(db: duckdb.DuckDBPyConnection) -> None:
+    cases = json.loads((ROOT / "vectors/annex-a.json").read_text("utf-8"))["cases"]
+    cases = [case for case in cases if not case["settings"].get("flags")]
+    rows = [
+        (i, bytes.fromhex(case["bytes"]), str(case["settings"].get("charSet", 1)), str(case["settings"].get("defaultCode", 18)))
+        for i, case in enumerate(cases)
+    ]
+    db.execute("create table cases (i integer, raw blob, region varchar, code varchar)")
+    db.executemany("insert into cases values (?, ?, ?, ?)", rows)
+    told = db.execute("select zelk_decode(raw, region, code), zelk_explain(raw, region, code) from cases order by i")
+    for case, (text, explanation) in zip(cases, told.fetchall(), strict=True):
+        assert text == explanation["text"] == case["text"], case["id"]
+        assert explanation["table"] == case.get("table", explanation["table"])
+        kinds = [finding["kind"] for finding in explanation["findings"]]
+        assert kinds == [finding["kind"] for finding in case.get("findings", explanation["findings"])]
+
+
+def test_rows_know_nothing_of_each_other(db: duckdb.DuckDBPyConnection) -> None:
+    rows = [None if i % 7 == 0 else bytes([0x41 + i % 26, 0xC2 if i % 3 == 0 else 0x61]) * (i % 20) for i in range(9000)]
+    db.execute("create table many as select generate_subscripts($1::blob[], 1) as i, unnest($1::blob[]) as raw", [rows])
+    query = "select zelk_decode(raw), zelk_explain(raw), zelk_lint(raw) from many order by i"
+    for row, (text, explanation, faults) in zip(rows, db.execute(query).fetchall(), strict=True):
+        if row is None:
+            assert text is None and explanation is None and faults is None
+            continue
+        assert text == zelk.decode(row) == explanation["text"]
+        assert len(explanation["findings"]) == len(zelk.explain(row).findings)
+        assert [fault["rule"] for fault in faults] == [fault.kind for fault in zelk.lint(row)]
+    # A column of a struct that is null in some rows.
+    assert db.sql("select count(zelk_explain(raw).text) from many").fetchall() == [(sum(row is not None for row in rows),)]
+
+
+def test_guess_encode_and_order(db: duckdb.DuckDBPyConnection) -> None:
+    french = "Réalisé par une équipe française".encode("iso8859-1")
+    guess = one(db, "zelk_guess($1::blob)", french)
+    assert guess["language"] == "fre" and guess["confidence"] > 0.7
+    assert one(db, "zelk_guess($1::blob, 'fre')", french)["table"] == zelk.guess(french, language="fre")[0].table
+    for text in ("Café", "Γαλάζιο", "海岸一台"):
+        assert one(db, "zelk_decode(zelk_encode($1))", text) == text
+        assert one(db, "zelk_encode($1)", text) == zelk.encode(text)
+    names = db.sql("select unnest(['Zebra', 'école', 'Ecole', 'BBC 10', 'BBC 2']) as name order by zelk_sort_key(name, true)")
+    assert [name for (name,) in names.fetchall()] == ["BBC 2", "BBC 10", "Ecole", "école", "Zebra"]
+
+
+def test_streams_read_as_the_tool_reads_them(
+    db: duckdb.DuckDBPyConnection, tool: Path, sample: Path, tmp_path: Path
+) -> None:
+    scanned = json.loads(subprocess.run([tool, "scan", "--json", sample], capture_output=True, check=True).stdout)
+    services = db.sql(f"select original_network, transport_stream, service, type, name, provider from read_ts_services('{sample}')")
+    names = ("original_network", "transport_stream", "service", "type", "name", "provider")
+    assert sorted(services.fetchall()) == sorted(tuple(one[name] for name in names) for one in scanned["services"])
+    events = db.sql(
+        "select service, event, language, strftime(start, '%Y-%m-%dT%H:%M:%SZ'), name, text, extended "
+        f"from read_ts_events('{sample}')"
+    )
+    names = ("service", "event", "language", "start", "name", "text", "extended")
+    assert sorted(events.fetchall()) == sorted(tuple(one[name] for name in names) for one in scanned["events"])
+    raw = db.sql(f"select raw, text from read_ts('{sample}')").fetchall()
+    assert len(raw) > len(scanned["services"]) and all(zelk.decode(data) == text for data, text in raw)
+
+    for i in range(3):
+        (tmp_path / f"{i}.ts").write_bytes(sample.read_bytes())
+    counts = db.sql(f"select file, count(*) from read_ts('{tmp_path}/*.ts') group by file").fetchall()
+    assert sorted(count for _file, count in counts) == [len(raw)] * 3
+    (tmp_path / "no.ts").write_bytes(b"no transport stream" * 100)
+    with pytest.raises(duckdb.Error, match="expected a transport stream"):
+        db.sql(f"from read_ts('{tmp_path}/no.ts')").fetchall()
+    with pytest.raises(duckdb.Error, match="no file is called"):
+        db.sql(f"from read_ts('{tmp_path}/*.mpg')")
+
+
+def test_decoding_costs_no_more_than_hexadecimal_digits(db: duckdb.DuckDBPyConnection) -> None:
+    rows = 10_000_000
+    names = [
+        zelk.encode(line, errors="replace")
+        for file in sorted((ROOT / "bench/corpus").glob("*_titles.txt"))
+        for line in file.read_text("utf-8").splitlines()
+    ]
+    db.execute("set threads = 1")
+    db.execute("create table names as select generate_subscripts($1::blob[], 1) - 1 as i, unnest($1::blob[]) as raw", [names])
+    db.execute(
+        f"create table many as select raw from range({rows}) as r join names on names.i = hash(r.range) % {len(names)}"
+    )
+    seconds: dict[str, float] = {}
+    for _ in range(3):
+        for call in ("upper(hex(raw))", "zelk_decode(raw)"):
+            begin = time.perf_counter()
+            db.execute(f"select max({call}) from many").fetchall()
+            seconds[call] = min(seconds.get(call, 1e9), time.perf_counter() - begin)
+    hexadecimal, decoded = seconds.values()
+    print(f"{rows} rows: zelk_decode {decoded * 1e9 / rows:.0f} ns, upper(hex()) {hexadecimal * 1e9 / rows:.0f} ns a row")
+    assert decoded <= 1.2 * hexadecimal
