@@ -14,6 +14,7 @@ ZELK_TARGET_BEGIN("avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,bmi
 #include "kernels/move/utf8_by_compress.h"
 #include "kernels/move/xml_by_compress.h"
 #include "kernels/scan/collation.h"
+#include "kernels/scan/wildcard_blocks.h"
 #include "kernels/scan/wildcards.h"
 #include "kernels/simd/avx512_texts.h"
 

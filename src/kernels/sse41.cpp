@@ -14,6 +14,7 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
+#include "kernels/scan/wildcard_parts.h"
 #include "kernels/scan/wildcards.h"
 #include "kernels/scan/xml.h"
 

@@ -43,11 +43,6 @@ struct TextBlock {
     }
 };
 
-// Whether all bytes of a mask are text.
-ZELK_OPERATION bool areText(Block bytes, Mask which) {
-    return all(nonZero(bytes) | ~which);
-}
-
 // The special characters, and zeros: each has a low half byte of its own, which finds it in a table of sixteen.
 ZELK_OPERATION Mask specials(Block bytes) {
     const Block table = nibbleTable(_mm_setr_epi8(0, -1, '"', -1, -1, -1, '&', '\'', -1, -1, -1, -1, '<', -1, '>', -1));

@@ -12,7 +12,7 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 
 ZELK_STAGE TextPlaces passShared(const unsigned char *a, const unsigned char *b) {
     for (;; a += blockBytes, b += blockBytes) {
-        const Mask bytes = readable(zerosInLine(a, ~Mask{0}) | zerosInLine(b, ~Mask{0}));
+        const Mask bytes = readable(zerosInLine(a) | zerosInLine(b));
         const Block block = loadInLine(a, bytes);
         const Mask others = ~equalInLine(b, nonZero(block), block);
         if (others != 0) [[likely]] {
@@ -27,7 +27,7 @@ struct BlockPair {
     Block right;
 
     ZELK_OPERATION BlockPair at(const unsigned char *a, const unsigned char *b) {
-        const Mask bytes = readable(zerosInLine(a, ~Mask{0}) | zerosInLine(b, ~Mask{0}));
+        const Mask bytes = readable(zerosInLine(a) | zerosInLine(b));
         return {loadInLine(a, bytes), loadInLine(b, bytes)};
     }
 

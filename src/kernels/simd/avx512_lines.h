@@ -31,6 +31,11 @@ ZELK_OPERATION Block loadInLine(const void *from) {
     return block;
 }
 
+// Whether all bytes of a mask are text.
+ZELK_OPERATION bool areText(Block bytes, Mask which) {
+    return _mm512_mask_testn_epi8_mask(which, bytes, bytes) == 0;
+}
+
 // The bytes of a mask that are equal to those of a block.
 ZELK_OPERATION Mask equalInLine(const void *at, Mask bytes, Block block) {
     Mask equal = 0;
@@ -40,10 +45,20 @@ ZELK_OPERATION Mask equalInLine(const void *at, Mask bytes, Block block) {
     return equal;
 }
 
-// The zeros from a place on to the end of its line, among the bytes of a mask.
+// The zeros from a place on to the end of its line, perhaps among the bytes of a mask.
 ZELK_OPERATION Mask zerosInLine(const void *from, Mask bytes) {
     const std::size_t place = placeInLine(from);
     return equalInLine(static_cast<const char *>(from) - place, bytes << place, _mm512_setzero_si512()) >> place;
+}
+
+ZELK_OPERATION Mask zerosInLine(const void *from) {
+    const std::size_t place = placeInLine(from);
+    Mask zeros = 0;
+    __asm__("vpcmpeqb %1, %2, %0"
+            : "=Yk"(zeros)
+            : "m"(*reinterpret_cast<const unsigned char(*)[blockBytes]>(static_cast<const char *>(from) - place)),
+              "v"(_mm512_setzero_si512()));
+    return zeros >> place;
 }
 
 // The bytes of a block's size that may be read of a terminated text whose zeros in the line are these: up to the first
