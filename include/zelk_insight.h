@@ -179,7 +179,8 @@ typedef struct zelkInsightEvidence {
  * Decodes a DVB string to UTF-8 and says what was found.
  *
  * The text is that of zelk_dvb8ToUtf8() with the same arguments wherever that is valid UTF-8. For text without
- * findings, and without steps, the cost is less than twice that function's; it is linear for all.
+ * findings, and without steps, the cost is about twice that function's, for short text with marks three times; it is
+ * linear for all.
  *
  * What a caller guarantees about the input is what <zelk.h> says for DVB text: with a positive count one byte after the
  * string must be readable, since a mark looks at its letter (a string that ends with a mark has the finding

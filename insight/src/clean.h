@@ -5,31 +5,41 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace zelk::insight {
 
-// Of the bytes of a string in a single-byte table.
-struct StringCounts {
-    std::size_t high = 0;  // 0x80 and more
-    std::size_t marks = 0; // 0xC1 to 0xCF, the marks of ISO/IEC 6937 among them
-    bool controls = false; // whether any is below 0x20 or 0x7F
+enum class Bytes {
+    Ascii,   // the graphic characters of ASCII alone, which stand for themselves in every table
+    Graphic, // those and bytes of 0xA0 and more
+    Other
 };
 
-// Of the bytes of its text in UTF-8.
-struct TextCounts {
-    std::size_t continuations = 0; // bytes that begin no character
-    std::size_t high = 0;          // bytes of 0x80 and more, those among them
-    std::size_t controls = 0;      // below 0x20
-    bool rare = false;             // whether any is 0xED or 0xEF, with which surrogates and U+FFFD begin
-};
+// Of a string in a single-byte table. It is copied on the way, which is all there is to do for ASCII: `out` has room
+// for all of it.
+Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count);
 
-// Whether all bytes are the graphic characters of ASCII.
-bool isGraphicAscii(const unsigned char *bytes, std::size_t count);
+// The same without a copy.
+Bytes kindOf(const unsigned char *bytes, std::size_t count);
 
-// Whether all bytes are those or of 0xA0 and more.
-bool isGraphic(const unsigned char *bytes, std::size_t count);
+// The places of bytes of 0x80 and more among at most 64, the first in the lowest bit.
+std::uint64_t highBytes(const unsigned char *bytes, std::size_t count);
 
-StringCounts countString(const unsigned char *bytes, std::size_t count);
-TextCounts countText(const char *bytes, std::size_t count);
+// Copies UTF-8 that has no control codes and nothing above U+FFFF. False where it may have, or where it is quicker to
+// find out otherwise; `out` has room for all and is then to be written anew.
+bool copyUtf8(char *out, const unsigned char *bytes, std::size_t count);
+
+// Whether a whole number of two-byte characters has no control code and none from U+D800 on.
+bool isPlainTwoByte(const unsigned char *bytes, std::size_t count);
+
+// Whether the text in UTF-8 of a string in a single-byte table has a character for each byte, where `marks` says that a
+// mark (0xC1 to 0xCF) and its letter count as one. False where it may hold a surrogate or U+FFFD, too.
+bool isWholeTableText(const unsigned char *bytes, std::size_t count, const char *text, std::size_t length, bool marks);
+
+// Whether a text of `characters` characters in UTF-8 may hold neither a surrogate nor U+FFFD.
+bool isWholeText(const char *text, std::size_t length, std::size_t characters);
+
+// Whether two texts of UTF-8 are equal and may hold no surrogate.
+bool isSameUtf8(const unsigned char *bytes, const char *text, std::size_t count);
 
 } // namespace zelk::insight

@@ -19,7 +19,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 
 namespace zelk::insight {
@@ -68,9 +70,8 @@ unsigned int endOf(const unsigned char *text, unsigned int begin, DvbCode_t code
     return begin + static_cast<unsigned int>(std::strlen(reinterpret_cast<const char *>(text) + begin));
 }
 
-} // namespace
-
-Reading readSelector(const zelkInsightSettings &settings, const char *in, int inLen) {
+// Inline where it is used: what it gives is read at once, and would have to wait for the memory.
+[[gnu::always_inline]] inline Reading readingOf(const zelkInsightSettings &settings, const char *in, int inLen) {
     Reading reading;
     reading.text = reinterpret_cast<const unsigned char *>(in);
     reading.counted = inLen >= 0;
@@ -108,6 +109,12 @@ Reading readSelector(const zelkInsightSettings &settings, const char *in, int in
         reading.reason = ZelkInsightByDefault;
     }
     return reading;
+}
+
+} // namespace
+
+Reading readSelector(const zelkInsightSettings &settings, const char *in, int inLen) {
+    return readingOf(settings, in, inLen);
 }
 
 namespace {
@@ -434,73 +441,125 @@ bool isFull(tables::ByteSet set) {
     return full[static_cast<std::size_t>(set)];
 }
 
-// Whether the text that libmurn-zelk made of a string in a single-byte table holds a character for each of its bytes, a
-// mark and its letter counting as one byte. No byte gives more than one character, so that two sums tell: with all
-// bytes of 0x80 and more accounted for by characters beyond ASCII, none of them was dropped; and then a mark that
-// stands alone gives a character too many.
-bool isCleanTableText(const Reading &reading, const unsigned char *body, std::size_t count, const char *text,
-                      std::size_t length, bool ample, unsigned int flags) {
-    if (isGraphicAscii(body, count)) {
-        return length == count; // characters that stand for themselves in every table
+constexpr std::size_t shortText = 64;
+constexpr int fewHighBytes = 8; // that are looked at one by one
+
+// Whether each byte of `high`, places of short text, has a character, and each mark a letter that wears it. All are
+// graphic.
+bool isWholeString(const Reading &reading, tables::DvbTable table, const unsigned char *body, std::size_t count,
+                   std::uint64_t high) {
+    const tables::CodePoints &set = tables::codePointsOf(table.set);
+    const std::uint8_t *const columns =
+        table.marks == tables::noMarks ? nullptr : tables::dvbMarks.sets[table.marks].columnOf.data();
+    for (std::uint64_t rest = high; rest != 0; rest &= rest - 1) {
+        const auto at = static_cast<std::size_t>(std::countr_zero(rest));
+        const unsigned int byte = body[at];
+        if (columns != nullptr && byte <= 0xCF && columns[byte] != 0) {
+            const bool last = at + 1 == count;
+            const unsigned int next = last ? 0 : body[at + 1];
+            const unsigned int composed = tables::composeIn(tables::dvbMarks, table.marks, next, byte);
+            if (composed != 0 && (composed != next || next == ' ') && next < 0x80) {
+                continue;
+            }
+            if (composed != 0 || last || reading.table == ZelkInsightTableDefault) {
+                return false;
+            }
+        }
+        if (set[byte] == tables::unassigned) {
+            return false;
+        }
     }
-    const tables::DvbTable table = byteTable(reading.table);
-    if (table.marks == tables::noMarks && ample && isFull(table.set) && isGraphic(body, count)) {
-        return true;
-    }
-    if ((flags & 1U) != 0 && hasEmphasis(body, count)) {
-        return false;
-    }
-    const TextCounts out = countText(text, length);
-    if (out.rare || table.marks == tables::greekMarks) {
-        return false;
-    }
-    const std::size_t characters = length - out.continuations;
-    if (table.marks == tables::noMarks) {
-        return characters == count;
-    }
-    const StringCounts string = countString(body, count);
-    const bool markAtEnd = reading.counted && body[count - 1] >= 0xC1 && body[count - 1] <= 0xCF;
-    const std::size_t highCharacters = out.high - out.continuations;
-    return !markAtEnd && !string.controls && highCharacters + out.controls == string.high &&
-           characters == count - string.marks;
+    return true;
 }
 
-// The same of the other kinds of text.
-bool isCleanUnicode(const Reading &reading, const unsigned char *body, std::size_t count, const char *text,
-                    std::size_t length, unsigned int flags) {
-    if ((flags & 1U) != 0) {
-        return false;
-    }
-    if (reading.table == ZelkInsightTableUtf8) {
-        return length == count && std::memcmp(body, text, count) == 0 && std::memchr(text, 0xED, length) == nullptr;
-    }
-    const TextCounts out = countText(text, length);
-    return reading.table == ZelkInsightTableTwoByte && count % 2 == 0 && length - out.continuations == count / 2 &&
-           !out.rare;
-}
+// Tries without steps: true when `written` bytes of text are all there is to say. libmurn-zelk decodes, and either the
+// string is seen to be whole beforehand or two sums of the text tell afterwards (clean.cpp).
+class CleanDecoder {
+public:
+    CleanDecoder(const Reading &reading, const zelkInsightSettings &settings, char *out, int outSize, const char *in,
+                 int inLen)
+        : reading_(reading), settings_(settings), out_(out), outSize_(outSize), in_(in), inLen_(inLen),
+          body_(reading.text + reading.begin), count_(reading.end - reading.begin),
+          room_(outSize < 0 ? 0 : static_cast<std::size_t>(outSize)) {}
 
-// Tries without steps: true when `written` bytes of text are all there is to say.
-bool decodeClean(const Reading &reading, const zelkInsightSettings &settings, char *out, int outSize, const char *in,
-                 int inLen, unsigned int &written) {
+    bool decode(unsigned int &written) {
+        const bool clean = reading_.table == ZelkInsightTableUtf8      ? decodeUtf8()
+                           : reading_.table == ZelkInsightTableTwoByte ? decodeTwoByte()
+                                                                       : decodeTable();
+        written = written_;
+        return clean;
+    }
+
+private:
+    bool isAmple() const { return room_ > 3 * count_; }
+    bool keepsEmphasis() const { return (settings_.flags & 1U) != 0; }
+
+    void decodePlainly() {
+        written_ = zelk_dvb8ToUtf8(settings_.charSet, out_, outSize_, in_, inLen_, settings_.defaultCode,
+                                   settings_.defaultExtra, settings_.flags);
+    }
+
+    void endCopy() {
+        out_[count_] = 0;
+        written_ = static_cast<unsigned int>(count_);
+    }
+
+    bool decodeTable() {
+        const Bytes kind = room_ > count_ ? copyAscii(out_, body_, count_) : kindOf(body_, count_);
+        if (kind == Bytes::Ascii && room_ > count_) {
+            endCopy();
+            return true;
+        }
+        const tables::DvbTable table = byteTable(reading_.table);
+        const bool marks = table.marks != tables::noMarks;
+        const bool full = !marks && isFull(table.set);
+        bool seen = kind == Bytes::Graphic && isAmple();
+        if (seen && !full) {
+            const std::uint64_t high = count_ <= shortText ? highBytes(body_, count_) : 0;
+            seen = high != 0 && std::popcount(high) <= fewHighBytes;
+            if (seen && !isWholeString(reading_, table, body_, count_, high)) {
+                return false;
+            }
+        }
+        decodePlainly();
+        const bool emphasis = keepsEmphasis() && kind == Bytes::Other && hasEmphasis(body_, count_);
+        const bool markAtEnd = reading_.counted && body_[count_ - 1] >= 0xC1 && body_[count_ - 1] <= 0xCF;
+        return seen || (!emphasis && table.marks != tables::greekMarks && !(marks && markAtEnd) &&
+                        isWholeTableText(body_, count_, out_, written_, marks));
+    }
+
+    bool decodeUtf8() {
+        if (room_ > count_ && copyUtf8(out_, body_, count_)) {
+            endCopy();
+            return true;
+        }
+        decodePlainly();
+        return !keepsEmphasis() && written_ == count_ && isSameUtf8(body_, out_, count_);
+    }
+
+    bool decodeTwoByte() {
+        const bool plain = count_ % 2 == 0 && isAmple() && isPlainTwoByte(body_, count_);
+        decodePlainly();
+        return plain || (count_ % 2 == 0 && !keepsEmphasis() && isWholeText(out_, written_, count_ / 2));
+    }
+
+    const Reading &reading_;
+    const zelkInsightSettings &settings_;
+    char *out_;
+    int outSize_;
+    const char *in_;
+    int inLen_;
+    const unsigned char *body_;
+    std::size_t count_;
+    std::size_t room_;
+    unsigned int written_ = 0;
+};
+
+bool mayBeClean(const Reading &reading, const zelkInsightSettings &settings) {
     const bool selectorIgnored = (settings.options & ZelkInsightIgnoreSelector) != 0 && reading.begin != 0;
-    if (selectorIgnored || reading.begin != reading.selectorWanted || reading.table == ZelkInsightTableCompressed ||
-        reading.table == ZelkInsightTableUtf8Prepared) {
-        return false;
-    }
-    if (reading.begin != 0 && selectorFinding(reading.text, reading.begin) != noFinding) {
-        return false;
-    }
-    const std::size_t count = reading.end - reading.begin;
-    if (count == 0) {
-        return false;
-    }
-    written = zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, settings.defaultCode, settings.defaultExtra,
-                              settings.flags);
-    const unsigned char *const body = reading.text + reading.begin;
-    const bool ample = outSize >= 0 && static_cast<std::size_t>(outSize) > 3 * count;
-    const bool unicode = reading.table >= ZelkInsightTableUtf8;
-    return unicode ? isCleanUnicode(reading, body, count, out, written, settings.flags)
-                   : isCleanTableText(reading, body, count, out, written, ample, settings.flags);
+    return !selectorIgnored && reading.begin == reading.selectorWanted && reading.begin < reading.end &&
+           reading.table != ZelkInsightTableCompressed && reading.table != ZelkInsightTableUtf8Prepared &&
+           (reading.begin == 0 || selectorFinding(reading.text, reading.begin) == noFinding);
 }
 
 // Takes the guess in place of the table, where it says another text and is sure enough of it.
@@ -534,7 +593,7 @@ void begin(zelkInsightEvidence &evidence, const Reading &reading) {
 
 unsigned int decode(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
                     zelkInsightEvidence *evidence) {
-    Reading reading = readSelector(settings, in, inLen);
+    Reading reading = readingOf(settings, in, inLen);
     if ((settings.options & ZelkInsightGuessTable) != 0) {
         guessReading(reading);
     }
@@ -543,7 +602,7 @@ unsigned int decode(const zelkInsightSettings &settings, char *out, int outSize,
         begin(*evidence, reading);
     }
     if ((evidence == nullptr || evidence->steps == nullptr) && reading.reason != ZelkInsightByGuess &&
-        decodeClean(reading, settings, out, outSize, in, inLen, written)) {
+        mayBeClean(reading, settings) && CleanDecoder(reading, settings, out, outSize, in, inLen).decode(written)) {
         return written;
     }
     Recorder recorder(out, outSize, evidence);
