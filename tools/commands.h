@@ -7,6 +7,8 @@ namespace zelk::tool {
 
 void addDecodeCommand(CLI::App &app);
 void addExplainCommand(CLI::App &app);
+void addEncodeCommand(CLI::App &app);
+void addLintCommand(CLI::App &app);
 void addScanCommand(CLI::App &app);
 void addHuffmanCommand(CLI::App &app);
 void addConvertCommand(CLI::App &app);

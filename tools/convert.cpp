@@ -1,8 +1,9 @@
-// zelk convert: files of any size from one character set to UTF-8 or UCS-2.
+// zelk convert: files of any size from one character set to UTF-8, UCS-2 or DVB strings.
 #include "command.h"
 #include "commands.h"
 #include "converter.h"
 #include "dvb_settings.h"
+#include "dvb_writer.h"
 #include "text.h"
 
 #include <algorithm>
@@ -87,16 +88,16 @@ void declare(CLI::App &command, ConvertOptions &options) {
                        ? std::string()
                        : fmt::format("expected a character set of 'zelk convert --list', found '{}'", name);
         });
-    command.add_option("-t,--to", options.to, "Character set of the output; ucs2 is ucs2be [utf8]")
+    command.add_option("-t,--to", options.to, "Character set of the output: utf8, ucs2be, ucs2le, dvb [utf8]")
         ->type_name("SET")
-        ->check(oneOf({"utf8", "ucs2", "ucs2be", "ucs2le"}));
+        ->check(oneOf({"utf8", "ucs2", "ucs2be", "ucs2le", "dvb"}));
     for (CLI::Option *const option : addDvbOptions(command, options.dvb)) {
         option->each([&options](const std::string &) { options.dvbGiven = true; });
     }
     command.add_flag("--checked", options.checked, "Leave a file that is UTF-8 throughout as it is (ISO sets)");
     command.add_flag("--tolerant", options.tolerant, "Take a file as UTF-8 up to its first fault (ISO sets)");
     command.add_option("-o,--output", options.output, "Write to a file")->type_name("FILE");
-    command.add_flag("--strict", options.strict, "Stop at the first character that cannot be read");
+    command.add_flag("--strict", options.strict, "Stop at the first character that cannot be read or written");
     command.add_flag("--list", options.list, "List the character sets and their names");
 }
 
@@ -104,7 +105,7 @@ ExitStatus writeList() {
     Table table({"Set", "Also", "Direction", "What it is"});
     for (const CharacterSet &set : characterSets) {
         table.add({set.name, fmt::format("{}", fmt::join(set.otherNames, ", ")),
-                   set.family == Family::Ucs2 || set.family == Family::Utf8 ? "from, to" : "from", set.description});
+                   set.family == Family::Ucs2 || set.family >= Family::Utf8 ? "from, to" : "from", set.description});
     }
     write(table.format(false));
     return ExitOk;
@@ -251,7 +252,8 @@ ExitStatus run(const ConvertOptions &options) {
     if (options.checked && options.tolerant) {
         failInput("expected only one of --checked and --tolerant");
     }
-    if (options.dvbGiven && set.family != Family::Dvb) {
+    const bool toStrings = options.to == "dvb";
+    if (options.dvbGiven && set.family != Family::Dvb && !toStrings) {
         failInput("expected --region, --default-code, --extra and --keep-emphasis only with --from dvb");
     }
 
@@ -261,6 +263,7 @@ ExitStatus run(const ConvertOptions &options) {
 
     DvbReader reader(options.dvb);
     Watch watch(set, options, reader);
+    std::size_t unsaid = 0;
     std::optional<OutputFile> file;
     if (!options.output.empty()) {
         file.emplace(options.output);
@@ -269,13 +272,15 @@ ExitStatus run(const ConvertOptions &options) {
     forEachInput(options.files, [&](Input &input) {
         // Every set goes through UTF-8, which carries all UCS-2 units.
         const auto convert = [&](Input &from, Converter converter) {
-            const bool wide = options.to != "utf8";
+            const bool wide = options.to != "utf8" && !toStrings;
             if (!wide) {
                 converter = withoutSurrogates(std::move(converter));
             }
             converter = watch.over(std::move(converter), from.name());
             if (wide) {
                 converter = chain(std::move(converter), toUcs2(options.to != "ucs2le"));
+            } else if (toStrings) {
+                converter = chain(std::move(converter), toDvb(options.dvb.region, options.strict, from.name(), unsaid));
             }
             convertStream(from, converter, put, "two bytes for each character");
         };
@@ -292,6 +297,7 @@ ExitStatus run(const ConvertOptions &options) {
     }
     flushOutput();
     reportUnread("convert", {}, watch.count());
+    reportUnsaid("convert", unsaid);
     return ExitOk;
 }
 

@@ -27,6 +27,8 @@ constexpr NamedCode namedCodes[] = {
     {"latin1", DvbCodeIso8859_1}, {"latin2", DvbCodeIso8859_2}, {"latin5", DvbCodeIso8859_9},
     {"latin9", DvbCodeIso8859_15}};
 
+} // namespace
+
 std::optional<DvbCode_t> codeOf(const std::string &value) {
     constexpr std::string_view iso = "iso8859";
     const std::string name = plainName(value);
@@ -48,19 +50,21 @@ std::optional<DvbCode_t> codeOf(const std::string &value) {
     return static_cast<DvbCode_t>(number);
 }
 
-} // namespace
+CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region) {
+    return command
+        .add_option_function<std::string>(
+            "--region",
+            [&region](const std::string &name) {
+                const auto found = std::find(regionNames.begin(), regionNames.end(), name);
+                region = static_cast<dvbCharSet_t>(found - regionNames.begin());
+            },
+            "Regional character-set setting of the receiver [standard]")
+        ->type_name("REGION")
+        ->check(oneOf(regionNames));
+}
 
 std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &settings) {
-    CLI::Option *const region = command
-                                    .add_option_function<std::string>(
-                                        "--region",
-                                        [&settings](const std::string &name) {
-                                            const auto found = std::find(regionNames.begin(), regionNames.end(), name);
-                                            settings.region = static_cast<dvbCharSet_t>(found - regionNames.begin());
-                                        },
-                                        "Regional character-set setting of the receiver [standard]")
-                                    ->type_name("REGION")
-                                    ->check(oneOf(regionNames));
+    CLI::Option *const region = addRegionOption(command, settings.region);
     CLI::Option *const code =
         command
             .add_option_function<std::string>(

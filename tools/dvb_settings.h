@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,11 @@ struct DvbSettings {
     unsigned int flags() const { return keepEmphasis ? 1U : 0U; }
     DvbConverter converter() const { return {region, defaultCode, extra, flags()}; }
 };
+
+// The table code of a name such as "iso8859-5" or "utf-8", or of a number from 0 to 22.
+std::optional<DvbCode_t> codeOf(const std::string &value);
+
+CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region);
 
 // --region, --default-code, --extra, --keep-emphasis
 std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &settings);

@@ -16,8 +16,8 @@ namespace {
 using namespace zelk::tool;
 
 constexpr const char *description = "Character sets and text of digital television.";
-constexpr const char *statuses = "Exit status: 0 success; 1 nothing matched or the text is invalid; 2 wrong usage or "
-                                 "input;\n3 a file could not be read or written.";
+constexpr const char *statuses = "Exit status: 0 success; 1 nothing matched, or the text is invalid or has a fault; 2 "
+                                 "wrong usage or\ninput; 3 a file could not be read or written.";
 
 // "zelk sort", or "zelk" before a command is known.
 std::string programName(const CLI::App &app) {
@@ -73,6 +73,8 @@ int runTool(int argc, char **argv) {
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     addDecodeCommand(app);
     addExplainCommand(app);
+    addEncodeCommand(app);
+    addLintCommand(app);
     addScanCommand(app);
     addHuffmanCommand(app);
     addConvertCommand(app);

@@ -61,18 +61,29 @@ void addStringOptions(CLI::App &command, StringOptions &options) {
 }
 
 void forEachString(const StringOptions &options, const std::function<void(const std::string &)> &use) {
+    forEachPlacedString(options, [&use](const std::string &bytes, const StringPlace & /*place*/) { use(bytes); });
+}
+
+void forEachPlacedString(const StringOptions &options,
+                         const std::function<void(const std::string &, const StringPlace &)> &use) {
     std::size_t number = 0;
     for (const std::string &string : options.strings) {
-        use(options.raw ? string : parseHex(string, fmt::format("argument {}", ++number)));
+        const std::string place = fmt::format("argument {}", ++number);
+        use(options.raw ? string : parseHex(string, place), {place, {}, 0});
     }
     if (!options.strings.empty() && options.files.empty()) {
         return;
     }
-    forEachInput(options.files, [&options, &use](Input &input) {
+    const bool standardInput = options.files.empty();
+    std::size_t file = 0;
+    forEachInput(options.files, [&](Input &input) {
+        const std::string name = standardInput || options.files[file] == "-" ? std::string() : options.files[file];
+        ++file;
         LineReader lines(input, longestLine);
         std::string line;
         while (lines.next(line)) {
-            use(options.raw ? line : parseHex(line, lines.place()));
+            const std::string place = lines.place();
+            use(options.raw ? line : parseHex(line, place), {place, name, lines.number()});
         }
     });
 }

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,5 +22,15 @@ void addStringOptions(CLI::App &command, StringOptions &options);
 // Calls `use` with the bytes of every string: the arguments, then the lines of the files, or the lines of standard
 // input when neither is given. Throws Failure with the place of text that is not hexadecimal.
 void forEachString(const StringOptions &options, const std::function<void(const std::string &)> &use);
+
+// Where a string stands.
+struct StringPlace {
+    std::string name;     // "argument 1", "file:7"
+    std::string file;     // empty for an argument and for standard input
+    std::size_t line = 0; // in the input, from 1; 0 for an argument
+};
+
+void forEachPlacedString(const StringOptions &options,
+                         const std::function<void(const std::string &, const StringPlace &)> &use);
 
 } // namespace zelk::tool

@@ -1,6 +1,6 @@
-// The examples of docs/cookbook.md: in a block of the kind "console" each line after "$ " is a command of a shell, and
-// the lines after it are what it writes, to standard output and standard error. "..." at the end of them stands for any
-// rest.
+// The examples of docs/cookbook.md, README.md and docs/lint.md: in a block of the kind "console" each line after "$ "
+// is a command of a shell, and the lines after it are what it writes, to standard output and standard error. "..." at
+// the end of them stands for any rest.
 #include "tool/run.h"
 
 #include <gtest/gtest.h>
@@ -20,9 +20,9 @@ struct Example {
     std::string output;
 };
 
-std::vector<Example> examples() {
+std::vector<Example> examples(const std::string &name) {
     std::vector<Example> result;
-    std::ifstream page(root + "/docs/cookbook.md", std::ios::binary);
+    std::ifstream page(root + name, std::ios::binary);
     bool inside = false;
     for (std::string line; std::getline(page, line);) {
         if (line.rfind("```", 0) == 0) {
@@ -36,9 +36,13 @@ std::vector<Example> examples() {
     return result;
 }
 
-TEST(Cookbook, ExamplesWriteWhatTheySay) {
-    const std::vector<Example> all = examples();
-    EXPECT_GE(all.size(), 10U);
+class Page : public testing::TestWithParam<const char *> {};
+
+INSTANTIATE_TEST_SUITE_P(Cookbook, Page, testing::Values("/docs/cookbook.md", "/README.md", "/docs/lint.md"));
+
+TEST_P(Page, ExamplesWriteWhatTheySay) {
+    const std::vector<Example> all = examples(GetParam());
+    EXPECT_GE(all.size(), 1U);
     for (const Example &example : all) {
         const Result result =
             runProgram("bash", {"-c", "cd '" + root + "' && PATH=$(dirname " ZELK_TOOL "):$PATH && { " +

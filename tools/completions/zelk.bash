@@ -4,6 +4,8 @@ _zelk_options() {
     case $1 in
     decode) echo "--raw --file --region --default-code --extra --keep-emphasis --to --json" ;;
     explain) echo "--raw --file --region --default-code --extra --keep-emphasis --color --json" ;;
+    encode) echo "--file --region --code --prefer-utf8 --compress --limit --pieces --raw" ;;
+    lint) echo "--raw --file --region --default-code --extra --keep-emphasis --language --severity --fail-on --ignore --baseline --write-baseline --json --sarif --rules" ;;
     scan) echo "--region --default-code --extra --keep-emphasis --json --csv --ndjson --follow --limit --duration --color" ;;
     huffman) echo "--title --description --type --skip --raw --file" ;;
     convert) echo "--from --to --region --default-code --extra --keep-emphasis --checked --tolerant --output --strict --list" ;;
@@ -20,10 +22,14 @@ _zelk_options() {
 _zelk_values() {
     case $1/$2 in
     */--region) echo "standard iso8859-2 iso8859-7 iso8859-9 iso8859-9-alt iso8859-15 gb2312" ;;
+    encode/--code) echo "default iso8859-1 iso8859-2 iso8859-5 iso8859-7 iso8859-9 iso8859-15 utf-8 ucs-2 compressed" ;;
     */--default-code) echo "default none iso8859-1 iso8859-2 iso8859-5 iso8859-7 iso8859-9 iso8859-15 utf-8 ucs-2 compressed" ;;
+    lint/--severity) echo "note warning error" ;;
+    lint/--fail-on) echo "note warning error never" ;;
+    lint/--ignore) zelk lint --rules 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
     */--color) echo "auto always never" ;;
     decode/--to) echo "utf8 ucs2" ;;
-    convert/--to | convert/-t) echo "utf8 ucs2 ucs2be ucs2le" ;;
+    convert/--to | convert/-t) echo "utf8 ucs2 ucs2be ucs2le dvb" ;;
     convert/--from | convert/-f) zelk convert --list 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
     huffman/--type) echo "1 2 5 6" ;;
     esac
@@ -42,13 +48,13 @@ _zelk() {
     local words
 
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="decode explain scan huffman convert sort match quote case xml validate --help --version"
+        words="decode explain encode lint scan huffman convert sort match quote case xml validate --help --version"
     elif [[ $current == -* ]]; then
         words="$(_zelk_options "$command") --help"
     else
         case $previous in
-        -f | --file | --output | -o) ;;
-        --extra | --limit | --duration | --key | --skip | --open | --close) return ;;
+        -f | --file | --output | -o | --baseline | --write-baseline) ;;
+        --extra | --language | --limit | --duration | --key | --skip | --open | --close) return ;;
         --*) words=$(_zelk_values "$command" "$previous") ;;
         esac
         if [ -z "$words" ] && [ "$COMP_CWORD" -eq 2 ]; then
