@@ -45,3 +45,10 @@ foreach(name IN ITEMS murn-zelk zelk-insight zelk-arrow)
 endforeach()
 
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# `cpack` makes a tar.gz of the same; the packages of distributions stand in debian/ and packaging/.
+if(PROJECT_IS_TOP_LEVEL)
+  set(CPACK_GENERATOR TGZ)
+  set(CPACK_STRIP_FILES ON)
+  include(CPack)
+endif()

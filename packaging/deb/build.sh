@@ -1,0 +1,21 @@
+#!/bin/sh
+# Runs inside the root of the build: builds the source package and its binary packages twice, in folders, a time zone
+# and a file mode mask of their own, and compares all that is shipped. /source.tar holds the tree; /packages receives
+# the result.
+set -eu
+
+build() {
+  mkdir -p "$1"
+  tar -xf /source.tar -C "$1"
+  (cd "$1" && dpkg-buildpackage -us -uc >/tmp/build.log 2>&1) || { cat /tmp/build.log; exit 1; }
+}
+
+(umask 022 && TZ=UTC build /build/one/murn-zelk)
+(umask 002 && TZ=Asia/Kathmandu build /srv/quite/another/place/source)
+
+mkdir /packages
+cp /build/one/murn-zelk_* /build/one/*.deb /packages
+cd /packages
+for file in *.deb *.dsc *.tar.xz; do
+  cmp "$file" "/srv/quite/another/place/$file"
+done
