@@ -24,7 +24,7 @@
  * - Overlap. Input and output are different memory, unless the comment says that they may be the same.
  * - Null. A null input text gives an empty output and 0, or a null packet. A null output is not accepted.
  * - Errors. There are none: whatever cannot be converted becomes U+FFFD, and no byte sequence is refused.
- * - Packets. A function that returns a CharPacket or WideCharPacket hands over one block of malloc; release it with
+ * - Packets. A function that returns a CharPacket or WideCharPacket returns one block of malloc; release it with
  *   free(). Null means that the input was null or that there was no memory.
  * - Threads. No function keeps state between calls: all may run on any number of threads at once. Records that a caller
  *   passes (stream states, flags) belong to one thread at a time.
@@ -42,7 +42,7 @@
 #endif
 
 #ifdef __cplusplus
-/* C has 32-bit enumerations on every receiver; C++ is told so, since values without a name may arrive. */
+/* C has 32-bit enumerations on every receiver; C++ needs to know it, since values without a name may arrive. */
 #define ZELK_INT_ENUM : int
 extern "C" {
 #else
@@ -84,10 +84,10 @@ typedef struct WideCharPacket {
 #pragma GCC diagnostic pop
 #endif
 
-/** The bytes that zelkUtf8Encode() has still to hand out. Set it up with zelkInitUtf8Encoder(). */
+/** The bytes that zelkUtf8Encode() has still to return. Set it up with zelkInitUtf8Encoder(). */
 typedef struct Utf8EncoderState {
     int pendingCount;               /**< 0, 1 or 2 bytes are pending. */
-    unsigned short pendingBytes[2]; /**< Handed out from slot `pendingCount` - 1 downward. */
+    unsigned short pendingBytes[2]; /**< Returned from slot `pendingCount` - 1 downward. */
 } Utf8EncoderState;
 
 /** The sequence that zelkUtf8Decode() is inside of. Set it up with zelkInitUtf8Decoder(). */
@@ -112,7 +112,7 @@ typedef struct HuffmanStreamState {
  * and all that give DvbCodeNone).
  *
  * A string without a selector is read in the DVB default table, whatever the region, and where a default code is given
- * the region counts for nothing. Values without a name are accepted everywhere and read every single-byte text behind a
+ * the region counts for nothing. Values without a name are accepted everywhere and read every single-byte text after a
  * selector as ISO 8859-9.
  */
 typedef enum dvbCharSet_t ZELK_INT_ENUM {
@@ -146,7 +146,7 @@ typedef enum DvbCode_t ZELK_INT_ENUM {
     DvbCodeIso8859_16 = 16,
     DvbCodeReserved17 = 17,   /**< selector 0x0D; decoded like 0 */
     DvbCodeNone = 18,         /**< as a default: none given; as a result: a selector without support, decoded like 0 */
-    DvbCodeUtf8Prepared = 19, /**< UTF-8 behind the library's private selector 0x1D; selector 0x0F gives it too */
+    DvbCodeUtf8Prepared = 19, /**< UTF-8 after the library's private selector 0x1D; selector 0x0F gives it too */
     DvbCodeUcs2 = 20,         /**< two bytes a character, high byte first (selectors 0x11 and 0x14) */
     DvbCodeUtf8 = 21,         /**< UTF-8 (selectors 0x15 and 0x16) */
     DvbCodeCompressed = 22    /**< Huffman-compressed (selector 0x1F with encoding type 1, 2, 5 or 6) */
@@ -294,7 +294,7 @@ unsigned int zelk_expand(unsigned short *dst, const char *src, int size);
  */
 
 /*
- * A quoted section begins behind an opening quote character and ends before the next closing one, or with the text. The
+ * A quoted section begins after an opening quote character and ends before the next closing one, or with the text. The
  * two may be the same character. All sections of a text count, joined; the quote characters never do. There is no
  * escape character. UTF-8 text has functions of its own, see zelkUtf8CopyQuoted().
  */
@@ -403,7 +403,7 @@ unsigned int zelkFilterWideString(unsigned short *dst, int size, const unsigned 
  * @param count       characters in the stretch; cut at the end of the text
  * @param replacement null: the result is the stretch, in a packet whose capacity follows the `count` asked for.
  *                    Otherwise the result is the whole text with the stretch replaced by this zero-terminated text.
- * @return a new packet; null for null, for a start behind the text, for a replaced text of more than 65535 characters,
+ * @return a new packet; null for null, for a start after the text, for a replaced text of more than 65535 characters,
  *         without a replacement for a `count` whose value modulo 65536 is less than the stretch found, or when there is
  *         no memory
  */
@@ -437,11 +437,11 @@ extern const unsigned char zelk_bitsRevSeqTab[256];
  * The forms are those of RFC 3629 up to three bytes. A byte that begins no sequence, a sequence that breaks off, an
  * overlong form and every byte of a four-byte form give U+FFFD, one per rejected byte or sequence; a rejected sequence
  * consumes only the bytes before the first bad one. Surrogates (ED A0 80 to ED BF BF) are characters like others.
- * U+FFFD in the text is not told apart from an error.
+ * U+FFFD in the text counts as an error, too: nothing distinguishes the two.
  */
 
 /**
- * Tells how many bytes the character at `text` takes, by its first byte and by the continuation bytes that follow.
+ * Returns how many bytes the character at `text` takes, by its first byte and by the continuation bytes that follow.
  * Overlong forms are not looked for (C0 80 takes 2).
  *
  * @param available bytes that may be looked at; ZELK_NO_LIMIT for text bounded by its terminator only
@@ -583,11 +583,11 @@ int zelkUtf8DecodeStream(zelkUnitGetter getter, void *getterContext, zelkUnitPut
  */
 unsigned int zelkUtf8GetTextWidth(const unsigned char *text, unsigned int length);
 
-/** Gives the byte offset of character number `characters`, counted from 0, or the text's length behind its end. */
+/** Gives the byte offset of character number `characters`, counted from 0, or the text's length after its end. */
 unsigned int zelkUtf8Pos(const unsigned char *text, unsigned int characters);
 
 /**
- * Tells whether a text is free of rejected bytes and of U+FFFD.
+ * Returns whether a text is free of rejected bytes and of U+FFFD.
  *
  * A sequence that `length` cuts off is no error. Null and empty texts are valid.
  *
@@ -672,7 +672,7 @@ unsigned int zelkUtf8FilterString(unsigned char *out, int size, const unsigned c
 
 /**
  * As zelkSubstr(), with `start` and `count` in characters, which are looked for up to the first zero byte: a `start`
- * behind the text is its end and gives an empty stretch, and the capacity follows the bytes found.
+ * after the text is its end and gives an empty stretch, and the capacity follows the bytes found.
  */
 CharPacket *zelkUtf8Substr(const CharPacket *text, unsigned int start, unsigned int count, const char *replacement);
 
@@ -849,7 +849,7 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
  *
  * - charSet: the regional setting, for selectors that name no table;
  * - defaultCode, defaultExtra: what strings without a selector are coded in, in place of the DVB default table, or
- *   DvbCodeNone. A default code also takes the place of the regional setting, behind selectors too. `defaultExtra` is
+ *   DvbCodeNone. A default code also takes the place of the regional setting, after selectors too. `defaultExtra` is
  *   the encoding type (1, 2, 5 or 6) that goes with DvbCodeCompressed; with any other code give 0;
  * - in, inLen: the string and its bytes; negative: up to the zero byte (in two-byte text: the zero unit; in compressed
  *   text to the code's end of text, which must then be there) that follows the selector, if there is one;
@@ -858,8 +858,8 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
  * Of the controls, tab and line feed stay (neither in the default table), 0x8A becomes a line feed, also as the U+E08A
  * of two-byte text; all others are dropped. What a caller must guarantee for hostile input:
  *
- * - with a positive count, one byte behind the string must be readable (a mark looks at its letter);
- * - with a negative count, a string that begins 10 00 must have a third byte and what ends a text behind that.
+ * - with a positive count, one byte after the string must be readable (a mark looks at its letter);
+ * - with a negative count, a string that begins 10 00 must have a third byte and what ends a text after that.
  */
 
 /**
@@ -901,7 +901,7 @@ int combiningMapDvb(unsigned int table);
  *
  * - Prepared text passes with its controls. A count that ends inside one of its characters leaves that unit of `out` as
  *   it was, and the result counts it: end a count at a character.
- * - Of compressed text types 1 and 2 decode, types 5 and 6 give an empty text. With a count the bytes behind the end of
+ * - Of compressed text types 1 and 2 decode, types 5 and 6 give an empty text. With a count the bytes after the end of
  *   text are decoded too.
  *
  * @param out     receives the units and a zero unit
@@ -1032,7 +1032,7 @@ unsigned short zelkHuffmanDecode(HuffmanStreamState *state, unsigned int byte);
  * off gives nothing.
  *
  * @param tableId   6 for the Malay table, any other value for the English one
- * @param src       the compressed bytes behind the selector, or null for an empty text
+ * @param src       the compressed bytes after the selector, or null for an empty text
  * @param srcLength their count; 0 or less gives an empty text
  * @param dst       receives the text, without a terminator and without a bound: 8 bytes for each byte of `src`, and 2
  *                  more, always suffice; null to count only
@@ -1101,7 +1101,7 @@ int zelkCollate(int selector, const char *a, const char *b);
 /**
  * Matches a text against a pattern, byte by byte: `*` stands for any bytes, `?` for one.
  *
- * The byte behind a `*` stands for itself, whatever it is: `*?` looks for a question mark and `**` for a star. Stars
+ * The byte after a `*` stands for itself, whatever it is: `*?` looks for a question mark and `**` for a star. Stars
  * that end the pattern match any rest. Time is at most text times pattern, linear for one star; the stack does not
  * grow.
  *

@@ -86,7 +86,7 @@ public:
      * @param src          units; a zero unit is a character like others where there is a count
      * @param srcLength    units in `src`; -1: up to the zero unit; less is an IllegalArgumentError
      * @param status       a failure on entry makes the call do nothing; receives the status. Surrogates are checked
-     *                     over the whole source, also behind what fits.
+     *                     over the whole source, also after what fits.
      * @return `dest`; null on InvalidCharFound (then `dest` may hold what came before, without a zero),
      *         IllegalArgumentError, a null status or a failure on entry
      */
@@ -220,7 +220,7 @@ struct _BitReaderPos_t {
 };
 
 /**
- * Text compressed by a context-tree table (ATSC A/65 Annex C); <zelk.h> tells the layout. The output is bytes; what
+ * Text compressed by a context-tree table (ATSC A/65 Annex C); <zelk.h> describes the layout. The output is bytes; what
  * they are coded in is the caller's business.
  */
 class HuffmanDecoder {
@@ -234,7 +234,7 @@ public:
      * The code has no end: a decoded zero is a character, and the input alone ends the text (a last byte of zero is a
      * terminator and not decoded).
      *
-     * @param dst       receives the bytes behind the skipped ones and a zero, as many as fit; untouched, without a
+     * @param dst       receives the bytes after the skipped ones and a zero, as many as fit; untouched, without a
      *                  zero too, where `*dstLength` becomes 0
      * @param dstLength on entry the capacity of `dst`; receives the size needed: bytes, terminator and one to spare; 0
      *                  when nothing was decoded, or less than is to be skipped
@@ -243,7 +243,7 @@ public:
     int decode(const unsigned char *src, unsigned int srcLength, unsigned char *dst, unsigned int *dstLength) const;
 
     /**
-     * Puts one byte at `*position` and moves on. Positions before `skipCount` and behind the capacity are passed
+     * Puts one byte at `*position` and moves on. Positions before `skipCount` and after the capacity are passed
      * without writing; a null `dst` with a capacity of 0 only counts.
      *
      * @return 0; -1 for a null `dstCapacity` or `position`, or a null `dst` with a capacity
