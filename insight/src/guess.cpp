@@ -66,7 +66,10 @@ constexpr unsigned int lostControl = 22;
 constexpr unsigned int noCharacter = 40;
 constexpr unsigned int announcedGain = 30; // what speaks for the table that the string names
 constexpr unsigned int languageGain = 12;
-constexpr double bitsOfDoubt = 4.0; // costs are added up as if letters were independent: so many count as one
+
+// Costs are added up as if letters were independent: so many bits count as one. Two to the power of minus the parts:
+constexpr unsigned int bitsOfDoubt = 4;
+constexpr std::array<double, bitsOfDoubt> partsOfBit = {1, 0.8408964152537145, 0.7071067811865476, 0.5946035575013605};
 
 constexpr unsigned int lostCharacter = 0xFFFE; // of a byte that gives nothing
 constexpr unsigned int missingCharacter = 0xFFFF;
@@ -104,10 +107,9 @@ struct Characters {
 
     void add(unsigned int character) {
         const auto unit = static_cast<unsigned short>(character);
-        const auto *const end = different.begin() + differentCount;
-        const auto *const found = std::find(different.cbegin(), end, unit);
-        auto number = static_cast<unsigned int>(found - different.cbegin());
-        if (found == end) {
+        const unsigned short *const begin = different.data();
+        auto number = static_cast<unsigned int>(std::find(begin, begin + differentCount, unit) - begin);
+        if (number == differentCount) {
             if (differentCount == different.size()) {
                 whole = false;
                 number = 0;
@@ -322,11 +324,20 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
             weighed[order[i]].cost += weighed[order[i]].text == text ? 0 : announcedGain;
         }
     }
-    std::stable_sort(order.begin(), order.begin() + found, [&](unsigned int a, unsigned int b) {
+    const auto isBefore = [&](unsigned int a, unsigned int b) {
         const bool announcedFirst = a == announcedPlace && weighed[a].text == weighed[b].text;
         return announcedFirst ||
                (weighed[a].cost < weighed[b].cost && !(b == announcedPlace && weighed[a].text == weighed[b].text));
-    });
+    };
+    // By insertion: the standard library's stable sort may allocate.
+    for (unsigned int i = 1; i < found; ++i) {
+        const unsigned int now = order[i];
+        unsigned int place = i;
+        for (; place > 0 && isBefore(now, order[place - 1]); --place) {
+            order[place] = order[place - 1];
+        }
+        order[place] = now;
+    }
     double sum = 0;
     std::array<double, candidateCount> share{};
     for (unsigned int i = 0; i < found; ++i) {
@@ -340,7 +351,8 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
             }
         }
         if (!counted) {
-            share[i] = std::exp2(-static_cast<double>(now.cost - weighed[order[0]].cost) / bitsOfDoubt);
+            const unsigned int above = now.cost - weighed[order[0]].cost;
+            share[i] = std::ldexp(partsOfBit[above % bitsOfDoubt], -static_cast<int>(above / bitsOfDoubt));
             sum += share[i];
         }
     }

@@ -158,8 +158,8 @@ constexpr int noCode = -1;
 // Eight bits for one of these characters: the number of its page and the six bits that UTF-8 puts into the last byte.
 constexpr int codeOf(unsigned int character) {
     const auto *const page = std::ranges::find(pages, character >> continuationBits);
-    return page == std::end(pages) ? noCode
-                                   : static_cast<int>((page - pages) << continuationBits | (character & lastBits));
+    const auto number = static_cast<unsigned int>(page - pages);
+    return page == std::end(pages) ? noCode : static_cast<int>(number << continuationBits | (character & lastBits));
 }
 
 constexpr int codeOfPair(unsigned int mark, unsigned int letter) {
