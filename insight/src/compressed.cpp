@@ -171,7 +171,7 @@ template <std::size_t Count>
 using Rows = std::array<tables::MalaysiaRow, Count>;
 
 struct PieceNode {
-    std::array<std::uint16_t, 2> child; // by the next bit; 0 where no code goes on
+    std::array<std::uint16_t, 2> child; // by the next bit, counted from this node; 0 where no code goes on
     std::array<char, 4> piece;          // of a node that ends a code
     std::uint8_t length;                // 0 for all others
 
@@ -195,9 +195,9 @@ consteval GrownTree<Count * mostBits> grow(const Rows<Count> &rows) {
         for (const char bit : row.code) {
             std::uint16_t &child = tree.nodes[node].child[bit == '1' ? 1 : 0];
             if (child == 0) {
-                child = static_cast<std::uint16_t>(tree.used++);
+                child = static_cast<std::uint16_t>(tree.used++ - node);
             }
-            node = child;
+            node += child;
         }
         for (std::size_t i = 0; i < row.piece.size(); ++i) {
             tree.nodes[node].piece[i] = row.piece[i];
@@ -207,10 +207,25 @@ consteval GrownTree<Count * mostBits> grow(const Rows<Count> &rows) {
     return tree;
 }
 
+// Copies a node and those below it: first all of its 0 bit, at once after it. So a tree also compresses well.
+template <std::size_t Nodes, std::size_t Room>
+consteval std::size_t copyDepthFirst(const GrownTree<Room> &from, std::size_t node, std::array<PieceNode, Nodes> &to,
+                                     std::size_t place) {
+    std::size_t end = place + 1;
+    to[place] = from.nodes[node];
+    for (std::size_t bit = 0; bit < 2; ++bit) {
+        if (from.nodes[node].child[bit] != 0) {
+            to[place].child[bit] = static_cast<std::uint16_t>(end - place);
+            end = copyDepthFirst(from, node + from.nodes[node].child[bit], to, end);
+        }
+    }
+    return end;
+}
+
 template <std::size_t Nodes, std::size_t Room>
 consteval std::array<PieceNode, Nodes> cutToSize(const GrownTree<Room> &tree) {
     std::array<PieceNode, Nodes> nodes{};
-    std::copy_n(tree.nodes.begin(), Nodes, nodes.begin());
+    copyDepthFirst(tree, 0, nodes, 0);
     return nodes;
 }
 
@@ -245,7 +260,7 @@ void recordPieces(Recorder &recorder, const Reading &reading) {
             if (tree[node].child[bit] == 0) {
                 break;
             }
-            node = tree[node].child[bit];
+            node += tree[node].child[bit];
             path = path << 1U | bit;
             bits.next();
         }

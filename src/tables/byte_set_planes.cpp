@@ -2,6 +2,7 @@
 
 #include "detail/utf8_char.h"
 #include "tables/byte_set_definitions.h"
+#include "tables/derived.h"
 
 namespace zelk::tables {
 
@@ -9,18 +10,27 @@ namespace {
 
 constexpr std::array<CodePoints, byteSetCount> pool = expandByteSets();
 
+// By the copy that the library has anyway, where it is read at the start.
+constexpr unsigned int characterOf(unsigned int set, unsigned int byte) {
+#if defined(ZELK_COMPACT)
+    return byteSetPool[set][byte];
+#else
+    return pool[set][byte];
+#endif
+}
+
 constexpr PackedCharacter pack(unsigned int character) {
     PackedCharacter entry{};
     entry.count = static_cast<std::uint8_t>(character == 0 ? 0 : detail::utf8Encode(character, entry.bytes, 4));
     return entry;
 }
 
-consteval auto packHalves() {
+ZELK_DERIVING auto packHalves() {
     std::array<PackedCharacter, (1 + byteSetCount) * halfOfSet> packed{};
     for (unsigned int i = 0; i < halfOfSet; ++i) {
         packed[i] = pack(i);
         for (unsigned int set = 0; set < byteSetCount; ++set) {
-            packed[(1 + set) * halfOfSet + i] = pack(pool[set][halfOfSet + i]);
+            packed[(1 + set) * halfOfSet + i] = pack(characterOf(set, halfOfSet + i));
         }
     }
     return packed;
@@ -37,11 +47,11 @@ consteval bool lowerHalvesAreAscii() {
 }
 static_assert(lowerHalvesAreAscii());
 
-consteval std::array<BytePlanes, byteSetCount> spreadOut() {
+ZELK_DERIVING std::array<BytePlanes, byteSetCount> spreadOut() {
     std::array<BytePlanes, byteSetCount> planes{};
     for (unsigned int set = 0; set < byteSetCount; ++set) {
         for (unsigned int i = 0; i < 128; ++i) {
-            const unsigned int character = pool[set][128 + i];
+            const unsigned int character = characterOf(set, 128 + i);
             std::uint8_t bytes[3] = {};
             const unsigned int count = detail::utf8Encode(character, bytes, 4);
             BytePlanes &plane = planes[set];
@@ -76,12 +86,12 @@ constexpr Pair utf8Pair(unsigned int character) {
 }
 
 template <class PairOf>
-consteval std::array<ByteSteps, byteSetCount> stepsOf(PairOf pairOf) {
+ZELK_DERIVING std::array<ByteSteps, byteSetCount> stepsOf(PairOf pairOf) {
     std::array<ByteSteps, byteSetCount> all{};
     for (unsigned int set = 0; set < byteSetCount; ++set) {
         ByteSteps &steps = all[set];
         for (unsigned int i = 0; i < 128; ++i) {
-            const Pair pair = pairOf(pool[set][128 + i]);
+            const Pair pair = pairOf(characterOf(set, 128 + i));
             steps.first[i] = static_cast<std::uint8_t>(pair.first ^ (128 + i));
             steps.second[i] = pair.second;
         }
@@ -95,10 +105,10 @@ consteval std::array<ByteSteps, byteSetCount> stepsOf(PairOf pairOf) {
 
 } // namespace
 
-constexpr std::array<PackedCharacter, (1 + byteSetCount) *halfOfSet> packedUtf8Pool = packHalves();
-constexpr std::array<BytePlanes, byteSetCount> bytePlanesPool = spreadOut();
-constexpr std::array<ByteSteps, byteSetCount> unitStepsPool = stepsOf(unitPair);
-constexpr std::array<ByteSteps, byteSetCount> pairStepsPool = stepsOf(utf8Pair);
+ZELK_DERIVED std::array<PackedCharacter, (1 + byteSetCount) *halfOfSet> packedUtf8Pool = packHalves();
+ZELK_DERIVED std::array<BytePlanes, byteSetCount> bytePlanesPool = spreadOut();
+ZELK_DERIVED std::array<ByteSteps, byteSetCount> unitStepsPool = stepsOf(unitPair);
+ZELK_DERIVED std::array<ByteSteps, byteSetCount> pairStepsPool = stepsOf(utf8Pair);
 
 static_assert(sizeof packedUtf8Pool == std::size_t{1 + byteSetCount} * 512);
 static_assert(sizeof bytePlanesPool == std::size_t{byteSetCount} * 768);

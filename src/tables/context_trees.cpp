@@ -72,6 +72,19 @@ static_assert(onlyEscapesAfter(zelkDvbTable2, 0x01, 0x1F));
 static_assert(codesAfter(zelkDvbTable2, 0, {{"010", 'A'}, {"100", 'C'}, {"111", 'T'}, {"0001", 'J'}, {"0011", 'D'}}));
 static_assert(codesAfter(zelkDvbTable2, 'a', {{"01", 'n'}, {"001", 'r'}, {"101", 't'}}));
 
+} // namespace
+
+#if defined(ZELK_COMPACT)
+
+// All is read by the trees.
+StepMachine stepsOf(const unsigned char * /*table*/) {
+    return {};
+}
+
+#else
+
+namespace {
+
 constexpr auto dvbSteps = stepPair<zelkDvbTable1, zelkDvbTable2, rarestStateOfLargest>();
 constexpr auto guideSteps = stepPair<zelkTitleTable, zelkDescriptionTable, rarestState>();
 
@@ -96,5 +109,7 @@ StepMachine stepsOf(const unsigned char *table) {
     }
     return {};
 }
+
+#endif
 
 } // namespace zelk::tables

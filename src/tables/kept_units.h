@@ -2,6 +2,8 @@
 // units without a set bit move to the front, in their order.
 #pragma once
 
+#include "tables/derived.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +17,7 @@ struct KeptUnits {
     std::array<std::uint8_t, 256> count;                                    // of the units that are kept
 };
 
-inline constexpr KeptUnits keptUnits = []() {
+ZELK_DERIVING KeptUnits keptUnitsByBits() {
     KeptUnits result{};
     for (std::size_t leftOut = 0; leftOut < result.order.size(); ++leftOut) {
         std::array<std::uint8_t, 2 *KeptUnits::units> &order = result.order[leftOut];
@@ -31,6 +33,8 @@ inline constexpr KeptUnits keptUnits = []() {
         result.count[leftOut] = static_cast<std::uint8_t>(count);
     }
     return result;
-}();
+}
+
+inline ZELK_DERIVED KeptUnits keptUnits = keptUnitsByBits();
 
 } // namespace zelk::tables

@@ -1,6 +1,8 @@
 // How bytes of UTF-8 that units do not need are left out: by shuffles of 16 bytes, from tables of 256.
 #pragma once
 
+#include "tables/derived.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +14,7 @@ using Shuffle = std::array<std::uint8_t, 16>;
 inline constexpr std::uint8_t leftOut = 0x80; // as an index of a shuffle: a zero, after what counts
 
 // By a bit for each of eight units, set above ASCII: of a pair of bytes for each unit the first, or both.
-alignas(sizeof(Shuffle)) inline constexpr auto pairShuffles = []() {
+ZELK_DERIVING std::array<Shuffle, 256> shufflesOfPairs() {
     std::array<Shuffle, 256> shuffles{};
     for (unsigned int above = 0; above < shuffles.size(); ++above) {
         shuffles[above].fill(leftOut);
@@ -25,11 +27,13 @@ alignas(sizeof(Shuffle)) inline constexpr auto pairShuffles = []() {
         }
     }
     return shuffles;
-}();
+}
+
+alignas(sizeof(Shuffle)) inline ZELK_DERIVED std::array<Shuffle, 256> pairShuffles = shufflesOfPairs();
 
 // By a bit for each of four units, set above ASCII, and four bits above those, set from U+0800 on: of four bytes for
 // each unit the first, the first two, or the first three.
-alignas(sizeof(Shuffle)) inline constexpr auto tripleShuffles = []() {
+ZELK_DERIVING std::array<Shuffle, 256> shufflesOfTriples() {
     std::array<Shuffle, 256> shuffles{};
     for (unsigned int bits = 0; bits < shuffles.size(); ++bits) {
         shuffles[bits].fill(leftOut);
@@ -42,6 +46,8 @@ alignas(sizeof(Shuffle)) inline constexpr auto tripleShuffles = []() {
         }
     }
     return shuffles;
-}();
+}
+
+alignas(sizeof(Shuffle)) inline ZELK_DERIVED std::array<Shuffle, 256> tripleShuffles = shufflesOfTriples();
 
 } // namespace zelk::tables
