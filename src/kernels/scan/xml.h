@@ -2,8 +2,9 @@
 //
 // Escaping:    blocks as long as two are left, then lanes: without a special character copied, with few by the runs
 //              between them, with many each character by its entry in a table.
-// Unescaping:  blocks without a reference copied; where there is one, the words before it, and then what is left before
-//              it together with its character.
+// Unescaping:  blocks without a reference copied; from the first one on, what is left of a window by way of a buffer,
+//              into which the runs between references are stored as whole blocks. The last bytes of a text so if many
+//              references are in them, else by words.
 // Measuring:   blocks, in which each kind of special character is counted.
 //
 // A zero is looked for a window ahead of all that.
@@ -15,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
@@ -133,25 +135,89 @@ ZELK_STAGE std::uint64_t escapedXmlLength(const char *text, std::size_t length) 
     return total;
 }
 
-// The block with a reference alone, after which comes as much without another: what the first store writes too much the
-// last one covers. Both are loaded before. False, and nothing done, where another follows.
-ZELK_OPERATION bool unescapeAlone(const char *text, std::size_t end, char *out, std::size_t room, Bytes block,
-                                  std::size_t run, const tables::XmlReference &reference, Progress &done) {
-    const std::size_t next = done.read + run + reference.length;
-    if (next > end || end - next < blockBytes || room - done.written < 2 * blockBytes) {
-        return false;
+// How far a chunk of text is unescaped, `stopped` in front of a reference that is no whole entity.
+struct UnescapedChunk {
+    Progress done;
+    bool stopped;
+};
+
+// Blocks that begin before a place, by the runs before references, with stores of whole blocks that go too far. After
+// that place afterChunk bytes can be read.
+ZELK_OPERATION UnescapedChunk unescapeRuns(const char *text, std::size_t end, char *out) {
+    Progress done;
+    while (done.read < end) {
+        const std::size_t start = done.read;
+        const std::size_t next = start + blockBytes;
+        for (std::uint64_t references = placesOf(equal(load(text + start), repeatByte('&'))); references != 0;
+             references = withoutFirst(references)) {
+            const std::size_t place = start + firstPlace(references);
+            store(out + done.written, load(text + done.read));
+            done.written += place - done.read;
+            const tables::XmlReference *const reference = plain::referenceIn(text + place);
+            if (reference == nullptr) {
+                return {{place, done.written}, true};
+            }
+            out[done.written++] = reference->character;
+            done.read = place + reference->length;
+        }
+        if (done.read < next) {
+            store(out + done.written, load(text + done.read));
+            done.written += next - done.read;
+            done.read = next;
+        }
     }
-    const Bytes after = load(text + next);
-    if (anyBit(equal(after, repeatByte('&')))) {
-        return false;
+    return {done, false};
+}
+
+// As far as a block reaches that begins in front of a place, and one from the end of its last reference on.
+inline constexpr std::size_t afterChunk = 2 * blockBytes + plain::wordBytes;
+
+// Copies by lanes, the last one together with bytes before it.
+ZELK_OPERATION void copyByLanes(char *to, const char *from, std::size_t count) {
+    if (count < laneBytes) {
+        for (std::size_t at = 0; at < count; ++at) {
+            to[at] = from[at];
+        }
+        return;
     }
-    store(out + done.written, block);
-    done.written += run;
-    out[done.written++] = reference.character;
-    store(out + done.written, after);
-    done.written += blockBytes;
-    done.read = next + blockBytes;
-    return true;
+    for (std::size_t at = 0; at < count - laneBytes; at += laneBytes) {
+        store(to + at, load<Lane>(from + at));
+    }
+    store(to + count - laneBytes, load<Lane>(from + count - laneBytes));
+}
+
+// By way of a buffer, for text and output may be one, and nothing may be written after the result. The last bytes of
+// the chunk are not taken.
+ZELK_STAGE UnescapedChunk unescapeChunk(const char *text, std::size_t count, char *out) {
+    char result[plain::window + 2 * blockBytes];
+    const UnescapedChunk chunk = unescapeRuns(text, count - afterChunk, result);
+    std::memcpy(out, result, chunk.done.written);
+    return chunk;
+}
+
+// All of a chunk of up to afterChunk bytes, with zeros after it.
+ZELK_STAGE UnescapedChunk unescapeLast(const char *text, std::size_t count, char *out) {
+    char padded[afterChunk + 3 * blockBytes];
+    char result[2 * afterChunk];
+    copyByLanes(padded, text, count);
+    for (std::size_t at = 0; at < 3 * blockBytes; at += blockBytes) {
+        store(padded + count + at, Bytes{});
+    }
+    UnescapedChunk chunk = unescapeRuns(padded, count, result);
+    if (chunk.done.read > count) {
+        chunk.done.written -= chunk.done.read - count;
+        chunk.done.read = count;
+    }
+    copyByLanes(out, result, chunk.done.written);
+    return chunk;
+}
+
+// Whether so few bytes that hold references are worth the buffers.
+ZELK_OPERATION bool holdsManyReferences(const char *text, std::size_t count) {
+    if (count >= blockBytes) {
+        return countOf(placesOf(equal(load(text), repeatByte('&')))) > blockBytes / laneBytes;
+    }
+    return count >= laneBytes && countOf(placesOf(equal(joined(load<Lane>(text), Lane{}), repeatByte('&')))) > 1;
 }
 
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {
@@ -159,40 +225,37 @@ ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out,
     for (;;) {
         const std::size_t inWindow = plain::lengthInWindow(text + done.read, length - done.read);
         const std::size_t end = done.read + inWindow;
-        while (end - done.read >= blockBytes + plain::wordBytes && room - done.written >= blockBytes) {
+        while (end - done.read >= blockBytes && room - done.written >= blockBytes) {
             const Bytes bytes = load(text + done.read);
-            const std::uint64_t references = placesOf(equal(bytes, repeatByte('&')));
-            if (references == 0) {
-                store(out + done.written, bytes);
-                done.read += blockBytes;
-                done.written += blockBytes;
-                continue;
-            }
-            std::size_t run = firstPlace(references);
-            const tables::XmlReference *const reference = plain::referenceIn(text + done.read + run);
-            if (reference != nullptr && unescapeAlone(text, end, out, room, bytes, run, *reference, done)) {
-                continue;
-            }
-            for (; run >= plain::wordBytes; run -= plain::wordBytes) {
-                store(out + done.written, plain::wordAt(text + done.read));
-                done.read += plain::wordBytes;
-                done.written += plain::wordBytes;
-            }
-            if (done.written < plain::wordBytes) {
+            if (anyBit(equal(bytes, repeatByte('&')))) {
                 break;
             }
-            plain::append(out, done.written, plain::wordAt(text + done.read), run,
-                          reference != nullptr ? &reference->character : nullptr);
-            done.read += run;
-            if (reference == nullptr) {
+            store(out + done.written, bytes);
+            done.read += blockBytes;
+            done.written += blockBytes;
+        }
+        while (done.read != end) {
+            const std::size_t left = end - done.read;
+            const bool isLast = left <= afterChunk;
+            if (isLast && inWindow == plain::window) {
+                break;
+            }
+            if (room - done.written < left || (isLast && !holdsManyReferences(text + done.read, left))) {
+                done = plain::unescapeWords(text, end, out, room, done);
+                if (done.read != end) {
+                    return done;
+                }
+                break;
+            }
+            const UnescapedChunk chunk = isLast ? unescapeLast(text + done.read, left, out + done.written)
+                                                : unescapeChunk(text + done.read, left, out + done.written);
+            done.read += chunk.done.read;
+            done.written += chunk.done.written;
+            if (chunk.stopped) {
                 return done;
             }
-            done.read += reference->length;
         }
-        if (done.read != end) {
-            done = plain::unescapeWords(text, end, out, room, done);
-        }
-        if (done.read != end || inWindow < plain::window) {
+        if (inWindow < plain::window) {
             return done;
         }
     }
