@@ -2,6 +2,7 @@
 #include "command.h"
 #include "commands.h"
 #include "dvb_settings.h"
+#include "lint_broadcast.h"
 #include "lint_report.h"
 #include "stream.h"
 #include "strings.h"
@@ -18,6 +19,7 @@ namespace {
 struct LintOptions {
     StringOptions strings;
     DvbSettings settings;
+    std::vector<std::string> streams;
     std::string language;
     std::string severity = "note";
     std::string failOn = "warning";
@@ -34,7 +36,10 @@ constexpr const char *never = "never";
 void declare(CLI::App &command, LintOptions &options) {
     addStringOptions(command, options.strings);
     addDvbOptions(command, options.settings);
-    command.add_option("--language", options.language, "Language of the strings, ISO 639: eng, or en")
+    command.add_option("--stream", options.streams, "Check the texts of a transport stream or a file of sections")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+    command.add_option("--language", options.language, "Language of texts that come without one: eng, or en")
         ->type_name("CODE");
     command.add_option("--severity", options.severity, "The least severity that is told: note, warning, error [note]")
         ->type_name("LEVEL")
@@ -198,15 +203,24 @@ ExitStatus run(const LintOptions &options) {
         check(options, text);
         texts.push_back(std::move(text));
     };
-    forEachPlacedString(options.strings, [&](const std::string &bytes, const StringPlace &place) {
-        LintedText text;
-        text.file = place.file;
-        text.line = place.line;
-        text.place = place.name;
-        text.language = options.language;
-        text.bytes = bytes;
-        take(std::move(text));
-    });
+    const bool stringsGiven = !options.strings.strings.empty() || !options.strings.files.empty();
+    if (stringsGiven || options.streams.empty()) {
+        forEachPlacedString(options.strings, [&](const std::string &bytes, const StringPlace &place) {
+            LintedText text;
+            text.file = place.file;
+            text.line = place.line;
+            text.place = place.name;
+            text.language = options.language;
+            text.bytes = bytes;
+            take(std::move(text));
+        });
+    }
+    for (const std::string &file : options.streams) {
+        forEachBroadcastText(file, [&](LintedText text) {
+            text.language = text.language.empty() ? options.language : text.language;
+            take(std::move(text));
+        });
+    }
     checkTogether(texts);
     const std::size_t count = texts.size();
     keepNew(options, texts);

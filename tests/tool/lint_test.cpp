@@ -165,6 +165,72 @@ TEST(Lint, WritesJson) {
     EXPECT_TRUE(found) << object;
 }
 
+// A section of EN 300 468 with its checksum (ISO/IEC 13818-1, Annex A).
+std::string section(unsigned int table, const std::string &head, const std::string &body) {
+    const std::size_t length = head.size() + body.size() + 4;
+    std::string result;
+    result.push_back(static_cast<char>(table));
+    result.push_back(static_cast<char>(0xF0 | length >> 8));
+    result.push_back(static_cast<char>(length & 0xFF));
+    result += head + body;
+    std::uint32_t sum = 0xFFFFFFFF;
+    for (const char byte : result) {
+        for (int bit = 7; bit >= 0; --bit) {
+            const bool one = ((static_cast<unsigned char>(byte) >> bit & 1) ^ (sum >> 31)) != 0;
+            sum = sum << 1 ^ (one ? 0x04C11DB7U : 0U);
+        }
+    }
+    for (const int shift : {24, 16, 8, 0}) {
+        result.push_back(static_cast<char>(sum >> shift & 0xFF));
+    }
+    return result;
+}
+
+std::string counted(const std::string &text) {
+    return static_cast<char>(text.size()) + text;
+}
+
+// The description of one service, and an event in Russian.
+std::string sections() {
+    const std::string names = std::string(1, '\x01') + counted("RTL\x8A") +
+                              counted("R\xE9"
+                                      "alis\xE9 par");
+    const std::string descriptor = "\x48" + counted(names);
+    const std::string sdt = std::string("\x00\x01\xC1\x00\x00\x00\x02\xFF", 8) + std::string("\x00\x07\xFC\x80", 4) +
+                            static_cast<char>(descriptor.size()) + descriptor;
+    const std::string eventTexts = "rus" + counted("\x01\xBD\xDE\xD2\xDE\xE1\xE2\xD8") + counted("");
+    const std::string eventDescriptor = "\x4D" + counted(eventTexts);
+    const std::string eit = std::string("\x00\x07\xC1\x00\x00\x00\x01\x00\x02\x00\x4E", 11) +
+                            std::string("\x00\x09\xE0\x00\x12\x00\x00\x00\x30\x00\x80", 11) +
+                            static_cast<char>(eventDescriptor.size()) + eventDescriptor;
+    return section(0x42, sdt, "") + section(0x4E, eit, "");
+}
+
+TEST(Lint, ReadsSectionsAndStreams) {
+    const File file(sections());
+    const Result result = run({"lint", "--json", "--stream", file.path()});
+    EXPECT_EQ(result.status, 1);
+    std::map<std::string, std::set<std::string>> rules;
+    std::istringstream lines(result.out);
+    for (std::string line; std::getline(lines, line);) {
+        const Json object = Json::parse(line);
+        for (const Json &fault : object["faults"]) {
+            rules[object["member"]].insert(fault["rule"]);
+        }
+    }
+    EXPECT_EQ(rules["provider"], (std::set<std::string>{"control-trailing"}));
+    EXPECT_EQ(rules["name"].count("table-other"), 1U);
+    EXPECT_EQ(rules.size(), 2U) << result;
+    EXPECT_NE(result.out.find("service 0002.0001.0007"), std::string::npos) << result;
+
+    const Result stream = run({"lint", "--stream", ZELK_TOOL_SOURCES "/../samples/multiplex.ts", "41 8A"});
+    EXPECT_NE(stream.out.find("argument 1: offset 1: warning: control-trailing"), std::string::npos);
+    EXPECT_EQ(run({"lint", "--stream", "/no/such/file"}).status, 3);
+    const File text("no sections\n");
+    EXPECT_EQ(run({"lint", "--stream", text.path()}),
+              failure(2, "zelk lint: " + text.path() + ": expected a transport stream or sections, found neither"));
+}
+
 // What the schema of SARIF requires; ./dev sarif validates against the schema itself.
 TEST(Lint, WritesSarif) {
     const File lines("41\n41 8A\n");

@@ -5,7 +5,7 @@ _zelk_options() {
     decode) echo "--raw --file --region --default-code --extra --keep-emphasis --to --json" ;;
     explain) echo "--raw --file --region --default-code --extra --keep-emphasis --color --json" ;;
     encode) echo "--file --region --code --prefer-utf8 --compress --limit --pieces --raw" ;;
-    lint) echo "--raw --file --region --default-code --extra --keep-emphasis --language --severity --fail-on --ignore --baseline --write-baseline --json --sarif --rules" ;;
+    lint) echo "--raw --file --region --default-code --extra --keep-emphasis --stream --language --severity --fail-on --ignore --baseline --write-baseline --json --sarif --rules" ;;
     scan) echo "--region --default-code --extra --keep-emphasis --json --csv --ndjson --follow --limit --duration --color" ;;
     huffman) echo "--title --description --type --skip --raw --file" ;;
     convert) echo "--from --to --region --default-code --extra --keep-emphasis --checked --tolerant --output --strict --list" ;;
@@ -53,7 +53,7 @@ _zelk() {
         words="$(_zelk_options "$command") --help"
     else
         case $previous in
-        -f | --file | --output | -o | --baseline | --write-baseline) ;;
+        -f | --file | --output | -o | --stream | --baseline | --write-baseline) ;;
         --extra | --language | --limit | --duration | --key | --skip | --open | --close) return ;;
         --*) words=$(_zelk_values "$command" "$previous") ;;
         esac

@@ -42,6 +42,7 @@ complete -c zelk -n '__fish_seen_subcommand_from encode' -l limit -x -d 'The mos
 complete -c zelk -n '__fish_seen_subcommand_from encode' -l pieces -d 'What is longer goes on in further strings'
 complete -c zelk -n '__fish_seen_subcommand_from encode' -s r -l raw -d 'Write raw bytes'
 
+complete -c zelk -n '__fish_seen_subcommand_from lint' -l stream -r -d 'Check the texts of a broadcast'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l language -x -d 'Language of the strings'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l severity -x -a 'note warning error' -d 'Least severity that is told'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l fail-on -x -a 'note warning error never' -d 'Least severity of exit status 1'
