@@ -30,11 +30,10 @@ ZELK_OPERATION std::uint64_t specialsInLane(const char *text) {
     return placesOf(areSpecialInXml(joined(load<Lane>(text), Lane{})));
 }
 
-// A run of text before a special character, and its entity. The store of the whole vector goes too far: more text
+// A run of text before a special character, and its entity. The store of the whole lane goes too far: more text
 // follows, of which each byte gives one at least, and there is room for it.
-template <class Vector>
 ZELK_OPERATION void escapeRun(const char *text, std::size_t place, char *out, Progress &done) {
-    store(out + done.written, load<Vector>(text + done.read));
+    store(out + done.written, load<Lane>(text + done.read));
     done.written += place - done.read;
     const tables::XmlCharacter &character = plain::escaped(text[place]);
     plain::putEscapedExactly(out + done.written, character);
@@ -43,10 +42,10 @@ ZELK_OPERATION void escapeRun(const char *text, std::size_t place, char *out, Pr
 }
 
 // More special characters in a block, or in a lane, than these are looked up one by one.
-inline constexpr std::size_t mostRunsInBlock = blockBytes / 8;
+inline constexpr std::size_t mostRunsInBlock = blockBytes / 4;
 inline constexpr std::size_t mostRunsInLane = 2;
 
-// Whole blocks, after which another follows.
+// Whole blocks, after which another follows: what stores write too much, it covers.
 ZELK_OPERATION void escapeBlocks(const char *text, std::size_t end, char *out, std::size_t room, Progress &done) {
     constexpr std::size_t leastRoom = (blockBytes + 1) * tables::longestXmlEntity + blockBytes;
     while (end - done.read >= 2 * blockBytes && room - done.written >= leastRoom) {
@@ -59,7 +58,11 @@ ZELK_OPERATION void escapeBlocks(const char *text, std::size_t end, char *out, s
         } else if (countOf(special) <= mostRunsInBlock) {
             const std::size_t start = done.read;
             for (; special != 0; special = withoutFirst(special)) {
-                escapeRun<Bytes>(text, start + firstPlace(special), out, done);
+                const std::size_t place = start + firstPlace(special);
+                store(out + done.written, load(text + done.read));
+                done.written += place - done.read;
+                done.written += plain::putEscaped(out + done.written, text[place]);
+                done.read = place + 1;
             }
             store(out + done.written, load(text + done.read));
             done.written += next - done.read;
@@ -82,7 +85,7 @@ ZELK_OPERATION void escapeLanes(const char *text, std::size_t end, char *out, st
             done.read += laneBytes;
             done.written += laneBytes;
         } else if (countOf(special) <= mostRunsInLane) {
-            escapeRun<Lane>(text, done.read + firstPlace(special), out, done);
+            escapeRun(text, done.read + firstPlace(special), out, done);
         } else {
             return;
         }
