@@ -125,7 +125,10 @@ def main():
         else:
             shutil.copyfile(ROOT / name, target)
     write_interfaces(output)
-    shutil.copyfile(docs / "site/index.md", output / "index.md")
+    index = (docs / "site/index.md").read_text(encoding="utf-8")
+    others = [name[: -len(".md")] for name in files if re.fullmatch(r"docs/[^/]*\.md", name)]
+    others = [name for name in others if not re.search(rf"(?m)^{re.escape(name)}$", index)]
+    (output / "index.md").write_text(index.replace("OTHER PAGES", "\n".join(others)), encoding="utf-8")
     (output / "static").mkdir()
     shutil.copyfile(docs / "site/site.css", output / "static/site.css")
 
