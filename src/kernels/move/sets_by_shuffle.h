@@ -131,8 +131,9 @@ ZELK_STAGE std::size_t putWide(tables::ByteSet set, const unsigned char *in, std
         const std::size_t count = left < wideStretch + laneUnits ? left : wideStretch;
         unsigned short units[wideStretch + laneUnits];
         plain::putUnits(set, units, in + done, count);
-        written += encodeLanes<UnitOrder::LowFirst, Triples>(reinterpret_cast<const unsigned char *>(units), count,
-                                                             out + written);
+        written +=
+            encodeUpTo128(reinterpret_cast<const unsigned char *>(units), count, out + written, UnitForm::LowFirst)
+                .written;
         done += count;
     }
     return written;

@@ -17,8 +17,7 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 
 using UnitMask = __mmask32;
 
-template <UnitOrder order>
-ZELK_OPERATION Block inNativeOrder(Block units) {
+ZELK_OPERATION Block inNativeOrder(Block units, UnitOrder order) {
     if (order == UnitOrder::LowFirst) {
         return units;
     }
@@ -27,20 +26,17 @@ ZELK_OPERATION Block inNativeOrder(Block units) {
 }
 
 // A block of units; where there are fewer, zeros after them.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION Block unitsAt(const unsigned char *text) {
-    return inNativeOrder<order>(clean == Clean::Any ? loadInLine(text) : load(text));
+ZELK_OPERATION Block unitsAt(const unsigned char *text, UnitForm form) {
+    return inNativeOrder(cleanOf(form) == Clean::Any ? loadInLine(text) : load(text), orderOf(form));
 }
 
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION Block unitsAt(const unsigned char *text, std::size_t count) {
+ZELK_OPERATION Block unitsAt(const unsigned char *text, std::size_t count, UnitForm form) {
     const Mask bytes = firstBytes(2 * count);
-    return inNativeOrder<order>(clean == Clean::Any ? loadInLine(text, bytes) : load(text, bytes));
+    return inNativeOrder(cleanOf(form) == Clean::Any ? loadInLine(text, bytes) : load(text, bytes), orderOf(form));
 }
 
 // The units that stop a conversion.
-template <Clean clean>
-ZELK_OPERATION UnitMask stopsAmong(Block units) {
+ZELK_OPERATION UnitMask stopsAmong(Block units, Clean clean) {
     if (clean == Clean::Any) {
         return _mm512_testn_epi16_mask(units, units);
     }
@@ -84,17 +80,12 @@ struct AsciiUnits {
     Block lowBytes, highBytes, least;
 };
 
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION AsciiUnits asciiUnits() {
-    alignas(blockBytes) static constexpr auto places = []() {
-        std::array<std::uint8_t, blockBytes> table{};
-        for (std::size_t i = 0; i < blockBytes; ++i) {
-            table[i] = static_cast<std::uint8_t>(2 * i + (order == UnitOrder::HighFirst ? 1 : 0));
-        }
-        return table;
-    }();
-    const Block low = load(places.data());
-    return {low, _mm512_xor_si512(low, everyByte<1>()), everyByte<static_cast<std::uint8_t>(leastAscii(clean))>()};
+ZELK_OPERATION AsciiUnits asciiUnits(UnitOrder order, Clean clean) {
+    const Block even = multiples<2>();
+    const Block odd = _mm512_xor_si512(even, everyByte<1>());
+    const Block least =
+        clean == Clean::Any ? everyByte<leastAscii(Clean::Any)>() : everyByte<leastAscii(Clean::NoControls)>();
+    return order == UnitOrder::LowFirst ? AsciiUnits{even, odd, least} : AsciiUnits{odd, even, least};
 }
 
 // The bytes of 64 units as they lie in memory, and which of the units are no ASCII that goes on.
@@ -175,10 +166,9 @@ ZELK_OPERATION std::size_t putTriples(char *out, Block units, const Triples &tri
 }
 
 // Up to 32 units that may be read, and fit.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION Progress encodeBlock(const unsigned char *text, std::size_t count, char *out) {
-    Block units = unitsAt<order, clean>(text, count);
-    const UnitMask stops = stopsAmong<clean>(units) & static_cast<UnitMask>(firstBytes(count));
+ZELK_OPERATION Progress encodeBlock(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
+    Block units = unitsAt(text, count, form);
+    const UnitMask stops = stopsAmong(units, cleanOf(form)) & static_cast<UnitMask>(firstBytes(count));
     if (stops != 0) [[unlikely]] {
         count = firstOf(stops);
         units = _mm512_maskz_mov_epi8(firstBytes(2 * count), units);
@@ -188,26 +178,25 @@ ZELK_OPERATION Progress encodeBlock(const unsigned char *text, std::size_t count
 }
 
 // The same with little room: all of a block or nothing.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION Progress encodeFittingBlock(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    const Block units = unitsAt<order, clean>(text, count);
-    const UnitMask present =
-        static_cast<UnitMask>(firstBytes(firstOf(stopsAmong<clean>(units)))) & static_cast<UnitMask>(firstBytes(count));
+ZELK_OPERATION Progress encodeFittingBlock(const unsigned char *text, std::size_t count, char *out, std::size_t room,
+                                           UnitForm form) {
+    const Block units = unitsAt(text, count, form);
+    const UnitMask present = static_cast<UnitMask>(firstBytes(firstOf(stopsAmong(units, cleanOf(form))))) &
+                             static_cast<UnitMask>(firstBytes(count));
     const std::size_t bytes =
         countOf(present) + countOf(aboveAscii(units) & present) + countOf(ofThreeBytes(units) & present);
-    return bytes <= room ? encodeBlock<order, clean>(text, count, out) : Progress();
+    return bytes <= room ? encodeBlock(text, count, out, form) : Progress();
 }
 
 // ---- Texts
 
 // 33 to 64 units that may be read, and fit.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION Progress encodeTwoBlocks(const unsigned char *text, std::size_t count, char *out) {
+ZELK_OPERATION Progress encodeTwoBlocks(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
     const std::size_t backUnits = count - blockUnits;
-    const Block front = unitsAt<order, clean>(text);
-    const Block back = unitsAt<order, clean>(text + blockBytes, backUnits);
-    if ((stopsAmong<clean>(front) | (stopsAmong<clean>(back) & static_cast<UnitMask>(firstBytes(backUnits)))) != 0)
-        [[unlikely]] {
+    const Block front = unitsAt(text, form);
+    const Block back = unitsAt(text + blockBytes, backUnits, form);
+    if ((stopsAmong(front, cleanOf(form)) |
+         (stopsAmong(back, cleanOf(form)) & static_cast<UnitMask>(firstBytes(backUnits)))) != 0) [[unlikely]] {
         return {};
     }
     if (ofThreeBytes(_mm512_or_si512(front, back)) == 0) {
@@ -220,8 +209,7 @@ ZELK_OPERATION Progress encodeTwoBlocks(const unsigned char *text, std::size_t c
 }
 
 // Of units below 0x800, zero for those that stop.
-template <Clean clean>
-ZELK_OPERATION Block graphicBits(Block units) {
+ZELK_OPERATION Block graphicBits(Block units, Clean clean) {
     return clean == Clean::Any ? units : _mm512_and_si512(units, everyUnit<0xFF60>());
 }
 
@@ -233,28 +221,29 @@ ZELK_OPERATION bool arePairs(Block bits, Block least) {
 
 // 65 to 127 units that may be read, and fit, all at once; none where one stops. The last 64 are looked at, and where
 // all is ASCII stored, together with those among them that the first 64 are, too.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION Progress encodeFourBlocks(const unsigned char *text, std::size_t count, char *out) {
+ZELK_OPERATION Progress encodeFourBlocks(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
     const std::size_t last = count - 2 * blockUnits;
-    const Block a = unitsAt<order, clean>(text);
-    const Block b = unitsAt<order, clean>(text + blockBytes);
-    const Block c = unitsAt<order, clean>(text + 2 * last);
-    const Block d = unitsAt<order, clean>(text + 2 * last + blockBytes);
+    const Block a = unitsAt(text, form);
+    const Block b = unitsAt(text + blockBytes, form);
+    const Block c = unitsAt(text + 2 * last, form);
+    const Block d = unitsAt(text + 2 * last + blockBytes, form);
     const Block bits = _mm512_or_si512(_mm512_ternarylogic_epi32(a, b, c, 0xFE), d); // a | b | c, d
-    const Block least = _mm512_min_epu16(_mm512_min_epu16(graphicBits<clean>(a), graphicBits<clean>(b)),
-                                         _mm512_min_epu16(graphicBits<clean>(c), graphicBits<clean>(d)));
+    const Block least =
+        _mm512_min_epu16(_mm512_min_epu16(graphicBits(a, cleanOf(form)), graphicBits(b, cleanOf(form))),
+                         _mm512_min_epu16(graphicBits(c, cleanOf(form)), graphicBits(d, cleanOf(form))));
     const bool pairs = arePairs(bits, least);
     if (pairs && _mm512_test_epi16_mask(bits, everyUnit<0x780>()) == 0) {
-        const AsciiUnits ascii = asciiUnits<UnitOrder::LowFirst, clean>();
+        const AsciiUnits ascii = asciiUnits(UnitOrder::LowFirst, cleanOf(form));
         store(out, _mm512_permutex2var_epi8(a, ascii.lowBytes, b));
         store(out + last, _mm512_permutex2var_epi8(c, ascii.lowBytes, d));
         return {count, count};
     }
     const std::size_t third = std::min(last, blockUnits);
-    const Block front = unitsAt<order, clean>(text + 2 * blockBytes, third);
-    const Block back = unitsAt<order, clean>(text + 3 * blockBytes, last - third);
+    const Block front = unitsAt(text + 2 * blockBytes, third, form);
+    const Block back = unitsAt(text + 3 * blockBytes, last - third, form);
     if (!pairs) {
-        if ((stopsAmong<clean>(a) | stopsAmong<clean>(b) | stopsAmong<clean>(c) | stopsAmong<clean>(d)) != 0) {
+        if ((stopsAmong(a, cleanOf(form)) | stopsAmong(b, cleanOf(form)) | stopsAmong(c, cleanOf(form)) |
+             stopsAmong(d, cleanOf(form))) != 0) {
             return {};
         }
         const Triples t = triples();
@@ -271,8 +260,8 @@ ZELK_OPERATION Progress encodeFourBlocks(const unsigned char *text, std::size_t 
 
 // A text on its way, of which blocks of 64 units are taken while they fit. Where a zero may end it, the halves of a
 // block are lines, and a line is read when the one before it has no zero.
-template <UnitOrder order, Clean clean>
 struct Blocks {
+    UnitForm form;
     const unsigned char *text;
     std::size_t count;
     char *out;
@@ -288,6 +277,7 @@ struct Blocks {
     // The next one; false where it has a zero in its first half.
     ZELK_OPERATION bool load(Blocks &blocks) {
         const unsigned char *const from = blocks.text + 2 * blocks.done.read;
+        const Clean clean = cleanOf(blocks.form);
         blocks.first = clean == Clean::Any ? loadInLine(from) : kernels::ZELK_KERNEL_SET::load(from);
         if (clean == Clean::Any && _mm512_testn_epi16_mask(blocks.first, blocks.first) != 0) [[unlikely]] {
             return false;
@@ -298,9 +288,8 @@ struct Blocks {
     }
 };
 
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION void encodeAscii(Blocks<order, clean> &blocks) {
-    const AsciiUnits ascii = asciiUnits<order, clean>();
+ZELK_OPERATION void encodeAscii(Blocks &blocks) {
+    const AsciiUnits ascii = asciiUnits(orderOf(blocks.form), cleanOf(blocks.form));
     for (std::size_t steps = blocks.most(blocks); steps != 0 && blocks.load(blocks); --steps) {
         const AsciiBytes block = asciiBytes(blocks.first, blocks.second, ascii);
         if (!none(block.others)) {
@@ -313,22 +302,23 @@ ZELK_OPERATION void encodeAscii(Blocks<order, clean> &blocks) {
 }
 
 // Units of any kind, up to two blocks of ASCII.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION void encodeMixed(Blocks<order, clean> &blocks, const Triples &triples) {
+ZELK_OPERATION void encodeMixed(Blocks &blocks, const Triples &triples) {
+    const UnitOrder order = orderOf(blocks.form);
+    const Clean clean = cleanOf(blocks.form);
     std::size_t before = 0; // the bytes of the last block
     std::size_t steps = 0;
     while ((steps != 0 || (steps = blocks.most(blocks)) != 0) && blocks.load(blocks)) {
         --steps;
-        const Block front = inNativeOrder<order>(blocks.first);
-        const Block back = inNativeOrder<order>(blocks.second);
+        const Block front = inNativeOrder(blocks.first, order);
+        const Block back = inNativeOrder(blocks.second, order);
         char *const to = blocks.out + blocks.done.written;
         std::size_t bytes = 0;
         if (arePairs(_mm512_or_si512(front, back),
-                     _mm512_min_epu16(graphicBits<clean>(front), graphicBits<clean>(back)))) {
+                     _mm512_min_epu16(graphicBits(front, clean), graphicBits(back, clean)))) {
             bytes = putPairs<Reach::Whole>(to, front, blockUnits); // the back covers what reaches too far
             bytes += putPairs<Reach::Exact>(to + bytes, back, blockUnits);
         } else {
-            if ((stopsAmong<clean>(front) | stopsAmong<clean>(back)) != 0) [[unlikely]] {
+            if ((stopsAmong(front, clean) | stopsAmong(back, clean)) != 0) [[unlikely]] {
                 break;
             }
             bytes = putTriples(to, front, triples);
@@ -343,10 +333,9 @@ ZELK_OPERATION void encodeMixed(Blocks<order, clean> &blocks, const Triples &tri
     }
 }
 
-template <UnitOrder order, Clean clean>
 ZELK_OPERATION Progress encodeBlocks(const unsigned char *text, std::size_t count, char *out, std::size_t room,
-                                     Progress done) {
-    Blocks<order, clean> blocks{text, count, out, room, done, {}, {}};
+                                     Progress done, UnitForm form) {
+    Blocks blocks{form, text, count, out, room, done, {}, {}};
     const Triples t = triples();
     std::size_t before = 0;
     do {
@@ -358,46 +347,47 @@ ZELK_OPERATION Progress encodeBlocks(const unsigned char *text, std::size_t coun
 }
 
 // More than 127 units, little room, or a stop.
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room,
+                               UnitForm form) {
     Progress done;
     for (;;) {
         const unsigned char *const from = text + 2 * done.read;
-        const std::size_t line = clean == Clean::Any ? bytesOfFirstLine(from) / 2 : blockUnits;
+        const std::size_t line = cleanOf(form) == Clean::Any ? bytesOfFirstLine(from) / 2 : blockUnits;
         const std::size_t wanted = std::min(count - done.read, line != 0 ? line : blockUnits);
-        const Progress step = encodeFittingBlock<order, clean>(from, wanted, out + done.written, room - done.written);
+        const Progress step = encodeFittingBlock(from, wanted, out + done.written, room - done.written, form);
         done.read += step.read;
         done.written += step.written;
         if (step.read < wanted || done.read == count) {
             return done;
         }
-        done = encodeBlocks<order, clean>(text, count, out, room, done);
+        done = encodeBlocks(text, count, out, room, done, form);
     }
 }
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress encodeSeveral(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    constexpr UnitForm form = formOf(order, clean);
     if (count < 4 * blockUnits && room >= detail::longestSequence * count) {
         Progress done;
         if (count > 2 * blockUnits) {
             if (clean == Clean::NoControls || goOn<4>(text, 2 * count)) {
-                done = encodeFourBlocks<order, clean>(text, count, out);
+                done = encodeFourBlocks(text, count, out, form);
             }
         } else if (count > blockUnits && (clean == Clean::NoControls || goOn<2>(text, 2 * count))) {
-            done = encodeTwoBlocks<order, clean>(text, count, out);
+            done = encodeTwoBlocks(text, count, out, form);
         }
         if (done.read != 0) {
             return done;
         }
     }
-    return encodeLong<order, clean>(text, count, out, room);
+    return encodeLong(text, count, out, room, form);
 }
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
     return count <= blockUnits && room >= detail::longestSequence * count &&
                    (clean == Clean::NoControls || goOn<1>(text, 2 * count))
-               ? encodeBlock<order, clean>(text, count, out)
+               ? encodeBlock(text, count, out, formOf(order, clean))
                : encodeSeveral<order, clean>(text, count, out, room);
 }
 
@@ -409,8 +399,8 @@ ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
     while (done.read < count) {
         const unsigned char *const from = text + 2 * done.read;
         const std::size_t wanted = std::min(count - done.read, std::max<std::size_t>(bytesInLine(from) / 2, 1));
-        const Block block = unitsAt<order, Clean::Any>(from, wanted);
-        const Mask zeros = stopsAmong<Clean::Any>(block);
+        const Block block = unitsAt(from, wanted, formOf(order, Clean::Any));
+        const Mask zeros = stopsAmong(block, Clean::Any);
         const std::size_t units = std::min(wanted, firstOf(zeros));
         const Mask present = firstBytes(units);
         done.read += units;
@@ -428,8 +418,8 @@ ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, u
     std::size_t done = 0;
     while (done < fitting) {
         const std::size_t wanted = std::min(fitting - done, blockUnits);
-        const Block block = unitsAt<order, clean>(text + 2 * done, wanted);
-        const std::size_t units = std::min(wanted, firstOf(stopsAmong<clean>(block)));
+        const Block block = unitsAt(text + 2 * done, wanted, formOf(order, clean));
+        const std::size_t units = std::min(wanted, firstOf(stopsAmong(block, clean)));
         if (units != 0) { // an empty store may be slow
             store(out + done, firstBytes(2 * units), block);
         }

@@ -53,12 +53,11 @@ enum class Reach { Whole, Exact };
 
 // ---- One by one
 
-template <UnitOrder order>
-ZELK_OPERATION std::size_t encodeFew(const unsigned char *text, std::size_t count, char *out) {
+ZELK_OPERATION std::size_t encodeFew(const unsigned char *text, std::size_t count, char *out, UnitOrder order) {
     std::size_t written = 0;
     for (std::size_t i = 0; i < count; ++i) {
         constexpr int ample = 4;
-        written += detail::utf8Encode(unitAt<order>(text, i), out + written, ample);
+        written += detail::utf8Encode(unitAt(text, i, order), out + written, ample);
     }
     return written;
 }
@@ -190,61 +189,61 @@ struct Triples {
 };
 
 // Eight units and more, without a stop.
-template <UnitOrder order, class Form>
-ZELK_OPERATION std::size_t encodeLanes(const unsigned char *text, std::size_t count, char *out) {
+template <class Form>
+ZELK_OPERATION std::size_t encodeLanes(const unsigned char *text, std::size_t count, char *out, UnitOrder order) {
     std::size_t read = 0;
     std::size_t written = 0;
     while (count - read >= blockUnits + Form::surplus) {
-        written += Form::putBlock(out + written, unitsAt<order>(text, read));
+        written += Form::putBlock(out + written, unitsAt(text, read, order));
         read += blockUnits;
     }
-    while (count - read >= laneUnits) {
-        written += Form::putExactly(out + written, laneUnitsAt<order>(text, read));
-        read += laneUnits;
-    }
-    if (read != count) {
-        const LaneUnits last = laneUnitsAt<order>(text, count - laneUnits);
-        const std::size_t again = Form::bytesOfFirst(last, laneUnits - (count - read));
-        written += Form::putExactly(out + (written - again), last) - again;
+    while (read != count) {
+        const std::size_t at = lesserOf(read, count - laneUnits);
+        const LaneUnits units = laneUnitsAt(text, at, order);
+        const std::size_t again = at == read ? 0 : Form::bytesOfFirst(units, read - at);
+        written += Form::putExactly(out + (written - again), units) - again;
+        read = at + laneUnits;
     }
     return written;
 }
 
-template <UnitOrder order>
-ZELK_OPERATION std::size_t encodeStretch(const unsigned char *text, Stretch stretch, char *out) {
-    return stretch.bits < 0x800 ? encodeLanes<order, Pairs>(text, stretch.count, out)
-                                : encodeLanes<order, Triples>(text, stretch.count, out);
+ZELK_OPERATION std::size_t encodeStretch(const unsigned char *text, Stretch stretch, char *out, UnitOrder order) {
+    return stretch.bits < 0x800 ? encodeLanes<Pairs>(text, stretch.count, out, order)
+                                : encodeLanes<Triples>(text, stretch.count, out, order);
 }
 
 // ---- Texts
 
 // Fewer than 8 units, or those in front of a stop.
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeSingly(const unsigned char *text, std::size_t count, char *out) {
-    count = unitsBeforeStop<order, clean>(text, count);
-    return {count, encodeFew<order>(text, count, out)};
+ZELK_STAGE Progress encodeSingly(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
+    count = unitsBeforeStop(text, count, form);
+    return {count, encodeFew(text, count, out, orderOf(form))};
 }
 
 // 8 to 128 units that may be read and are sure to fit: few enough for one rare character not to slow down many others.
 inline constexpr std::size_t stretchUnits = 128;
 
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeUpTo128(const unsigned char *text, std::size_t count, char *out) {
-    const Stretch stretch =
-        count >= blockUnits ? stretchOf<order, clean>(text, count) : stretchOfLanes<order, clean>(text, count);
-    return stretch.count < laneUnits ? Progress{stretch.count, encodeFew<order>(text, stretch.count, out)}
-                                     : Progress{stretch.count, encodeStretch<order>(text, stretch, out)};
+// One for each order, for these are the texts of most calls.
+template <UnitOrder order>
+ZELK_STAGE Progress encodeUpTo128(const unsigned char *text, std::size_t count, char *out, Clean clean) {
+    const UnitForm form = formOf(order, clean);
+    const Stretch stretch = count >= blockUnits ? stretchOf(text, count, form) : stretchOfLanes(text, count, form);
+    return stretch.count < laneUnits ? Progress{stretch.count, encodeFew(text, stretch.count, out, order)}
+                                     : Progress{stretch.count, encodeStretch(text, stretch, out, order)};
+}
+
+ZELK_OPERATION Progress encodeUpTo128(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
+    return orderOf(form) == UnitOrder::LowFirst ? encodeUpTo128<UnitOrder::LowFirst>(text, count, out, Clean::Any)
+                                                : encodeUpTo128<UnitOrder::HighFirst>(text, count, out, cleanOf(form));
 }
 
 // Whether packed units are ASCII: the others are less as signed numbers.
-template <Clean clean>
-ZELK_OPERATION bool areAscii(Bytes bytes) {
+ZELK_OPERATION bool areAscii(Bytes bytes, Clean clean) {
     return !anySignBit(lessSigned(bytes, repeatByte(leastAscii(clean))));
 }
 
-template <UnitOrder order>
-ZELK_OPERATION Bytes packedAt(const unsigned char *text, std::size_t front, std::size_t back) {
-    return packed(unitsAt<order>(text, front), unitsAt<order>(text, back));
+ZELK_OPERATION Bytes packedAt(const unsigned char *text, std::size_t front, std::size_t back, UnitOrder order) {
+    return packed(unitsAt(text, front, order), unitsAt(text, back, order));
 }
 
 // One block of ASCII or two, which may overlap.
@@ -260,13 +259,13 @@ ZELK_OPERATION void storeHalves(char *out, std::size_t count, Bytes bytes) {
 }
 
 // As many units of ASCII as come first, by blocks; of the last block a part may be taken for the second time.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION std::size_t encodeAscii(const unsigned char *text, std::size_t count, char *out) {
+ZELK_OPERATION std::size_t encodeAscii(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
+    const UnitOrder order = orderOf(form);
     std::size_t done = 0;
     while (done != count) {
         const std::size_t at = std::min(done, count - blockBytes);
-        const Bytes bytes = packedAt<order>(text, at, at + blockUnits);
-        if (!areAscii<clean>(bytes)) {
+        const Bytes bytes = packedAt(text, at, at + blockUnits, order);
+        if (!areAscii(bytes, cleanOf(form))) {
             break;
         }
         store(out + at, bytes);
@@ -278,16 +277,17 @@ ZELK_OPERATION std::size_t encodeAscii(const unsigned char *text, std::size_t co
 // More than two blocks, of which all units may be read and are sure to fit.
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress encodeReadable(const unsigned char *text, std::size_t count, char *out) {
+    constexpr UnitForm form = formOf(order, clean);
     Progress done;
     while (done.read != count) {
         const unsigned char *const from = text + 2 * done.read;
         char *const to = out + done.written;
         const std::size_t left = count - done.read;
         const std::size_t wanted = std::min(left, stretchUnits);
-        const std::size_t ascii = left >= blockBytes ? encodeAscii<order, clean>(from, left, to) : 0;
+        const std::size_t ascii = left >= blockBytes ? encodeAscii(from, left, to, form) : 0;
         const Progress step = ascii != 0            ? Progress{ascii, ascii}
-                              : wanted >= laneUnits ? encodeUpTo128<order, clean>(from, wanted, to)
-                                                    : encodeSingly<order, clean>(from, wanted, to);
+                              : wanted >= laneUnits ? encodeUpTo128<order>(from, wanted, to, clean)
+                                                    : encodeSingly(from, wanted, to, form);
         done.read += step.read;
         done.written += step.written;
         if (ascii == 0 && step.read < wanted) {
@@ -297,19 +297,25 @@ ZELK_STAGE Progress encodeReadable(const unsigned char *text, std::size_t count,
     return done;
 }
 
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+ZELK_OPERATION Progress encodeReadable(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
+    return form == UnitForm::LowFirst    ? encodeReadable<UnitOrder::LowFirst, Clean::Any>(text, count, out)
+           : form == UnitForm::HighFirst ? encodeReadable<UnitOrder::HighFirst, Clean::Any>(text, count, out)
+                                         : encodeReadable<UnitOrder::HighFirst, Clean::NoControls>(text, count, out);
+}
+
+ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room,
+                               UnitForm form) {
     constexpr std::size_t mostAtOnce = 1024; // units that are looked at for a zero, then converted
     Progress done;
     for (;;) {
         const unsigned char *const from = text + 2 * done.read;
         const std::size_t fitting = (room - done.written) / detail::longestSequence;
         const std::size_t wanted = std::min({count - done.read, fitting, mostAtOnce});
-        const std::size_t units = clean == Clean::Any ? readableUnits<order>(from, wanted) : wanted;
+        const std::size_t units = cleanOf(form) == Clean::Any ? readableUnits(from, wanted, orderOf(form)) : wanted;
         char *const to = out + done.written;
-        const Progress step = units > blockBytes   ? encodeReadable<order, clean>(from, units, to)
-                              : units >= laneUnits ? encodeUpTo128<order, clean>(from, units, to)
-                                                   : encodeSingly<order, clean>(from, units, to);
+        const Progress step = units > blockBytes   ? encodeReadable(from, units, to, form)
+                              : units >= laneUnits ? encodeUpTo128(from, units, to, form)
+                                                   : encodeSingly(from, units, to, form);
         done.read += step.read;
         done.written += step.written;
         if (done.read == count || wanted < laneUnits || step.read == 0) {
@@ -320,50 +326,49 @@ ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, cha
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    constexpr UnitForm form = formOf(order, clean);
     if (count > stretchUnits || room < detail::longestSequence * count) {
-        return encodeLong<order, clean>(text, count, out, room);
+        return encodeLong(text, count, out, room, form);
     }
     if (count < laneUnits) {
-        return encodeSingly<order, clean>(text, count, out);
+        return encodeSingly(text, count, out, form);
     }
     if (clean == Clean::Any) {
-        count = readableUnits<order>(text, count);
+        count = readableUnits(text, count, order);
     }
     if (count > 4 * blockUnits) {
-        return encodeReadable<order, clean>(text, count, out);
+        return encodeReadable(text, count, out, form);
     }
     if (count > 2 * blockUnits) {
-        const Bytes front = packedAt<order>(text, 0, blockUnits);
-        const Bytes back = packedAt<order>(text, count - 2 * blockUnits, count - blockUnits);
-        if (areAscii<clean>(lesserSigned(front, back))) {
+        const Bytes front = packedAt(text, 0, blockUnits, order);
+        const Bytes back = packedAt(text, count - 2 * blockUnits, count - blockUnits, order);
+        if (areAscii(lesserSigned(front, back), clean)) {
             store(out, front);
             store(out + (count - blockBytes), back);
             return {count, count};
         }
     } else if (count >= blockUnits) {
-        const Bytes bytes = packedAt<order>(text, 0, count - blockUnits);
-        if (areAscii<clean>(bytes)) {
+        const Bytes bytes = packedAt(text, 0, count - blockUnits, order);
+        if (areAscii(bytes, clean)) {
             storeHalves(out, count, bytes);
             return {count, count};
         }
     }
-    return count >= laneUnits ? encodeUpTo128<order, clean>(text, count, out)
-                              : encodeSingly<order, clean>(text, count, out);
+    return count >= laneUnits ? encodeUpTo128(text, count, out, form) : encodeSingly(text, count, out, form);
 }
 
 // ---- Measuring
 
-template <UnitOrder order>
-ZELK_OPERATION std::size_t bytesBeyondOne(const unsigned char *text, std::size_t count) {
+ZELK_OPERATION std::size_t bytesBeyondOne(const unsigned char *text, std::size_t count, UnitOrder order) {
     Units totals{};
     std::size_t read = 0;
     for (; count - read >= blockUnits; read += blockUnits) {
-        const Units units = unitsAt<order>(text, read);
+        const Units units = unitsAt(text, read, order);
         totals -= aboveAscii(units) + ofThreeBytes(units); // all bits are -1
     }
     std::size_t bytes = sumOf(asBytes(totals));
     for (; read < count; ++read) {
-        bytes += detail::utf8EncodedLength(unitAt<order>(text, read)) - 1;
+        bytes += detail::utf8EncodedLength(unitAt(text, read, order)) - 1;
     }
     return bytes;
 }
@@ -371,49 +376,54 @@ ZELK_OPERATION std::size_t bytesBeyondOne(const unsigned char *text, std::size_t
 // A total holds the units of one place of each block of a stretch.
 static_assert(2 * stretchUnits / blockUnits <= 0xFF);
 
-template <UnitOrder order>
-ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
+ZELK_STAGE Progress measure(const unsigned char *text, std::size_t count, UnitOrder order) {
+    const UnitForm form = formOf(order, Clean::Any);
     Progress done;
     for (;;) {
         const unsigned char *const from = text + 2 * done.read;
         const std::size_t wanted = std::min(count - done.read, stretchUnits);
-        const std::size_t units = wanted >= blockUnits ? readableUnits<order>(from, wanted) : wanted;
-        const std::size_t clean = units >= blockUnits ? stretchOf<order, Clean::Any>(from, units).count
-                                                      : unitsBeforeStop<order, Clean::Any>(from, units);
+        const std::size_t units = wanted >= blockUnits ? readableUnits(from, wanted, order) : wanted;
+        const std::size_t clean =
+            units >= blockUnits ? stretchOf(from, units, form).count : unitsBeforeStop(from, units, form);
         done.read += clean;
-        done.written += clean + bytesBeyondOne<order>(from, clean);
+        done.written += clean + bytesBeyondOne(from, clean, order);
         if (clean < stretchUnits) {
             return done;
         }
     }
 }
 
+template <UnitOrder order>
+ZELK_STAGE Progress measureUcs2(const unsigned char *text, std::size_t count) {
+    return measure(text, count, order);
+}
+
 // ---- To native units
 
-template <UnitOrder order>
-ZELK_OPERATION void copyUnits(const unsigned char *text, std::size_t count, unsigned short *out) {
+ZELK_OPERATION void copyUnits(const unsigned char *text, std::size_t count, unsigned short *out, UnitOrder order) {
     if (count < blockUnits) {
         for (std::size_t i = 0; i < count; ++i) {
-            out[i] = static_cast<unsigned short>(unitAt<order>(text, i));
+            out[i] = static_cast<unsigned short>(unitAt(text, i, order));
         }
         return;
     }
     for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
-        store(out + at, unitsAt<order>(text, at));
+        store(out + at, unitsAt(text, at, order));
     }
-    store(out + (count - blockUnits), unitsAt<order>(text, count - blockUnits));
+    store(out + (count - blockUnits), unitsAt(text, count - blockUnits, order));
 }
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToNative(const unsigned char *text, std::size_t count, unsigned short *out, std::size_t room) {
+    constexpr UnitForm form = formOf(order, clean);
     const std::size_t fitting = std::min(count, room);
     std::size_t done = 0;
     for (;;) {
         const unsigned char *const from = text + 2 * done;
         const std::size_t wanted = std::min(fitting - done, stretchUnits);
-        const std::size_t units = wanted >= blockUnits ? stretchOf<order, clean>(from, wanted).count
-                                                       : unitsBeforeStop<order, clean>(from, wanted);
-        copyUnits<order>(from, units, out + done);
+        const std::size_t units =
+            wanted >= blockUnits ? stretchOf(from, wanted, form).count : unitsBeforeStop(from, wanted, form);
+        copyUnits(from, units, out + done, order);
         done += units;
         if (units < stretchUnits) {
             return {done, done};

@@ -17,19 +17,15 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 
 static_assert(lineBytes == blockBytes);
 
-using plain::Last;
-
 // ---- ASCII
 
 // The bytes that are no ASCII that a conversion passes over: as signed numbers all the others are less.
-template <Clean clean>
-ZELK_OPERATION Mask otherThanAscii(Block text, Mask present) {
-    return _mm512_mask_cmplt_epi8_mask(present, text, everyByte<static_cast<std::uint8_t>(leastAscii(clean))>());
+ZELK_OPERATION Block leastAsciiOf(const Utf8Rule &rule) {
+    return everyEight(rule.leastAscii[0]);
 }
 
-template <Clean clean>
-ZELK_OPERATION bool isAscii(Block text, Mask present) {
-    const Mask others = otherThanAscii<clean>(text, present);
+ZELK_OPERATION bool isAscii(Block text, Mask present, Block leastAscii) {
+    const Mask others = _mm512_mask_cmplt_epi8_mask(present, text, leastAscii);
     return _kortestz_mask64_u8(others, others) != 0;
 }
 
@@ -40,11 +36,9 @@ struct Utf8Constants {
     Block before, lower, current, dueLess, high, least;
 };
 
-template <Clean clean>
-ZELK_OPERATION Utf8Constants utf8Constants() {
-    constexpr const FaultTables &tables = faultTables<clean>;
-    return {load(tables.before), load(tables.lower), load(tables.current),
-            everyByte<0x60>(),   everyByte<0x80>(),  everyByte<static_cast<std::uint8_t>(leastAscii(clean))>()};
+ZELK_OPERATION Utf8Constants utf8Constants(const Utf8Rule &rule) {
+    return {load(rule.tables.before), load(rule.tables.lower), load(rule.tables.current),
+            everyByte<0x60>(),        everyByte<0x80>(),       leastAsciiOf(rule)};
 }
 
 // A block of UTF-8 together with the bytes one and two places before each of its own.
@@ -158,8 +152,8 @@ ZELK_OPERATION Leads leadBytes() {
 
 // A check without tables for text without characters of three bytes, and without U+0080 to U+00BF where controls are to
 // be left alone. False, too, if something is wrong, which the caller has to find out. What is before a name is zero.
-template <Clean clean, bool isName = false>
-ZELK_OPERATION bool areOfTwo(const Utf8Block &block, Mask present, const Leads &leads) {
+template <bool isName = false>
+ZELK_OPERATION bool areOfTwo(const Utf8Block &block, Mask present, const Leads &leads, const Utf8Rule &rule) {
     const Block two = leads.ofTwo;
     const Block greatest = _mm512_max_epu8(_mm512_max_epu8(block.text, block.before1), block.before2);
     const Mask wide = _mm512_cmpge_epu8_mask(isName ? block.text : greatest, leads.ofThree);
@@ -169,12 +163,11 @@ ZELK_OPERATION bool areOfTwo(const Utf8Block &block, Mask present, const Leads &
     const Mask astray = _kxor_mask64(_mm512_cmplt_epi8_mask(block.text, two), // signed: continuation bytes
                                      _mm512_cmpge_epu8_mask(block.before1, two));
     const Block lead = _mm512_xor_si512(block.before1, two); // less its mark
-    if (clean == Clean::Any) {                               // 00, and what follows C0 and C1
+    if (rule.clean == Clean::Any) {                          // 00, and what follows C0 and C1
         const Block least = _mm512_min_epu8(block.text, _mm512_and_si512(lead, everyByte<0xFE>()));
         return _kortestz_mask64_u8(astray, _mm512_mask_testn_epi8_mask(present, least, least)) != 0;
     }
-    const Mask less =
-        _mm512_mask_cmplt_epu8_mask(present, block.text, everyByte<static_cast<std::uint8_t>(leastAscii(clean))>());
+    const Mask less = _mm512_mask_cmplt_epu8_mask(present, block.text, leastAsciiOf(rule));
     return _kortestz_mask64_u8(astray, _kor_mask64(less, _mm512_cmplt_epu8_mask(lead, everyByte<3>()))) != 0;
 }
 
@@ -283,12 +276,11 @@ ZELK_OPERATION void storeUnitsKept(unsigned short *out, std::size_t count, const
 }
 
 // Up to 64 bytes of one line; false where the conversion ends.
-template <Clean clean>
 ZELK_OPERATION bool decodePart(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
-                               Progress &done) {
+                               Progress &done, const Utf8Rule &rule) {
     std::size_t bytes = std::min(length - done.read, bytesInLine(text + done.read));
     const Utf8Block block = utf8PartAt(text, done.read, firstBytes(bytes));
-    const Mask wrong = wrongBytes(block, utf8Constants<clean>()) & firstBytes(bytes);
+    const Mask wrong = wrongBytes(block, utf8Constants(rule)) & firstBytes(bytes);
     if (wrong != 0) [[unlikely]] {
         bytes = firstOf(wrong);
     }
@@ -310,12 +302,12 @@ ZELK_OPERATION bool decodePart(const unsigned char *text, std::size_t length, un
 }
 
 // Lines of ASCII, whole ones, as far as they fit.
-template <Clean clean>
 ZELK_OPERATION void widenLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
-                               Progress &done) {
+                               Progress &done, const Utf8Rule &rule) {
+    const Block leastAscii = leastAsciiOf(rule);
     while (std::min(length - done.read, room - done.written) >= blockBytes) {
         const Block block = loadInLine(text + done.read);
-        if (!isAscii<clean>(block, ~0ULL)) {
+        if (!isAscii(block, ~0ULL, leastAscii)) {
             return;
         }
         store(out + done.written, frontUnits(block));
@@ -349,10 +341,9 @@ struct WaitingUnits {
 };
 
 // Whole lines of any text, up to two that are all ASCII. There are two bytes at least in front of them.
-template <Clean clean>
 ZELK_STAGE Progress decodeWholeLines(const unsigned char *text, std::size_t length, unsigned short *out,
-                                     std::size_t room, Progress done) {
-    const Utf8Constants constants = utf8Constants<clean>();
+                                     std::size_t room, Progress done, const Utf8Rule &rule) {
+    const Utf8Constants constants = utf8Constants(rule);
     const UnitParts parts = unitParts();
     WaitingUnits waiting{out + done.written, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
     Trial trial;
@@ -360,7 +351,7 @@ ZELK_STAGE Progress decodeWholeLines(const unsigned char *text, std::size_t leng
     while (std::min(length - done.read, room - done.written) >= blockBytes) {
         const Utf8Block block = utf8BlockAt(text + done.read);
         Units units;
-        if (Trial::isDue(trial) && areOfTwo<clean>(block, ~0ULL, parts.leads)) {
+        if (Trial::isDue(trial) && areOfTwo(block, ~0ULL, parts.leads, rule)) {
             units = unitsOfTwo(block, parts);
         } else if (wrongBytes(block, constants) == 0) {
             units = unitsOf(block, parts);
@@ -382,16 +373,16 @@ ZELK_STAGE Progress decodeWholeLines(const unsigned char *text, std::size_t leng
     return done;
 }
 
-template <Clean clean>
-ZELK_STAGE Progress decodeLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+ZELK_STAGE Progress decodeLines(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                                const Utf8Rule &rule) {
     Progress done;
-    while (done.read < length && decodePart<clean>(text, length, out, room, done)) {
+    while (done.read < length && decodePart(text, length, out, room, done, rule)) {
         if (length - done.read >= blockBytes) {
             if (unfinishedBytes(text, done.read) == 0) {
-                widenLines<clean>(text, length, out, room, done);
+                widenLines(text, length, out, room, done, rule);
             }
             if (done.read >= 2) {
-                done = decodeWholeLines<clean>(text, length, out, room, done);
+                done = decodeWholeLines(text, length, out, room, done, rule);
             }
         }
     }
@@ -400,7 +391,6 @@ ZELK_STAGE Progress decodeLines(const unsigned char *text, std::size_t length, u
 }
 
 // A block of such a text that is not all ASCII; false where something is wrong.
-template <Clean clean>
 ZELK_OPERATION bool decodeBlock(const Utf8Block &block, Mask present, const Utf8Constants &constants,
                                 const UnitParts &parts, WaitingUnits &waiting) {
     const Mask wrong = _kand_mask64(wrongBytes(block, constants), present);
@@ -416,34 +406,33 @@ ZELK_OPERATION bool decodeBlock(const Utf8Block &block, Mask present, const Utf8
 }
 
 // 129 bytes at least.
-template <Clean clean>
-ZELK_STAGE Progress decodeMixed(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
-    const Utf8Constants constants = utf8Constants<clean>();
+ZELK_STAGE Progress decodeMixed(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                                const Utf8Rule &rule) {
+    const Utf8Constants constants = utf8Constants(rule);
     const UnitParts parts = unitParts();
     WaitingUnits waiting{out, 0, _mm512_setzero_si512(), _mm512_setzero_si512()};
-    bool right = decodeBlock<clean>(utf8PartAt(text, 0, ~0ULL), ~0ULL, constants, parts, waiting) &&
-                 decodeBlock<clean>(utf8BlockAt(text + blockBytes), ~0ULL, constants, parts, waiting);
+    bool right = decodeBlock(utf8PartAt(text, 0, ~0ULL), ~0ULL, constants, parts, waiting) &&
+                 decodeBlock(utf8BlockAt(text + blockBytes), ~0ULL, constants, parts, waiting);
     for (std::size_t read = 2 * blockBytes; right && read < length; read += blockBytes) {
         const Mask present = firstBytes(length - read);
-        right = decodeBlock<clean>(utf8BlockAt(text + read, present), present, constants, parts, waiting);
+        right = decodeBlock(utf8BlockAt(text + read, present), present, constants, parts, waiting);
     }
     if (!right) [[unlikely]] {
-        return decodeLines<clean>(text, length, out, room);
+        return decodeLines(text, length, out, room, rule);
     }
     WaitingUnits::store(waiting, 0, parts);
     return {length - unfinishedBytes(text, length), static_cast<std::size_t>(waiting.out - out) + waiting.count};
 }
 
-template <Clean clean>
-ZELK_STAGE Progress decodeSeveral(const unsigned char *text, std::size_t length, unsigned short *out,
-                                  std::size_t room) {
+ZELK_STAGE Progress decodeSeveral(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                                  const Utf8Rule &rule) {
     if (length > room || !mayReadSeveral(text, length)) {
-        return decodeLines<clean>(text, length, out, room);
+        return decodeLines(text, length, out, room, rule);
     }
     const FourBlocks blocks = fourBlocks(text, length);
-    if (!isAscii<clean>(least(blocks), ~0ULL)) {
-        return length > 2 * blockBytes ? decodeMixed<clean>(text, length, out, room)
-                                       : decodeLines<clean>(text, length, out, room);
+    if (!isAscii(least(blocks), ~0ULL, leastAsciiOf(rule))) {
+        return length > 2 * blockBytes ? decodeMixed(text, length, out, room, rule)
+                                       : decodeLines(text, length, out, room, rule);
     }
     const auto widen = [out](std::size_t place, Block block) {
         store(out + place, frontUnits(block));
@@ -459,31 +448,32 @@ ZELK_STAGE Progress decodeSeveral(const unsigned char *text, std::size_t length,
 // Short texts are done here; what they need not costs them nothing.
 template <Clean clean>
 ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    constexpr const Utf8Rule &rule = utf8Rule<clean, Last::Taken>;
     if (length > longestName || !mayRead(text, length)) {
         return length - FourBlocks::shortest <= FourBlocks::longest - FourBlocks::shortest
-                   ? decodeSeveral<clean>(text, length, out, room)
-                   : decodeLines<clean>(text, length, out, room);
+                   ? decodeSeveral(text, length, out, room, rule)
+                   : decodeLines(text, length, out, room, rule);
     }
     const Mask all = firstBytes(length);
     const Block bytes = load(text, all);
-    if (isAscii<clean>(bytes, all) && length <= room) {
+    if (isAscii(bytes, all, leastAsciiOf(rule)) && length <= room) {
         storeUnits(out, length, frontUnits(bytes), backUnits(bytes));
         return {length, length};
     }
     const Utf8Block name = utf8Name(bytes);
     const UnitParts parts = unitParts();
     Units units;
-    if (areOfTwo<clean, true>(name, all, parts.leads)) {
+    if (areOfTwo<true>(name, all, parts.leads, rule)) {
         units = unitsOfTwo(name, parts);
-    } else if (isRightName(name, all, utf8Constants<clean>())) {
+    } else if (isRightName(name, all, utf8Constants(rule))) {
         units = unitsOf(name, parts);
     } else {
-        return decodeLines<clean>(text, length, out, room);
+        return decodeLines(text, length, out, room, rule);
     }
     const Mask ends = units.ends & all;
     const std::size_t count = countOf(ends);
     if (count > room) {
-        return decodeLines<clean>(text, length, out, room);
+        return decodeLines(text, length, out, room, rule);
     }
     storeUnitsKept(out, count, units, ends, parts);
     return {length, count};
@@ -517,22 +507,23 @@ struct Copy {
 inline constexpr std::size_t late = 2;
 
 // Up to 64 bytes of one line; false where the check ends.
-template <Clean clean>
-ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std::size_t &read) {
+ZELK_OPERATION bool checkPart(const unsigned char *text, std::size_t length, std::size_t &read, const Utf8Rule &rule) {
     const std::size_t bytes = std::min(length - read, bytesInLine(text + read));
     const Utf8Block block = utf8PartAt(text, read, firstBytes(bytes));
-    const Mask wrong = wrongBytes<Last::LeftOut>(block, utf8Constants<clean>()) & firstBytes(bytes);
+    const Mask wrong = wrongBytes<Last::LeftOut>(block, utf8Constants(rule)) & firstBytes(bytes);
     read += std::min(bytes, firstOf(wrong));
     return wrong == 0 && read < length;
 }
 
 // Lines of ASCII where no sequence is unfinished.
-template <Clean clean, class Out>
-ZELK_OPERATION std::size_t checkAsciiLines(const unsigned char *text, std::size_t length, std::size_t read, Out &out) {
+template <class Out>
+ZELK_OPERATION std::size_t checkAsciiLines(const unsigned char *text, std::size_t length, std::size_t read, Out &out,
+                                           const Utf8Rule &rule) {
+    const Block leastAscii = leastAsciiOf(rule);
     Out::upTo(out, text, read);
     while (length - read >= blockBytes) {
         const Block block = loadInLine(text + read);
-        if (!isAscii<clean>(block, ~0ULL)) {
+        if (!isAscii(block, ~0ULL, leastAscii)) {
             break;
         }
         Out::block(out, read, block);
@@ -542,14 +533,15 @@ ZELK_OPERATION std::size_t checkAsciiLines(const unsigned char *text, std::size_
 }
 
 // Lines of any kind. There are bytes in front of them.
-template <Clean clean, class Out>
-ZELK_OPERATION std::size_t checkWholeLines(const unsigned char *text, std::size_t length, std::size_t read, Out &out) {
-    const Utf8Constants constants = utf8Constants<clean>();
+template <class Out>
+ZELK_OPERATION std::size_t checkWholeLines(const unsigned char *text, std::size_t length, std::size_t read, Out &out,
+                                           const Utf8Rule &rule) {
+    const Utf8Constants constants = utf8Constants(rule);
     const Leads leads = leadBytes();
     Trial trial;
     while (length - read >= blockBytes) {
         const Utf8Block block = utf8BlockAt(text + read);
-        if (!Trial::isDue(trial) || !areOfTwo<clean>(block, ~0ULL, leads)) {
+        if (!Trial::isDue(trial) || !areOfTwo(block, ~0ULL, leads, rule)) {
             if (wrongBytes<Last::LeftOut>(block, constants) != 0) {
                 break;
             }
@@ -561,16 +553,18 @@ ZELK_OPERATION std::size_t checkWholeLines(const unsigned char *text, std::size_
     return read;
 }
 
-template <Clean clean, class Out>
-ZELK_STAGE std::size_t checkLines(const unsigned char *text, std::size_t length, Out out) {
+template <class Out>
+ZELK_STAGE std::size_t checkLines(const unsigned char *text, std::size_t length, Out out, const Utf8Rule &rule) {
     std::size_t read = 0;
-    while (read < length && checkPart<clean>(text, length, read)) {
+    while (read < length && checkPart(text, length, read, rule)) {
         if (unfinishedBytes(text, read) == 0) {
-            read = checkAsciiLines<clean>(text, length, read, out);
+            read = checkAsciiLines(text, length, read, out, rule);
         }
         if (read >= late && length - read >= blockBytes) {
             Out::upTo(out, text, read - late);
-            read = checkWholeLines<clean>(text, length, read, out);
+            read = rule.clean == Clean::Any
+                       ? checkWholeLines(text, length, read, out, utf8Rule<Clean::Any, Last::LeftOut>)
+                       : checkWholeLines(text, length, read, out, utf8Rule<Clean::NoControls, Last::LeftOut>);
         }
     }
     read -= unfinishedBytes(text, read);
@@ -578,52 +572,50 @@ ZELK_STAGE std::size_t checkLines(const unsigned char *text, std::size_t length,
     return read;
 }
 
-template <Clean clean>
-ZELK_STAGE std::size_t checkSeveral(const unsigned char *text, std::size_t length) {
+ZELK_STAGE std::size_t checkSeveral(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
     if (!mayReadSeveral(text, length)) {
-        return checkLines<clean>(text, length, Nowhere());
+        return checkLines(text, length, Nowhere(), rule);
     }
     const FourBlocks blocks = fourBlocks(text, length);
-    if (isAscii<clean>(least(blocks), ~0ULL)) {
+    if (isAscii(least(blocks), ~0ULL, leastAsciiOf(rule))) {
         return length;
     }
-    const Utf8Constants constants = utf8Constants<clean>();
+    const Utf8Constants constants = utf8Constants(rule);
     const Mask wrong = _kor_mask64(_kor_mask64(wrongBytes<Last::LeftOut>(utf8PartAt(text, 0, ~0ULL), constants),
                                                wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.second), constants)),
                                    _kor_mask64(wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.third), constants),
                                                wrongBytes<Last::LeftOut>(utf8BlockAt(text + blocks.last), constants)));
-    return none(wrong) ? length - unfinishedBytes(text, length) : checkLines<clean>(text, length, Nowhere());
+    return none(wrong) ? length - unfinishedBytes(text, length) : checkLines(text, length, Nowhere(), rule);
 }
 
-template <Clean clean>
-ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length) {
+ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
     if (length > longestName || !mayRead(text, length)) {
         return length - FourBlocks::shortest <= FourBlocks::longest - FourBlocks::shortest
-                   ? checkSeveral<clean>(text, length)
-                   : checkLines<clean>(text, length, Nowhere());
+                   ? checkSeveral(text, length, rule)
+                   : checkLines(text, length, Nowhere(), rule);
     }
     const Mask all = firstBytes(length);
     const Block bytes = load(text, all);
-    if (isAscii<clean>(bytes, all)) {
+    if (isAscii(bytes, all, leastAsciiOf(rule))) {
         return length;
     }
     const Utf8Block name = utf8Name(bytes);
     const Mask last = lastCharacters(name);
-    if (isRightName(name, all, utf8Constants<clean>()) && _kortestz_mask64_u8(last, last) != 0) {
+    if (isRightName(name, all, utf8Constants(rule)) && _kortestz_mask64_u8(last, last) != 0) {
         return length;
     }
-    return checkLines<clean>(text, length, Nowhere());
+    return checkLines(text, length, Nowhere(), rule);
 }
 
 ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
-    return check<Clean::Any>(text, length);
+    return check(text, length, utf8Rule<Clean::Any, Last::LeftOut>);
 }
 
 ZELK_STAGE std::size_t copyCleanUtf8(const unsigned char *text, std::size_t length, char *out) {
     if (length > FourBlocks::longest) {
-        return checkLines<Clean::NoControls>(text, length, Copy{out, 0});
+        return checkLines(text, length, Copy{out, 0}, utf8Rule<Clean::NoControls, Last::LeftOut>);
     }
-    const std::size_t bytes = check<Clean::NoControls>(text, length);
+    const std::size_t bytes = check(text, length, utf8Rule<Clean::NoControls, Last::LeftOut>);
     if (bytes - 1 < blockBytes) { // an empty store may be slow
         store(out, firstBytes(bytes), load(text, firstBytes(bytes)));
     } else {
@@ -661,9 +653,10 @@ ZELK_OPERATION bool measurePart(const unsigned char *text, std::size_t length, P
 }
 
 ZELK_STAGE Progress measureLines(const unsigned char *text, std::size_t length) {
+    const Block leastAscii = everyByte<0x01>();
     Progress done;
     while (measurePart(text, length, done)) {
-        while (length - done.read >= blockBytes && isAscii<Clean::Any>(loadInLine(text + done.read), ~0ULL)) {
+        while (length - done.read >= blockBytes && isAscii(loadInLine(text + done.read), ~0ULL, leastAscii)) {
             done.read += blockBytes;
             done.written += blockBytes;
         }

@@ -229,28 +229,27 @@ ZELK_STAGE Progress convertRight(const unsigned char *text, std::size_t length, 
 // ---- ASCII
 
 // The units of ASCII at the front of a text of more than a line: all of it, or whole lines, or none.
-template <Clean clean>
 ZELK_OPERATION std::size_t widenAscii(const unsigned char *text, std::size_t length, unsigned short *out,
-                                      std::size_t room) {
+                                      std::size_t room, Bytes leastAscii) {
     const auto widenLine = [&](std::size_t read) {
         for (std::size_t block = 0; block < lineBytes; block += blockBytes) {
             storeAscii(out + read + block, load(text + read + block));
         }
     };
     std::size_t read = bytesInLine(text);
-    if (room < lineBytes || (read != lineBytes && hasZeroInLine(text)) || !isAsciiLine<clean>(text)) {
+    if (room < lineBytes || (read != lineBytes && hasZeroInLine(text)) || !isAsciiLine(text, leastAscii)) {
         return 0;
     }
     widenLine(0);
     const std::size_t fitting = std::min(length, room);
     while (fitting - read >= lineBytes) {
-        if (!isAsciiLine<clean>(text + read)) {
+        if (!isAsciiLine(text + read, leastAscii)) {
             return read;
         }
         widenLine(read);
         read += lineBytes;
     }
-    if (fitting != length || !isAsciiLine<clean>(text + length - lineBytes)) {
+    if (fitting != length || !isAsciiLine(text + length - lineBytes, leastAscii)) {
         return read;
     }
     widenLine(length - lineBytes);
@@ -259,20 +258,20 @@ ZELK_OPERATION std::size_t widenAscii(const unsigned char *text, std::size_t len
 
 // ---- Texts
 
-template <Clean clean>
-ZELK_STAGE Progress convertLong(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+ZELK_STAGE Progress convertLong(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                                const Utf8Rule &rule) {
     constexpr std::size_t window = 2048; // after which ASCII is tried again
     constexpr std::size_t short_ = lineBytes;
     Progress done;
     for (;;) {
         if (length - done.read > short_) {
-            const std::size_t ascii =
-                widenAscii<clean>(text + done.read, length - done.read, out + done.written, room - done.written);
+            const std::size_t ascii = widenAscii(text + done.read, length - done.read, out + done.written,
+                                                 room - done.written, leastAsciiOf(rule));
             done.read += ascii;
             done.written += ascii;
         }
         const std::size_t bytes = std::min(length - done.read, window);
-        const std::size_t right = check<clean, Last::Taken>(text + done.read, bytes);
+        const std::size_t right = check(text + done.read, bytes, rule);
         const Progress more = convertRight(text + done.read, right, out + done.written, room - done.written);
         done.read += more.read;
         done.written += more.written;
@@ -282,17 +281,24 @@ ZELK_STAGE Progress convertLong(const unsigned char *text, std::size_t length, u
     }
 }
 
-template <Clean clean>
-ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+// Character by character.
+ZELK_OPERATION Progress convertCharacters(const unsigned char *text, std::size_t length, unsigned short *out,
+                                          std::size_t room, Clean clean) {
+    return clean == Clean::Any ? plain::utf8ToUcs2<Clean::Any>(text, length, out, room)
+                               : plain::utf8ToUcs2<Clean::NoControls>(text, length, out, room);
+}
+
+ZELK_STAGE Progress convert(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
+                            const Utf8Rule &rule) {
     if (length > ShortText::most) {
-        return convertLong<clean>(text, length, out, room);
+        return convertLong(text, length, out, room, rule);
     }
     const std::size_t readable = readableBytes(text, length);
     if (readable < ShortText::least) {
-        return plain::utf8ToUcs2<clean>(text, readable, out, room);
+        return convertCharacters(text, readable, out, room, rule.clean);
     }
     const ShortText name = ShortText::of(text, readable);
-    if (isAscii<clean>(name) && readable <= room) {
+    if (isAscii(name, leastAsciiOf(rule)) && readable <= room) {
         for (const std::size_t place : name.places) {
             const Lane lane = load<Lane>(text + place);
             store(out + place, frontUnitsOf(lane));
@@ -300,8 +306,8 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
         }
         return {readable, readable};
     }
-    if (hasFaults<clean, Last::Taken>(name) || unfinishedBytes(text, readable) != 0) {
-        return plain::utf8ToUcs2<clean>(text, readable, out, room);
+    if (hasFaults(name, rule) || unfinishedBytes(text, readable) != 0) {
+        return convertCharacters(text, readable, out, room, rule.clean);
     }
     if (readable > 3 * laneBytes) {
         return convertRight(text, readable, out, room);
@@ -310,10 +316,15 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     const std::size_t count = NameUnits::count(units, readable);
     const std::size_t ofLastLane = count - NameUnits::count(units, readable - laneBytes);
     if (ofLastLane < laneUnits || count > room) {
-        return plain::utf8ToUcs2<clean>(text, readable, out, room);
+        return convertCharacters(text, readable, out, room, rule.clean);
     }
     storeName(out, name, units, count);
     return {readable, count};
+}
+
+template <Clean clean>
+ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    return convert(text, length, out, room, utf8Rule<clean, Last::Taken>);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

@@ -114,13 +114,6 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     return {read, written};
 }
 
-// Whether U+FFC0 to U+FFFF are characters like others.
-enum class Last { Taken, LeftOut };
-
-constexpr bool isTaken(Last last, unsigned int unit) {
-    return last == Last::Taken || unit < 0xFFC0;
-}
-
 // The bytes at the front of a text that are characters, and those of the first one alone.
 template <Clean clean, Last last>
 ZELK_STAGE std::size_t checkCharacters(const unsigned char *text, std::size_t length) {
@@ -129,8 +122,7 @@ ZELK_STAGE std::size_t checkCharacters(const unsigned char *text, std::size_t le
         [](unsigned int unit) { return isTaken(last, unit); });
 }
 
-template <Clean clean, Last last>
-std::size_t checkCharacter(const unsigned char *text, std::size_t length) {
+inline std::size_t checkCharacter(const unsigned char *text, std::size_t length, Clean clean, Last last) {
     unsigned int unit = 0;
     const std::size_t bytes = wellFormedCharacter(text, length, unit);
     return isClean(clean, unit) && isTaken(last, unit) ? bytes : 0;

@@ -14,32 +14,25 @@ inline constexpr std::size_t wordUnits = laneUnits / 2;
 
 using Words = std::uint64_t __attribute__((vector_size(laneBytes)));
 
-template <UnitOrder order>
-ZELK_OPERATION unsigned int unitAt(const unsigned char *text, std::size_t index) {
+ZELK_OPERATION unsigned int unitAt(const unsigned char *text, std::size_t index, UnitOrder order) {
     const unsigned int first = text[2 * index];
     const unsigned int second = text[2 * index + 1];
     return order == UnitOrder::HighFirst ? first << 8U | second : second << 8U | first;
 }
 
-template <UnitOrder order>
-ZELK_OPERATION Units unitsAt(const unsigned char *text, std::size_t index) {
+ZELK_OPERATION Units unitsAt(const unsigned char *text, std::size_t index, UnitOrder order) {
     const Bytes bytes = load(text + 2 * index);
     return order == UnitOrder::HighFirst ? exchanged(bytes) : asUnits(bytes);
 }
 
-template <UnitOrder order>
-ZELK_OPERATION LaneUnits inNativeOrder(LaneUnits units) {
+ZELK_OPERATION LaneUnits laneUnitsAt(const unsigned char *text, std::size_t index, UnitOrder order) {
+    const LaneUnits units = load<LaneUnits>(text + 2 * index);
     return order == UnitOrder::HighFirst ? units << 8 | units >> 8 : units;
 }
 
-template <UnitOrder order>
-ZELK_OPERATION LaneUnits laneUnitsAt(const unsigned char *text, std::size_t index) {
-    return inNativeOrder<order>(load<LaneUnits>(text + 2 * index));
-}
-
 // Bits are set in the units that stop a conversion: zeros, or for clean text controls and their images too.
-template <Clean clean, class Vector>
-ZELK_OPERATION Vector stopsAmong(Vector units) {
+template <class Vector>
+ZELK_OPERATION Vector stopsAmong(Vector units, Clean clean) {
     if (clean == Clean::Any) {
         return reinterpret_cast<Vector>(units == 0);
     }
@@ -62,10 +55,9 @@ ZELK_OPERATION unsigned int bitsOfBlock(Units units) {
 }
 
 // The units in front of the first stop, one by one.
-template <UnitOrder order, Clean clean>
-ZELK_STAGE std::size_t unitsBeforeStop(const unsigned char *text, std::size_t count) {
+ZELK_STAGE std::size_t unitsBeforeStop(const unsigned char *text, std::size_t count, UnitForm form) {
     std::size_t units = 0;
-    while (units < count && isClean(clean, unitAt<order>(text, units))) {
+    while (units < count && isClean(cleanOf(form), unitAt(text, units, orderOf(form)))) {
         ++units;
     }
     return units;
@@ -90,22 +82,22 @@ ZELK_OPERATION bool restOfLineHasZero(const unsigned char *text) {
 
 // Of at most `count` units, as many as may be read at once: all, where no zero ends the text in a line before the last
 // of them. Else the text ends in front of the zero. A unit across the end of a line is taken to the line after it.
-template <UnitOrder order>
-ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t count) {
+ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t count, UnitOrder order) {
     constexpr std::size_t lineUnits = lineBytes / 2;
     if (areInLine(text, 2 * count)) {
         return count;
     }
     const std::size_t first = bytesInLine(text) / 2;
     const bool isEven = reinterpret_cast<std::uintptr_t>(text) % 2 == 0;
-    if (isEven ? restOfLineHasZero(text) : unitsBeforeStop<order, Clean::Any>(text, first) != first) [[unlikely]] {
-        return unitsBeforeStop<order, Clean::Any>(text, first);
+    if (isEven ? restOfLineHasZero(text) : unitsBeforeStop(text, first, formOf(order, Clean::Any)) != first)
+        [[unlikely]] {
+        return unitsBeforeStop(text, first, formOf(order, Clean::Any));
     }
     for (std::size_t checked = first; count - checked > lineUnits; checked += lineUnits) {
         const unsigned char *const line = text + 2 * checked;
         for (std::size_t at = 0; at < lineUnits; at += blockUnits) {
-            if (anyBit(asBytes(equalUnits(unitsAt<UnitOrder::LowFirst>(line, at), Units{})))) [[unlikely]] {
-                return checked + unitsBeforeStop<order, Clean::Any>(line, lineUnits);
+            if (anyBit(asBytes(equalUnits(unitsAt(line, at, UnitOrder::LowFirst), Units{})))) [[unlikely]] {
+                return checked + unitsBeforeStop(line, lineUnits, formOf(order, Clean::Any));
             }
         }
     }
@@ -121,29 +113,34 @@ struct Stretch {
 };
 
 // Of a text that may be read: a block of units or more.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION Stretch stretchOf(const unsigned char *text, std::size_t count) {
-    Units bits = unitsAt<order>(text, count - blockUnits);
-    Units stops = stopsAmong<clean>(bits);
-    for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
-        const Units units = unitsAt<order>(text, at);
-        bits |= units;
-        stops |= stopsAmong<clean>(units);
-    }
+ZELK_OPERATION Stretch stretchOf(const unsigned char *text, std::size_t count, UnitForm form) {
+    const UnitOrder order = orderOf(form);
+    Units bits{};
+    Units stops{};
+    const auto look = [&](Clean clean) {
+        bits = unitsAt(text, count - blockUnits, order);
+        stops = stopsAmong(bits, clean);
+        for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
+            const Units units = unitsAt(text, at, order);
+            bits |= units;
+            stops |= stopsAmong(units, clean);
+        }
+    };
+    cleanOf(form) == Clean::Any ? look(Clean::Any) : look(Clean::NoControls);
     if (anyBit(asBytes(stops))) [[unlikely]] {
-        count = unitsBeforeStop<order, clean>(text, count);
+        count = unitsBeforeStop(text, count, form);
     }
     return {count, bitsOfBlock(bits)};
 }
 
 // Two lanes, which may overlap: 8 to 16 units.
-template <UnitOrder order, Clean clean>
-ZELK_OPERATION Stretch stretchOfLanes(const unsigned char *text, std::size_t count) {
-    const LaneUnits front = laneUnitsAt<order>(text, 0);
-    const LaneUnits back = laneUnitsAt<order>(text, count - laneUnits);
-    const LaneUnits stops = stopsAmong<clean>(front) | stopsAmong<clean>(back);
+ZELK_OPERATION Stretch stretchOfLanes(const unsigned char *text, std::size_t count, UnitForm form) {
+    const UnitOrder order = orderOf(form);
+    const LaneUnits front = laneUnitsAt(text, 0, order);
+    const LaneUnits back = laneUnitsAt(text, count - laneUnits, order);
+    const LaneUnits stops = stopsAmong(front, cleanOf(form)) | stopsAmong(back, cleanOf(form));
     if (bitsOfLane(stops) != 0) [[unlikely]] {
-        count = unitsBeforeStop<order, clean>(text, count);
+        count = unitsBeforeStop(text, count, form);
     }
     return {count, bitsOfLane(front | back)};
 }

@@ -107,112 +107,126 @@ ZELK_OPERATION Utf8Block blockOf(const ShortText &name) {
 
 // ---- ASCII
 
-// The bytes that are no ASCII that a conversion passes over: as signed numbers all the others are less.
-template <Clean clean>
-ZELK_OPERATION Flags otherThanAscii(Bytes bytes) {
-    return lessSigned(bytes, everyByte<leastAscii(clean)>());
+ZELK_OPERATION Bytes leastAsciiOf(const Utf8Rule &rule) {
+    return repeatLane(load<Lane>(rule.leastAscii));
 }
 
-template <Clean clean>
-ZELK_OPERATION bool isAsciiLine(const unsigned char *at) {
+// The bytes that are no ASCII that a conversion passes over: as signed numbers all the others are less.
+ZELK_OPERATION Flags otherThanAscii(Bytes bytes, Bytes leastAscii) {
+    return lessSigned(bytes, leastAscii);
+}
+
+ZELK_OPERATION bool isAsciiLine(const unsigned char *at, Bytes leastAscii) {
     Bytes least = load(at);
     for (std::size_t block = blockBytes; block < lineBytes; block += blockBytes) {
         least = lesserSigned(least, load(at + block));
     }
-    return !anySignBit(otherThanAscii<clean>(least));
+    return !anySignBit(otherThanAscii(least, leastAscii));
 }
 
-template <Clean clean>
-ZELK_OPERATION bool isAscii(const ShortText &name) {
+ZELK_OPERATION bool isAscii(const ShortText &name, Bytes leastAscii) {
     Bytes least = lanesOf(name, 0, 0);
     for (std::size_t block = 1; block < ShortText::blocks; ++block) {
         least = lesserSigned(least, lanesOf(name, block, 0));
     }
-    return !anySignBit(otherThanAscii<clean>(least));
+    return !anySignBit(otherThanAscii(least, leastAscii));
 }
 
 // ---- Faults
 
-using plain::Last;
-
-// Not zero where bytes do not follow the two before them as they should, or stop a conversion.
-template <Clean clean, Last last>
-ZELK_OPERATION Bytes faultsOf(const Utf8Block &block) {
-    constexpr const FaultTables &tables = faultTables<clean>;
-    const Bytes byBefore = lookUp(load(tables.before), upperNibbles(block.before1));
-    const Bytes byLower = lookUp(load(tables.lower), lowerNibbles(block.before1));
-    const Bytes byCurrent = lookUp(load(tables.current), upperNibbles(block.text));
+// Not zero where bytes do not follow the two before them as they should; those that are less than ASCII may be do not
+// count.
+ZELK_OPERATION Bytes faultsOf(const Utf8Block &block, const Utf8Rule &rule) {
+    const Bytes byBefore = lookUp(load(rule.tables.before), upperNibbles(block.before1));
+    const Bytes byLower = lookUp(load(rule.tables.lower), lowerNibbles(block.before1));
+    const Bytes byCurrent = lookUp(load(rule.tables.current), upperNibbles(block.text));
     const Bytes due = subtractSaturated(block.before2, everyByte<0x60>()) & everyByte<0x80>(); // after E0 and above
     Bytes found = (byBefore & byLower & byCurrent) ^ due;
-    if constexpr (clean == Clean::Any) {
-        found |= equal(block.text, Bytes{});
-    } else {
-        found |= equal(lesser(block.text, everyByte<leastAscii(clean) - 1>()), block.text);
-    }
-    if constexpr (last == Last::LeftOut) {
+    if (rule.last == Last::LeftOut) {
         found |= equal(block.before1, everyByte<0xEF>()) & equal(block.text, everyByte<0xBF>());
     }
     return found;
 }
 
-template <Clean clean, Last last>
-ZELK_OPERATION bool hasFaults(const ShortText &name) {
-    Bytes found = faultsOf<clean, last>(blockOf<0>(name)) | faultsOf<clean, last>(blockOf<1>(name));
+// Of blocks with these faults, whose least bytes are these.
+ZELK_OPERATION bool hasFaults(Bytes found, Bytes least, const Utf8Rule &rule) {
+    const Bytes leastAscii = leastAsciiOf(rule);
+    return anyBit(found | (lesser(least, leastAscii) ^ leastAscii));
+}
+
+ZELK_OPERATION bool hasFaults(const Utf8Block &block, const Utf8Rule &rule) {
+    return hasFaults(faultsOf(block, rule), block.text, rule);
+}
+
+ZELK_OPERATION bool hasFaults(const ShortText &name, const Utf8Rule &rule) {
+    Bytes least = lesser(lanesOf(name, 0, 0), lanesOf(name, 1, 0));
+    Bytes found = faultsOf(blockOf<0>(name), rule) | faultsOf(blockOf<1>(name), rule);
     if constexpr (ShortText::blocks == 4) {
-        found |= faultsOf<clean, last>(blockOf<2>(name)) | faultsOf<clean, last>(blockOf<3>(name));
+        least = lesser(least, lesser(lanesOf(name, 2, 0), lanesOf(name, 3, 0)));
+        found |= faultsOf(blockOf<2>(name), rule) | faultsOf(blockOf<3>(name), rule);
     }
-    return anyBit(found);
+    return hasFaults(found, least, rule);
 }
 
 // Of as many bytes as a line has, whose first block is handed over.
-template <Clean clean, Last last>
-ZELK_OPERATION bool hasFaults(const Utf8Block &first, const unsigned char *at) {
-    Bytes found = faultsOf<clean, last>(first);
-    for (std::size_t block = blockBytes; block < lineBytes; block += blockBytes) {
-        found |= faultsOf<clean, last>(utf8BlockAt(at + block));
+ZELK_OPERATION bool hasFaults(const Utf8Block &first, const unsigned char *at, const Utf8Rule &rule) {
+    Bytes least = first.text;
+    Bytes found = faultsOf(first, rule);
+    for (std::size_t place = blockBytes; place < lineBytes; place += blockBytes) {
+        const Utf8Block block = utf8BlockAt(at + place);
+        least = lesser(least, block.text);
+        found |= faultsOf(block, rule);
     }
-    return anyBit(found);
+    return hasFaults(found, least, rule);
 }
 
 // ---- Checking
 
+// The bytes at the front of a text that are characters, one by one.
+ZELK_OPERATION std::size_t checkCharacters(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
+    if (rule.last == Last::LeftOut) {
+        return rule.clean == Clean::Any ? plain::checkCharacters<Clean::Any, Last::LeftOut>(text, length)
+                                        : plain::checkCharacters<Clean::NoControls, Last::LeftOut>(text, length);
+    }
+    return rule.clean == Clean::Any ? plain::checkCharacters<Clean::Any, Last::Taken>(text, length)
+                                    : plain::checkCharacters<Clean::NoControls, Last::Taken>(text, length);
+}
+
 // How far the characters are right, of a text with a fault among its first `read` bytes: less than `read`, or the fault
 // was none.
-template <Clean clean, Last last>
 ZELK_STAGE std::size_t rightCharacters(const unsigned char *text, std::size_t length, std::size_t from,
-                                       std::size_t read) {
+                                       std::size_t read, const Utf8Rule &rule) {
     from -= unfinishedBytes(text, from);
     const std::size_t end = std::min(length, read + longestSequence - 1);
-    return from + plain::checkCharacters<clean, last>(text + from, end - from);
+    return from + checkCharacters(text + from, end - from, rule);
 }
 
 // Of more bytes than a line has: those of ASCII at the front, all or up to the beginning of a line.
-template <Clean clean>
-ZELK_OPERATION std::size_t asciiLines(const unsigned char *text, std::size_t length) {
-    if (!isAsciiLine<clean>(text)) {
+ZELK_OPERATION std::size_t asciiLines(const unsigned char *text, std::size_t length, Bytes leastAscii) {
+    if (!isAsciiLine(text, leastAscii)) {
         return 0;
     }
     std::size_t read = bytesInLine(text);
     while (length - read >= lineBytes) {
-        if (!isAsciiLine<clean>(text + read)) {
+        if (!isAsciiLine(text + read, leastAscii)) {
             return read;
         }
         read += lineBytes;
     }
-    return isAsciiLine<clean>(text + length - lineBytes) ? length : read;
+    return isAsciiLine(text + length - lineBytes, leastAscii) ? length : read;
 }
 
 // From a place on, block by block: a text in which a line is too much to be looked at again at either end.
-template <Clean clean, Last last>
-ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read) {
+ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read,
+                                   const Utf8Rule &rule) {
     constexpr std::size_t none = std::size_t{0} - 1;
-    const auto settle = [=](std::size_t at) {
-        const std::size_t right = rightCharacters<clean, last>(text, length, at, at + blockBytes);
+    const auto settle = [=, &rule](std::size_t at) {
+        const std::size_t right = rightCharacters(text, length, at, at + blockBytes, rule);
         return right < at + blockBytes ? right : none;
     };
     if (read == 0) {
         read = blockBytes - (reinterpret_cast<std::uintptr_t>(text) & (blockBytes - 1));
-        if (anyBit(faultsOf<clean, last>(firstUtf8Block(text)))) [[unlikely]] {
+        if (hasFaults(firstUtf8Block(text), rule)) [[unlikely]] {
             const std::size_t right = settle(0);
             if (right != none) {
                 return right;
@@ -221,14 +235,14 @@ ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length
     }
     const std::size_t end = length - blockBytes;
     for (; read <= end; read += blockBytes) {
-        if (anyBit(faultsOf<clean, last>(utf8BlockAt(text + read)))) [[unlikely]] {
+        if (hasFaults(utf8BlockAt(text + read), rule)) [[unlikely]] {
             const std::size_t right = settle(read);
             if (right != none) {
                 return right;
             }
         }
     }
-    if (anyBit(faultsOf<clean, last>(utf8BlockAt(text + end)))) [[unlikely]] {
+    if (hasFaults(utf8BlockAt(text + end), rule)) [[unlikely]] {
         const std::size_t right = settle(end);
         if (right != none) {
             return right;
@@ -242,22 +256,22 @@ inline constexpr std::size_t linesUntilTrial = 8;
 
 inline constexpr std::size_t longestByBlocks = 512; // the lines of more are faster than the blocks
 
-template <Clean clean, Last last>
-ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length) {
+ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
+    const Bytes leastAscii = leastAsciiOf(rule);
     std::size_t read = bytesInLine(text);
     if (read % blockBytes == 1) { // the bytes before the first whole block are too few to be looked at with it
-        const std::size_t first = plain::checkCharacter<clean, last>(text, length);
-        return first == 0 ? 0 : first + checkLong<clean, last>(text + first, length - first);
+        const std::size_t first = plain::checkCharacter(text, length, rule.clean, rule.last);
+        return first == 0 ? 0 : first + checkLong(text + first, length - first, rule);
     }
     if (read != lineBytes && hasZeroInLine(text)) {
-        return plain::checkCharacters<clean, last>(text, read);
+        return checkCharacters(text, read, rule);
     }
     if (lineBytes != blockBytes && length <= longestByBlocks) {
-        const std::size_t ascii = asciiLines<clean>(text, length);
-        return ascii == length ? length : checkBlocks<clean, last>(text, length, ascii);
+        const std::size_t ascii = asciiLines(text, length, leastAscii);
+        return ascii == length ? length : checkBlocks(text, length, ascii, rule);
     }
-    if (!isAsciiLine<clean>(text) && hasFaults<clean, last>(firstUtf8Block(text), text)) {
-        const std::size_t right = rightCharacters<clean, last>(text, length, 0, lineBytes);
+    if (!isAsciiLine(text, leastAscii) && hasFaults(firstUtf8Block(text), text, rule)) {
+        const std::size_t right = rightCharacters(text, length, 0, lineBytes, rule);
         if (right < lineBytes) {
             return right;
         }
@@ -266,28 +280,28 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length) 
         const unsigned char *const at = text + read;
         if (wait != 0) {
             --wait;
-        } else if (isAsciiLine<clean>(at)) {
+        } else if (isAsciiLine(at, leastAscii)) {
             const std::size_t unfinished = unfinishedBytes(text, read);
             if (unfinished != 0) {
                 return read - unfinished;
             }
-            while (length - read >= 2 * lineBytes && isAsciiLine<clean>(text + read + lineBytes)) {
+            while (length - read >= 2 * lineBytes && isAsciiLine(text + read + lineBytes, leastAscii)) {
                 read += lineBytes;
             }
             continue;
         } else {
             wait = linesUntilTrial;
         }
-        if (hasFaults<clean, last>(utf8BlockAt(at), at)) {
-            const std::size_t right = rightCharacters<clean, last>(text, length, read, read + lineBytes);
+        if (hasFaults(utf8BlockAt(at), at, rule)) {
+            const std::size_t right = rightCharacters(text, length, read, read + lineBytes, rule);
             if (right < read + lineBytes) {
                 return right;
             }
         }
     }
     const unsigned char *const end = text + length - lineBytes;
-    if (read != length && hasFaults<clean, last>(utf8BlockAt(end), end)) {
-        const std::size_t right = rightCharacters<clean, last>(text, length, length - lineBytes, length);
+    if (read != length && hasFaults(utf8BlockAt(end), end, rule)) {
+        const std::size_t right = rightCharacters(text, length, length - lineBytes, length, rule);
         if (right < length) {
             return right;
         }
@@ -296,31 +310,30 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length) 
 }
 
 // The bytes at the front of a text that are characters.
-template <Clean clean, Last last>
-ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length) {
+ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
     if (length > ShortText::most + 1 + longestSequence) {
-        return checkLong<clean, last>(text, length);
+        return checkLong(text, length, rule);
     }
     const std::size_t readable = readableBytes(text, length);
     if (readable < ShortText::least || readable > ShortText::most) {
-        return plain::checkCharacters<clean, last>(text, readable);
+        return checkCharacters(text, readable, rule);
     }
     const ShortText name = ShortText::of(text, readable);
-    if (isAscii<clean>(name)) {
+    if (isAscii(name, leastAsciiOf(rule))) {
         return readable;
     }
-    if (hasFaults<clean, last>(name)) {
-        return plain::checkCharacters<clean, last>(text, readable);
+    if (hasFaults(name, rule)) {
+        return checkCharacters(text, readable, rule);
     }
     return readable - unfinishedBytes(text, readable);
 }
 
 ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
-    return check<Clean::Any, Last::LeftOut>(text, length);
+    return check(text, length, utf8Rule<Clean::Any, Last::LeftOut>);
 }
 
 ZELK_STAGE std::size_t copyCleanUtf8(const unsigned char *text, std::size_t length, char *out) {
-    const std::size_t bytes = check<Clean::NoControls, Last::LeftOut>(text, length);
+    const std::size_t bytes = check(text, length, utf8Rule<Clean::NoControls, Last::LeftOut>);
     if (bytes >= ShortText::least && bytes <= ShortText::most) {
         const ShortText name = ShortText::of(text, bytes);
         for (const std::size_t place : name.places) {
@@ -393,13 +406,14 @@ ZELK_OPERATION bool takeSteps(Progress &done, const InnerAndZeros &bits, std::si
 
 // Of whole lines without a zero.
 ZELK_STAGE void measureLines(const unsigned char *text, std::size_t length, Progress &done) {
+    const Bytes leastAscii = everyByte<0x01>();
     constexpr std::size_t mostLines = 255 / (lineBytes / blockBytes); // that a sum of bytes holds
     for (;;) {
         Bytes inner{};
         std::size_t lines = 0;
         for (; lines < mostLines && length - done.read >= lineBytes; ++lines) {
             const unsigned char *const at = text + done.read;
-            if (!isAsciiLine<Clean::Any>(at)) {
+            if (!isAsciiLine(at, leastAscii)) {
                 Flags zeros{};
                 Bytes found{};
                 for (std::size_t place = 0; place < lineBytes; place += blockBytes) {

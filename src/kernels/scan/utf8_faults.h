@@ -48,8 +48,16 @@ struct FaultTables {
     }
 };
 
-template <Clean clean>
-alignas(FaultTables::entries) inline constexpr FaultTables faultTables = []() {
+// What is wrong, as data: the code for long texts is the same for all kinds.
+struct Utf8Rule {
+    alignas(FaultTables::entries) FaultTables tables;
+    std::uint64_t leastAscii[2]; // in each of 16 bytes: what is less stops a conversion
+    Clean clean;
+    Last last;
+};
+
+template <Clean clean, Last last>
+inline constexpr Utf8Rule utf8Rule = []() {
     FaultTables tables{};
     for (const Fault &fault : faults) {
         tables.add(fault);
@@ -59,7 +67,8 @@ alignas(FaultTables::entries) inline constexpr FaultTables faultTables = []() {
             tables.add(fault);
         }
     }
-    return tables;
+    constexpr std::uint64_t least = leastAscii(clean) * (~std::uint64_t{0} / 0xFF);
+    return Utf8Rule{tables, {least, least}, clean, last};
 }();
 
 // The bytes in front of `read` that belong to a sequence which does not end there: 0, 1 or 2.

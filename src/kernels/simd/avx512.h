@@ -43,13 +43,17 @@ ZELK_OPERATION Block held(Block constant) {
     return constant;
 }
 
-// A constant of eight bytes again and again, from memory: GCC would make it from an integer, which takes twice as long.
+// Eight bytes again and again, from memory: GCC would make a constant from an integer, which takes twice as long.
+ZELK_OPERATION Block everyEight(const std::uint64_t &eight) {
+    Block block;
+    __asm__("vpbroadcastq %1, %0" : "=v"(block) : "m"(eight));
+    return block;
+}
+
 template <std::uint64_t eight>
 ZELK_OPERATION Block everyEight() {
     static constexpr std::uint64_t constant = eight;
-    Block block;
-    __asm__("vpbroadcastq %1, %0" : "=v"(block) : "m"(constant));
-    return block;
+    return everyEight(constant);
 }
 
 template <std::uint32_t four>
