@@ -134,8 +134,7 @@ ZELK_OPERATION bool isAscii(const ShortText &name, Bytes leastAscii) {
 
 // ---- Faults
 
-// Not zero where bytes do not follow the two before them as they should; those that are less than ASCII may be do not
-// count.
+// Not zero where bytes do not follow the two before them as they should. Zeros and controls of ASCII are not looked for.
 ZELK_OPERATION Bytes faultsOf(const Utf8Block &block, const Utf8Rule &rule) {
     const Bytes byBefore = lookUp(load(rule.tables.before), upperNibbles(block.before1));
     const Bytes byLower = lookUp(load(rule.tables.lower), lowerNibbles(block.before1));
@@ -148,7 +147,7 @@ ZELK_OPERATION Bytes faultsOf(const Utf8Block &block, const Utf8Rule &rule) {
     return found;
 }
 
-// Of blocks with these faults, whose least bytes are these.
+// Of blocks whose faults are `found`, and the least of whose bytes at each place are `least`.
 ZELK_OPERATION bool hasFaults(Bytes found, Bytes least, const Utf8Rule &rule) {
     const Bytes leastAscii = leastAsciiOf(rule);
     return anyBit(found | (lesser(least, leastAscii) ^ leastAscii));
