@@ -134,7 +134,8 @@ ZELK_OPERATION bool isAscii(const ShortText &name, Bytes leastAscii) {
 
 // ---- Faults
 
-// Not zero where bytes do not follow the two before them as they should. Zeros and controls of ASCII are not looked for.
+// Not zero where bytes do not follow the two before them as they should. Zeros and controls of ASCII are not looked
+// for.
 ZELK_OPERATION Bytes faultsOf(const Utf8Block &block, const Utf8Rule &rule) {
     const Bytes byBefore = lookUp(load(rule.tables.before), upperNibbles(block.before1));
     const Bytes byLower = lookUp(load(rule.tables.lower), lowerNibbles(block.before1));
