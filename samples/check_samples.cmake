@@ -1,4 +1,4 @@
-# Makes the sample files again and compares them byte by byte, then has `zelk scan` read the multiplex and compares
+# Makes the files of a sample again and compares them byte by byte, then has `zelk scan` read the stream and compares
 # what it says with the words that went in.
 
 function(run output)
@@ -15,9 +15,9 @@ function(compare file expected)
   endif()
 endfunction()
 
-run(${WORK}/output ${MAKE} ${ARGUMENTS} ${WORK}/multiplex.ts ${WORK}/multiplex.expected.json)
-compare(${WORK}/multiplex.ts ${SAMPLES}/multiplex.ts)
-compare(${WORK}/multiplex.expected.json ${SAMPLES}/multiplex.expected.json)
+run(${WORK}/${SAMPLE}.output ${MAKE} ${ARGUMENTS} ${WORK}/${SAMPLE}.ts ${WORK}/${SAMPLE}.expected.json)
+compare(${WORK}/${SAMPLE}.ts ${SAMPLES}/${SAMPLE}.ts)
+compare(${WORK}/${SAMPLE}.expected.json ${SAMPLES}/${SAMPLE}.expected.json)
 
-run(${WORK}/scan.json ${ZELK} scan --json ${SAMPLES}/multiplex.ts)
-compare(${WORK}/scan.json ${SAMPLES}/multiplex.expected.json)
+run(${WORK}/${SAMPLE}.json ${ZELK} scan --json ${SAMPLES}/${SAMPLE}.ts)
+compare(${WORK}/${SAMPLE}.json ${SAMPLES}/${SAMPLE}.expected.json)

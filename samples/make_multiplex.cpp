@@ -212,13 +212,18 @@ Json listing(const Programmes &programmes) {
         record["type"] = 1;
         record["name"] = service.name.shown;
         record["provider"] = service.provider.shown;
+        record["running_status"] = "running";
+        record["scrambled"] = false;
         services.push_back(record);
         for (const Event &event : service.events) {
             Json entry = keyOf(service);
             entry["event"] = event.id;
             entry["language"] = service.language;
+            entry["position"] = event.id == 1 ? "present" : event.id == 2 ? "following" : "schedule";
             entry["start"] = event.start + ":00Z";
             entry["duration"] = event.duration + ":00";
+            entry["running_status"] = event.id == 1 ? "running" : "not running";
+            entry["scrambled"] = false;
             entry["name"] = event.name.shown;
             entry["text"] = event.text.shown;
             entry["extended"] = event.extended.shown;
@@ -228,10 +233,20 @@ Json listing(const Programmes &programmes) {
             events.push_back(entry);
         }
     }
+    Json streams = Json::array();
+    for (const Group &network : programmes.networks) {
+        streams.push_back({{"group", "network"},
+                           {"id", network.id},
+                           {"original_network", originalNetwork},
+                           {"transport_stream", streams.empty() ? ownStream : otherStream}});
+    }
     return {{"networks", namesOf(programmes.networks)},
             {"bouquets", namesOf(programmes.bouquets)},
+            {"streams", streams},
             {"services", services},
-            {"events", events}};
+            {"channels", Json::array()},
+            {"events", events},
+            {"times", Json::array()}};
 }
 
 // One record a line, as `zelk scan --json` writes it.
@@ -245,7 +260,7 @@ void writeListing(const std::string &path, const Json &listing) {
             file << comma << record.dump();
             comma = ",\n";
         }
-        file << "\n]";
+        file << (records.empty() ? "]" : "\n]");
         separator = ",\n";
     }
     file << "\n}\n";

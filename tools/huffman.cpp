@@ -1,6 +1,7 @@
 // zelk huffman: compressed programme-guide text without its selector, by the code that the caller names.
 #include "command.h"
 #include "commands.h"
+#include "multiple_string.h"
 #include "stream.h"
 #include "strings.h"
 
@@ -28,22 +29,6 @@ void declare(CLI::App &command, HuffmanOptions &options) {
     command.add_option("--skip", options.skip, "Leave out the first COUNT characters (--title, --description) [0]")
         ->type_name("COUNT")
         ->check(numberFrom(0, 65535));
-}
-
-// The whole text is measured first, then decoded into a buffer of that size.
-std::string decodeGuideText(const HuffmanDecoder &decoder, const std::string &compressed) {
-    const auto *const in = reinterpret_cast<const unsigned char *>(compressed.data());
-    const auto length = static_cast<unsigned int>(compressed.size());
-    unsigned int size = 0;
-    if (length == 0 || decoder.decode(in, length, nullptr, &size) != 0 || size == 0) {
-        return {};
-    }
-    std::string text(size, '\0');
-    if (decoder.decode(in, length, reinterpret_cast<unsigned char *>(text.data()), &size) != 0) {
-        return {};
-    }
-    text.resize(size - 2); // the size counts the terminator and a spare byte
-    return text;
 }
 
 std::string decodeContextTree(unsigned int type, const std::string &compressed) {

@@ -8,8 +8,8 @@
 
 namespace zelk::tool {
 
-// Reads a transport stream, or sections one after another as analysers store them. Throws Failure where the file is
-// neither. Texts that are sent in pieces are joined.
+// Reads what BroadcastReader reads, and throws Failure where the file is none of it. Texts that are sent in pieces are
+// joined.
 void forEachBroadcastText(const std::string &file, const std::function<void(LintedText)> &use);
 
 } // namespace zelk::tool

@@ -30,6 +30,17 @@ std::string nameOf(unsigned int table) {
     return fmt::format("table 0x{:02x}", table);
 }
 
+std::string namesOf(const std::bitset<256> &tables) {
+    std::string names;
+    for (unsigned int table = 0; table < tables.size(); ++table) {
+        const std::string name = tables[table] ? nameOf(table) : std::string();
+        if (!name.empty() && names.find(name) == std::string::npos) {
+            names += (names.empty() ? "" : ", ") + name;
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 void StreamInventory::push(const Packet &packet) {
@@ -48,16 +59,10 @@ void StreamInventory::push(const Packet &packet) {
 }
 
 std::string StreamInventory::seen() const {
-    std::string result;
+    std::string result = sections_.none() ? "" : "sections: " + namesOf(sections_);
     std::size_t others = 0;
     for (const auto &[pid, tables] : tables_) {
-        std::string names;
-        for (unsigned int table = 0; table < tables.size(); ++table) {
-            const std::string name = tables[table] ? nameOf(table) : std::string();
-            if (!name.empty() && names.find(name) == std::string::npos) {
-                names += (names.empty() ? "" : ", ") + name;
-            }
-        }
+        const std::string names = namesOf(tables);
         others += names.empty() ? 1 : 0;
         if (!names.empty()) {
             result += fmt::format("{}PID 0x{:04x}: {}", result.empty() ? "" : "; ", pid, names);

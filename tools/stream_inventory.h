@@ -14,7 +14,10 @@ class StreamInventory {
 public:
     void push(const Packet &packet);
 
-    // "PID 0x0000: PAT; PID 0x0100: PMT; 2 PIDs without tables"
+    // A section without packets.
+    void add(std::uint8_t table) { sections_.set(table); }
+
+    // "PID 0x0000: PAT; PID 0x0100: PMT; 2 PIDs without tables", or "sections: PAT, PMT".
     std::string seen() const;
 
     // The tables of service information that did not come: "NIT, BAT, SDT, EIT".
@@ -22,6 +25,7 @@ public:
 
 private:
     std::map<std::uint16_t, std::bitset<256>> tables_; // identifiers of the tables that begin there
+    std::bitset<256> sections_;
 };
 
 } // namespace zelk::tool

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace zelk::tool {
@@ -37,6 +38,30 @@ bool isShown(utf8proc_int32_t codePoint) {
         return false;
     default:
         return true;
+    }
+}
+
+constexpr std::size_t gap = 2; // between columns
+
+// Takes columns from the widest ones, as far as that is not below what still says something.
+void fitColumns(std::vector<std::size_t> &widths, std::size_t width) {
+    constexpr std::size_t least = 6;
+    std::size_t total = gap * (widths.size() - 1);
+    for (const std::size_t column : widths) {
+        total += column;
+    }
+    while (total > width) {
+        const auto widest = std::max_element(widths.begin(), widths.end());
+        if (*widest <= least) {
+            return;
+        }
+        std::size_t second = least;
+        for (const std::size_t column : widths) {
+            second = column < *widest ? std::max(second, column) : second;
+        }
+        const std::size_t cut = std::clamp<std::size_t>(*widest - second, 1, total - width);
+        *widest -= cut;
+        total -= cut;
     }
 }
 
@@ -122,6 +147,26 @@ std::size_t displayWidth(std::string_view text) {
     return width;
 }
 
+std::string fitted(std::string_view text, std::size_t width) {
+    if (displayWidth(text) <= width) {
+        return std::string(text);
+    }
+    std::string result;
+    std::size_t used = 1; // of the ellipsis
+    bool full = false;
+    forEachCharacter(text, [&](utf8proc_int32_t, std::string_view bytes) {
+        used += displayWidth(bytes);
+        full = full || used > width;
+        result += full ? std::string_view() : bytes;
+    });
+    return result + "\xE2\x80\xA6";
+}
+
+std::size_t terminalWidth() {
+    winsize size = {};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
 std::string printable(std::string_view text) {
     std::string result;
     forEachCharacter(text, [&result](utf8proc_int32_t codePoint, std::string_view bytes) {
@@ -159,7 +204,7 @@ bool useColour(Colour colour) {
     return (noColour == nullptr || *noColour == 0) && isatty(STDOUT_FILENO) != 0;
 }
 
-std::string Table::format(bool colour) const {
+std::string Table::format(bool colour, std::size_t width) const {
     std::vector<std::size_t> widths;
     for (const Row &row : rows_) {
         widths.resize(std::max(widths.size(), row.cells.size()));
@@ -167,12 +212,16 @@ std::string Table::format(bool colour) const {
             widths[i] = std::max(widths[i], displayWidth(row.cells[i]));
         }
     }
+    if (width != 0) {
+        fitColumns(widths, width);
+    }
     std::string result;
     for (const Row &row : rows_) {
         std::string line;
         for (std::size_t i = 0; i < row.cells.size(); ++i) {
-            line += row.cells[i];
-            line.append(widths[i] - displayWidth(row.cells[i]) + 2, ' ');
+            const std::string cell = fitted(row.cells[i], widths[i]);
+            line += cell;
+            line.append(widths[i] - displayWidth(cell) + gap, ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);
         const fmt::text_style style = &row == &rows_.front() ? fmt::text_style(fmt::emphasis::bold) : row.style;

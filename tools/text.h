@@ -39,6 +39,12 @@ std::size_t replaceInvalid(std::string &text);
 // Columns that UTF-8 text takes on a terminal.
 std::size_t displayWidth(std::string_view text);
 
+// The beginning of a text that fits in so many columns, with an ellipsis where it is not the whole.
+std::string fitted(std::string_view text, std::size_t width);
+
+// Columns of the terminal that standard output is; 0 where it is none.
+std::size_t terminalWidth();
+
 // Text that is safe on a terminal and stays in its line: controls, format characters and malformed bytes are written
 // as escapes (\n, \u0085, \xE9), a backslash as two.
 std::string printable(std::string_view text);
@@ -58,8 +64,9 @@ public:
 
     void add(std::vector<std::string> cells, fmt::text_style style = {}) { rows_.push_back({std::move(cells), style}); }
 
-    // The styles take effect when `colour` is set; the heading is bold.
-    std::string format(bool colour) const;
+    // The styles take effect when `colour` is set; the heading is bold. Lines are cut to `width` columns of a terminal,
+    // the widest cells first, with an ellipsis; 0 cuts none.
+    std::string format(bool colour, std::size_t width = 0) const;
 
 private:
     struct Row {

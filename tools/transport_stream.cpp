@@ -101,12 +101,16 @@ bool PacketReader::findStep() {
     return false;
 }
 
+void PacketReader::endHere() {
+    counts_.truncatedBytes = available();
+    position_ = buffer_.size();
+}
+
 const Packet *PacketReader::next() {
     const std::size_t lead = framing_.lead;
     for (;;) {
         if (!fill(lead + packetSize)) {
-            counts_.truncatedBytes = available();
-            position_ = buffer_.size();
+            endHere();
             return nullptr;
         }
         if (buffer_[position_ + lead] == syncByte) {

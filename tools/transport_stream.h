@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace zelk::tool {
@@ -46,9 +47,18 @@ public:
     const Framing &framing() const { return framing_; }
     const StreamCounts &counts() const { return counts_; }
 
+    // What open() read and found no packets in can be read as it is: the bytes at hand, whether they are the last, more
+    // of them, and fewer.
+    std::span<const std::uint8_t> bytes() const { return std::span(buffer_).subspan(position_); }
+    bool ended() const { return ended_; }
+    bool fill(std::size_t wanted);
+    void skip(std::size_t count) { position_ += count; }
+
+    // Counts the bytes at hand as those of an end that is cut off.
+    void endHere();
+
 private:
     std::size_t available() const { return buffer_.size() - position_; }
-    bool fill(std::size_t wanted);
     bool inStep(std::size_t offset, const Framing &framing, std::size_t packets) const;
     bool findFraming(std::size_t first);
     bool findStep();

@@ -333,7 +333,7 @@ TEST(Convert, SaysWhatIsWrong) {
               failure(2, "zelk convert: --from: expected a character set of 'zelk convert --list', found 'latin99'; "
                          "see 'zelk convert --help'"));
     EXPECT_EQ(run({"convert", "--from", "1", "--to", "1"}),
-              failure(2, "zelk convert: --to: expected one of utf8, ucs2, ucs2be, ucs2le, found '1'; see 'zelk "
+              failure(2, "zelk convert: --to: expected one of utf8, ucs2, ucs2be, ucs2le, dvb, found '1'; see 'zelk "
                          "convert --help'"));
     for (const char *option : {"--checked", "--tolerant"}) {
         EXPECT_EQ(run({"convert", "--from", "1252", option}),

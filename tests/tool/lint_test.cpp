@@ -228,7 +228,8 @@ TEST(Lint, ReadsSectionsAndStreams) {
     EXPECT_EQ(run({"lint", "--stream", "/no/such/file"}).status, 3);
     const File text("no sections\n");
     EXPECT_EQ(run({"lint", "--stream", text.path()}),
-              failure(2, "zelk lint: " + text.path() + ": expected a transport stream or sections, found neither"));
+              failure(2, "zelk lint: " + text.path() +
+                             ": expected a transport stream, sections or an event, found none of them"));
 }
 
 // What the schema of SARIF requires; ./dev sarif validates against the schema itself.

@@ -1,6 +1,7 @@
 // Input that arrives bit by bit or never ends: what is answered before the end, what ends a scan, what it keeps.
 #include "helpers/text.h"
 #include "tool/run.h"
+#include "tool/section_maker.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -141,26 +142,6 @@ TEST(Live, FollowTellsWhatChanged) {
         << lines;
 }
 
-std::string bigEndian(std::uint32_t value, int count) {
-    std::string result;
-    for (int shift = 8 * (count - 1); shift >= 0; shift -= 8) {
-        result += static_cast<char>(value >> static_cast<unsigned int>(shift) & 0xFFU);
-    }
-    return result;
-}
-
-// The checksum of sections: ISO/IEC 13818-1, annex A.
-std::uint32_t checksum(const std::string &text) {
-    std::uint32_t sum = 0xFFFFFFFFU;
-    for (const char byte : text) {
-        sum ^= static_cast<std::uint32_t>(static_cast<unsigned char>(byte)) << 24U;
-        for (int bit = 0; bit < 8; ++bit) {
-            sum = sum << 1U ^ ((sum & 0x80000000U) != 0 ? 0x04C11DB7U : 0U);
-        }
-    }
-    return sum;
-}
-
 class StreamMaker {
 public:
     // The whole schedule of a service in one section, of `count` events from the given number on.
@@ -173,27 +154,11 @@ public:
             payload += bigEndian(static_cast<std::uint32_t>(text.size()) + 2U, 2) + '\x4D' +
                        bigEndian(static_cast<std::uint32_t>(text.size()), 1) + text;
         }
-        std::string section = '\x50' + bigEndian(0xF000U | static_cast<std::uint32_t>(payload.size() + 9), 2) +
-                              bigEndian(service, 2) + bigEndian(0xC1U | (version & 31U) << 1U, 1) +
-                              std::string(2, '\0') + payload;
-        return packets(section + bigEndian(checksum(section), 4));
+        return packets_.packets(0x12, section({0x50, service, version, 0, 0}, payload));
     }
 
 private:
-    std::string packets(const std::string &section) {
-        std::string result;
-        std::string rest = '\0' + section;
-        for (bool first = true; !rest.empty(); first = false) {
-            std::string packet = bigEndian((first ? 0x47401210U : 0x47001210U) | (counter_++ & 0x0FU), 4);
-            packet += rest.substr(0, 184);
-            rest.erase(0, 184);
-            packet.resize(188, '\xFF');
-            result += packet;
-        }
-        return result;
-    }
-
-    unsigned int counter_ = 0;
+    PacketMaker packets_;
 };
 
 // Ever new events in ever new versions: what is kept follows what is announced. All that was ever announced would take

@@ -157,7 +157,8 @@ TEST(Scan, SaysWhatThereIsWhereNothingIsFound) {
 }
 
 TEST(Scan, RefusesWhatIsNoTransportStream) {
-    const std::string message = "zelk scan: standard input: expected a transport stream, found no packets";
+    const std::string message = "zelk scan: standard input: expected a transport stream, sections or an event, "
+                                "found none of them";
     for (const std::string &text :
          {std::string(), std::string("G"), std::string(187, 'G'), std::string(100'000, '\0'), listing(),
           "x" + multiplex().substr(0, packetSize), bytes("47 00 00 10") + std::string(500, 'x')}) {
@@ -198,12 +199,12 @@ TEST(Scan, WritesCommaSeparatedValues) {
     const auto rows = parseCsv(result.out);
     const nlohmann::json expected = nlohmann::json::parse(listing());
     std::size_t row = 1; // behind the heading
-    for (const char *kind : {"networks", "bouquets", "services", "events"}) {
+    for (const char *kind : {"networks", "bouquets", "streams", "services", "events"}) {
         for (const auto &record : expected.at(kind)) {
             ASSERT_LT(row, rows.size());
             ASSERT_EQ(rows[row].size(), rows[0].size());
             EXPECT_EQ(rows[row][0] + 's', kind);
-            EXPECT_EQ(rows[row][8], record.at("name"));
+            EXPECT_EQ(rows[row][8], record.value("name", ""));
             EXPECT_EQ(rows[row][10], record.value("text", ""));
             EXPECT_EQ(rows[row][11], record.value("extended", ""));
             EXPECT_EQ(rows[row][12], record.contains("type") ? record.at("type").dump() : "");

@@ -6,7 +6,10 @@ _zelk_options() {
     explain) echo "--raw --file --region --default-code --extra --keep-emphasis --color --json" ;;
     encode) echo "--file --region --code --prefer-utf8 --compress --limit --pieces --raw" ;;
     lint) echo "--raw --file --region --default-code --extra --keep-emphasis --stream --language --severity --fail-on --ignore --baseline --write-baseline --json --sarif --rules" ;;
-    scan) echo "--region --default-code --extra --keep-emphasis --json --csv --ndjson --follow --limit --duration --color" ;;
+    scan)
+        echo "--region --default-code --extra --keep-emphasis --pid --service --now --next --from --until --genre" \
+            "--language --text --json --ndjson --csv --xmltv --wide --evidence --follow --limit --duration --color"
+        ;;
     huffman) echo "--title --description --type --skip --raw --file" ;;
     convert) echo "--from --to --region --default-code --extra --keep-emphasis --checked --tolerant --output --strict --list" ;;
     sort) echo "--reverse --natural --key --unique --output" ;;
@@ -52,9 +55,11 @@ _zelk() {
     elif [[ $current == -* ]]; then
         words="$(_zelk_options "$command") --help"
     else
+        [[ $command/$previous != scan/--from ]] || return
         case $previous in
         -f | --file | --output | -o | --stream | --baseline | --write-baseline) ;;
-        --extra | --language | --limit | --duration | --key | --skip | --open | --close) return ;;
+        --extra | --pid | --service | --until | --genre | --language | --limit | --duration | --key | --skip | \
+            --open | --close) return ;;
         --*) words=$(_zelk_values "$command" "$previous") ;;
         esac
         if [ -z "$words" ] && [ "$COMP_CWORD" -eq 2 ]; then
