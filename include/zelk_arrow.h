@@ -107,10 +107,10 @@ enum {
     ZelkArrowGrow = 2   /**< they are where the ordinary type does not hold them */
 };
 
-/** Is told the rows done so far, every 65536 rows and at the end; another result than 0 stops the call. */
+/** Gets the rows done so far, every 65536 rows and at the end; another result than 0 stops the call. */
 typedef int (*zelkArrowProgress)(int64_t done, int64_t rows, void *context);
 
-/** How results are laid out, and who is told of progress. */
+/** How results are laid out, and who gets the progress. */
 typedef struct zelkArrowOutput {
     unsigned int options;       /**< any of ZelkArrowLarge and its kin */
     zelkArrowProgress progress; /**< or null */

@@ -1,4 +1,4 @@
-// The loop that every function has: rows in blocks, nulls noted, progress told.
+// The loop that every function has: rows in blocks, nulls noted, progress reported.
 #pragma once
 
 #include "input.h"

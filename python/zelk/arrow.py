@@ -1,7 +1,7 @@
 """Columns of strings in one call, by the Arrow PyCapsule interface.
 
 Every function takes any object with `__arrow_c_array__` or `__arrow_c_stream__` (columns of pyarrow, polars and pandas,
-relations of DuckDB with one column) and gives a Column, which these libraries take in turn: `pyarrow.array(column)`,
+relations of DuckDB with one column) and gives a Column, which these libraries take as well: `pyarrow.array(column)`,
 `pyarrow.chunked_array(column)`, `polars.Series(column)`. Nothing is copied on the way, and none of them is needed.
 """
 

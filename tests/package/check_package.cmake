@@ -39,10 +39,12 @@ separate_arguments(flags UNIX_COMMAND "${output}")
 run(${C} ${SOURCE}/main.c -o ${WORK}/outside-pc ${flags} -Wl,-rpath,${lib_dir})
 run(${WORK}/outside-pc)
 
-# The second library needs the first, which stands beside it.
+# The other libraries need the first, which stands beside them.
 set(ENV{LD_LIBRARY_PATH} ${lib_dir})
-run(${WORK}/cmake/outside-insight)
-run(pkg-config --cflags --libs zelk-insight)
-separate_arguments(flags UNIX_COMMAND "${output}")
-run(${C} ${SOURCE}/insight.c -o ${WORK}/outside-insight-pc ${flags} -Wl,-rpath,${lib_dir})
-run(${WORK}/outside-insight-pc)
+foreach(name IN ITEMS insight arrow)
+  run(${WORK}/cmake/outside-${name})
+  run(pkg-config --cflags --libs zelk-${name})
+  separate_arguments(flags UNIX_COMMAND "${output}")
+  run(${C} ${SOURCE}/${name}.c -o ${WORK}/outside-${name}-pc ${flags} -Wl,-rpath,${lib_dir})
+  run(${WORK}/outside-${name}-pc)
+endforeach()
