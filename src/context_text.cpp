@@ -43,6 +43,7 @@ inline Batch takeSteps(const Step *states, const char *&state, std::uint64_t bit
     constexpr std::uint64_t places = (tables::stateSteps - 1) * sizeof(Step);
     Batch taken{0, 0, 0};
     bits = std::rotl(bits, tables::stepBits + 1);
+#pragma GCC unroll 16
     for (; taken.count < batch; ++taken.count) {
         std::memcpy(&taken.last, state + (bits & places), sizeof taken.last);
         if (taken.last >= tables::noCharacter) [[unlikely]] {
@@ -73,6 +74,7 @@ inline unsigned char *putCharacter(unsigned char *out, Step step) {
 }
 
 inline unsigned char *putBatch(unsigned char *out, const Step *steps) {
+#pragma GCC unroll 16
     for (unsigned int i = 0; i < batch; ++i) {
         out = putCharacter(out, steps[i]);
     }

@@ -286,6 +286,7 @@ void decodeMany(const Tables &tables, BitInput &bits, BoundedOutput &output) {
     BitWindow window = bits.window();
     bool known = true;
     while (known && room - length >= batch * pieceRoom) {
+#pragma GCC unroll 8
         for (int i = 0; i < batch && known; ++i) {
             const unsigned int found = tables.lookups[window.bits() >> (64 - lookupBits)];
             const unsigned int used = found & usedMask;

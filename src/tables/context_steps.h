@@ -19,14 +19,19 @@
 
 namespace zelk::tables {
 
-// Wider steps are fewer, and take more memory: these take 47 KiB for all four codes. Measured with names and
-// descriptions: steps of five bits, 80 KiB, take down to 22 % less time; with states down to 2^-13 alone, 28 KiB, it is
-// up to twice the time, for codes that are rare in their own kind of text are common in another. Steps that give two
-// characters were up to 70 % faster with 140 KiB of tables, and from 23 % slower to 50 % faster with 105 KiB: the
-// library has no room for them.
+// Wider steps are fewer, and take more memory: 80 KiB for all four codes with five bits, 47 KiB with four, which take up
+// to a quarter more time. A library of one set of kernels is for machines with little memory. Measured with names and
+// descriptions: states down to 2^-13 alone, 28 KiB, take up to twice the time, for codes that are rare in their own kind
+// of text are common in another; steps that give two characters were up to 70 % faster with 140 KiB of tables.
+#if defined(ZELK_KERNELS_ONLY)
 inline constexpr unsigned int stepBits = 4;
 inline constexpr unsigned int rarestState = 20;
 inline constexpr unsigned int rarestStateOfLargest = 18;
+#else
+inline constexpr unsigned int stepBits = 5;
+inline constexpr unsigned int rarestState = 24;
+inline constexpr unsigned int rarestStateOfLargest = 20;
+#endif
 
 // A step: the bits used in its low six bits, above them the place of the next state, and a mark.
 using Step = std::uint16_t;
