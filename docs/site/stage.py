@@ -15,7 +15,7 @@ from pathlib import Path
 from families import families
 
 ROOT = Path(__file__).resolve().parents[2]
-PAGES = ["README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "python/README.md", "samples/README.md", "vectors/README.md"]
+PAGES = ["README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md"]
 SHOWN = {
     "include/zelk.h": "api/zelk.md",
     "include/zelk.hpp": "api/classes.rst",
@@ -111,7 +111,8 @@ def main():
     shutil.rmtree(output, ignore_errors=True)
     output.mkdir(parents=True)
     docs = ROOT / "docs"
-    files = PAGES + sorted(
+    files = PAGES + sorted(page.relative_to(ROOT).as_posix() for page in ROOT.glob("*/README.md"))
+    files += sorted(
         path.relative_to(ROOT).as_posix()
         for path in docs.rglob("*")
         if path.is_file() and path.relative_to(docs).parts[0] not in ("site", "dev")
@@ -126,7 +127,7 @@ def main():
             shutil.copyfile(ROOT / name, target)
     write_interfaces(output)
     index = (docs / "site/index.md").read_text(encoding="utf-8")
-    others = [name[: -len(".md")] for name in files if re.fullmatch(r"docs/[^/]*\.md", name)]
+    others = [name[: -len(".md")] for name in files if re.fullmatch(r"[^/]*/[^/]*\.md", name)]
     others = [name for name in others if not re.search(rf"(?m)^{re.escape(name)}$", index)]
     (output / "index.md").write_text(index.replace("OTHER PAGES", "\n".join(others)), encoding="utf-8")
     (output / "static").mkdir()
