@@ -5,8 +5,7 @@
 set -eu
 
 build() {
-  mkdir -p "$1"
-  tar -xf /source.tar -C "$1"
+  (umask 022 && mkdir -p "$1" && tar -xf /source.tar -C "$1")
   (cd "$1" && dpkg-buildpackage -us -uc >/tmp/build.log 2>&1) || { cat /tmp/build.log; exit 1; }
 }
 
