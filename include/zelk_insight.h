@@ -100,14 +100,14 @@ typedef enum zelkInsightReason ZELK_INT_ENUM {
     ZelkInsightByDefaultCode = 1, /**< no selector: the default code of the settings */
     ZelkInsightBySelector = 2,    /**< the selector at the head of the string */
     ZelkInsightByRegion = 3, /**< the regional setting, in place of what the selector says or because it says nothing */
-    ZelkInsightByOverride = 4, /**< the default code, which the caller has from an override */
+    ZelkInsightByOverride = 4, /**< an override: zelkInsightFindOverride() */
     ZelkInsightByGuess = 5     /**< the bytes of the text */
 } zelkInsightReason;
 
 /** The bits of zelkInsightSettings::options. */
 enum {
     ZelkInsightIgnoreSelector = 1, /**< a selector is stepped over, and the defaults decide */
-    ZelkInsightOverridden = 2,     /**< the defaults come from an override: for the reason that is reported */
+    ZelkInsightOverridden = 2,     /**< the settings come from an override: for the reason that is reported */
     ZelkInsightGuessTable = 4      /**< another table is taken where the bytes speak for it: zelkInsightGuessTables() */
 };
 
@@ -272,6 +272,40 @@ typedef struct zelkInsightRepaired {
  */
 unsigned int zelkInsightRepair(char *out, int outSize, const char *in, int inLen, const char *language,
                                zelkInsightRepaired *repaired);
+
+/* ==================================================== Overrides ====================================================
+ */
+
+/** A number of a zelkInsightOrigin that is not known. */
+#define ZELK_INSIGHT_UNKNOWN 0xFFFFFFFFU
+
+/** Where a string comes from, as far as it is known. */
+typedef struct zelkInsightOrigin {
+    unsigned int network; /**< original_network_id, or ZELK_INSIGHT_UNKNOWN */
+    unsigned int stream;  /**< transport_stream_id, or ZELK_INSIGHT_UNKNOWN */
+    unsigned int service; /**< service_id, or ZELK_INSIGHT_UNKNOWN */
+    const char *language; /**< ISO 639-2, small letters, or null */
+    const char *country;  /**< ISO 3166, two capitals, or null */
+} zelkInsightOrigin;
+
+/**
+ * Looks up what is known to be otherwise about a broadcast, and puts it into the settings.
+ *
+ * The overrides are text. The first line is "zelk-overrides 1"; each other line is an entry: words with one blank
+ * between them, some that say what it is for (`n=` network, `t=` stream, `s=` service, all decimal, `l=` language, `c=`
+ * country) and some that say how to read that (`r=` the regional setting, `d=` the default code, by their numbers, `i`
+ * ignores the selector). An entry counts where all that it says of the broadcast holds. Of those the narrowest is
+ * taken: service before stream, network, language and country; of two alike the later one. Lines that begin with # and
+ * entries with other words are passed over. `zelk overrides compact` writes this form.
+ *
+ * @param overrides the text; null for none
+ * @param length    its bytes; negative: up to the zero byte
+ * @param origin    not null
+ * @param settings  what is not overridden stays; ZelkInsightOverridden is added to the options. Not null
+ * @return the line of the entry, from 1; 0 where none counts, and nothing is changed then
+ */
+unsigned int zelkInsightFindOverride(const char *overrides, int length, const zelkInsightOrigin *origin,
+                                     zelkInsightSettings *settings);
 
 /* ======================================================= Lint =======================================================
  */

@@ -96,17 +96,16 @@ unsigned int endOf(const unsigned char *text, unsigned int begin, DvbCode_t code
     reading.ends = inLen >= 0 || reading.code != DvbCodeCompressed || !hasContextCode(reading.extra);
     reading.table = tableOf(reading.charSet, reading.code);
 
-    const bool bySelector = reading.begin != 0 && (settings.options & ZelkInsightIgnoreSelector) == 0;
+    const bool ignored = (settings.options & ZelkInsightIgnoreSelector) != 0;
+    const bool overridden = (settings.options & ZelkInsightOverridden) != 0;
     const bool saysNothing = reading.code == DvbCodeNone || reading.code == DvbCodeReserved17;
-    if (bySelector) {
-        reading.reason = saysNothing || reading.table != tableOf(DvbCharSetStandard, reading.code)
-                             ? ZelkInsightByRegion
-                             : ZelkInsightBySelector;
-    } else if (settings.defaultCode != DvbCodeNone) {
-        const bool overridden = (settings.options & ZelkInsightOverridden) != 0;
-        reading.reason = overridden ? ZelkInsightByOverride : ZelkInsightByDefaultCode;
+    if (reading.begin != 0 && !ignored) {
+        const bool byRegion = saysNothing || reading.table != tableOf(DvbCharSetStandard, reading.code);
+        reading.reason = !byRegion ? ZelkInsightBySelector : overridden ? ZelkInsightByOverride : ZelkInsightByRegion;
+    } else if (overridden && (settings.defaultCode != DvbCodeNone || reading.begin != 0)) {
+        reading.reason = ZelkInsightByOverride;
     } else {
-        reading.reason = ZelkInsightByDefault;
+        reading.reason = settings.defaultCode != DvbCodeNone ? ZelkInsightByDefaultCode : ZelkInsightByDefault;
     }
     return reading;
 }

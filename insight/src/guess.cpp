@@ -238,17 +238,22 @@ unsigned int costByLanguage(const Characters &characters, const models::GuessLan
     const unsigned char *const costs = models::guessCosts + language.costs;
     unsigned int cost = 0;
     unsigned int before = none;
+    bool known = true; // the one before
     for (unsigned int i = 0; i < characters.count; ++i) {
         const unsigned int now = places[characters.numbers[i]];
         if (now >= foreign) {
             cost += now == unknown ? unknownLetter : foreignLetter;
-        } else if (before >= foreign) {
-            cost += now == none ? 1 : afterUnknown;
-        } else {
+            known = false;
+            continue;
+        }
+        if (known) {
             const unsigned int place = before * width + now;
             cost += place % 2 == 0 ? costs[place / 2] >> 4U : costs[place / 2] & 0x0FU;
+        } else {
+            cost += now == none ? 1 : afterUnknown;
         }
         before = now;
+        known = true;
     }
     return cost;
 }

@@ -1,0 +1,95 @@
+// Lint against decoding with evidence: the same findings in the same order, faults of whole strings among them once
+// each, all inside the string and its text, and the first ones where there is no room for all. And overrides: any text
+// is read, and what is found is told.
+#include "dvb.h"
+
+#include "zelk_insight.h"
+
+using fuzz::require;
+
+namespace {
+
+std::vector<zelkInsightFault> lint(const zelkInsightSettings &settings, const fuzz::DvbString &string,
+                                   const char *language, unsigned int room, unsigned int &count) {
+    std::vector<zelkInsightFault> faults(room + 1);
+    faults[room].rule = 0xBEEF;
+    count = zelkInsightLint(&settings, string.in.get(), string.count, language, faults.data(), room);
+    require(faults[room].rule == 0xBEEF, "no fault is written beyond the room");
+    faults.resize(std::min(room, count));
+    return faults;
+}
+
+void checkWholeStringRules(const std::vector<zelkInsightFault> &faults) {
+    unsigned int seen = 0;
+    for (const zelkInsightFault &fault : faults) {
+        if (fault.rule >= ZelkInsightRuleFirst) {
+            require(fault.rule < ZelkInsightRuleEnd, "the rule is known");
+            const unsigned int bit = 1U << (fault.rule - ZelkInsightRuleFirst);
+            require((seen & bit) == 0, "a rule of whole strings has one fault");
+            seen |= bit;
+        }
+    }
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    constexpr unsigned int room = 1024;
+    constexpr const char *languages[] = {nullptr, "eng", "rus", "gre", "jpn", "", "xx", "srp"};
+    fuzz::Input input(data, size);
+    const fuzz::DvbSettings s(input);
+    const char *const language = languages[input.byte() % std::size(languages)];
+    const unsigned int options = input.byte() & 3U; // a guess has no effect
+    const std::string text = input.rest().substr(0, 256);
+    const fuzz::DvbString string(text, true);
+    const zelkInsightSettings settings = {s.region, s.code, s.extra, s.flags, options};
+
+    std::vector<zelkInsightFinding> findings(room);
+    zelkInsightEvidence evidence{};
+    evidence.findings = findings.data();
+    evidence.findingRoom = room;
+    fuzz::Output<char> out(string.ample);
+    const std::string decoded =
+        out.text(zelkInsightDecode(&settings, out.data(), string.ample, string.in.get(), string.count, &evidence));
+
+    unsigned int count = 0;
+    const std::vector<zelkInsightFault> all = lint(settings, string, language, room, count);
+    require(count <= evidence.findingCount + ZelkInsightRuleEnd - ZelkInsightRuleFirst, "no fault comes from nowhere");
+    checkWholeStringRules(all);
+    unsigned int found = 0;
+    unsigned int before = 0;
+    for (const zelkInsightFault &fault : all) {
+        require(fault.offset >= before, "faults are in order");
+        require(fault.offset <= text.size() && fault.length <= text.size() - fault.offset,
+                "a fault lies in the string");
+        require(fault.textOffset <= decoded.size() && fault.textLength <= decoded.size() - fault.textOffset,
+                "a fault lies in the text");
+        require(fault.severity == zelkInsightRuleSeverity(fault.rule), "the severity is the rule's");
+        before = fault.offset;
+        if (fault.rule < ZelkInsightRuleFirst && found < evidence.findingCount && found < room) {
+            const zelkInsightFinding &finding = findings[found++];
+            require(fault.rule == static_cast<unsigned int>(finding.kind) && fault.offset == finding.offset &&
+                        fault.length == finding.length && fault.textOffset == finding.textOffset &&
+                        fault.textLength == finding.textLength && fault.value == finding.value,
+                    "a finding is the decoder's");
+        }
+    }
+    require(count > room || found == evidence.findingCount, "all findings are faults");
+
+    unsigned int again = 0;
+    const std::vector<zelkInsightFault> few = lint(settings, string, language, count / 2, again);
+    require(again == count, "the room does not change the count");
+    for (std::size_t i = 0; i < few.size(); ++i) {
+        require(few[i].rule == all[i].rule && few[i].offset == all[i].offset, "the first faults are stored");
+    }
+
+    zelkInsightSettings overridden = settings;
+    const std::string entries = "zelk-overrides 1\n" + text;
+    const zelkInsightOrigin origin = {1, 2, 3, "fre", "FR"};
+    const unsigned int line =
+        zelkInsightFindOverride(fuzz::block(entries, 0).get(), static_cast<int>(entries.size()), &origin, &overridden);
+    require((line != 0) == (((overridden.options ^ settings.options) & ZelkInsightOverridden) != 0 ||
+                            (line != 0 && (settings.options & ZelkInsightOverridden) != 0)),
+            "what is overridden is told");
+    return 0;
+}
