@@ -9,6 +9,7 @@ void addDecodeCommand(CLI::App &app);
 void addExplainCommand(CLI::App &app);
 void addEncodeCommand(CLI::App &app);
 void addLintCommand(CLI::App &app);
+void addOverridesCommand(CLI::App &app);
 void addScanCommand(CLI::App &app);
 void addHuffmanCommand(CLI::App &app);
 void addConvertCommand(CLI::App &app);

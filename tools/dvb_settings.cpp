@@ -50,14 +50,32 @@ std::optional<DvbCode_t> codeOf(const std::string &value) {
     return static_cast<DvbCode_t>(number);
 }
 
+std::optional<dvbCharSet_t> regionOf(const std::string &name) {
+    const auto found = std::find(regionNames.begin(), regionNames.end(), name);
+    return found == regionNames.end() ? std::nullopt
+                                      : std::optional(static_cast<dvbCharSet_t>(found - regionNames.begin()));
+}
+
+zelkInsightSettings DvbSettings::insight(const zelkInsightOrigin &origin, unsigned int *entry) const {
+    zelkInsightSettings settings = {region, defaultCode, extra, flags(),
+                                    guess ? static_cast<unsigned int>(ZelkInsightGuessTable) : 0U};
+    unsigned int found = 0;
+    if (overrides != nullptr) {
+        zelkInsightOrigin where = origin;
+        where.country = country.empty() ? origin.country : country.c_str();
+        const std::string &compact = overrides->compact();
+        found = zelkInsightFindOverride(compact.data(), static_cast<int>(compact.size()), &where, &settings);
+    }
+    if (entry != nullptr) {
+        *entry = found;
+    }
+    return settings;
+}
+
 CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region) {
     return command
         .add_option_function<std::string>(
-            "--region",
-            [&region](const std::string &name) {
-                const auto found = std::find(regionNames.begin(), regionNames.end(), name);
-                region = static_cast<dvbCharSet_t>(found - regionNames.begin());
-            },
+            "--region", [&region](const std::string &name) { region = *regionOf(name); },
             "Regional character-set setting of the receiver [standard]")
         ->type_name("REGION")
         ->check(oneOf(regionNames));
@@ -83,7 +101,28 @@ std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &setting
             ->check(numberFrom(0, 255));
     CLI::Option *const emphasis =
         command.add_flag("--keep-emphasis", settings.keepEmphasis, "Keep the emphasis codes U+0086 and U+0087");
-    return {region, code, extra, emphasis};
+    CLI::Option *const guess =
+        command.add_flag("--guess", settings.guess, "Read a string in another table where its bytes speak for it");
+    CLI::Option *const overrides =
+        command
+            .add_option_function<std::vector<std::string>>(
+                "--overrides",
+                [&settings](const std::vector<std::string> &files) {
+                    settings.overrides = std::make_shared<Overrides>();
+                    for (const std::string &file : files) {
+                        settings.overrides->read(file);
+                    }
+                    if (!settings.overrides->problems().empty()) {
+                        throw Failure(ExitBadInput, settings.overrides->problems().front());
+                    }
+                },
+                "File of what is known about broadcasts; may be given again, the last one counts first")
+            ->type_name("FILE")
+            ->allow_extra_args(false);
+    CLI::Option *const country =
+        command.add_option("--country", settings.country, "Country of the broadcast, for overrides: FR")
+            ->type_name("CODE");
+    return {region, code, extra, emphasis, guess, overrides, country};
 }
 
 DvbSelection selectTable(const DvbSettings &settings, const std::string &bytes) {

@@ -28,6 +28,14 @@ std::string fromTables(const DvbSettings &settings, const std::string &bytes, Dv
     return out;
 }
 
+// By a guess or by what is known about the broadcast.
+std::string byInsight(const zelkInsightSettings &settings, const std::string &bytes) {
+    const int length = static_cast<int>(bytes.size());
+    std::string out(static_cast<std::size_t>(zelkInsightDecodeSize(&settings, bytes.c_str(), length)), '\0');
+    out.resize(zelkInsightDecode(&settings, out.data(), static_cast<int>(out.size()), bytes.c_str(), length, nullptr));
+    return out;
+}
+
 // As the library's converter class reads it, selector bytes and all and up to the first zero byte; but where iconv
 // stops, one byte is passed over, so that the text after it is read too.
 std::string fromGb2312(const std::string &bytes) {
@@ -58,6 +66,11 @@ std::string fromGb2312(const std::string &bytes) {
 } // namespace
 
 std::string DvbReader::text(const std::string &bytes) {
+    if (settings_.needInsight()) {
+        std::string result = byInsight(settings_.insight(origin_), bytes);
+        unread_ += replaceInvalid(result);
+        return result;
+    }
     const DvbCode_t code = selectTable(settings_, bytes).code;
     const bool chinese = settings_.region == DvbCharSetGb2312 && code == DvbCodeTable00;
     std::string result = chinese ? fromGb2312(bytes) : fromTables(settings_, bytes, code);

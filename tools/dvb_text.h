@@ -15,6 +15,10 @@ public:
 
     std::string text(const std::string &bytes);
 
+    // Where the strings come from that follow; the texts that it points to outlive them.
+    void from(const zelkInsightOrigin &origin) { origin_ = origin; }
+
+    const zelkInsightOrigin &origin() const { return origin_; }
     const DvbSettings &settings() const { return settings_; }
 
     // U+FFFD written so far.
@@ -22,6 +26,7 @@ public:
 
 private:
     DvbSettings settings_;
+    zelkInsightOrigin origin_ = unknownOrigin;
     std::size_t unread_ = 0;
 };
 

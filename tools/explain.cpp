@@ -38,7 +38,8 @@ struct Explanation {
     int table = -1; // number of the character table, or -1 where none is used
     std::string tableName;
     std::string reason;
-    std::string text; // in UTF-8
+    unsigned int entry = 0; // of the overrides, by its line of the compact form
+    std::string text;       // in UTF-8
     std::vector<zelkInsightStep> steps;
     std::vector<zelkInsightFinding> findings;
 };
@@ -78,9 +79,9 @@ std::string standardMeaning(const std::string &selector) {
 
 std::string reasonOf(const ExplainOptions &options, const zelkInsightEvidence &evidence, const std::string &selector) {
     if (selector.empty()) {
-        return evidence.reason == ZelkInsightByDefault
+        return evidence.code == DvbCodeTable00
                    ? "no selector: the default table"
-                   : fmt::format("no selector: the default code {}", static_cast<int>(options.settings.defaultCode));
+                   : fmt::format("no selector: the default code {}", static_cast<int>(evidence.code));
     }
     std::string reason = fmt::format("selector {}: {}", hex(selector), standardMeaning(selector));
     const bool namesTable = evidence.code != DvbCodeNone && evidence.code != DvbCodeReserved17;
@@ -249,7 +250,7 @@ std::string sentenceOf(const zelkInsightFinding &finding) {
 
 void explainByEvidence(const ExplainOptions &options, const std::string &bytes, Explanation &result) {
     const DvbSettings &dvb = options.settings;
-    const zelkInsightSettings settings = {dvb.region, dvb.defaultCode, dvb.extra, dvb.flags(), 0};
+    const zelkInsightSettings settings = dvb.insight(unknownOrigin, &result.entry);
     const int count = static_cast<int>(bytes.size());
     // A finding or two and a step for a byte; compressed text has at most eight of either.
     result.findings.resize(8 * bytes.size() + 8);
@@ -270,6 +271,11 @@ void explainByEvidence(const ExplainOptions &options, const std::string &bytes, 
                            ? fmt::format("Huffman code of encoding type {}", evidence.extra)
                            : zelkInsightTableName(evidence.table);
     result.reason = reasonOf(options, evidence, bytes.substr(0, evidence.selectorLength));
+    if (evidence.reason == ZelkInsightByOverride) {
+        result.reason += fmt::format(", overridden by {}", dvb.overrides->sourceOf(result.entry));
+    } else if (evidence.reason == ZelkInsightByGuess) {
+        result.reason += ", guessed from the bytes";
+    }
 }
 
 // The system's converter reads GB 2312, character by character; a selector goes through it like text.

@@ -111,9 +111,10 @@ std::vector<const std::pair<const EventKey, Event> *> inOrder(const ServiceInfor
 }
 
 template <class Each, class Use>
-void Facts::readTexts(Json &record, Each each, Use use) const {
+void Facts::readTexts(Json &record, const ServiceKey *service, Each each, Use use) const {
     Json texts = Json::array();
     each([&](const char *member, const std::string &language, const SentText &sent) {
+        reader_.from(service, language);
         use(std::string_view(member), reader_.text(sent));
         if (evidence_ && !sent.bytes.empty()) {
             Json entry = {{"member", member}};
@@ -132,7 +133,7 @@ void Facts::readTexts(Json &record, Each each, Use use) const {
 Json Facts::of(std::uint16_t id, const NamedGroup &group) const {
     Json record = {{"id", id}, {"name", ""}};
     readTexts(
-        record, [&](const UseText &use) { forEachText(group, use); },
+        record, nullptr, [&](const UseText &use) { forEachText(group, use); },
         [&record](std::string_view, std::string text) { record["name"] = std::move(text); });
     return record;
 }
@@ -163,7 +164,7 @@ Json Facts::of(const ServiceKey &key, const Service &service) const {
         record["channel_number"] = number->number;
     }
     readTexts(
-        record, [&](const UseText &use) { forEachText(service, use); },
+        record, &key, [&](const UseText &use) { forEachText(service, use); },
         [&record](std::string_view member, std::string text) { record[std::string(member)] = std::move(text); });
     return record;
 }
@@ -179,7 +180,7 @@ Json Facts::of(const ChannelKey &key, const Channel &channel) const {
                    {"scrambled", channel.scrambled},
                    {"hidden", channel.hidden}};
     readTexts(
-        record, [&](const UseText &use) { forEachText(channel, use); },
+        record, nullptr, [&](const UseText &use) { forEachText(channel, use); },
         [&record](std::string_view member, std::string text) {
             Json &place = record[std::string(member)];
             if (place.get_ref<const std::string &>().empty()) { // the first of several languages
@@ -207,7 +208,7 @@ Json Facts::of(const EventKey &key, const Event &event) const {
     std::vector<std::string> components;
     std::vector<std::string> ratings;
     readTexts(
-        record, [&](const UseText &use) { forEachText(key, event, found_.message(key), use); },
+        record, &key.service, [&](const UseText &use) { forEachText(key, event, found_.message(key), use); },
         [&](std::string_view member, std::string text) {
             if (member == "extended") {
                 extended += text;

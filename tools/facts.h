@@ -32,7 +32,7 @@ public:
 private:
     // Calls use(member, text in UTF-8) for each text that `each` visits, and adds their evidence.
     template <class Each, class Use>
-    void readTexts(Json &record, Each each, Use use) const;
+    void readTexts(Json &record, const ServiceKey *service, Each each, Use use) const;
 
     const ServiceInformation &found_;
     SignalReader &reader_;

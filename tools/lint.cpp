@@ -108,8 +108,8 @@ void writeBaseline(const std::string &name, const std::vector<LintedText> &texts
 
 // Faults of one string in order, and what it says.
 void check(const LintOptions &options, LintedText &text) {
-    const DvbSettings &dvb = options.settings;
-    const zelkInsightSettings settings = {dvb.region, dvb.defaultCode, dvb.extra, dvb.flags(), 0};
+    zelkInsightSettings settings = options.settings.insight(text.origin());
+    settings.options &= ~static_cast<unsigned int>(ZelkInsightGuessTable); // a guess is a fault here
     const char *const language = text.language.empty() ? nullptr : text.language.c_str();
     const int length = static_cast<int>(text.bytes.size());
     text.faults.resize(16);

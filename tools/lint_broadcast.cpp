@@ -32,14 +32,20 @@ void forEachBroadcastText(const std::string &file, const std::function<void(Lint
     }
     found.finish();
     // The rules are those of DVB text.
-    const auto at = [&](const std::string &place) {
-        return [&use, &file, &input, place](const char *member, const std::string &language, const SentText &sent) {
+    const auto at = [&](const std::string &place, const ServiceKey *service = nullptr) {
+        return [&use, &file, &input, place, service](const char *member, const std::string &language,
+                                                     const SentText &sent) {
             if (sent.form == TextForm::Dvb && !sent.bytes.empty()) {
                 LintedText text;
                 text.file = file == "-" ? std::string() : file;
                 text.place = fmt::format("{}: {}", input.name(), place);
                 text.member = member;
                 text.language = languageOf(language);
+                if (service != nullptr) {
+                    text.network = service->originalNetwork;
+                    text.stream = service->transportStream;
+                    text.service = service->service;
+                }
                 text.bytes = sent.bytes;
                 use(std::move(text));
             }
@@ -52,11 +58,11 @@ void forEachBroadcastText(const std::string &file, const std::function<void(Lint
         forEachText(bouquet, at(fmt::format("bouquet {:04x}", id)));
     }
     for (const auto &[key, service] : found.services()) {
-        forEachText(service, at("service " + locator(key)));
+        forEachText(service, at("service " + locator(key), &key));
     }
     for (const auto &[key, event] : found.events()) {
         forEachText(key, event, found.message(key),
-                    at(fmt::format("event {} {:04x}", locator(key.service), key.event)));
+                    at(fmt::format("event {} {:04x}", locator(key.service), key.event), &key.service));
     }
 }
 

@@ -42,11 +42,16 @@ struct LintedText {
     std::string place;    // "argument 1", "file:7", "service 3201.0001.0065"
     std::string member;   // of a record: "name"
     std::string language;
+    unsigned int network = ZELK_INSIGHT_UNKNOWN; // of a record: that its service belongs to
+    unsigned int stream = ZELK_INSIGHT_UNKNOWN;
+    unsigned int service = ZELK_INSIGHT_UNKNOWN;
     std::string bytes;
     std::string text; // as it is read by the settings
     zelkInsightSettings settings{};
     zelkInsightTable table = ZelkInsightTableDefault;
     std::vector<zelkInsightFault> faults;
+
+    zelkInsightOrigin origin() const { return {network, stream, service, language.c_str(), nullptr}; }
 };
 
 std::string rulesInTable();

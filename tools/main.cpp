@@ -75,6 +75,7 @@ int runTool(int argc, char **argv) {
     addExplainCommand(app);
     addEncodeCommand(app);
     addLintCommand(app);
+    addOverridesCommand(app);
     addScanCommand(app);
     addHuffmanCommand(app);
     addConvertCommand(app);

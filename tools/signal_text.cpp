@@ -22,8 +22,9 @@ std::string_view selectorOf(const std::string &text) {
     return std::string_view(text).substr(0, length);
 }
 
-Json dvbEvidence(const DvbSettings &settings, const std::string &bytes) {
-    const zelkInsightSettings how = {settings.region, settings.defaultCode, settings.extra, settings.flags(), 0};
+Json dvbEvidence(const DvbReader &reader, const std::string &bytes) {
+    const DvbSettings &settings = reader.settings();
+    const zelkInsightSettings how = settings.insight(reader.origin());
     const auto length = static_cast<int>(bytes.size());
     std::vector<zelkInsightFinding> found(8 * bytes.size() + 8);
     std::string text(static_cast<std::size_t>(zelkInsightDecodeSize(&how, bytes.data(), length)), '\0');
@@ -60,9 +61,20 @@ std::string SignalReader::text(const SentText &sent) {
     return result;
 }
 
+void SignalReader::from(const ServiceKey *service, const std::string &language) {
+    zelkInsightOrigin origin = unknownOrigin;
+    if (service != nullptr) {
+        origin.network = service->originalNetwork;
+        origin.stream = service->transportStream;
+        origin.service = service->service;
+    }
+    origin.language = language.empty() ? nullptr : language.c_str();
+    dvb_.from(origin);
+}
+
 Json SignalReader::evidence(const SentText &sent) const {
     if (sent.form == TextForm::Dvb) {
-        return dvbEvidence(dvb_.settings(), sent.bytes);
+        return dvbEvidence(dvb_, sent.bytes);
     }
     std::string text = sent.form == TextForm::Wide ? readWideText(sent.bytes) : readSegments(sent.bytes);
     Json findings = Json::array();

@@ -28,6 +28,9 @@ public:
 
     std::string text(const SentText &sent);
 
+    // Where the texts come from that follow: what `service` and `language` point to outlives them. Null for a network.
+    void from(const ServiceKey *service, const std::string &language);
+
     // Bytes in hexadecimal, the table that they were read with, and what was found in them.
     Json evidence(const SentText &sent) const;
 

@@ -79,7 +79,7 @@ Words longNames(const Words &options) {
 }
 
 TEST(Documents, HelpIsUnderstood) {
-    EXPECT_EQ(commands().size(), 13U);
+    EXPECT_EQ(commands().size(), 14U);
     EXPECT_EQ(optionsOf("validate"), (Words{"-l,--lines", "-q,--quiet"}));
     EXPECT_TRUE(optionsOf("xml").empty());
 }

@@ -2,16 +2,17 @@
 
 _zelk_options() {
     case $1 in
-    decode) echo "--raw --file --region --default-code --extra --keep-emphasis --to --json" ;;
-    explain) echo "--raw --file --region --default-code --extra --keep-emphasis --color --json" ;;
+    decode) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --country --to --language --service --json" ;;
+    explain) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --country --color --json" ;;
     encode) echo "--file --region --code --prefer-utf8 --compress --limit --pieces --raw" ;;
-    lint) echo "--raw --file --region --default-code --extra --keep-emphasis --stream --language --severity --fail-on --ignore --baseline --write-baseline --json --sarif --rules" ;;
+    lint) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --country --stream --language --severity --fail-on --ignore --baseline --write-baseline --json --sarif --rules" ;;
+    overrides) ;;
     scan)
-        echo "--region --default-code --extra --keep-emphasis --pid --service --now --next --from --until --genre" \
+        echo "--region --default-code --extra --keep-emphasis --guess --overrides --country --pid --service --now --next --from --until --genre" \
             "--language --text --json --ndjson --csv --xmltv --wide --evidence --follow --limit --duration --color"
         ;;
     huffman) echo "--title --description --type --skip --raw --file" ;;
-    convert) echo "--from --to --region --default-code --extra --keep-emphasis --checked --tolerant --output --strict --list" ;;
+    convert) echo "--from --to --region --default-code --extra --keep-emphasis --guess --overrides --country --checked --tolerant --output --strict --list" ;;
     sort) echo "--reverse --natural --key --unique --output" ;;
     match) echo "--ignore-case --ignore-control --invert --count" ;;
     quote) echo "--open --close" ;;
@@ -40,6 +41,7 @@ _zelk_values() {
 
 _zelk_actions() {
     case $1 in
+    overrides) echo "check compact" ;;
     quote) echo "extract strip" ;;
     case) echo "upper lower" ;;
     xml) echo "escape unescape" ;;
@@ -51,14 +53,14 @@ _zelk() {
     local words
 
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="decode explain encode lint scan huffman convert sort match quote case xml validate --help --version"
+        words="decode explain encode lint overrides scan huffman convert sort match quote case xml validate --help --version"
     elif [[ $current == -* ]]; then
         words="$(_zelk_options "$command") --help"
     else
         [[ $command/$previous != scan/--from ]] || return
         case $previous in
-        -f | --file | --output | -o | --stream | --baseline | --write-baseline) ;;
-        --extra | --pid | --service | --until | --genre | --language | --limit | --duration | --key | --skip | \
+        -f | --file | --output | -o | --stream | --overrides | --baseline | --write-baseline) ;;
+        --extra | --country | --pid | --service | --until | --genre | --language | --limit | --duration | --key | --skip | \
             --open | --close) return ;;
         --*) words=$(_zelk_values "$command" "$previous") ;;
         esac

@@ -1,0 +1,176 @@
+#include "overrides.h"
+
+#include "command.h"
+#include "dvb_settings.h"
+#include "stream.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <sstream>
+
+#include <toml.hpp>
+
+namespace zelk::tool {
+
+namespace {
+
+constexpr std::int64_t version = 1;
+constexpr std::int64_t largestNumber = 0xFFFF;
+
+std::string contentOf(const std::string &file) {
+    Input input(file);
+    std::string content;
+    std::string chunk(chunkSize, '\0');
+    for (std::size_t count = input.read(chunk.data(), chunk.size()); count != 0;
+         count = input.read(chunk.data(), chunk.size())) {
+        content.append(chunk, 0, count);
+    }
+    return content;
+}
+
+bool isCode(const std::string &value, std::size_t length, char first, char last) {
+    return value.size() == length && std::all_of(value.begin(), value.end(), [first, last](char letter) {
+               return letter >= first && letter <= last;
+           });
+}
+
+// One entry on its way to a line of the compact form.
+class EntryReader {
+public:
+    EntryReader(std::string file, std::vector<std::string> &problems) : file_(std::move(file)), problems_(problems) {}
+
+    // Empty where anything is wrong.
+    std::string line(const toml::value &entry) {
+        const std::size_t before = problems_.size();
+        for (const auto &[key, value] : entry.as_table()) {
+            read(key, value);
+        }
+        expect(!where_.empty(), entry, "a network, stream, service, language or country");
+        expect(!how_.empty(), entry, "a region, default-code or ignore-selector");
+        expect(hasSource_, entry, "a source");
+        expect(hasDate_, entry, "a date");
+        return problems_.size() == before ? where_ + how_.substr(0, how_.size() - 1) : std::string();
+    }
+
+private:
+    void expect(bool holds, const toml::value &value, const std::string &what) {
+        if (!holds) {
+            problems_.push_back(fmt::format("{}:{}: expected {}", file_, value.location().line(), what));
+        }
+    }
+
+    void readNumber(const char *word, const toml::value &value) {
+        const bool good = value.is_integer() && value.as_integer() >= 0 && value.as_integer() <= largestNumber;
+        expect(good, value, "a number from 0 to 65535");
+        if (good) {
+            where_ += fmt::format("{}={} ", word, value.as_integer());
+        }
+    }
+
+    void readCode(const char *word, const toml::value &value, std::size_t length, char first, const char *what) {
+        const bool good =
+            value.is_string() && isCode(value.as_string().str, length, first, static_cast<char>(first + 25));
+        expect(good, value, what);
+        if (good) {
+            where_ += fmt::format("{}={} ", word, value.as_string().str);
+        }
+    }
+
+    void readHow(const std::string &key, const toml::value &value) {
+        if (key == "ignore-selector") {
+            expect(value.is_boolean(), value, "true or false");
+            how_ += value.is_boolean() && value.as_boolean() ? "i " : "";
+            return;
+        }
+        const std::string name = value.is_string() ? value.as_string().str : std::string();
+        if (key == "region") {
+            const auto region = regionOf(name);
+            expect(region.has_value(), value, "a region as --region takes it");
+            how_ += region ? fmt::format("r={} ", static_cast<int>(*region)) : std::string();
+        } else {
+            const auto code = codeOf(name);
+            expect(code.has_value(), value, "a code as --default-code takes it");
+            how_ += code ? fmt::format("d={} ", static_cast<int>(*code)) : std::string();
+        }
+    }
+
+    void read(const std::string &key, const toml::value &value) {
+        if (key == "network" || key == "stream" || key == "service") {
+            readNumber(key == "network" ? "n" : key == "stream" ? "t" : "s", value);
+        } else if (key == "language") {
+            readCode("l", value, 3, 'a', "a language as in ISO 639-2, such as \"fre\"");
+        } else if (key == "country") {
+            readCode("c", value, 2, 'A', "a country as in ISO 3166, such as \"FR\"");
+        } else if (key == "region" || key == "default-code" || key == "ignore-selector") {
+            readHow(key, value);
+        } else if (key == "source") {
+            hasSource_ = value.is_string() && !value.as_string().str.empty();
+        } else if (key == "date") {
+            hasDate_ = value.is_local_date();
+        } else {
+            expect(false, value, fmt::format("a key of overrides, found '{}'", key));
+        }
+    }
+
+    std::string file_;
+    std::vector<std::string> &problems_;
+    std::string where_;
+    std::string how_;
+    bool hasSource_ = false;
+    bool hasDate_ = false;
+};
+
+// "source, date"
+std::string reasonOf(const toml::value &entry) {
+    std::ostringstream text;
+    text << entry.at("source").as_string().str << ", " << entry.at("date").as_local_date();
+    return text.str();
+}
+
+} // namespace
+
+void Overrides::read(const std::string &file) {
+    std::istringstream content(contentOf(file));
+    std::optional<toml::value> document;
+    try {
+        document = toml::parse(content, file);
+    } catch (const toml::exception &error) {
+        problems_.push_back(fmt::format("{}:{}: expected TOML", file, error.location().line()));
+        return;
+    }
+    const toml::value &root = *document;
+    const bool known =
+        root.contains("version") && root.at("version").is_integer() && root.at("version").as_integer() == version;
+    if (!known) {
+        problems_.push_back(fmt::format("{}:1: expected 'version = {}'", file, version));
+        return;
+    }
+    for (const auto &[key, value] : root.as_table()) {
+        if (key != "version" && !(key == "override" && value.is_array())) {
+            problems_.push_back(
+                fmt::format("{}:{}: expected [[override]], found '{}'", file, value.location().line(), key));
+        }
+    }
+    if (!root.contains("override") || !root.at("override").is_array()) {
+        return;
+    }
+    for (const toml::value &entry : root.at("override").as_array()) {
+        if (!entry.is_table()) {
+            problems_.push_back(fmt::format("{}:{}: expected [[override]]", file, entry.location().line()));
+            continue;
+        }
+        const std::string line = EntryReader(file, problems_).line(entry);
+        if (!line.empty()) {
+            compact_ += line + '\n';
+            sources_.push_back(fmt::format("{}:{}, {}", file, entry.location().line(), reasonOf(entry)));
+        }
+    }
+}
+
+std::string Overrides::sourceOf(unsigned int line) const {
+    constexpr unsigned int firstEntry = 2;
+    return sources_.at(line - firstEntry);
+}
+
+} // namespace zelk::tool

@@ -1,0 +1,47 @@
+// zelk overrides: checks files of overrides, and writes them in the compact form that receivers hold.
+#include "command.h"
+#include "commands.h"
+#include "overrides.h"
+#include "stream.h"
+
+namespace zelk::tool {
+
+namespace {
+
+struct OverridesOptions {
+    std::string action;
+    std::vector<std::string> files;
+};
+
+void declare(CLI::App &command, OverridesOptions &options) {
+    command.add_option("action", options.action, "check, or compact: write the form that receivers hold")
+        ->required()
+        ->type_name("ACTION")
+        ->check(oneOf({"check", "compact"}));
+    command.add_option("files", options.files, "Files of overrides; later ones count before earlier ones")
+        ->required()
+        ->type_name("FILE");
+}
+
+ExitStatus run(const OverridesOptions &options) {
+    Overrides overrides;
+    for (const std::string &file : options.files) {
+        overrides.read(file);
+    }
+    for (const std::string &problem : overrides.problems()) {
+        fmt::print(stderr, "zelk overrides: {}\n", problem);
+    }
+    if (!overrides.problems().empty()) {
+        return ExitNegative;
+    }
+    write(options.action == "check" ? fmt::format("entries: {}\n", overrides.count()) : overrides.compact());
+    return ExitOk;
+}
+
+} // namespace
+
+void addOverridesCommand(CLI::App &app) {
+    addCommand<OverridesOptions>(app, {"overrides", "Check files of overrides", group::dvb}, declare, run);
+}
+
+} // namespace zelk::tool
