@@ -1,9 +1,8 @@
-// The table functions: read_ts gives every text of transport streams as broadcast, a row each; read_ts_services and
+// The table functions: read_ts gives every text of DVB broadcasts as sent, a row each; read_ts_services and
 // read_ts_events give their records. The argument is a file or a pattern of the shell; files are read side by side.
 #include "functions.h"
 
-#include "tools/service_information.h"
-#include "tools/transport_stream.h"
+#include "tools/broadcast.h"
 #include "zelk_insight.h"
 
 #include <algorithm>
@@ -21,7 +20,6 @@ namespace {
 
 using tool::Event;
 using tool::EventKey;
-using tool::Service;
 using tool::ServiceInformation;
 using tool::ServiceKey;
 
@@ -40,31 +38,6 @@ struct Record {
     std::string text;
     std::string extended;
 };
-
-// Two digits of BCD a byte, or nothing.
-std::optional<unsigned int> bcd(std::uint8_t byte) {
-    const unsigned int high = byte >> 4U;
-    const unsigned int low = byte & 0x0FU;
-    return high > 9 || low > 9 ? std::nullopt : std::optional(10 * high + low);
-}
-
-std::optional<std::uint32_t> secondsOf(const std::uint8_t *time) {
-    const auto hours = bcd(time[0]);
-    const auto minutes = bcd(time[1]);
-    const auto seconds = bcd(time[2]);
-    if (!hours || !minutes || !seconds) {
-        return std::nullopt;
-    }
-    return (*hours * 60 + *minutes) * 60 + *seconds;
-}
-
-// EN 300 468 Annex C: the days of the Modified Julian Date, then the time of day.
-std::optional<std::int64_t> startOf(const Event &event) {
-    constexpr std::int64_t epoch = 40587; // 1970-01-01
-    const std::int64_t day = event.start[0] * 256 + event.start[1];
-    const auto seconds = secondsOf(event.start.data() + 2);
-    return seconds ? std::optional(((day - epoch) * 86400 + *seconds) * 1000000) : std::nullopt;
-}
 
 std::string decoded(const std::string &bytes) {
     std::string text(
@@ -109,8 +82,12 @@ Record recordOf(const std::string &file, const char *kind, const ServiceKey &key
 Record recordOf(const std::string &file, const EventKey &key, const Event &event) {
     Record record = recordOf(file, "event", key.service);
     record.event = key.event;
-    record.start = startOf(event);
-    record.seconds = secondsOf(event.duration.data());
+    if (event.start != tool::unknownTime) {
+        record.start = event.start * 1000000;
+    }
+    if (event.duration != tool::unknownTime) {
+        record.seconds = static_cast<std::uint32_t>(event.duration);
+    }
     record.language = key.language;
     return record;
 }
@@ -119,12 +96,9 @@ class Collector {
 public:
     explicit Collector(std::string file) : file_(std::move(file)) {
         tool::Input input(file_);
-        tool::PacketReader packets(input);
-        if (!packets.open()) {
-            throw std::runtime_error("zelk: " + file_ + ": expected a transport stream, found no packets");
-        }
-        while (const tool::Packet *const packet = packets.next()) {
-            found_.push(*packet);
+        tool::BroadcastReader reader(input, found_);
+        reader.open();
+        while (reader.next()) {
         }
         found_.finish();
     }
@@ -156,6 +130,9 @@ public:
             add(record, "provider", service.provider);
         }
         for (const auto &[key, event] : found_.events()) {
+            if (key.service.system != tool::System::Dvb) {
+                continue;
+            }
             const Record record = recordOf(file_, key, event);
             add(record, "name", event.name);
             add(record, "text", event.text);
@@ -186,6 +163,9 @@ public:
     std::vector<Record> events() const {
         std::vector<Record> records;
         for (const auto &[key, event] : found_.events()) {
+            if (key.service.system != tool::System::Dvb) {
+                continue;
+            }
             records.push_back(recordOf(file_, key, event));
             Record &record = records.back();
             record.name = decoded(event.name);
