@@ -1,4 +1,4 @@
-// zelk convert: files of any size from one character set to UTF-8, UCS-2 or DVB strings.
+// zelk convert: files of any size from one character set to another.
 #include "command.h"
 #include "commands.h"
 #include "converter.h"
@@ -79,6 +79,28 @@ const CharacterSet *findSet(const std::string &name) {
     return found == characterSets.end() ? nullptr : &*found;
 }
 
+bool isWritten(const CharacterSet &set) {
+    return set.family != Family::Teletext;
+}
+
+std::vector<std::string> writtenNames() {
+    std::vector<std::string> names;
+    for (const CharacterSet &set : characterSets) {
+        if (isWritten(set)) {
+            names.emplace_back(set.name);
+        }
+    }
+    return names;
+}
+
+bool isSingleByte(const CharacterSet &set) {
+    return set.family == Family::Iso || set.family == Family::Windows;
+}
+
+Converter fromSingleByte(const CharacterSet &set) {
+    return set.family == Family::Iso ? fromIso(static_cast<unsigned int>(set.number)) : fromWindows(set.number);
+}
+
 void declare(CLI::App &command, ConvertOptions &options) {
     addFiles(command, options.files);
     command.add_option("-f,--from", options.from, "Character set of the input, see --list")
@@ -88,9 +110,14 @@ void declare(CLI::App &command, ConvertOptions &options) {
                        ? std::string()
                        : fmt::format("expected a character set of 'zelk convert --list', found '{}'", name);
         });
-    command.add_option("-t,--to", options.to, "Character set of the output: utf8, ucs2be, ucs2le, dvb [utf8]")
+    command.add_option("-t,--to", options.to, "Character set of the output, see --list [utf8]")
         ->type_name("SET")
-        ->check(oneOf({"utf8", "ucs2", "ucs2be", "ucs2le", "dvb"}));
+        ->check([](const std::string &name) {
+            const CharacterSet *const set = findSet(name);
+            return set != nullptr && isWritten(*set)
+                       ? std::string()
+                       : fmt::format("expected one of {}, found '{}'", fmt::join(writtenNames(), ", "), name);
+        });
     for (CLI::Option *const option : addDvbOptions(command, options.dvb)) {
         option->each([&options](const std::string &) { options.dvbGiven = true; });
     }
@@ -102,10 +129,19 @@ void declare(CLI::App &command, ConvertOptions &options) {
 }
 
 ExitStatus writeList() {
-    Table table({"Set", "Also", "Direction", "What it is"});
+    // How many of its bytes have a character, or which characters it has.
+    const auto completeness = [](const CharacterSet &set) -> std::string {
+        if (!isSingleByte(set)) {
+            return "U+0000-FFFF";
+        }
+        const CharacterTable characters = charactersOf(fromSingleByte(set));
+        const auto missing = std::count(characters.begin(), characters.end(), 0xFFFD);
+        return fmt::format("{} of 256", 256 - missing);
+    };
+    Table table({"Set", "Also", "Direction", "Characters", "What it is"});
     for (const CharacterSet &set : characterSets) {
-        table.add({set.name, fmt::format("{}", fmt::join(set.otherNames, ", ")),
-                   set.family == Family::Ucs2 || set.family >= Family::Utf8 ? "from, to" : "from", set.description});
+        table.add({set.name, fmt::format("{}", fmt::join(set.otherNames, ", ")), isWritten(set) ? "from, to" : "from",
+                   completeness(set), set.description});
     }
     write(table.format(false));
     return ExitOk;
@@ -238,6 +274,16 @@ private:
     std::size_t count_ = 0;
 };
 
+// Where the input has the character goes by its set: `utf8Bytes` and `characters` were before it.
+[[noreturn]] void failMissing(const CharacterSet &set, const CharacterSet &target, const std::string &name,
+                              std::size_t utf8Bytes, std::size_t characters, unsigned short character) {
+    const std::size_t offset = set.family == Family::Utf8 ? utf8Bytes : characters * (isSingleByte(set) ? 1 : 2);
+    const std::string place =
+        set.family == Family::Dvb ? fmt::format("character {}", characters + 1) : fmt::format("offset {}", offset);
+    failInput("{}: {}: expected a character of {}, found {} ({})", name, place, target.name, codePointName(character),
+              hex(utf8(character)));
+}
+
 ExitStatus run(const ConvertOptions &options) {
     if (options.list) {
         return writeList();
@@ -252,13 +298,16 @@ ExitStatus run(const ConvertOptions &options) {
     if (options.checked && options.tolerant) {
         failInput("expected only one of --checked and --tolerant");
     }
-    const bool toStrings = options.to == "dvb";
+    const CharacterSet &target = *findSet(options.to);
+    const bool toStrings = target.family == Family::Dvb;
     if (options.dvbGiven && set.family != Family::Dvb && !toStrings) {
         failInput("expected --region, --default-code, --extra and --keep-emphasis only with --from dvb");
     }
 
-    if (isAsciiOnly(set)) {
-        fmt::print(stderr, "zelk convert: of {} only the ASCII part is supported\n", set.name);
+    for (const CharacterSet *const used : {&set, &target}) {
+        if (isAsciiOnly(*used)) {
+            fmt::print(stderr, "zelk convert: of {} only the ASCII part is supported\n", used->name);
+        }
     }
 
     DvbReader reader(options.dvb);
@@ -272,15 +321,26 @@ ExitStatus run(const ConvertOptions &options) {
     forEachInput(options.files, [&](Input &input) {
         // Every set goes through UTF-8, which carries all UCS-2 units.
         const auto convert = [&](Input &from, Converter converter) {
-            const bool wide = options.to != "utf8" && !toStrings;
+            const bool wide = target.family == Family::Ucs2;
             if (!wide) {
                 converter = withoutSurrogates(std::move(converter));
             }
             converter = watch.over(std::move(converter), from.name());
             if (wide) {
-                converter = chain(std::move(converter), toUcs2(options.to != "ucs2le"));
+                converter = chain(std::move(converter), toUcs2(target.number != 0));
             } else if (toStrings) {
                 converter = chain(std::move(converter), toDvb(options.dvb.region, options.strict, from.name(), unsaid));
+            }
+            if (isSingleByte(target)) {
+                converter =
+                    chain(std::move(converter),
+                          toSingleByte(charactersOf(fromSingleByte(target)),
+                                       [&](std::size_t utf8Bytes, std::size_t characters, unsigned short character) {
+                                           ++unsaid;
+                                           if (options.strict) {
+                                               failMissing(set, target, from.name(), utf8Bytes, characters, character);
+                                           }
+                                       }));
             }
             convertStream(from, converter, put, "two bytes for each character");
         };
@@ -296,7 +356,9 @@ ExitStatus run(const ConvertOptions &options) {
         file->close();
     }
     flushOutput();
-    reportUnread("convert", {}, watch.count());
+    if (!isSingleByte(target)) { // else these are question marks, too
+        reportUnread("convert", {}, watch.count());
+    }
     reportUnsaid("convert", unsaid);
     return ExitOk;
 }

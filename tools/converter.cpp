@@ -289,4 +289,59 @@ Converter fromWindows(int codePage) {
     });
 }
 
+CharacterTable charactersOf(const Converter &set) {
+    CharacterTable table;
+    for (std::size_t byte = 0; byte < table.size(); ++byte) {
+        std::string utf8;
+        (void)set(std::string(1, static_cast<char>(byte)), true, utf8);
+        unsigned short character = 0xFFFD;
+        const unsigned int length =
+            zelkUtf8CharDecode(bytesOf(utf8), static_cast<unsigned int>(utf8.size()), &character);
+        table[byte] = !utf8.empty() && length == utf8.size() ? character : 0xFFFD;
+    }
+    return table;
+}
+
+Converter toSingleByte(const CharacterTable &set, MissingCharacter missing) {
+    std::vector<char> byteOf(0x10000, '\0'); // a zero byte is no character but of U+0000
+    for (std::size_t byte = set.size(); byte-- > 1;) {
+        if (set[byte] != 0xFFFD) {
+            byteOf[set[byte]] = static_cast<char>(byte);
+        }
+    }
+    return [byteOf = std::move(byteOf), missing = std::move(missing), units = std::vector<unsigned short>(),
+            utf8Bytes = std::size_t{0},
+            characters = std::size_t{0}](std::string_view in, bool last, std::string &out) mutable {
+        const std::size_t whole = last ? in.size() : wholeCharacters(in);
+        betweenZeroBytes(
+            in.substr(0, whole),
+            [&](std::string_view part) {
+                const std::size_t count = decodeUtf8(part, units);
+                const std::size_t before = out.size();
+                out.resize(before + count);
+                std::size_t counted = 0; // units that `bytes` holds
+                std::size_t bytes = utf8Bytes;
+                for (std::size_t i = 0; i < count; ++i) {
+                    const char byte = byteOf[units[i]];
+                    out[before + i] = byte;
+                    if (byte == 0) {
+                        for (; counted < i; ++counted) {
+                            bytes += units[counted] < 0x80 ? 1U : units[counted] < 0x800 ? 2U : 3U;
+                        }
+                        missing(bytes, characters + i, units[i]);
+                        out[before + i] = '?';
+                    }
+                }
+                utf8Bytes += part.size();
+                characters += count;
+            },
+            [&] {
+                out.push_back('\0');
+                ++utf8Bytes;
+                ++characters;
+            });
+        return whole;
+    };
+}
+
 } // namespace zelk::tool

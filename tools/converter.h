@@ -59,4 +59,13 @@ Converter fromIso(unsigned int part);
 Converter fromIsoTolerant(unsigned int part);
 Converter fromWindows(int codePage);
 
+// The characters of a single-byte set by byte, as its converter reads them; U+FFFD where there is none.
+using CharacterTable = std::array<unsigned short, 256>;
+CharacterTable charactersOf(const Converter &set);
+
+// UTF-8 to a single-byte set; a question mark stands for a character that it lacks. missing(utf8Bytes, characters,
+// character) is told of each of these, and how much was before it.
+using MissingCharacter = std::function<void(std::size_t utf8Bytes, std::size_t characters, unsigned short character)>;
+Converter toSingleByte(const CharacterTable &set, MissingCharacter missing);
+
 } // namespace zelk::tool

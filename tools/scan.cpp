@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <unistd.h>
 
@@ -163,7 +164,14 @@ void declareScan(CLI::App &command, ScanOptions &options) {
     command.add_option("--pid", options.pids, "Read the packets of this identifier instead of those of the standards")
         ->type_name("PID")
         ->allow_extra_args(false)
-        ->check(CLI::Range(0, 0x1FFE));
+        ->check([](const std::string &text) {
+            char *end = nullptr;
+            const unsigned long number = std::strtoul(text.c_str(), &end, 0);
+            constexpr unsigned long last = 0x1FFE;
+            return !text.empty() && *end == 0 && number <= last
+                       ? std::string()
+                       : fmt::format("expected a packet identifier from 0 to {}, found '{}'", last, text);
+        });
     addFilterOptions(command, options.filter);
     const std::pair<CLI::Option *, const char *> forms[] = {
         {command.add_flag("--text", options.text, "Write all that is said, a line for each fact"), "--text"},

@@ -112,4 +112,63 @@ TEST(Usage, BrokenPipesAreQuiet) {
     EXPECT_EQ(run({"decode"}, "41\n", closed), success(""));
 }
 
+// Every command, used wrongly in each of the ways that it knows: one line on standard error, "zelk COMMAND: what: ...",
+// that begins with a small letter, ends without a full stop and says what was expected or what the system said.
+TEST(Usage, MessagesHaveOneForm) {
+    const std::vector<std::vector<std::string>> mistakes = {
+        {"decode", "4"},
+        {"decode", "xyz"},
+        {"decode", "--region", "mars", "41"},
+        {"decode", "--default-code", "99", "41"},
+        {"decode", "--to", "utf7", "41"},
+        {"explain", "4g"},
+        {"explain", "--color", "sometimes", "41"},
+        {"encode", "--code", "klingon", "a"},
+        {"lint", "--severity", "grave", "41"},
+        {"lint", "--stream", "/no/such/file"},
+        {"scan", "/no/such/file"},
+        {"scan", "/dev/null"},
+        {"scan", "--from", "soon"},
+        {"scan", "--limit", "0"},
+        {"scan", "--follow", "--json"},
+        {"scan", "--pid", "x"},
+        {"huffman", "41"},
+        {"huffman", "--type", "3", "41"},
+        {"huffman", "--title", "--skip", "-1", "41"},
+        {"convert"},
+        {"convert", "--from", "klingon"},
+        {"convert", "--from", "utf8", "--to", "teletext"},
+        {"convert", "--from", "utf8", "--checked"},
+        {"convert", "--from", "utf8", "/no/such/file"},
+        {"sort", "--key", "0"},
+        {"sort", "-o", "/no/such/folder/file", "/dev/null"},
+        {"match"},
+        {"match", "a", "/no/such/file"},
+        {"quote", "strip", "--open", "ab"},
+        {"quote", "eat"},
+        {"case", "title"},
+        {"xml", "parse"},
+        {"validate", "/no/such/file"},
+    };
+    for (const std::vector<std::string> &arguments : mistakes) {
+        const Result result = run(arguments);
+        const std::string head = "zelk " + arguments[0] + ": ";
+        EXPECT_TRUE(result.status == 2 || result.status == 3) << head << result;
+        EXPECT_EQ(result.out, "") << head;
+        ASSERT_EQ(result.error.substr(0, head.size()), head) << result;
+        const std::string message = result.error.substr(head.size());
+        EXPECT_EQ(message.find('\n'), message.size() - 1) << message;
+        EXPECT_FALSE(message[0] >= 'A' && message[0] <= 'Z') << message;
+        EXPECT_NE(message[message.size() - 2], '.') << message;
+        const bool says = message.find("expected") != std::string::npos ||
+                          message.find("No such file") != std::string::npos ||
+                          message.find("is required") != std::string::npos;
+        EXPECT_TRUE(says) << message;
+        // A mistake of usage shows the way to the help.
+        const bool usage = message.find("--help'") != std::string::npos;
+        EXPECT_TRUE(!usage || message.find("; see 'zelk " + arguments[0] + " --help'\n") != std::string::npos)
+            << message;
+    }
+}
+
 } // namespace

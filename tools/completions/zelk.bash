@@ -33,7 +33,7 @@ _zelk_values() {
     lint/--ignore) zelk lint --rules 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
     */--color) echo "auto always never" ;;
     decode/--to) echo "utf8 ucs2" ;;
-    convert/--to | convert/-t) echo "utf8 ucs2 ucs2be ucs2le dvb" ;;
+    convert/--to | convert/-t) zelk convert --list 2>/dev/null | awk '/from, to/ { print $1 }' ;;
     convert/--from | convert/-f) zelk convert --list 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
     huffman/--type) echo "1 2 5 6" ;;
     esac

@@ -75,7 +75,7 @@ complete -c zelk -n '__fish_seen_subcommand_from huffman' -l type -x -a '1 2 5 6
 complete -c zelk -n '__fish_seen_subcommand_from huffman' -l skip -x -d 'Leave out the first characters'
 
 complete -c zelk -n '__fish_seen_subcommand_from convert' -s f -l from -x -a "(zelk convert --list 2>/dev/null | awk 'NR > 1 { print \$1 }')" -d 'Set of the input'
-complete -c zelk -n '__fish_seen_subcommand_from convert' -s t -l to -x -a 'utf8 ucs2 ucs2be ucs2le dvb' -d 'Set of the output'
+complete -c zelk -n '__fish_seen_subcommand_from convert' -s t -l to -x -a "(zelk convert --list 2>/dev/null | awk '/from, to/ { print \$1 }')" -d 'Set of the output'
 complete -c zelk -n '__fish_seen_subcommand_from convert' -l checked -d 'Leave a file that is UTF-8 as it is'
 complete -c zelk -n '__fish_seen_subcommand_from convert' -l tolerant -d 'UTF-8 up to the first fault'
 complete -c zelk -n '__fish_seen_subcommand_from convert' -s o -l output -r -d 'Write to a file'
