@@ -19,10 +19,10 @@
 
 namespace zelk::tables {
 
-// Wider steps are fewer, and take more memory: 80 KiB for all four codes with five bits, 47 KiB with four, which take up
-// to a quarter more time. A library of one set of kernels is for machines with little memory. Measured with names and
-// descriptions: states down to 2^-13 alone, 28 KiB, take up to twice the time, for codes that are rare in their own kind
-// of text are common in another; steps that give two characters were up to 70 % faster with 140 KiB of tables.
+// Wider steps are fewer, and take more memory: 80 KiB for all four codes with five bits, 47 KiB with four, which take
+// up to a quarter more time. A library of one set of kernels is for machines with little memory. Measured with names
+// and descriptions: states down to 2^-13 alone, 28 KiB, take up to twice the time, for codes that are rare in their own
+// kind of text are common in another; steps that give two characters were up to 70 % faster with 140 KiB of tables.
 #if defined(ZELK_KERNELS_ONLY)
 inline constexpr unsigned int stepBits = 4;
 inline constexpr unsigned int rarestState = 20;
