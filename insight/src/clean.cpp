@@ -81,8 +81,11 @@ Bytes kindOfPortable(const unsigned char *bytes, std::size_t count) {
 }
 
 Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count) {
-    std::memcpy(out, bytes, count);
-    return kindOfPortable(bytes, count);
+    const Bytes kind = kindOfPortable(bytes, count);
+    if (kind == Bytes::Ascii) { // another text may be shorter, and what follows it keeps its value
+        std::memcpy(out, bytes, count);
+    }
+    return kind;
 }
 
 bool isPlainTwoBytePortable(const unsigned char *bytes, std::size_t count) {
@@ -322,11 +325,13 @@ constexpr unsigned int graphicPlaces = 0x5F;
             wanted = lead >> 63U | lead3 >> 62U;
             atC2 = c2 >> 63U;
             atE0 = e0 >> 63U;
-            _mm512_mask_storeu_epi8(out, valid, block);
-            out += 64;
             return true;
         });
-    return other == 0 && wanted == 0;
+    const bool good = other == 0 && wanted == 0;
+    if (good) { // another text may be shorter, and what follows it keeps its value
+        std::memcpy(out, bytes, count);
+    }
+    return good;
 }
 
 [[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline StringCounts countStringAvx512(const unsigned char *bytes,

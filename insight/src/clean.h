@@ -15,7 +15,7 @@ enum class Bytes {
     Other
 };
 
-// Of a string in a single-byte table. It is copied on the way, which is all there is to do for ASCII: `out` has room
+// Of a string in a single-byte table. ASCII is copied, which is all there is to do for it: `out` has room
 // for all of it.
 Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count);
 
@@ -26,7 +26,7 @@ Bytes kindOf(const unsigned char *bytes, std::size_t count);
 std::uint64_t highBytes(const unsigned char *bytes, std::size_t count);
 
 // Copies UTF-8 that has no control codes and nothing above U+FFFF. False where it may have, or where it is quicker to
-// find out otherwise; `out` has room for all and is then to be written anew.
+// find out otherwise, and then nothing is written; `out` has room for all.
 bool copyUtf8(char *out, const unsigned char *bytes, std::size_t count);
 
 // Whether a whole number of two-byte characters has no control code and none from U+D800 on.

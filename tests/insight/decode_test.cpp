@@ -350,6 +350,21 @@ TEST(InsightDecode, AgreesWithTheModel) {
     }
 }
 
+// Text that is looked at whether it can be copied: of the output only the text and its terminator change.
+TEST(InsightDecode, KeepsWhatFollowsAShorterText) {
+    for (unsigned int before = 0; before < 140; ++before) {
+        const std::string ascii(before, 'a');
+        for (const std::string &string : {ascii + bytes("C2 65 C8 61"), bytes("15") + ascii + bytes("01 62 C3A9 01")}) {
+            Guarded<char> out(1024);
+            const unsigned int length =
+                zelkInsightDecode(&standard, out.data(), 1024, string.data(), static_cast<int>(string.size()), nullptr);
+            for (std::size_t i = length + 1; i < out.size(); ++i) {
+                ASSERT_EQ(out[i], Guarded<char>::pattern()) << "byte " << i << " after a text of " << length;
+            }
+        }
+    }
+}
+
 // Cost: a text of twice the length has twice the findings and steps, and every size of the output gives valid UTF-8.
 TEST(InsightDecode, EverySizeOfTheOutputHoldsItsText) {
     const std::string strings[] = {bytes("41 C2 65 A9 A6 86 42 87 C2"), bytes("15 C3A9 E282AC F09F9880 80 41"),
