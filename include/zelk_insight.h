@@ -11,7 +11,8 @@
  * to one character of four bytes, lone ones are U+FFFD. Offsets and lengths are in bytes.
  * - Counts, sizes, overlap and null are as in <zelk.h>: a negative input count means "up to the terminating zero", an
  *   output size includes the terminator, the output is always terminated (also where its size is 0), and input and
- *   output are different memory. A null input is an empty text.
+ *   output are different memory. A null input is an empty text. Unlike there, bytes of an output after the terminator
+ * may be overwritten, up to its size.
  * - Arrays. Lists are written to arrays of the caller. The count that comes back is of all entries; those that the
  * array had no room for are not stored, so that a count above the room says that more was found. A null array has no
  * room.
