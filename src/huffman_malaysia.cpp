@@ -287,16 +287,17 @@ void decodeMany(const Tables &tables, BitInput &bits, BoundedOutput &output) {
     bool known = true;
     while (known && room - length >= batch * pieceRoom) {
 #pragma GCC unroll 8
-        for (int i = 0; i < batch && known; ++i) {
+        for (int i = 0; i < batch; ++i) {
             const unsigned int found = tables.lookups[window.bits() >> (64 - lookupBits)];
             const unsigned int used = found & usedMask;
             known = used != 0 && static_cast<int>(used) <= window.left();
-            if (known) {
-                const Piece &piece = tables.pieces[found >> usedBits];
-                std::copy_n(piece.characters.data(), pieceRoom, text.data() + length); // the next one cuts the excess
-                length += piece.length;
-                window.drop(used);
+            if (!known) {
+                break;
             }
+            const Piece &piece = tables.pieces[found >> usedBits];
+            std::copy_n(piece.characters.data(), pieceRoom, text.data() + length); // the next one cuts the excess
+            length += piece.length;
+            window.drop(used);
         }
         window.fill();
     }
