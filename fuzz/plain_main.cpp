@@ -22,7 +22,7 @@ std::vector<files::path> inputsIn(const files::path &path) {
 void run(const files::path &path) {
     std::ifstream file(path, std::ios::binary);
     fuzz::require(file.is_open(), path.c_str());
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     // A block of its own, so that the sanitizer guards the end of the input too.
     const auto input = fuzz::block<std::uint8_t>(bytes);
     LLVMFuzzerTestOneInput(input.get(), bytes.size());

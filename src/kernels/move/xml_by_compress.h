@@ -357,8 +357,9 @@ ZELK_STAGE Progress unescapeLines(const char *text, std::size_t length, char *ou
                 skipped = read - lineBytes;
             }
         } else {
+            const Mask read = ~firstBytes(skipped); // what lies before the text is not
             const Unescaped block =
-                unescaped(bytes, references, ~Mask{0}, [line](auto place) { return load(line + place); });
+                unescaped(bytes, references, ~Mask{0}, [line, read](auto place) { return load(line + place, read); });
             if (block.others != 0) {
                 break;
             }
