@@ -25,6 +25,15 @@ LISTS = [b"\n".join(UTF8[i:i + 3]) for i in range(4)] + [b"Zebra\nzebra\n\xC3\x8
 SURROGATES = [b"\xD8\x3D\xDE\x00", b"\xD8\x3D", b"\xDE\x00", b"\xD8\x3D\x00A", b"\x00A\x00\xE9\x20\xAC"]
 TELETEXT = [bytes([0xE0 + page, low]) for page in range(3) for low in (0x00, 0x10, 0x41, 0xFF)] + [b"\xE2\x10\x00A\xE3\x00"]
 
+# A function of columns as the target picks it, its settings, and rows.
+READ = bytes([1, 18, 0, 0, 0])
+ARROW = [(0, b"\1\1\1" + READ + b"\1\1\1", [text for text in DVB[:9] if b"\n" not in text]),
+         (0, b"\x9F\1\1" + READ + b"\0\x04\x08", DVB[30:40] + BROKEN[:4]),
+         (0, b"\xFF\1\0" + READ + b"\1\1\1", DVB[2:4]),
+         (3, b"\x0F\1\0\0\0\0\2", UTF8),
+         (4, b"\0\2", LEGACY), (4, b"\1\x0A", LEGACY), (4, b"\2\0", PAIRS[:4] + SURROGATES),
+         (5, b"\1", UTF8 + [b"BBC 2", b"BBC 10"]), (6, b"\1a*b?\n", [b"abc", b"aXXbc", b"b", b""])]
+
 
 def described(tag: int, content: bytes) -> bytes:
     return bytes([tag, len(content)]) + content
@@ -85,6 +94,8 @@ def seeds() -> dict[str, list[bytes]]:
                             + [bytes([1 | 1 << 2, 7, 255]) + section + b"\n" for section in sections()]
                             + [b"\0\7\xFF" + before + b"G\x40\x11\x10" + b"\0" * 184 for before in (b"", b"TIME", b"G")],
         "utf16": with_size(SURROGATES + PAIRS[:3]),
+        "arrow": [bytes([function, layout, nulls, layout % 2, layout // 2, layout % 4, 1]) + settings + b"\n".join(rows)
+                  for function, settings, rows in ARROW for layout, nulls in enumerate((0, 2, 0, 8, 0, 1, 0))],
     }
 
 

@@ -1,54 +1,13 @@
 // Encoding, other character sets, keys and patterns: a column gives what its rows give, each alone.
 #include "columns.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 
 using namespace zelk_test;
 
 namespace {
-
-// UTF-16 to UTF-8 by RFC 3629, up to a zero unit; lone surrogates are U+FFFD.
-std::string utf16ToUtf8(const std::string &bytes, bool highFirst) {
-    std::vector<unsigned int> units;
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        const auto first = static_cast<unsigned char>(bytes[i]);
-        const auto second = static_cast<unsigned char>(bytes[i + 1]);
-        units.push_back(highFirst ? first * 256U + second : second * 256U + first);
-        if (units.back() == 0) {
-            units.pop_back();
-            break;
-        }
-    }
-    std::string text;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        unsigned int character = units[i];
-        const auto surrogate = [&](std::size_t at, unsigned int first) {
-            return at < units.size() && units[at] >= first && units[at] < first + 0x400;
-        };
-        if (surrogate(i, 0xD800) && surrogate(i + 1, 0xDC00)) {
-            character = 0x10000 + (units[i] - 0xD800) * 0x400 + (units[i + 1] - 0xDC00);
-            ++i;
-        } else if (surrogate(i, 0xD800) || surrogate(i, 0xDC00)) {
-            character = 0xFFFD;
-        }
-        if (character < 0x80) {
-            text += static_cast<char>(character);
-        } else if (character < 0x800) {
-            text += static_cast<char>(0xC0 | character >> 6);
-            text += static_cast<char>(0x80 | (character & 0x3F));
-        } else if (character < 0x10000) {
-            text += static_cast<char>(0xE0 | character >> 12);
-            text += static_cast<char>(0x80 | (character >> 6 & 0x3F));
-            text += static_cast<char>(0x80 | (character & 0x3F));
-        } else {
-            text += static_cast<char>(0xF0 | character >> 18);
-            text += static_cast<char>(0x80 | (character >> 12 & 0x3F));
-            text += static_cast<char>(0x80 | (character >> 6 & 0x3F));
-            text += static_cast<char>(0x80 | (character & 0x3F));
-        }
-    }
-    return text;
-}
 
 std::string randomUnits(std::mt19937 &random) {
     std::string bytes;

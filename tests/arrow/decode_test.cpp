@@ -3,6 +3,8 @@
 #include "columns.h"
 #include "helpers/guard_pages.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 
 using namespace zelk_test;

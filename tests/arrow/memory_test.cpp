@@ -2,6 +2,8 @@
 #include "columns.h"
 #include "helpers/failing_allocator.h"
 
+#include <gtest/gtest.h>
+
 #include <functional>
 
 using namespace zelk_test;
