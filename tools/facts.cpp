@@ -287,7 +287,7 @@ Json Facts::of(std::uint8_t table, const TimeOfDay &time) {
 Json Facts::of(RecordKind kind, const RecordKey &key) const {
     const auto lookUp = [this, &key](const auto &records) {
         const auto found = records.find(std::get<typename std::decay_t<decltype(records)>::key_type>(key));
-        return of(found->first, found->second);
+        return this->of(found->first, found->second);
     };
     switch (kind) {
     case RecordKind::Network:
