@@ -131,9 +131,9 @@ ZELK_STAGE std::size_t putWide(tables::ByteSet set, const unsigned char *in, std
         const std::size_t count = left < wideStretch + laneUnits ? left : wideStretch;
         unsigned short units[wideStretch + laneUnits];
         plain::putUnits(set, units, in + done, count);
-        written +=
-            encodeUpTo128(reinterpret_cast<const unsigned char *>(units), count, out + written, UnitForm::LowFirst)
-                .written;
+        written += ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>(reinterpret_cast<const unsigned char *>(units), count,
+                                                               out + written, detail::longestSequence * count)
+                       .written;
         done += count;
     }
     return written;

@@ -31,6 +31,9 @@ ZELK_OPERATION Lane shuffled(Lane lane, const tables::Shuffle &shuffle) {
 
 inline constexpr std::size_t wordBytes = laneBytes / 2;
 
+// Units of ASCII that give a block of bytes.
+inline constexpr std::size_t stepUnits = 2 * blockUnits;
+
 // The first bytes of a lane, 8 to 16: by two words, which overlap.
 ZELK_OPERATION void storeWords(char *out, Lane lane, std::size_t count) {
     const Lane last = shuffleLane(lane, load<Lane>(slide.data() + (count - wordBytes)));
@@ -189,8 +192,8 @@ struct Triples {
 };
 
 // Eight units and more, without a stop.
-template <class Form>
-ZELK_OPERATION std::size_t encodeLanes(const unsigned char *text, std::size_t count, char *out, UnitOrder order) {
+template <class Form, UnitOrder order>
+ZELK_STAGE Progress encodeLanes(const unsigned char *text, std::size_t count, char *out) {
     std::size_t read = 0;
     std::size_t written = 0;
     while (count - read >= blockUnits + Form::surplus) {
@@ -204,38 +207,10 @@ ZELK_OPERATION std::size_t encodeLanes(const unsigned char *text, std::size_t co
         written += Form::putExactly(out + (written - again), units) - again;
         read = at + laneUnits;
     }
-    return written;
+    return {count, written};
 }
 
-ZELK_OPERATION std::size_t encodeStretch(const unsigned char *text, Stretch stretch, char *out, UnitOrder order) {
-    return stretch.bits < 0x800 ? encodeLanes<Pairs>(text, stretch.count, out, order)
-                                : encodeLanes<Triples>(text, stretch.count, out, order);
-}
-
-// ---- Texts
-
-// Fewer than 8 units, or those in front of a stop.
-ZELK_STAGE Progress encodeSingly(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
-    count = unitsBeforeStop(text, count, form);
-    return {count, encodeFew(text, count, out, orderOf(form))};
-}
-
-// 8 to 128 units that may be read and are sure to fit: few enough for one rare character not to slow down many others.
-inline constexpr std::size_t stretchUnits = 128;
-
-// One for each order, for these are the texts of most calls.
-template <UnitOrder order>
-ZELK_STAGE Progress encodeUpTo128(const unsigned char *text, std::size_t count, char *out, Clean clean) {
-    const UnitForm form = formOf(order, clean);
-    const Stretch stretch = count >= blockUnits ? stretchOf(text, count, form) : stretchOfLanes(text, count, form);
-    return stretch.count < laneUnits ? Progress{stretch.count, encodeFew(text, stretch.count, out, order)}
-                                     : Progress{stretch.count, encodeStretch(text, stretch, out, order)};
-}
-
-ZELK_OPERATION Progress encodeUpTo128(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
-    return orderOf(form) == UnitOrder::LowFirst ? encodeUpTo128<UnitOrder::LowFirst>(text, count, out, Clean::Any)
-                                                : encodeUpTo128<UnitOrder::HighFirst>(text, count, out, cleanOf(form));
-}
+// ---- ASCII
 
 // Whether packed units are ASCII: the others are less as signed numbers.
 ZELK_OPERATION bool areAscii(Bytes bytes, Clean clean) {
@@ -258,103 +233,179 @@ ZELK_OPERATION void storeHalves(char *out, std::size_t count, Bytes bytes) {
     }
 }
 
-// As many units of ASCII as come first, by blocks; of the last block a part may be taken for the second time.
+// Eight units and more of ASCII.
+ZELK_OPERATION void putAscii(const unsigned char *text, std::size_t count, char *out, UnitOrder order) {
+    if (count < blockUnits) {
+        store(out, packedLane(laneUnitsAt(text, 0, order)));
+        store(out + (count - laneUnits), packedLane(laneUnitsAt(text, count - laneUnits, order)));
+    } else if (count < stepUnits) {
+        storeHalves(out, count, packedAt(text, 0, count - blockUnits, order));
+    } else {
+        for (std::size_t at = 0; at + stepUnits < count; at += stepUnits) {
+            store(out + at, packedAt(text, at, at + blockUnits, order));
+        }
+        store(out + (count - stepUnits), packedAt(text, count - stepUnits, count - blockUnits, order));
+    }
+}
+
+// ---- Texts
+
+// Fewer than 8 units, or those in front of a stop.
+ZELK_STAGE Progress encodeSingly(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
+    count = unitsBeforeStop(text, count, form);
+    return {count, encodeFew(text, count, out, orderOf(form))};
+}
+
+// 8 to 128 units that are sure to fit. They are looked at before they are converted: few enough for one rare character
+// not to slow down many others.
+inline constexpr std::size_t stretchUnits = 128;
+
+// Two blocks. The second one may be in a line of its own.
+struct Step {
+    Units front, back;
+
+    // False where a unit stops.
+    ZELK_OPERATION bool load(Step &step, const unsigned char *text, UnitForm form) {
+        step.front = unitsAt(text, 0, orderOf(form));
+        if (lineBytes < 2 * blockBytes && cleanOf(form) == Clean::Any &&
+            anyBit(asBytes(stopsAmong(step.front, Clean::Any)))) [[unlikely]] {
+            return false;
+        }
+        step.back = unitsAt(text, blockUnits, orderOf(form));
+        return !anyBit(asBytes(stopsAmong(step.front, cleanOf(form)) | stopsAmong(step.back, cleanOf(form))));
+    }
+};
+
+// As many units of ASCII as come first, by steps.
 ZELK_OPERATION std::size_t encodeAscii(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
     const UnitOrder order = orderOf(form);
     std::size_t done = 0;
-    while (done != count) {
-        const std::size_t at = std::min(done, count - blockBytes);
-        const Bytes bytes = packedAt(text, at, at + blockUnits, order);
+    for (; count - done >= stepUnits; done += stepUnits) {
+        const unsigned char *const from = text + 2 * done;
+        const Units front = unitsAt(from, 0, order);
+        if (lineBytes < 2 * blockBytes && cleanOf(form) == Clean::Any && anyBit(asBytes(stopsAmong(front, Clean::Any))))
+            [[unlikely]] {
+            break;
+        }
+        const Bytes bytes = packed(front, unitsAt(from, blockUnits, order));
         if (!areAscii(bytes, cleanOf(form))) {
             break;
         }
-        store(out + at, bytes);
-        done = at + blockBytes;
+        store(out + done, bytes);
     }
     return done;
 }
 
-// More than two blocks, of which all units may be read and are sure to fit.
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress encodeReadable(const unsigned char *text, std::size_t count, char *out) {
-    constexpr UnitForm form = formOf(order, clean);
+// Units of any kind by steps, up to two of ASCII. A step is stored, its lanes whole, when the next one is known not to
+// stop, and to fit: what reaches too far is then written over.
+ZELK_OPERATION Progress encodeMixed(const unsigned char *text, std::size_t count, char *out, std::size_t room,
+                                    UnitForm form) {
+    constexpr std::size_t ahead = 2 * stepUnits;
     Progress done;
-    while (done.read != count) {
-        const unsigned char *const from = text + 2 * done.read;
-        char *const to = out + done.written;
-        const std::size_t left = count - done.read;
-        const std::size_t wanted = std::min(left, stretchUnits);
-        const std::size_t ascii = left >= blockBytes ? encodeAscii(from, left, to, form) : 0;
-        const Progress step = ascii != 0            ? Progress{ascii, ascii}
-                              : wanted >= laneUnits ? encodeUpTo128<order>(from, wanted, to, clean)
-                                                    : encodeSingly(from, wanted, to, form);
-        done.read += step.read;
-        done.written += step.written;
-        if (ascii == 0 && step.read < wanted) {
+    Step step;
+    if (count < ahead || !Step::load(step, text, form)) {
+        return done;
+    }
+    bool wasAscii = false;
+    while (count - done.read >= ahead && room - done.written >= ahead * detail::longestSequence) {
+        Step next;
+        if (!Step::load(next, text + 2 * (done.read + stepUnits), form)) [[unlikely]] {
             break;
         }
+        char *const to = out + done.written;
+        const Stretch stretch = {stepUnits, step.front | step.back};
+        std::size_t bytes = 0;
+        if (areBelow(stretch, 0x800)) {
+            bytes = Pairs::putBlock(to, step.front);
+            bytes += Pairs::putBlock(to + bytes, step.back);
+        } else {
+            bytes = Triples::putBlock(to, step.front);
+            bytes += Triples::putBlock(to + bytes, step.back);
+        }
+        done.read += stepUnits;
+        done.written += bytes;
+        step = next;
+        const bool isAscii = bytes == stepUnits;
+        if (isAscii && wasAscii) {
+            break;
+        }
+        wasAscii = isAscii;
     }
     return done;
 }
 
-ZELK_OPERATION Progress encodeReadable(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
-    return form == UnitForm::LowFirst    ? encodeReadable<UnitOrder::LowFirst, Clean::Any>(text, count, out)
-           : form == UnitForm::HighFirst ? encodeReadable<UnitOrder::HighFirst, Clean::Any>(text, count, out)
-                                         : encodeReadable<UnitOrder::HighFirst, Clean::NoControls>(text, count, out);
-}
-
-ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room,
-                               UnitForm form) {
-    constexpr std::size_t mostAtOnce = 1024; // units that are looked at for a zero, then converted
+// Steps from the beginning of a line on, as long as a further one follows.
+template <UnitOrder order>
+ZELK_STAGE Progress encodeSteps(const unsigned char *text, std::size_t count, char *out, std::size_t room,
+                                Clean clean) {
+    const UnitForm form = formOf(order, clean);
     Progress done;
     for (;;) {
-        const unsigned char *const from = text + 2 * done.read;
-        const std::size_t fitting = (room - done.written) / detail::longestSequence;
-        const std::size_t wanted = std::min({count - done.read, fitting, mostAtOnce});
-        const std::size_t units = cleanOf(form) == Clean::Any ? readableUnits(from, wanted, orderOf(form)) : wanted;
-        char *const to = out + done.written;
-        const Progress step = units > blockBytes   ? encodeReadable(from, units, to, form)
-                              : units >= laneUnits ? encodeUpTo128(from, units, to, form)
-                                                   : encodeSingly(from, units, to, form);
-        done.read += step.read;
-        done.written += step.written;
-        if (done.read == count || wanted < laneUnits || step.read == 0) {
+        const std::size_t fitting = std::min(count - done.read, (room - done.written) / detail::longestSequence);
+        const std::size_t ascii = encodeAscii(text + 2 * done.read, fitting, out + done.written, form);
+        done.read += ascii;
+        done.written += ascii;
+        const Progress mixed =
+            encodeMixed(text + 2 * done.read, count - done.read, out + done.written, room - done.written, form);
+        if (mixed.read == 0) {
             return done;
         }
+        done.read += mixed.read;
+        done.written += mixed.written;
     }
 }
+
+// More than 128 units, or little room. A part is converted as a text of its own.
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room);
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
     constexpr UnitForm form = formOf(order, clean);
     if (count > stretchUnits || room < detail::longestSequence * count) {
-        return encodeLong(text, count, out, room, form);
+        return encodeLong<order, clean>(text, count, out, room);
     }
     if (count < laneUnits) {
         return encodeSingly(text, count, out, form);
     }
-    if (clean == Clean::Any) {
-        count = readableUnits(text, count, order);
+    const Stretch stretch = count >= blockUnits ? stretchOf(text, count, form) : stretchOfLanes(text, count, form);
+    if (stretch.count < laneUnits) [[unlikely]] {
+        return encodeSingly(text, stretch.count, out, form);
     }
-    if (count > 4 * blockUnits) {
-        return encodeReadable(text, count, out, form);
+    if (areBelow(stretch, 0x80)) {
+        putAscii(text, stretch.count, out, order);
+        return {stretch.count, stretch.count};
     }
-    if (count > 2 * blockUnits) {
-        const Bytes front = packedAt(text, 0, blockUnits, order);
-        const Bytes back = packedAt(text, count - 2 * blockUnits, count - blockUnits, order);
-        if (areAscii(lesserSigned(front, back), clean)) {
-            store(out, front);
-            store(out + (count - blockBytes), back);
-            return {count, count};
+    return areBelow(stretch, 0x800) ? encodeLanes<Pairs, order>(text, stretch.count, out)
+                                    : encodeLanes<Triples, order>(text, stretch.count, out);
+}
+
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    Progress done;
+    const auto fitting = [&]() { return std::min(count - done.read, (room - done.written) / detail::longestSequence); };
+    const auto goOn = [&](const Progress &step) {
+        done.read += step.read;
+        done.written += step.written;
+        return step.read;
+    };
+    const auto part = [&](std::size_t units) {
+        return goOn(ucs2ToUtf8<order, clean>(text + 2 * done.read, units, out + done.written,
+                                             detail::longestSequence * units)) == units;
+    };
+    for (;;) {
+        if (fitting() > stretchUnits) {
+            if (clean == Clean::Any && !part(unitsInLine(text + 2 * done.read))) {
+                return done;
+            }
+            goOn(encodeSteps<order>(text + 2 * done.read, count - done.read, out + done.written, room - done.written,
+                                    clean));
         }
-    } else if (count >= blockUnits) {
-        const Bytes bytes = packedAt(text, 0, count - blockUnits, order);
-        if (areAscii(bytes, clean)) {
-            storeHalves(out, count, bytes);
-            return {count, count};
+        const std::size_t units = std::min(fitting(), stretchUnits);
+        if (!part(units) || done.read == count || units < laneUnits) {
+            return done;
         }
     }
-    return count >= laneUnits ? encodeUpTo128(text, count, out, form) : encodeSingly(text, count, out, form);
 }
 
 // ---- Measuring
@@ -377,14 +428,13 @@ ZELK_OPERATION std::size_t bytesBeyondOne(const unsigned char *text, std::size_t
 static_assert(2 * stretchUnits / blockUnits <= 0xFF);
 
 ZELK_STAGE Progress measure(const unsigned char *text, std::size_t count, UnitOrder order) {
-    const UnitForm form = formOf(order, Clean::Any);
+    constexpr UnitForm form = UnitForm::LowFirst; // a zero is one in any order
     Progress done;
     for (;;) {
         const unsigned char *const from = text + 2 * done.read;
         const std::size_t wanted = std::min(count - done.read, stretchUnits);
-        const std::size_t units = wanted >= blockUnits ? readableUnits(from, wanted, order) : wanted;
         const std::size_t clean =
-            units >= blockUnits ? stretchOf(from, units, form).count : unitsBeforeStop(from, units, form);
+            wanted >= blockUnits ? stretchOf(from, wanted, form).count : unitsBeforeStop(from, wanted, form);
         done.read += clean;
         done.written += clean + bytesBeyondOne(from, clean, order);
         if (clean < stretchUnits) {

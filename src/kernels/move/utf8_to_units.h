@@ -218,10 +218,16 @@ ZELK_STAGE std::size_t countUnits(const unsigned char *text, std::size_t length)
     return units;
 }
 
+// Character by character.
+ZELK_STAGE Progress convertCharacters(const unsigned char *text, std::size_t length, unsigned short *out,
+                                      std::size_t room, Clean clean) {
+    return plain::convertCharacters(text, length, out, room, clean);
+}
+
 // Converts bytes that are right, as far as they fit.
 ZELK_STAGE Progress convertRight(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
     if (length < endBytes + 2 || (room < length && countUnits(text, length) > room)) {
-        return plain::utf8ToUcs2<Clean::Any>(text, length, out, room);
+        return convertCharacters(text, length, out, room, Clean::Any);
     }
     return {length, convertBlocks(text, length, out)};
 }
@@ -279,13 +285,6 @@ ZELK_STAGE Progress convertLong(const unsigned char *text, std::size_t length, u
             return done;
         }
     }
-}
-
-// Character by character.
-ZELK_OPERATION Progress convertCharacters(const unsigned char *text, std::size_t length, unsigned short *out,
-                                          std::size_t room, Clean clean) {
-    return clean == Clean::Any ? plain::utf8ToUcs2<Clean::Any>(text, length, out, room)
-                               : plain::utf8ToUcs2<Clean::NoControls>(text, length, out, room);
 }
 
 ZELK_STAGE Progress convert(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,

@@ -71,8 +71,9 @@ inline std::size_t wellFormedCharacter(const unsigned char *text, std::size_t le
 
 // Walks over well-formed clean text: takeAscii(at) for eight bytes of ASCII, take(unit) for another character, each of
 // which returns false where there is no room for it.
-template <Clean clean, class TakeAscii, class Take>
-std::size_t walk(const unsigned char *text, std::size_t length, TakeAscii takeAscii, Take take) {
+template <class TakeAscii, class Take>
+ZELK_OPERATION std::size_t walk(const unsigned char *text, std::size_t length, Clean clean, TakeAscii takeAscii,
+                                Take take) {
     Extent extent(text, length);
     std::size_t read = 0;
     while (read < extent.length()) {
@@ -91,11 +92,11 @@ std::size_t walk(const unsigned char *text, std::size_t length, TakeAscii takeAs
     return read;
 }
 
-template <Clean clean>
-ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+ZELK_OPERATION Progress convertCharacters(const unsigned char *text, std::size_t length, unsigned short *out,
+                                          std::size_t room, Clean clean) {
     std::size_t written = 0;
-    const std::size_t read = walk<clean>(
-        text, length,
+    const std::size_t read = walk(
+        text, length, clean,
         [&](const unsigned char *ascii) {
             if (room - written < wordBytes) {
                 return false;
@@ -114,12 +115,16 @@ ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, un
     return {read, written};
 }
 
+template <Clean clean>
+ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
+    return convertCharacters(text, length, out, room, clean);
+}
+
 // The bytes at the front of a text that are characters, and those of the first one alone.
-template <Clean clean, Last last>
-ZELK_STAGE std::size_t checkCharacters(const unsigned char *text, std::size_t length) {
-    return walk<clean>(
-        text, length, [](const unsigned char *) { return true; },
-        [](unsigned int unit) { return isTaken(last, unit); });
+ZELK_OPERATION std::size_t checkCharacters(const unsigned char *text, std::size_t length, Clean clean, Last last) {
+    return walk(
+        text, length, clean, [](const unsigned char *) { return true; },
+        [last](unsigned int unit) { return isTaken(last, unit); });
 }
 
 inline std::size_t checkCharacter(const unsigned char *text, std::size_t length, Clean clean, Last last) {
@@ -129,11 +134,11 @@ inline std::size_t checkCharacter(const unsigned char *text, std::size_t length,
 }
 
 ZELK_STAGE std::size_t wellFormedUtf8(const unsigned char *text, std::size_t length) {
-    return checkCharacters<Clean::Any, Last::LeftOut>(text, length);
+    return checkCharacters(text, length, Clean::Any, Last::LeftOut);
 }
 
 ZELK_STAGE std::size_t copyCleanUtf8(const unsigned char *text, std::size_t length, char *out) {
-    const std::size_t bytes = checkCharacters<Clean::NoControls, Last::LeftOut>(text, length);
+    const std::size_t bytes = checkCharacters(text, length, Clean::NoControls, Last::LeftOut);
     std::memcpy(out, text, bytes);
     return bytes;
 }

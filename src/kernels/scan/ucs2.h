@@ -12,8 +12,6 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 inline constexpr std::size_t laneUnits = laneBytes / 2;
 inline constexpr std::size_t wordUnits = laneUnits / 2;
 
-using Words = std::uint64_t __attribute__((vector_size(laneBytes)));
-
 ZELK_OPERATION unsigned int unitAt(const unsigned char *text, std::size_t index, UnitOrder order) {
     const unsigned int first = text[2 * index];
     const unsigned int second = text[2 * index + 1];
@@ -39,21 +37,6 @@ ZELK_OPERATION Vector stopsAmong(Vector units, Clean clean) {
     return reinterpret_cast<Vector>(((units & 0xFF60) == 0) | ((units & 0xFFE0) == 0xE080));
 }
 
-ZELK_OPERATION unsigned int bitsOfLane(LaneUnits units) {
-    const auto words = reinterpret_cast<Words>(units);
-    const std::uint64_t word = words[0] | words[1];
-    const std::uint64_t half = word | word >> 32U;
-    return static_cast<unsigned int>(half | half >> 16U) & 0xFFFFU;
-}
-
-ZELK_OPERATION unsigned int bitsOfBlock(Units units) {
-    LaneUnits bits = asLaneUnits(laneOf<0>(asBytes(units)));
-    if constexpr (blockLanes == 2) {
-        bits |= asLaneUnits(laneOf<1>(asBytes(units)));
-    }
-    return bitsOfLane(bits);
-}
-
 // The units in front of the first stop, one by one.
 ZELK_STAGE std::size_t unitsBeforeStop(const unsigned char *text, std::size_t count, UnitForm form) {
     std::size_t units = 0;
@@ -65,43 +48,27 @@ ZELK_STAGE std::size_t unitsBeforeStop(const unsigned char *text, std::size_t co
 
 // ---- What may be read
 
-// Whether there is a zero from an even address to the end of its line, all of whose units there belong to the text or
-// come after its zero. Blocks are read from the one that holds the address up to the first zero.
-ZELK_OPERATION bool restOfLineHasZero(const unsigned char *text) {
-    const std::size_t place = placeInLine(text);
-    const std::size_t inBlock = place % blockBytes;
-    const auto zerosAt = [](const unsigned char *block) {
-        return placesOf(asBytes(equalUnits(asUnits(loadAligned(block)), Units{})));
-    };
-    std::uint64_t zeros = zerosAt(text - inBlock) >> inBlock * bitsPerPlace;
-    for (std::size_t at = place - inBlock + blockBytes; zeros == 0 && at < lineBytes; at += blockBytes) {
-        zeros = zerosAt(text - place + at);
-    }
-    return zeros != 0;
+inline constexpr std::size_t lineUnits = lineBytes / 2;
+
+// The first bit of every place of a unit in a line.
+inline constexpr std::uint64_t unitPlaces = ~std::uint64_t{0} / ((std::uint64_t{1} << 2 * bitsPerPlace) - 1);
+
+// The units from an address on that end in its line, and those of them in front of a zero.
+ZELK_OPERATION std::size_t unitsInLine(const unsigned char *text) {
+    return bytesInLine(text) / 2;
 }
 
-// Of at most `count` units, as many as may be read at once: all, where no zero ends the text in a line before the last
-// of them. Else the text ends in front of the zero. A unit across the end of a line is taken to the line after it.
-ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t count, UnitOrder order) {
-    constexpr std::size_t lineUnits = lineBytes / 2;
-    if (areInLine(text, 2 * count)) {
-        return count;
+// Blocks are read from the one that holds the address up to the first zero.
+ZELK_OPERATION std::size_t unitsInLineBeforeZero(const unsigned char *text) {
+    const auto zerosAt = [](const unsigned char *block) { return placesOf(equal(loadAligned(block), Bytes{})); };
+    const auto unitsOf = [](std::uint64_t zeros) { return zeros & zeros >> bitsPerPlace & unitPlaces; };
+    const std::size_t before = placeInLine(text) % blockBytes;
+    std::uint64_t zeros = zerosAt(text - before) >> before * bitsPerPlace;
+    for (std::size_t at = blockBytes - before; unitsOf(zeros) == 0 && at < bytesInLine(text); at += blockBytes) {
+        zeros |= zerosAt(text + at) << at * bitsPerPlace;
     }
-    const std::size_t first = bytesInLine(text) / 2;
-    const bool isEven = reinterpret_cast<std::uintptr_t>(text) % 2 == 0;
-    if (isEven ? restOfLineHasZero(text) : unitsBeforeStop(text, first, formOf(order, Clean::Any)) != first)
-        [[unlikely]] {
-        return unitsBeforeStop(text, first, formOf(order, Clean::Any));
-    }
-    for (std::size_t checked = first; count - checked > lineUnits; checked += lineUnits) {
-        const unsigned char *const line = text + 2 * checked;
-        for (std::size_t at = 0; at < lineUnits; at += blockUnits) {
-            if (anyBit(asBytes(equalUnits(unitsAt(line, at, UnitOrder::LowFirst), Units{})))) [[unlikely]] {
-                return checked + unitsBeforeStop(line, lineUnits, formOf(order, Clean::Any));
-            }
-        }
-    }
-    return count;
+    return unitsOf(zeros) == 0 ? unitsInLine(text)
+                               : static_cast<std::size_t>(std::countr_zero(unitsOf(zeros))) / (2 * bitsPerPlace);
 }
 
 // ---- Stretches
@@ -109,40 +76,73 @@ ZELK_OPERATION std::size_t readableUnits(const unsigned char *text, std::size_t 
 // Units without a stop, and all of their bits.
 struct Stretch {
     std::size_t count;
-    unsigned int bits;
+    Units bits;
 };
 
-// Of a text that may be read: a block of units or more.
-ZELK_OPERATION Stretch stretchOf(const unsigned char *text, std::size_t count, UnitForm form) {
-    const UnitOrder order = orderOf(form);
-    Units bits{};
-    Units stops{};
-    const auto look = [&](Clean clean) {
-        bits = unitsAt(text, count - blockUnits, order);
-        stops = stopsAmong(bits, clean);
-        for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
-            const Units units = unitsAt(text, at, order);
-            bits |= units;
-            stops |= stopsAmong(units, clean);
-        }
-    };
-    cleanOf(form) == Clean::Any ? look(Clean::Any) : look(Clean::NoControls);
-    if (anyBit(asBytes(stops))) [[unlikely]] {
-        count = unitsBeforeStop(text, count, form);
-    }
-    return {count, bitsOfBlock(bits)};
+ZELK_OPERATION bool areBelow(const Stretch &stretch, unsigned int powerOfTwo) {
+    return !anyBit(asBytes(stretch.bits & repeatUnit(0x10000 - powerOfTwo)));
 }
 
-// Two lanes, which may overlap: 8 to 16 units.
-ZELK_OPERATION Stretch stretchOfLanes(const unsigned char *text, std::size_t count, UnitForm form) {
-    const UnitOrder order = orderOf(form);
-    const LaneUnits front = laneUnitsAt(text, 0, order);
-    const LaneUnits back = laneUnitsAt(text, count - laneUnits, order);
-    const LaneUnits stops = stopsAmong(front, cleanOf(form)) | stopsAmong(back, cleanOf(form));
-    if (bitsOfLane(stops) != 0) [[unlikely]] {
-        count = unitsBeforeStop(text, count, form);
+// The bits of the units looked at, and whether one of them stops.
+struct Look {
+    Units bits;
+    Units stops;
+
+    ZELK_OPERATION void at(Look &look, const unsigned char *text, std::size_t index, UnitForm form) {
+        const Units units = unitsAt(text, index, orderOf(form));
+        look.bits |= units;
+        look.stops |= stopsAmong(units, cleanOf(form));
     }
-    return {count, bitsOfLane(front | back)};
+
+    // A line, or as many units at another place.
+    ZELK_OPERATION void atLine(Look &look, const unsigned char *text, std::size_t index, UnitForm form) {
+#pragma GCC unroll 8
+        for (std::size_t i = 0; i < lineUnits; i += blockUnits) {
+            at(look, text, index + i, form);
+        }
+    }
+};
+
+// A block of units or more. Where a zero may end the text, a line is read when those before it have none.
+ZELK_OPERATION Stretch stretchOf(const unsigned char *text, std::size_t count, UnitForm form) {
+    const bool mayEnd = cleanOf(form) == Clean::Any && !areInLine(text, 2 * count);
+    if (mayEnd) {
+        const std::size_t units = unitsInLineBeforeZero(text);
+        if (units != unitsInLine(text)) [[unlikely]] {
+            return {units, repeatUnit(0xFFFF)};
+        }
+    }
+    Look look{};
+    if (count > lineUnits) {
+        Look::atLine(look, text, 0, form);
+        for (std::size_t at = mayEnd ? unitsInLine(text) : lineUnits; count - at > lineUnits; at += lineUnits) {
+            Look::atLine(look, text, at, form);
+            if (mayEnd && anyBit(asBytes(look.stops))) [[unlikely]] {
+                return {unitsBeforeStop(text, count, form), look.bits};
+            }
+        }
+        Look::atLine(look, text, count - lineUnits, form);
+    } else {
+        for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
+            Look::at(look, text, at, form);
+        }
+        Look::at(look, text, count - blockUnits, form);
+    }
+    return {anyBit(asBytes(look.stops)) ? unitsBeforeStop(text, count, form) : count, look.bits};
+}
+
+// Two lanes of a block of two, which may overlap: 8 to 16 units.
+ZELK_OPERATION Stretch stretchOfLanes(const unsigned char *text, std::size_t count, UnitForm form) {
+    if (cleanOf(form) == Clean::Any && !areInLine(text, 2 * count)) {
+        const std::size_t units = unitsInLineBeforeZero(text);
+        if (units != unitsInLine(text)) [[unlikely]] {
+            return {units, repeatUnit(0xFFFF)};
+        }
+    }
+    const Units units = asUnits(joined(asLane(laneUnitsAt(text, 0, orderOf(form))),
+                                       asLane(laneUnitsAt(text, count - laneUnits, orderOf(form)))));
+    const bool stops = anyBit(asBytes(stopsAmong(units, cleanOf(form))));
+    return {stops ? unitsBeforeStop(text, count, form) : count, units};
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

@@ -183,13 +183,8 @@ ZELK_OPERATION bool hasFaults(const Utf8Block &first, const unsigned char *at, c
 // ---- Checking
 
 // The bytes at the front of a text that are characters, one by one.
-ZELK_OPERATION std::size_t checkCharacters(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
-    if (rule.last == Last::LeftOut) {
-        return rule.clean == Clean::Any ? plain::checkCharacters<Clean::Any, Last::LeftOut>(text, length)
-                                        : plain::checkCharacters<Clean::NoControls, Last::LeftOut>(text, length);
-    }
-    return rule.clean == Clean::Any ? plain::checkCharacters<Clean::Any, Last::Taken>(text, length)
-                                    : plain::checkCharacters<Clean::NoControls, Last::Taken>(text, length);
+ZELK_STAGE std::size_t checkCharacters(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
+    return plain::checkCharacters(text, length, rule.clean, rule.last);
 }
 
 // How far the characters are right, of a text with a fault among its first `read` bytes: less than `read`, or the fault
