@@ -70,9 +70,9 @@ TEST(Live, ScanEndsInOrderOnASignal) {
     for (const char *signal : {"INT", "TERM"}) {
         const Result result = converse("scan --ndjson", "cat '" + samples +
                                                             "multiplex.ts' >&7 &\n"
-                                                            "feeder=$!\n"
+                                                            "read -r -u 8 first\n"
                                                             "cat <&8 >/dev/null &\n"
-                                                            "wait $feeder; sleep 0.2; kill -" +
+                                                            "kill -" +
                                                             signal + " $pid; wait $pid; echo \"status $?\"");
         EXPECT_EQ(result.out, "status 0\n") << signal << result;
     }
