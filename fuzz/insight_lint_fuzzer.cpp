@@ -34,13 +34,13 @@ void checkWholeStringRules(const std::vector<zelkInsightFault> &faults) {
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    constexpr unsigned int room = 1024;
     constexpr const char *languages[] = {nullptr, "eng", "rus", "gre", "jpn", "", "xx", "srp"};
     fuzz::Input input(data, size);
     const fuzz::DvbSettings s(input);
     const char *const language = languages[input.byte() % std::size(languages)];
-    const unsigned int options = input.byte() & 3U; // a guess has no effect
-    const std::string text = input.rest().substr(0, 256);
+    const unsigned int options = input.byte() & 3U;      // a guess has no effect
+    const std::string text = input.rest().substr(0, 96); // a guess takes its time
+    const auto room = static_cast<unsigned int>(3 * text.size() + ZelkInsightRuleEnd - ZelkInsightRuleFirst);
     const fuzz::DvbString string(text, true);
     const zelkInsightSettings settings = {s.region, s.code, s.extra, s.flags, options};
 

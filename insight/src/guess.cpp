@@ -103,23 +103,25 @@ struct Characters {
     std::array<unsigned short, 256> different;
     unsigned int count = 0;
     unsigned int differentCount = 0;
-    bool whole = true; // false where more different ones came than there are numbers
 
-    void add(unsigned int character) {
+    // Where more different ones come than there are numbers, the others count as the first.
+    unsigned char numberOf(unsigned int character) {
         const auto unit = static_cast<unsigned short>(character);
         const unsigned short *const begin = different.data();
-        auto number = static_cast<unsigned int>(std::find(begin, begin + differentCount, unit) - begin);
-        if (number == differentCount) {
-            if (differentCount == different.size()) {
-                whole = false;
-                number = 0;
-            } else {
-                different[differentCount++] = unit;
-            }
+        const auto number = static_cast<unsigned int>(std::find(begin, begin + differentCount, unit) - begin);
+        if (number == different.size()) {
+            return 0;
         }
-        units[count] = unit;
-        numbers[count++] = static_cast<unsigned char>(number);
+        if (number == differentCount) {
+            different[differentCount++] = unit;
+        }
+        return static_cast<unsigned char>(number);
     }
+    void add(unsigned int character, unsigned char number) {
+        units[count] = static_cast<unsigned short>(character);
+        numbers[count++] = number;
+    }
+    void add(unsigned int character) { add(character, numberOf(character)); }
 };
 
 // False where the bytes cannot be UTF-8. A sequence that the look cuts off is no fault.
@@ -135,18 +137,27 @@ bool readUtf8(const unsigned char *bytes, unsigned int count, Characters &charac
     return true;
 }
 
+// What a byte stands for where it is no mark of the letter after it.
+unsigned int characterOf(zelkInsightTable number, const tables::CodePoints &set, bool marks, unsigned int byte) {
+    if (byte >= 0x80 && byte < 0xA0 && !isWindows(number)) {
+        const bool known = byte == 0x8A || byte == 0x86 || byte == 0x87;
+        return known ? 0x0AU : lostCharacter;
+    }
+    const bool markAlone = marks && tables::dvbMarks.sets[tables::latinMarks].columnOf[byte] != 0;
+    const unsigned int character = set[byte];
+    return !markAlone && (character != tables::unassigned || byte < 0x80) ? character : missingCharacter;
+}
+
 void readBytes(zelkInsightTable number, const unsigned char *bytes, unsigned int count, Characters &characters) {
     const tables::DvbTable table = byteTable(number);
     const tables::CodePoints &set = tables::codePointsOf(table.set);
     const bool marks = table.set == tables::ByteSet::DvbDefault;
+    std::array<bool, 256> seen{};
+    std::array<unsigned short, 256> units;
+    std::array<unsigned char, 256> numbers;
     for (unsigned int at = 0; at < count; ++at) {
         const unsigned int byte = bytes[at];
-        if (byte >= 0x80 && byte < 0xA0 && !isWindows(number)) {
-            const bool known = byte == 0x8A || byte == 0x86 || byte == 0x87;
-            characters.add(known ? 0x0AU : lostCharacter);
-            continue;
-        }
-        if (marks && at + 1 < count) {
+        if (marks && byte >= 0xA0 && at + 1 < count) {
             const unsigned int composed = tables::composeIn(tables::dvbMarks, tables::latinMarks, bytes[at + 1], byte);
             if (composed != 0) {
                 ++at;
@@ -155,11 +166,86 @@ void readBytes(zelkInsightTable number, const unsigned char *bytes, unsigned int
                 continue;
             }
         }
-        const bool markAlone = marks && tables::dvbMarks.sets[tables::latinMarks].columnOf[byte] != 0;
-        const unsigned int character = set[byte];
-        characters.add(markAlone                                        ? missingCharacter
-                       : character != tables::unassigned || byte < 0x80 ? character
-                                                                        : missingCharacter);
+        if (!seen[byte]) {
+            seen[byte] = true;
+            units[byte] = static_cast<unsigned short>(characterOf(number, set, marks, byte));
+            numbers[byte] = characters.numberOf(units[byte]);
+        }
+        characters.add(units[byte], numbers[byte]);
+    }
+}
+
+// ---- Alphabets ----
+
+// The place of a letter in an alphabet, from 1, or one of these.
+constexpr unsigned char none = 0;
+constexpr unsigned char unknown = 255;
+constexpr unsigned char foreign = 254; // of ASCII, in an alphabet of another script
+
+constexpr unsigned int languageCount = std::size(models::guessLanguages);
+constexpr unsigned int noAsciiLetter = 26;
+
+using Places = std::array<unsigned char, languageCount>; // of one character
+
+// By the letters of ASCII, of which most text has the most, and `none` for what is no letter.
+constexpr auto asciiPlaces = []() {
+    std::array<Places, noAsciiLetter + 1> places{};
+    for (unsigned int i = 0; i < languageCount; ++i) {
+        const models::GuessLanguage &language = models::guessLanguages[i];
+        const std::uint16_t *const alphabet = models::guessLetters + language.letters;
+        for (unsigned int letter = 0; letter < noAsciiLetter; ++letter) {
+            places[letter][i] = alphabet[0] == 'a' ? unknown : foreign;
+        }
+        for (unsigned int place = 0; place < language.letterCount && alphabet[place] < 0x80; ++place) {
+            places.at(alphabet[place] - 'a')[i] = static_cast<unsigned char>(place + 1);
+        }
+    }
+    return places;
+}();
+
+// The other letters of all alphabets, in order, one after another where several alphabets have them.
+struct LetterPlace {
+    unsigned short letter;
+    unsigned char language;
+    unsigned char place;
+};
+
+constexpr std::size_t letterPlaceCount = []() {
+    std::size_t count = 0;
+    for (const models::GuessLanguage &language : models::guessLanguages) {
+        for (unsigned int i = 0; i < language.letterCount; ++i) {
+            count += models::guessLetters[language.letters + i] >= 0x80 ? 1 : 0;
+        }
+    }
+    return count;
+}();
+
+constexpr auto letterPlaces = []() {
+    std::array<LetterPlace, letterPlaceCount> all{};
+    std::size_t count = 0;
+    for (unsigned int i = 0; i < languageCount; ++i) {
+        const models::GuessLanguage &language = models::guessLanguages[i];
+        for (unsigned int k = 0; k < language.letterCount; ++k) {
+            const std::uint16_t letter = models::guessLetters[language.letters + k];
+            if (letter >= 0x80) {
+                all[count++] = {letter, static_cast<unsigned char>(i), static_cast<unsigned char>(k + 1)};
+            }
+        }
+    }
+    std::sort(all.begin(), all.end(), [](LetterPlace a, LetterPlace b) { return a.letter < b.letter; });
+    return all;
+}();
+
+void findPlaces(unsigned int small, Places &places) {
+    if (small - 'a' < noAsciiLetter) {
+        places = asciiPlaces[small - 'a'];
+        return;
+    }
+    places.fill(unknown);
+    const auto isBefore = [](LetterPlace candidate, unsigned int letter) { return candidate.letter < letter; };
+    const auto *at = std::lower_bound(letterPlaces.begin(), letterPlaces.end(), small, isBefore);
+    for (; at != letterPlaces.end() && at->letter == small; ++at) {
+        places[at->language] = at->place;
     }
 }
 
@@ -172,18 +258,36 @@ bool isApostrophe(unsigned int character) {
     return character == 0x2019 || character == 0x2018 || character == 0x00B7 || character == 0x00AD;
 }
 
-// What does not depend on the language: signs, capitals, and letters of two scripts in one word.
-unsigned int costOfSigns(const Characters &characters) {
+// What the different characters of a text are, and where in the alphabets.
+struct Letters {
+    explicit Letters(const Characters &characters) {
+        for (unsigned int i = 0; i < characters.differentCount; ++i) {
+            const unsigned int character = characters.different[i];
+            if (character >= lostCharacter || !isLetter(character)) {
+                kinds[i] = NoLetter;
+                places[i].fill(none);
+            } else {
+                const unsigned int small = zelk2lowerChar(character);
+                kinds[i] = small != character ? Capital : Small;
+                findPlaces(small, places[i]);
+            }
+        }
+    }
+
     std::array<Kind, 256> kinds;
+    std::array<Places, 256> places;
+};
+
+// What does not depend on the language: signs, capitals, and letters of two scripts in one word.
+unsigned int costOfSigns(const Characters &characters, const Letters &letters) {
+    const std::array<Kind, 256> &kinds = letters.kinds;
     std::array<Script, 256> scripts;
     std::array<unsigned char, 256> costs;
     for (unsigned int i = 0; i < characters.differentCount; ++i) {
         const unsigned int character = characters.different[i];
-        const bool letter = character < lostCharacter && isLetter(character);
         const bool latin = character < 0x0250 || (character >= 0x1E00 && character < 0x1F00);
-        kinds[i] = !letter ? NoLetter : zelk2lowerChar(character) != character ? Capital : Small;
-        scripts[i] = !letter ? NoScript : latin ? Latin : OtherScript;
-        costs[i] = letter ? 0 : static_cast<unsigned char>(signCost(character));
+        scripts[i] = kinds[i] == NoLetter ? NoScript : latin ? Latin : OtherScript;
+        costs[i] = kinds[i] == NoLetter ? static_cast<unsigned char>(signCost(character)) : 0;
     }
     unsigned int cost = 0;
     Kind beforeThat = NoLetter;
@@ -216,51 +320,77 @@ unsigned int costOfSigns(const Characters &characters) {
     return cost;
 }
 
-unsigned int costByLanguage(const Characters &characters, const models::GuessLanguage &language) {
-    constexpr unsigned char none = 0;
-    constexpr unsigned char unknown = 255;
-    constexpr unsigned char foreign = 254;
-    const auto *const letters = models::guessLetters + language.letters;
-    const auto *const lettersEnd = letters + language.letterCount;
-    const bool latin = letters[0] == 'a';
-    std::array<unsigned char, 256> places;
-    for (unsigned int i = 0; i < characters.differentCount; ++i) {
-        const unsigned int character = characters.different[i];
-        const unsigned int small = character < lostCharacter ? zelk2lowerChar(character) : character;
-        const auto *const found = std::lower_bound(letters, lettersEnd, small);
-        const bool known = found != lettersEnd && *found == small;
-        places[i] = known ? static_cast<unsigned char>(found - letters + 1)
-                    : character >= lostCharacter || !isLetter(character) ? none
-                    : small < 0x80 && !latin                             ? foreign
-                                                                         : unknown;
+// What a character costs after another, by their places.
+unsigned int costAfter(const models::GuessLanguage &language, unsigned int before, unsigned int now) {
+    if (now >= foreign) {
+        return now == unknown ? unknownLetter : foreignLetter;
     }
-    const unsigned int width = language.letterCount + 1U;
-    const unsigned char *const costs = models::guessCosts + language.costs;
-    unsigned int cost = 0;
-    unsigned int before = none;
-    bool known = true; // the one before
-    for (unsigned int i = 0; i < characters.count; ++i) {
-        const unsigned int now = places[characters.numbers[i]];
-        if (now >= foreign) {
-            cost += now == unknown ? unknownLetter : foreignLetter;
-            known = false;
-            continue;
+    if (before >= foreign) {
+        return now == none ? 1 : afterUnknown;
+    }
+    const unsigned int place = before * (language.letterCount + 1U) + now;
+    const unsigned int pair = models::guessCosts[language.costs + place / 2];
+    return place % 2 == 0 ? pair >> 4U : pair & 0x0FU;
+}
+
+// Where in a text its cost depends on the table that it is read by, and by language the cost of all else.
+struct Differences {
+    std::array<unsigned short, longestLook> places;
+    unsigned int count = 0;
+    std::array<unsigned int, languageCount> alike{};
+};
+
+// Of tables with a character for each byte: a graphic one of ASCII after another costs the same in all of them.
+void findDifferences(const unsigned char *bytes, unsigned int count, Differences &differences) {
+    const auto isOther = [](unsigned int byte) { return byte - 0x20 >= 0x5F; };
+    std::array<unsigned char, longestLook + 1> letters; // the first is before the text
+    std::array<unsigned short, longestLook> others;
+    unsigned int otherCount = 0;
+    letters[0] = noAsciiLetter;
+    for (unsigned int at = 0; at < count; ++at) {
+        const unsigned int letter = (bytes[at] | 0x20U) - 'a';
+        letters[at + 1] = static_cast<unsigned char>(letter < noAsciiLetter ? letter : noAsciiLetter);
+        const bool differs = isOther(bytes[at]) || (at != 0 && isOther(bytes[at - 1]));
+        (differs ? differences.places[differences.count++] : others[otherCount++]) = static_cast<unsigned short>(at);
+    }
+    for (unsigned int i = 0; i < languageCount; ++i) {
+        for (unsigned int k = 0; k < otherCount; ++k) {
+            const unsigned int at = others[k];
+            differences.alike[i] +=
+                costAfter(models::guessLanguages[i], asciiPlaces[letters[at]][i], asciiPlaces[letters[at + 1]][i]);
         }
-        if (known) {
-            const unsigned int place = before * width + now;
-            cost += place % 2 == 0 ? costs[place / 2] >> 4U : costs[place / 2] & 0x0FU;
-        } else {
-            cost += now == none ? 1 : afterUnknown;
-        }
-        before = now;
-        known = true;
+    }
+}
+
+void takeAll(unsigned int count, Differences &differences) {
+    for (; differences.count < count; ++differences.count) {
+        differences.places[differences.count] = static_cast<unsigned short>(differences.count);
+    }
+}
+
+// Gives up above `limit`: a language that costs more than another is not the text's.
+unsigned int costByLanguage(const Characters &characters, const Letters &letters, const Differences &differences,
+                            unsigned int number, unsigned int limit) {
+    const auto placeAt = [&](unsigned int at) { return letters.places[characters.numbers[at]][number]; };
+    unsigned int cost = differences.alike[number];
+    for (unsigned int i = 0; i < differences.count && cost <= limit; ++i) {
+        const unsigned int at = differences.places[i];
+        cost += costAfter(models::guessLanguages[number], at == 0 ? none : placeAt(at - 1), placeAt(at));
     }
     return cost;
 }
 
-bool isLanguage(const models::GuessLanguage &language, const char *code) {
-    return std::strcmp(language.code, code) == 0 || std::strcmp(language.bibliographic, code) == 0 ||
-           std::strcmp(language.terminologic, code) == 0;
+// A bit for each language that goes by this code, which may be null.
+std::uint64_t languagesOf(const char *code) {
+    static_assert(languageCount <= 64);
+    std::uint64_t bits = 0;
+    for (unsigned int i = 0; code != nullptr && i < languageCount; ++i) {
+        const models::GuessLanguage &language = models::guessLanguages[i];
+        const bool same = std::strcmp(language.code, code) == 0 || std::strcmp(language.bibliographic, code) == 0 ||
+                          std::strcmp(language.terminologic, code) == 0;
+        bits |= static_cast<std::uint64_t>(same) << i;
+    }
+    return bits;
 }
 
 struct Weighed {
@@ -277,19 +407,25 @@ std::uint64_t hashOf(const Characters &characters) {
     return hash;
 }
 
-Weighed weigh(const Characters &characters, const char *language) {
-    Weighed best{0xFFFFFFFFU, 0, hashOf(characters)};
-    for (unsigned int i = 0; i < std::size(models::guessLanguages); ++i) {
-        unsigned int cost = costByLanguage(characters, models::guessLanguages[i]) + languageGain;
-        if (language != nullptr && isLanguage(models::guessLanguages[i], language)) {
-            cost -= languageGain;
+// Begins with the language `first`, which the result does not depend on: what is likely cheap lets the others end
+// early.
+Weighed weigh(const Characters &characters, const Differences &differences, std::uint64_t expected,
+              unsigned int first) {
+    const Letters letters(characters);
+    Weighed best{0xFFFFFFFFU, languageCount, 0};
+    for (unsigned int i = 0; i <= languageCount; ++i) {
+        const unsigned int number = i == 0 ? first : i - 1;
+        const unsigned int prior = (expected >> number & 1U) != 0 ? 0 : languageGain;
+        if (best.cost < prior) {
+            continue;
         }
-        if (cost < best.cost) {
+        const unsigned int cost = prior + costByLanguage(characters, letters, differences, number, best.cost - prior);
+        if (cost < best.cost || (cost == best.cost && number < best.language)) {
             best.cost = cost;
-            best.language = i;
+            best.language = number;
         }
     }
-    best.cost += costOfSigns(characters);
+    best.cost += costOfSigns(characters, letters);
     return best;
 }
 
@@ -305,6 +441,9 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
         }
         return 1;
     }
+    const std::uint64_t expected = languagesOf(language);
+    Differences byteByByte;
+    findDifferences(bytes, count, byteByByte);
     std::array<Weighed, candidateCount> weighed;
     std::array<unsigned int, candidateCount> order;
     unsigned int found = 0;
@@ -317,7 +456,22 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
         } else if (!readUtf8(bytes, count, characters)) {
             continue;
         }
-        weighed[i] = weigh(characters, language);
+        const std::uint64_t text = hashOf(characters);
+        const auto *const same = std::find_if(order.begin(), order.begin() + found,
+                                              [&](unsigned int other) { return weighed[other].text == text; });
+        if (same != order.begin() + found) {
+            weighed[i] = weighed[*same];
+            weighed[i].cost -= candidates[*same].prior;
+        } else {
+            Differences all;
+            const bool joined = characters.count != count; // several bytes to one character
+            if (joined) {
+                takeAll(characters.count, all);
+            }
+            weighed[i] = weigh(characters, joined ? all : byteByByte, expected,
+                               found == 0 ? 0 : weighed[order[found - 1]].language);
+            weighed[i].text = text;
+        }
         weighed[i].cost += candidates[i].prior;
         announcedPlace = table == announced ? i : announcedPlace;
         order[found++] = i;
