@@ -11,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace zelk::insight {
 namespace {
@@ -170,12 +171,25 @@ constexpr auto malayRows = tables::readMalaysiaRows<tables::malayTable.rows()>(m
 template <std::size_t Count>
 using Rows = std::array<tables::MalaysiaRow, Count>;
 
+// A node of a tree: its piece, filled up with zeros, if a code ends there, and how codes go on.
 struct PieceNode {
-    std::array<std::uint16_t, 2> child; // by the next bit, counted from this node; 0 where no code goes on
-    std::array<char, 4> piece;          // of a node that ends a code
-    std::uint8_t length;                // 0 for all others
+    static constexpr std::uint16_t zeroBit = 0x8000; // a 0 bit leads to the next node
 
-    constexpr bool branches() const { return child[0] != 0 || child[1] != 0; }
+    std::array<char, tables::longestPiece> piece{};
+    std::uint16_t next = 0; // zeroBit or not, and where a 1 bit leads, counted from this node; 0 where no code goes on
+
+    constexpr bool branches() const { return next != 0; }
+    constexpr bool endsCode() const { return piece[0] != 0; }
+    // Counted from this node; 0 where no code goes on.
+    constexpr std::size_t child(unsigned int bit) const {
+        const auto ofOne = static_cast<std::uint16_t>(next & ~zeroBit);
+        return bit == 1 ? ofOne : ofOne != next ? 1 : 0;
+    }
+};
+
+struct GrownNode {
+    std::array<std::size_t, 2> child{}; // by the next bit; 0 where no code goes on
+    std::string_view piece;             // empty where no code ends
 };
 
 // No code has more bits: what a tree has room for while it grows.
@@ -183,7 +197,7 @@ constexpr std::size_t mostBits = 24;
 
 template <std::size_t Nodes>
 struct GrownTree {
-    std::array<PieceNode, Nodes> nodes{};
+    std::array<GrownNode, Nodes> nodes{};
     std::size_t used = 1;
 };
 
@@ -193,16 +207,13 @@ consteval GrownTree<Count * mostBits> grow(const Rows<Count> &rows) {
     for (const tables::MalaysiaRow &row : rows) {
         std::size_t node = 0;
         for (const char bit : row.code) {
-            std::uint16_t &child = tree.nodes[node].child[bit == '1' ? 1 : 0];
+            std::size_t &child = tree.nodes[node].child[bit == '1' ? 1 : 0];
             if (child == 0) {
-                child = static_cast<std::uint16_t>(tree.used++ - node);
+                child = tree.used++;
             }
-            node += child;
+            node = child;
         }
-        for (std::size_t i = 0; i < row.piece.size(); ++i) {
-            tree.nodes[node].piece[i] = row.piece[i];
-        }
-        tree.nodes[node].length = static_cast<std::uint8_t>(row.piece.size());
+        tree.nodes[node].piece = row.piece;
     }
     return tree;
 }
@@ -211,13 +222,16 @@ consteval GrownTree<Count * mostBits> grow(const Rows<Count> &rows) {
 template <std::size_t Nodes, std::size_t Room>
 consteval std::size_t copyDepthFirst(const GrownTree<Room> &from, std::size_t node, std::array<PieceNode, Nodes> &to,
                                      std::size_t place) {
+    const GrownNode &grown = from.nodes[node];
+    std::copy(grown.piece.begin(), grown.piece.end(), to[place].piece.begin());
     std::size_t end = place + 1;
-    to[place] = from.nodes[node];
-    for (std::size_t bit = 0; bit < 2; ++bit) {
-        if (from.nodes[node].child[bit] != 0) {
-            to[place].child[bit] = static_cast<std::uint16_t>(end - place);
-            end = copyDepthFirst(from, node + from.nodes[node].child[bit], to, end);
-        }
+    if (grown.child[0] != 0) {
+        to[place].next = PieceNode::zeroBit;
+        end = copyDepthFirst(from, grown.child[0], to, end);
+    }
+    if (grown.child[1] != 0) {
+        to[place].next |= static_cast<std::uint16_t>(end - place);
+        end = copyDepthFirst(from, grown.child[1], to, end);
     }
     return end;
 }
@@ -238,11 +252,13 @@ constexpr int malayType = 6;
 constexpr unsigned int endPath = 0x7F; // a 1 bit that leads nowhere after this path ends the text
 
 void recordPiece(Recorder &recorder, const PieceNode &node, Span span) {
-    std::array<unsigned int, 4> characters{};
-    for (std::size_t i = 0; i < node.length; ++i) {
-        characters[i] = static_cast<unsigned char>(node.piece[i]);
+    std::array<unsigned int, tables::longestPiece> characters{};
+    unsigned int count = 0;
+    while (count < characters.size() && node.piece[count] != 0) {
+        characters[count] = static_cast<unsigned char>(node.piece[count]);
+        ++count;
     }
-    recorder.characters(characters.data(), node.length, span);
+    recorder.characters(characters.data(), count, span);
 }
 
 } // namespace
@@ -257,14 +273,15 @@ void recordPieces(Recorder &recorder, const Reading &reading) {
         unsigned int path = 0;
         while (!bits.atEnd() && tree[node].branches()) {
             const unsigned int bit = bits.peek();
-            if (tree[node].child[bit] == 0) {
+            const std::size_t child = tree[node].child(bit);
+            if (child == 0) {
                 break;
             }
-            node += tree[node].child[bit];
+            node += child;
             path = path << 1U | bit;
             bits.next();
         }
-        if (tree[node].length != 0) {
+        if (tree[node].endsCode()) {
             recordPiece(recorder, tree[node], spanOf(first, bits.at()));
             continue;
         }

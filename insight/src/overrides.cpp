@@ -2,6 +2,7 @@
 // Receivers hold a few hundred entries at most and look once for each service, so that nothing is indexed.
 #include "zelk_insight.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -13,9 +14,9 @@ constexpr std::string_view firstLine = "zelk-overrides 1";
 
 // Takes what stands before `separator` off the text.
 std::string_view takeUntil(std::string_view &text, char separator) {
-    const std::size_t end = text.find(separator);
-    const std::string_view taken = text.substr(0, end);
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    const std::size_t end = std::min(text.find(separator), text.size());
+    const std::string_view taken(text.data(), end); // substr() refers to exceptions, which not every machine has
+    text.remove_prefix(std::min(end + 1, text.size()));
     return taken;
 }
 

@@ -73,6 +73,17 @@ struct Output {
             hash.add(static_cast<Unit>(elements[i]));
         }
     }
+    // Of the second library, which may overwrite what is between the terminator and the size.
+    void addTo(Hash &hash, unsigned int result, int size) const {
+        hash.add(result);
+        const unsigned int end = size > 0 ? static_cast<unsigned int>(size) : 1;
+        for (unsigned int i = 0; i < room; ++i) {
+            if (i <= result || (i >= end && elements[i] != static_cast<Element>(guard))) {
+                hash.add(i);
+                hash.add(static_cast<Unit>(elements[i]));
+            }
+        }
+    }
 };
 
 extern "C" void *malloc(__SIZE_TYPE__ size);
@@ -665,7 +676,7 @@ void evidence(Random &random, Hash &hash, const DifferentialTables & /*tables*/)
     const int size = random.oneIn(4) ? anySize(random) : static_cast<int>(room);
     Output<char> out;
     const unsigned int length = zelkInsightDecode(&settings, out.elements, size, text.chars(), count, &found);
-    out.addTo(hash, length);
+    out.addTo(hash, length, size);
     hash.add(found.findingCount);
     hash.add(found.stepCount);
     hash.add(reinterpret_cast<const unsigned int *>(&found.severity), 7);
@@ -676,7 +687,7 @@ void evidence(Random &random, Hash &hash, const DifferentialTables & /*tables*/)
     }
     hash.add(static_cast<unsigned int>(zelkInsightDecodeSize(&settings, text.chars(), count)));
     Output<char> alone;
-    alone.addTo(hash, zelkInsightDecode(&settings, alone.elements, size, text.chars(), count, nullptr));
+    alone.addTo(hash, zelkInsightDecode(&settings, alone.elements, size, text.chars(), count, nullptr), size);
     zelkInsightSpan spans[16];
     const unsigned int pieces = zelkInsightSplitEmphasis(&found, length, spans, 16);
     hash.add(pieces);
@@ -717,32 +728,36 @@ void guess(Random &random, Hash &hash, const DifferentialTables & /*tables*/) {
     const String wrong = utf8String(random);
     zelkInsightRepaired repaired;
     Output<char> out;
-    out.addTo(hash, zelkInsightRepair(out.elements, anySize(random), wrong.chars(), anyCount(random, wrong.length),
-                                      anyLanguage(random), &repaired));
+    const int size = anySize(random);
+    out.addTo(hash,
+              zelkInsightRepair(out.elements, size, wrong.chars(), anyCount(random, wrong.length), anyLanguage(random),
+                                &repaired),
+              size);
     addRecords<zelkInsightRepaired, 3>(hash, &repaired, 1);
 }
 
 void texts(Random &random, Hash &hash, const DifferentialTables & /*tables*/) {
     const String text = utf8String(random);
     const int count = anyCount(random, text.length);
+    const int size = anySize(random);
     Output<char> lower;
-    lower.addTo(hash, zelkInsightLower(lower.elements, anySize(random), text.chars(), count));
+    lower.addTo(hash, zelkInsightLower(lower.elements, size, text.chars(), count), size);
     Output<char> upper;
-    upper.addTo(hash, zelkInsightUpper(upper.elements, anySize(random), text.chars(), count));
+    upper.addTo(hash, zelkInsightUpper(upper.elements, size, text.chars(), count), size);
     Output<char> folded;
-    folded.addTo(hash, zelkInsightFold(folded.elements, anySize(random), text.chars(), count));
+    folded.addTo(hash, zelkInsightFold(folded.elements, size, text.chars(), count), size);
     Output<char> key;
-    const int size = zelkInsightSortKeySize(text.chars(), count);
-    hash.add(static_cast<unsigned int>(size));
-    key.addTo(hash, zelkInsightSortKey(key.elements, random.oneIn(3) ? anySize(random) : size, text.chars(), count,
-                                       random.below(2)));
+    const int keySize = zelkInsightSortKeySize(text.chars(), count);
+    hash.add(static_cast<unsigned int>(keySize));
+    const int keyRoom = random.oneIn(3) ? size : keySize;
+    key.addTo(hash, zelkInsightSortKey(key.elements, keyRoom, text.chars(), count, random.below(2)), keyRoom);
     const String parts[] = {dvbString(random), dvbString(random), dvbString(random)};
     const zelkInsightPiece pieces[] = {{parts[0].chars(), static_cast<int>(parts[0].length)},
                                        {parts[1].chars(), static_cast<int>(parts[1].length)},
                                        {parts[2].chars(), static_cast<int>(parts[2].length)}};
     unsigned int used = 0;
     Output<char> joined;
-    joined.addTo(hash, zelkInsightJoinPieces(joined.elements, anySize(random), pieces, random.below(4), &used));
+    joined.addTo(hash, zelkInsightJoinPieces(joined.elements, size, pieces, random.below(4), &used), size);
     hash.add(used);
 }
 
@@ -761,15 +776,15 @@ void encode(Random &random, Hash &hash, const DifferentialTables & /*tables*/) {
     settings.forms = random.oneIn(3) ? 0 : random.oneIn(2) ? 1U << random.below(24) : random.below(1U << 24U);
     settings.options = random.below(2);
     zelkInsightEncoded encoded = {};
+    const int size = anySize(random);
     Output<char> out;
-    out.addTo(hash, zelkInsightEncode(&settings, out.elements, anySize(random), text.chars(), count, &encoded));
+    out.addTo(hash, zelkInsightEncode(&settings, out.elements, size, text.chars(), count, &encoded), size);
     addRecords<zelkInsightEncoded, 8>(hash, &encoded, 1);
     hash.add(zelkInsightEncodePieces(&settings, static_cast<int>(1 + random.below(60)), text.chars(), count, takePiece,
                                      &hash, &encoded));
     addRecords<zelkInsightEncoded, 8>(hash, &encoded, 1);
     Output<char> compressed;
-    compressed.addTo(hash,
-                     zelkInsightCompress(random.below(6), compressed.elements, anySize(random), text.chars(), count));
+    compressed.addTo(hash, zelkInsightCompress(random.below(6), compressed.elements, size, text.chars(), count), size);
 }
 
 struct Family {
