@@ -109,6 +109,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     require(quick.text == full.text && quick.evidence.findingCount == full.evidence.findingCount &&
                 quick.evidence.severity == full.evidence.severity,
             "steps change nothing");
+    require(quick.evidence.reason == full.evidence.reason && quick.evidence.table == full.evidence.table &&
+                quick.evidence.code == full.evidence.code && quick.evidence.extra == full.evidence.extra &&
+                quick.evidence.charSet == full.evidence.charSet &&
+                quick.evidence.selectorLength == full.evidence.selectorLength,
+            "a string is read alike with steps and without");
     require(cut.text.size() <= quick.text.size() || cut.evidence.findingCount != 0, "what is cut is told");
 
     const bool ignored = (options & ZelkInsightIgnoreSelector) != 0 && quick.evidence.selectorLength != 0;

@@ -1,7 +1,14 @@
 // The counts of clean.h: 16 bytes at a time in the vectors that compilers have for every machine, and 64 with AVX-512,
 // since libmurn-zelk decodes with it and the counts must not take longer than that.
 #include "clean.h"
+#include "decode.h"
+#include "reading.h"
 
+#include "detail/dvb_select.h"
+#include "tables/byte_set_definitions.h"
+#include "tables/dvb_marks.h"
+
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -9,6 +16,12 @@
 #if defined(__x86_64__) && defined(__gnu_linux__)
 #define ZELK_INSIGHT_AVX512 1
 #include <immintrin.h>
+
+// GCC 12 takes the registers that its own intrinsics leave undefined on purpose for mistakes of the caller.
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
 #endif
 
 namespace zelk::insight {
@@ -80,7 +93,8 @@ Bytes kindOfPortable(const unsigned char *bytes, std::size_t count) {
     return !anyOf(beyond) ? Bytes::Ascii : !anyOf(other) ? Bytes::Graphic : Bytes::Other;
 }
 
-Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count) {
+Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count, tables::ByteSet /*set*/,
+                        bool /*marks*/) {
     const Bytes kind = kindOfPortable(bytes, count);
     if (kind == Bytes::Ascii) { // another text may be shorter, and what follows it keeps its value
         std::memcpy(out, bytes, count);
@@ -99,7 +113,7 @@ bool isPlainTwoBytePortable(const unsigned char *bytes, std::size_t count) {
             const auto stored = reinterpret_cast<Units>(block);
             constexpr bool swapped = std::endian::native == std::endian::little;
             const Units units = swapped ? stored << 8 | stored >> 8 : stored;
-            other |= (units - 0x20 >= 0xD7E0) | (units - 0x7F < 0x21);
+            other |= (units - 0x20 >= 0x5F) & (units - 0xA0 >= 0xD760) & (units < 0xE0A0);
         },
         [] {});
     return !anyOf(reinterpret_cast<Signed>(other));
@@ -207,10 +221,10 @@ bool isSameUtf8Portable(const unsigned char *bytes, const char *text, std::size_
 
 #if defined(ZELK_INSIGHT_AVX512)
 
-#define ZELK_INSIGHT_TARGET gnu::target("avx512bw,popcnt")
+#define ZELK_INSIGHT_TARGET gnu::target("avx512bw,avx512vbmi,popcnt")
 
-bool hasAvx512() {
-    return __builtin_cpu_supports("avx512bw") != 0;
+inline bool hasAvx512() {
+    return __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vbmi") != 0;
 }
 
 [[ZELK_INSIGHT_TARGET]] inline std::size_t ones(std::uint64_t mask) {
@@ -223,6 +237,11 @@ bool hasAvx512() {
 
 [[ZELK_INSIGHT_TARGET]] inline __m512i allUnits(unsigned int unit) {
     return _mm512_set1_epi16(static_cast<short>(unit));
+}
+
+// A bit for each of `count` bytes, as far as they are in one block.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint64_t firstOnes(std::size_t count) {
+    return count < 64 ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
 }
 
 // Calls visit(block, valid) for all blocks until it returns false; `valid` has a bit for each byte that is one of the
@@ -253,7 +272,7 @@ constexpr unsigned int graphicPlaces = 0x5F;
     std::uint64_t beyond = 0;
     std::uint64_t other = 0;
     forEachWideBlock(
-        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,popcnt"))) {
+        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
             const std::uint64_t here = valid & beyondAscii(block);
             beyond |= here;
             other |= _mm512_mask_cmplt_epu8_mask(here, block, all(0xA0));
@@ -262,22 +281,101 @@ constexpr unsigned int graphicPlaces = 0x5F;
     return beyond == 0 ? Bytes::Ascii : other == 0 ? Bytes::Graphic : Bytes::Other;
 }
 
-[[ZELK_INSIGHT_TARGET]] Bytes copyAsciiAvx512(char *out, const unsigned char *bytes, std::size_t count) {
-    for (; count >= 64; count -= 64, bytes += 64, out += 64) {
-        const __m512i block = _mm512_loadu_si512(bytes);
-        if (beyondAscii(block) != 0) {
-            return kindOfAvx512(bytes, count);
+// Of each set the graphic characters. By the upper half of a byte a bit for it, and by the lower half those bits that
+// have a character there. The upper halves of ASCII, all full but the last, share a bit.
+constexpr std::array<std::uint8_t, 16> upperBits = {0, 0, 64, 64, 64, 64, 64, 128, 0, 0, 1, 2, 4, 8, 16, 32};
+
+constexpr auto graphicBytes = []() {
+    std::array<std::array<std::uint8_t, 16>, tables::byteSetCount> result{};
+    constexpr auto pool = tables::expandByteSets();
+    for (std::size_t set = 0; set < pool.size(); ++set) {
+        for (unsigned int byte = 0x20; byte <= 0xFF; ++byte) {
+            const bool graphic = byte < 0x80 ? byte != 0x7F : pool[set][byte] != tables::unassigned;
+            const unsigned int bits = graphic ? upperBits[byte >> 4U] : 0U;
+            result[set][byte & 0x0FU] = static_cast<std::uint8_t>(result[set][byte & 0x0FU] | bits);
         }
-        _mm512_storeu_si512(out, block);
     }
-    const std::uint64_t valid = (std::uint64_t{1} << count) - 1;
+    return result;
+}();
+
+[[ZELK_INSIGHT_TARGET]] inline __m512i inEachQuarter(const std::uint8_t *bytes) {
+    return _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes)));
+}
+
+// The places of marks without a letter after them, at `next`, that is known to wear them.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint64_t lonelyMarks(__m512i block, std::uint64_t high,
+                                                                             __m512i next) {
+    const tables::MarkPlanes &planes = tables::markPlanes;
+    const __m512i bits = _mm512_maskz_permutex2var_epi8(high, _mm512_load_si512(planes.bits), block,
+                                                        _mm512_load_si512(planes.bits + sizeof(__m512i)));
+    const std::uint64_t last = _mm512_test_epi8_mask(block, all(0x08));
+    const std::uint64_t letters = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(next, all(0x40)), all(0x40));
+    const __m512i worn =
+        _mm512_mask_blend_epi8(last, _mm512_maskz_permutexvar_epi8(letters, next, _mm512_load_si512(planes.firstMarks)),
+                               _mm512_maskz_permutexvar_epi8(letters, next, _mm512_load_si512(planes.lastMarks)));
+    return _mm512_mask_testn_epi8_mask(_mm512_test_epi8_mask(bits, bits), bits, worn);
+}
+
+// What is known of the bytes of a string: a bit for each.
+struct Judgement {
+    std::uint64_t high = 0;
+    std::uint64_t other = 0; // that may have a finding
+
+    Bytes kind() const { return other != 0 ? Bytes::Other : high == 0 ? Bytes::Ascii : Bytes::Whole; }
+};
+
+// Of a block and the bytes that are one place further.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline Judgement judge(__m512i block, std::uint64_t valid,
+                                                                   const unsigned char *next, std::size_t nextCount,
+                                                                   tables::ByteSet set, bool marks) {
+    const __m512i lower = inEachQuarter(graphicBytes[static_cast<std::size_t>(set)].data());
+    const __m512i half = all(0x0F);
+    const __m512i upperHalf = _mm512_and_si512(_mm512_srli_epi16(block, 4), half);
+    Judgement judgement;
+    judgement.high = _mm512_movepi8_mask(block);
+    judgement.other = _mm512_mask_testn_epi8_mask(valid, _mm512_shuffle_epi8(lower, _mm512_and_si512(block, half)),
+                                                  _mm512_shuffle_epi8(inEachQuarter(upperBits.data()), upperHalf));
+    if (marks && judgement.high != 0) {
+        judgement.other |= lonelyMarks(block, judgement.high, _mm512_maskz_loadu_epi8(firstOnes(nextCount), next));
+    }
+    return judgement;
+}
+
+// Ascii, which is copied, Whole, or Other where that is not known.
+[[ZELK_INSIGHT_TARGET, gnu::noinline]] Bytes copyLongAscii(char *out, const unsigned char *bytes, std::size_t count,
+                                                           tables::ByteSet set, bool marks) {
+    Judgement all;
+    for (std::size_t at = 0; at < count; at += sizeof(__m512i)) {
+        const std::uint64_t valid = firstOnes(count - at);
+        const __m512i block = _mm512_maskz_loadu_epi8(valid, bytes + at);
+        const Judgement here = judge(block, valid, bytes + at + 1, count - at - 1, set, marks);
+        all.high |= here.high;
+        all.other |= here.other;
+        if ((all.high | all.other) == 0) {
+            _mm512_mask_storeu_epi8(out + at, valid, block);
+        }
+    }
+    return all.kind();
+}
+
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline Bytes
+copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::ByteSet set, bool marks) {
+    if (count > sizeof(__m512i)) [[unlikely]] {
+        return copyLongAscii(out, bytes, count, set, marks);
+    }
+    const std::uint64_t valid = firstOnes(count);
     const __m512i block = _mm512_maskz_loadu_epi8(valid, bytes);
-    const std::uint64_t beyond = valid & beyondAscii(block);
-    if (beyond == 0) {
+    const Bytes kind = judge(block, valid, bytes + 1, count - 1, set, marks).kind();
+    if (kind == Bytes::Ascii) {
         _mm512_mask_storeu_epi8(out, valid, block);
-        return Bytes::Ascii;
     }
-    return _mm512_mask_cmplt_epu8_mask(beyond, block, all(0xA0)) == 0 ? Bytes::Graphic : Bytes::Other;
+    return kind;
+}
+
+[[ZELK_INSIGHT_TARGET]] Bytes copyAsciiAvx512(char *out, const unsigned char *bytes, std::size_t count,
+                                              tables::ByteSet set, bool marks) {
+    const Bytes kind = copyIfAscii(out, bytes, count, set, marks);
+    return kind == Bytes::Other ? kindOfAvx512(bytes, count) : kind;
 }
 
 [[ZELK_INSIGHT_TARGET]] std::uint64_t highBytesAvx512(const unsigned char *bytes, std::size_t count) {
@@ -285,29 +383,32 @@ constexpr unsigned int graphicPlaces = 0x5F;
     return _mm512_movepi8_mask(_mm512_maskz_loadu_epi8(valid, bytes));
 }
 
-[[ZELK_INSIGHT_TARGET]] bool isPlainTwoByteAvx512(const unsigned char *bytes, std::size_t count) {
-    std::uint32_t other = 0;
-    forEachWideBlock(
-        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,popcnt"))) {
-            const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
-            const std::uint32_t plain =
-                _mm512_cmplt_epu16_mask(_mm512_sub_epi16(units, allUnits(0x20)), allUnits(0xD7E0)) &
-                _mm512_cmpge_epu16_mask(_mm512_sub_epi16(units, allUnits(0x7F)), allUnits(0x21));
-            const auto pairs = static_cast<std::uint32_t>(__builtin_popcountll(valid) / 2);
-            other |= ~plain & (pairs == 32 ? ~std::uint32_t{0} : (std::uint32_t{1} << pairs) - 1);
-            return true;
-        });
-    return other == 0;
+// By unit of two bytes, high byte first. ASCII, up to U+D7FF, and from U+E0A0: what is between the last two is not
+// worth a look of its own.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint32_t plainUnits(__m512i block) {
+    const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
+    return _mm512_cmplt_epu16_mask(_mm512_sub_epi16(units, allUnits(0x20)), allUnits(0x5F)) |
+           _mm512_cmplt_epu16_mask(_mm512_sub_epi16(units, allUnits(0xA0)), allUnits(0xD760)) |
+           _mm512_cmpge_epu16_mask(units, allUnits(0xE0A0));
+}
+
+[[ZELK_INSIGHT_TARGET]] inline bool isPlainTwoByteAvx512(const unsigned char *bytes, std::size_t count) {
+    std::uint64_t other = 0;
+    for (; count > sizeof(__m512i); count -= sizeof(__m512i), bytes += sizeof(__m512i)) {
+        other |= static_cast<std::uint32_t>(~plainUnits(_mm512_loadu_si512(bytes)));
+    }
+    const __m512i block = _mm512_maskz_loadu_epi8(firstOnes(count), bytes);
+    return (other | (~std::uint64_t{plainUnits(block)} & firstOnes(count / 2))) == 0;
 }
 
 // Leads and the bytes that they ask for, as bits; what a block asks of the next one is carried over.
-[[ZELK_INSIGHT_TARGET]] bool copyUtf8Avx512(char *out, const unsigned char *bytes, std::size_t count) {
+[[ZELK_INSIGHT_TARGET, gnu::noinline]] bool copyUtf8Avx512(char *out, const unsigned char *bytes, std::size_t count) {
     std::uint64_t wanted = 0;
     std::uint64_t atC2 = 0; // whether the byte before the block is this one
     std::uint64_t atE0 = 0;
     std::uint64_t other = 0;
     forEachWideBlock(
-        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,popcnt"))) {
+        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
             const std::uint64_t high = _mm512_movepi8_mask(block);
             const std::uint64_t continuation = _mm512_cmplt_epi8_mask(block, all(0xC0));
             const std::uint64_t lead = high & ~continuation;
@@ -339,7 +440,7 @@ constexpr unsigned int graphicPlaces = 0x5F;
     StringCounts counts;
     std::uint64_t controls = 0;
     forEachWideBlock(
-        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,popcnt"))) {
+        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
             const std::uint64_t high = _mm512_movepi8_mask(block);
             counts.high += ones(high);
             counts.marks += ones(_mm512_cmplt_epu8_mask(_mm512_sub_epi8(block, all(0xC1)), all(0x0F)));
@@ -355,7 +456,7 @@ constexpr unsigned int graphicPlaces = 0x5F;
     TextCounts counts;
     std::uint64_t rare = 0;
     forEachWideBlock(
-        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,popcnt"))) {
+        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
             counts.continuations += ones(_mm512_cmplt_epi8_mask(block, all(0xC0)));
             counts.high += ones(_mm512_movepi8_mask(block));
             counts.controls += ones(valid & _mm512_cmplt_epu8_mask(block, all(0x20)));
@@ -369,7 +470,7 @@ constexpr unsigned int graphicPlaces = 0x5F;
 [[ZELK_INSIGHT_TARGET]] bool isSameUtf8Avx512(const unsigned char *bytes, const char *text, std::size_t count) {
     std::uint64_t other = 0;
     forEachWideBlock(
-        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,popcnt"))) {
+        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
             const __m512i same = _mm512_maskz_loadu_epi8(valid, text);
             text += 64;
             other |= _mm512_cmpneq_epi8_mask(block, same) | _mm512_cmpeq_epi8_mask(block, all(0xED));
@@ -382,12 +483,67 @@ constexpr unsigned int graphicPlaces = 0x5F;
                                                     std::size_t length, bool marks) {
     return isWhole(
         countTextAvx512(text, length), length, count,
-        marks, [=]() __attribute__((target("avx512bw,popcnt"))) { return countStringAvx512(bytes, count); });
+        marks, [=]() __attribute__((target("avx512bw,avx512vbmi,popcnt"))) { return countStringAvx512(bytes, count); });
 }
 
 [[ZELK_INSIGHT_TARGET]] bool isWholeTextAvx512(const char *text, std::size_t length, std::size_t characters) {
     const TextCounts out = countTextAvx512(text, length);
     return !out.rare && length - out.continuations == characters;
+}
+
+// What most strings begin with: a graphic character, a selector of ISO 8859 in three bytes, or one of these.
+constexpr std::uint32_t knownSelectors = 0x00220EFE; // 0x01 to 0x07, 0x09 to 0x0B, 0x11 and 0x15
+
+[[ZELK_INSIGHT_TARGET]] unsigned int decodeUsualAvx512(const zelkInsightSettings &settings, char *out, int outSize,
+                                                       const char *in, int inLen, zelkInsightEvidence &evidence) {
+    const auto first = static_cast<unsigned char>(*in);
+    unsigned int selected = 0;
+    unsigned int code = DvbCodeTable00;
+    bool known = true;
+    if (first <= detail::lastDvbSelector) {
+        const bool isLong = first == 0x10 && inLen > 3 && in[1] == 0;
+        selected = isLong ? 3 : 1;
+        code = isLong ? static_cast<unsigned char>(in[2]) : detail::dvbSelectorCodes[first];
+        known = isLong ? code - 1 < 15 && code != 12 : (knownSelectors >> first & 1U) != 0;
+    }
+    const auto *const body = reinterpret_cast<const unsigned char *>(in) + selected;
+    const std::size_t count = static_cast<std::size_t>(inLen) - selected;
+    if (!known || outSize < 0 || static_cast<std::size_t>(outSize) <= 3 * count) {
+        return decodeAny(settings, out, outSize, in, inLen, &evidence);
+    }
+    const dvbCharSet_t charSet = selected != 0 ? settings.charSet : DvbCharSetStandard;
+    const zelkInsightTable table = tableOf(charSet, static_cast<DvbCode_t>(code));
+    Bytes kind = Bytes::Other;
+    if (table == ZelkInsightTableUtf8) {
+        kind = copyUtf8Avx512(out, body, count) ? Bytes::Ascii : Bytes::Other;
+    } else if (table == ZelkInsightTableTwoByte) {
+        kind = count % 2 == 0 && isPlainTwoByteAvx512(body, count) ? Bytes::Whole : Bytes::Other;
+    } else {
+        const tables::DvbTable bytes = tables::dvbTables[static_cast<unsigned int>(table)];
+        kind = copyIfAscii(out, body, count, bytes.set, bytes.marks == tables::latinMarks);
+    }
+    if (kind == Bytes::Other) {
+        return decodeAny(settings, out, outSize, in, inLen, &evidence);
+    }
+    if (evidence.findings == nullptr) {
+        evidence.findingRoom = 0;
+    }
+    evidence.findingCount = 0;
+    evidence.stepCount = 0;
+    evidence.severity = ZelkInsightNote;
+    evidence.charSet = charSet;
+    evidence.code = static_cast<DvbCode_t>(code);
+    evidence.extra = 0;
+    evidence.table = table;
+    evidence.reason = selected == 0                                         ? ZelkInsightByDefault
+                      : table != tableOf(DvbCharSetStandard, evidence.code) ? ZelkInsightByRegion
+                                                                            : ZelkInsightBySelector;
+    evidence.selectorLength = selected;
+    if (kind == Bytes::Ascii) {
+        out[count] = 0;
+        return static_cast<unsigned int>(count);
+    }
+    return zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, DvbCodeNone, 0, settings.flags);
 }
 
 #define ZELK_INSIGHT_CHOOSE(function, ...)                                                                             \
@@ -398,8 +554,18 @@ constexpr unsigned int graphicPlaces = 0x5F;
 
 } // namespace
 
-Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count) {
-    return ZELK_INSIGHT_CHOOSE(copyAscii, out, bytes, count);
+Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count, tables::ByteSet set, bool marks) {
+    return ZELK_INSIGHT_CHOOSE(copyAscii, out, bytes, count, set, marks);
+}
+
+unsigned int decodeUsual(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
+                         zelkInsightEvidence &evidence) {
+#if defined(ZELK_INSIGHT_AVX512)
+    if (hasAvx512()) {
+        return decodeUsualAvx512(settings, out, outSize, in, inLen, evidence);
+    }
+#endif
+    return decodeAny(settings, out, outSize, in, inLen, &evidence);
 }
 
 Bytes kindOf(const unsigned char *bytes, std::size_t count) {

@@ -4,6 +4,10 @@
 // is without its character, and every mark has taken a letter. Then nothing has to be looked at one by one.
 #pragma once
 
+#include "tables/byte_sets.h"
+
+#include "zelk_insight.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -11,15 +15,16 @@ namespace zelk::insight {
 
 enum class Bytes {
     Ascii,   // the graphic characters of ASCII alone, which stand for themselves in every table
-    Graphic, // those and bytes of 0xA0 and more
+    Whole,   // those and bytes of 0xA0 and more, each with its character, each mark with a letter that wears it
+    Graphic, // the same, but it is not known whether they are whole
     Other
 };
 
-// Of a string in a single-byte table. ASCII is copied, which is all there is to do for it: `out` has room
-// for all of it.
-Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count);
+// Of a string in the set `set`, with the marks of ISO/IEC 6937 or without any. ASCII is copied, which is all there is
+// to do for it: `out` has room for all of it.
+Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count, tables::ByteSet set, bool marks);
 
-// The same without a copy.
+// What copyAscii() says, without a copy and without Whole.
 Bytes kindOf(const unsigned char *bytes, std::size_t count);
 
 // The places of bytes of 0x80 and more among at most 64, the first in the lowest bit.
@@ -29,7 +34,7 @@ std::uint64_t highBytes(const unsigned char *bytes, std::size_t count);
 // find out otherwise, and then nothing is written; `out` has room for all.
 bool copyUtf8(char *out, const unsigned char *bytes, std::size_t count);
 
-// Whether a whole number of two-byte characters has no control code and none from U+D800 on.
+// Whether a whole number of two-byte characters has no control code, none of their images and no surrogate.
 bool isPlainTwoByte(const unsigned char *bytes, std::size_t count);
 
 // Whether the text in UTF-8 of a string in a single-byte table has a character for each byte, where `marks` says that a
@@ -41,5 +46,10 @@ bool isWholeText(const char *text, std::size_t length, std::size_t characters);
 
 // Whether two texts of UTF-8 are equal and may hold no surrogate.
 bool isSameUtf8(const unsigned char *bytes, const char *text, std::size_t count);
+
+// decodeAny(), quick for most strings that have nothing to say, where the processor can see that at once. The string
+// has a count of two bytes or more, the settings neither options nor a default code, and the evidence no steps.
+unsigned int decodeUsual(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
+                         zelkInsightEvidence &evidence);
 
 } // namespace zelk::insight

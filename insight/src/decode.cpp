@@ -29,28 +29,6 @@ namespace {
 
 // ---- Which table, and why ----
 
-unsigned int tableNumber(dvbCharSet_t charSet, DvbCode_t code) {
-    const auto row = static_cast<unsigned int>(charSet);
-    const auto column = static_cast<unsigned int>(code);
-    return row >= tables::dvbRegionCount ? tables::dvbOtherRegionTable
-                                         : tables::dvbSelectionMatrix[row][column < tables::dvbCodeCount ? column : 0];
-}
-
-zelkInsightTable tableOf(dvbCharSet_t charSet, DvbCode_t code) {
-    switch (code) {
-    case DvbCodeUtf8Prepared:
-        return ZelkInsightTableUtf8Prepared;
-    case DvbCodeUcs2:
-        return ZelkInsightTableTwoByte;
-    case DvbCodeUtf8:
-        return ZelkInsightTableUtf8;
-    case DvbCodeCompressed:
-        return ZelkInsightTableCompressed;
-    default:
-        return static_cast<zelkInsightTable>(tableNumber(charSet, code));
-    }
-}
-
 bool isPieces(int compression) {
     return compression == 5 || compression == 6;
 }
@@ -504,12 +482,17 @@ private:
     }
 
     bool decodeTable() {
-        const Bytes kind = room_ > count_ ? copyAscii(out_, body_, count_) : kindOf(body_, count_);
+        const tables::DvbTable table = byteTable(reading_.table);
+        const Bytes kind = room_ > count_ ? copyAscii(out_, body_, count_, table.set, table.marks == tables::latinMarks)
+                                          : kindOf(body_, count_);
         if (kind == Bytes::Ascii && room_ > count_) {
             endCopy();
             return true;
         }
-        const tables::DvbTable table = byteTable(reading_.table);
+        if (kind == Bytes::Whole && isAmple()) {
+            decodePlainly();
+            return true;
+        }
         const bool marks = table.marks != tables::noMarks;
         const bool full = !marks && isFull(table.set);
         bool seen = kind == Bytes::Graphic && isAmple();
@@ -590,8 +573,10 @@ void begin(zelkInsightEvidence &evidence, const Reading &reading) {
     evidence.selectorLength = reading.begin;
 }
 
-unsigned int decode(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
-                    zelkInsightEvidence *evidence) {
+} // namespace
+
+unsigned int decodeAny(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
+                       zelkInsightEvidence *evidence) {
     Reading reading = readingOf(settings, in, inLen);
     if ((settings.options & ZelkInsightGuessTable) != 0) {
         guessReading(reading);
@@ -608,8 +593,6 @@ unsigned int decode(const zelkInsightSettings &settings, char *out, int outSize,
     record(recorder, reading, settings.flags);
     return recorder.finish(reading.end);
 }
-
-} // namespace
 
 bool isSelectorFaulty(const Reading &reading) {
     return reading.begin < reading.selectorWanted || selectorFinding(reading.text, reading.begin) != noFinding;
@@ -638,8 +621,12 @@ unsigned int zelkInsightDecode(const zelkInsightSettings *settings, char *out, i
                                zelkInsightEvidence *evidence) {
     using namespace zelk::insight;
     const bool missing = in == nullptr;
-    return decode(settings == nullptr ? standardSettings : *settings, out, outSize, missing ? "" : in,
-                  missing ? 0 : inLen, evidence);
+    const zelkInsightSettings &how = settings == nullptr ? standardSettings : *settings;
+    if (evidence != nullptr && evidence->steps == nullptr && how.options == 0 && how.defaultCode == DvbCodeNone &&
+        !missing && inLen > 1) {
+        return decodeUsual(how, out, outSize, in, inLen, *evidence);
+    }
+    return decodeAny(how, out, outSize, missing ? "" : in, missing ? 0 : inLen, evidence);
 }
 
 unsigned int zelkInsightGuessTables(const zelkInsightSettings *settings, const char *in, int inLen,

@@ -30,4 +30,8 @@ void record(Recorder &recorder, const Reading &reading, unsigned int flags);
 // `bytes` have no selector; one more byte must be readable.
 unsigned int decodeAs(zelkInsightTable table, char *out, int outSize, const unsigned char *bytes, unsigned int length);
 
+// zelkInsightDecode() of a string that is there.
+unsigned int decodeAny(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
+                       zelkInsightEvidence *evidence);
+
 } // namespace zelk::insight

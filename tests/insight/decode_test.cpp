@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -55,7 +56,10 @@ Decoded decode(const std::string &string, const zelkInsightSettings &settings = 
     const unsigned int quickLength = zelkInsightDecode(&settings, quickOut.data(), size, in.data(), count, &quick);
     EXPECT_EQ(std::string(quickOut.data(), quickLength), result.text);
     EXPECT_EQ(quick.findingCount, result.evidence.findingCount);
-    EXPECT_EQ(quick.severity, result.evidence.severity);
+    const auto reading = [](const zelkInsightEvidence &of) {
+        return std::tie(of.severity, of.charSet, of.code, of.extra, of.table, of.reason, of.selectorLength);
+    };
+    EXPECT_EQ(reading(quick), reading(result.evidence));
     return result;
 }
 
@@ -347,6 +351,45 @@ TEST(InsightDecode, AgreesWithTheModel) {
             }
         }
         EXPECT_EQ(decoded.text, joined(units)) << round;
+    }
+}
+
+// Without steps most strings are only looked at, in blocks: with so many bytes before that they reach into the next
+// one. decode() compares.
+TEST(InsightDecode, EvidenceIsTheSameWithStepsAndWithout) {
+    std::vector<std::string> heads = {""};
+    for (unsigned int selector = 0x01; selector < 0x20; ++selector) {
+        heads.emplace_back(1, static_cast<char>(selector));
+    }
+    for (unsigned int part = 0; part < 18; ++part) {
+        heads.push_back({'\x10', '\0', static_cast<char>(part)});
+    }
+    const auto compare = [](const std::string &string, dvbCharSet_t region, unsigned int flags) {
+        decode(string, {region, DvbCodeNone, 0, flags, 0});
+    };
+    const auto compareAll = [&](const std::string &head, const std::string &pair) {
+        for (const std::size_t before : {0U, 62U, 63U, 64U}) {
+            compare(head + std::string(before, 'a') + pair, DvbCharSetStandard, 1);
+            compare(head + std::string(before, 'a') + pair + "b", DvbCharSetStandard, 0);
+        }
+    };
+    for (unsigned int mark = 0xC0; mark <= 0xCF; ++mark) {
+        for (unsigned int letter = 0; letter < 0x100; ++letter) {
+            compareAll("", {static_cast<char>(mark), static_cast<char>(letter)});
+        }
+    }
+    for (const std::string &head : heads) {
+        for (unsigned int byte = 0; byte < 0x100; ++byte) {
+            compare(head + std::string(64, 'a') + static_cast<char>(byte), DvbCharSetStandard, 0);
+            for (const dvbCharSet_t region : {DvbCharSetStandard, DvbCharSetIso8859_15, DvbCharSetGb2312}) {
+                compare(head + static_cast<char>(byte) + "a", region, 1);
+            }
+        }
+    }
+    for (unsigned int high = 0; high < 0x100; ++high) {
+        for (const unsigned int low : {0x00U, 0x1FU, 0x20U, 0x7EU, 0x7FU, 0x9FU, 0xA0U, 0xFFU}) {
+            compareAll("\x11", {static_cast<char>(high), static_cast<char>(low)});
+        }
     }
 }
 
