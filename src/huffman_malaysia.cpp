@@ -92,7 +92,9 @@ consteval Tree treeOf(const Rows<Count> &rows) {
 // A lookup by the next bits: the bits of the code in the low six bits, the row of its piece above them. 0 where the
 // tree must be asked: for longer codes, for escapes, and where one more bit may make a longer code.
 using Lookup = std::uint16_t;
-#if defined(ZELK_KERNELS_ONLY)
+#if defined(ZELK_COMPACT)
+constexpr unsigned int lookupBits = 6; // 256 bytes for both tables
+#elif defined(ZELK_KERNELS_ONLY)
 constexpr unsigned int lookupBits = 9; // 2 KiB for both tables
 #else
 constexpr unsigned int lookupBits = 11; // 8 KiB

@@ -4,6 +4,7 @@
 // the data files that the receiver's library is built from, as a tree of bits.
 #include "compressed.h"
 
+#include "tables/derived.h"
 #include "tables/malaysia_rows.h"
 #include "zelk.h"
 
@@ -218,35 +219,76 @@ consteval GrownTree<Count * mostBits> grow(const Rows<Count> &rows) {
     return tree;
 }
 
-// Copies a node and those below it: first all of its 0 bit, at once after it. So a tree also compresses well.
-template <std::size_t Nodes, std::size_t Room>
-consteval std::size_t copyDepthFirst(const GrownTree<Room> &from, std::size_t node, std::array<PieceNode, Nodes> &to,
-                                     std::size_t place) {
-    const GrownNode &grown = from.nodes[node];
-    std::copy(grown.piece.begin(), grown.piece.end(), to[place].piece.begin());
-    std::size_t end = place + 1;
-    if (grown.child[0] != 0) {
-        to[place].next = PieceNode::zeroBit;
-        end = copyDepthFirst(from, grown.child[0], to, end);
+// A tree in few bytes: each node with all of its 0 bit after it, then all of its 1 bit. A byte says which bits go on
+// and how long the piece is, which follows.
+struct Packed {
+    static constexpr unsigned int zero = 1;
+    static constexpr unsigned int one = 2;
+    static constexpr unsigned int characters = 4; // the number of them, times this
+};
+
+template <std::size_t Room>
+consteval std::size_t pack(const GrownTree<Room> &tree, std::size_t place, char *out) {
+    const GrownNode &node = tree.nodes[place];
+    std::size_t used = 1;
+    out[0] = static_cast<char>((node.child[0] != 0 ? Packed::zero : 0) | (node.child[1] != 0 ? Packed::one : 0) |
+                               node.piece.size() * Packed::characters);
+    for (const char character : node.piece) {
+        out[used++] = character;
     }
-    if (grown.child[1] != 0) {
-        to[place].next |= static_cast<std::uint16_t>(end - place);
-        end = copyDepthFirst(from, grown.child[1], to, end);
+    for (const std::size_t child : node.child) {
+        used += child != 0 ? pack(tree, child, out + used) : 0;
+    }
+    return used;
+}
+
+template <std::size_t Count, std::size_t Room>
+consteval std::size_t packedBytes(const Rows<Count> &rows, const GrownTree<Room> &tree) {
+    std::size_t bytes = tree.used;
+    for (const tables::MalaysiaRow &row : rows) {
+        bytes += row.piece.size();
+    }
+    return bytes;
+}
+
+template <std::size_t Bytes, std::size_t Room>
+consteval std::array<char, Bytes> packed(const GrownTree<Room> &tree) {
+    std::array<char, Bytes> bytes{};
+    pack(tree, 0, bytes.data());
+    return bytes;
+}
+
+// Writes the node that `in` begins with and those below it. Returns the place after them.
+ZELK_DERIVING PieceNode *unpack(const char *&in, PieceNode *node) {
+    const auto head = static_cast<unsigned int>(*in++);
+    for (unsigned int i = 0; i < head / Packed::characters; ++i) {
+        node->piece[i] = *in++;
+    }
+    PieceNode *end = node + 1;
+    if ((head & Packed::zero) != 0) {
+        node->next = PieceNode::zeroBit;
+        end = unpack(in, end);
+    }
+    if ((head & Packed::one) != 0) {
+        node->next = static_cast<std::uint16_t>(node->next + (end - node));
+        end = unpack(in, end);
     }
     return end;
 }
 
-template <std::size_t Nodes, std::size_t Room>
-consteval std::array<PieceNode, Nodes> cutToSize(const GrownTree<Room> &tree) {
+template <std::size_t Nodes>
+ZELK_DERIVING std::array<PieceNode, Nodes> unpacked(const char *in) {
     std::array<PieceNode, Nodes> nodes{};
-    copyDepthFirst(tree, 0, nodes, 0);
+    unpack(in, nodes.data());
     return nodes;
 }
 
 constexpr auto grownEnglish = grow(englishRows);
 constexpr auto grownMalay = grow(malayRows);
-constexpr auto englishTree = cutToSize<grownEnglish.used>(grownEnglish);
-constexpr auto malayTree = cutToSize<grownMalay.used>(grownMalay);
+constexpr auto packedEnglish = packed<packedBytes(englishRows, grownEnglish)>(grownEnglish);
+constexpr auto packedMalay = packed<packedBytes(malayRows, grownMalay)>(grownMalay);
+ZELK_DERIVED auto englishTree = unpacked<grownEnglish.used>(packedEnglish.data());
+ZELK_DERIVED auto malayTree = unpacked<grownMalay.used>(packedMalay.data());
 
 constexpr int malayType = 6;
 constexpr unsigned int endPath = 0x7F; // a 1 bit that leads nowhere after this path ends the text

@@ -11,6 +11,7 @@
 #include "../tables/guess_tables.h"
 
 #include "detail/dvb_select.h"
+#include "tables/derived.h"
 #include "tables/dvb_marks.h"
 
 #include <algorithm>
@@ -188,7 +189,7 @@ constexpr unsigned int noAsciiLetter = 26;
 using Places = std::array<unsigned char, languageCount>; // of one character
 
 // By the letters of ASCII, of which most text has the most, and `none` for what is no letter.
-constexpr auto asciiPlaces = []() {
+ZELK_DERIVING std::array<Places, noAsciiLetter + 1> placesOfAscii() {
     std::array<Places, noAsciiLetter + 1> places{};
     for (unsigned int i = 0; i < languageCount; ++i) {
         const models::GuessLanguage &language = models::guessLanguages[i];
@@ -197,11 +198,31 @@ constexpr auto asciiPlaces = []() {
             places[letter][i] = alphabet[0] == 'a' ? unknown : foreign;
         }
         for (unsigned int place = 0; place < language.letterCount && alphabet[place] < 0x80; ++place) {
-            places.at(alphabet[place] - 'a')[i] = static_cast<unsigned char>(place + 1);
+            places[alphabet[place] - 'a'][i] = static_cast<unsigned char>(place + 1);
         }
     }
     return places;
-}();
+}
+
+ZELK_DERIVED auto asciiPlaces = placesOfAscii();
+
+#if defined(ZELK_COMPACT)
+
+// The others are looked for in all alphabets.
+void findPlaces(unsigned int small, Places &places) {
+    if (small - 'a' < noAsciiLetter) {
+        places = asciiPlaces[small - 'a'];
+        return;
+    }
+    for (unsigned int i = 0; i < languageCount; ++i) {
+        const models::GuessLanguage &language = models::guessLanguages[i];
+        const std::uint16_t *const alphabet = models::guessLetters + language.letters;
+        const auto place = std::find(alphabet, alphabet + language.letterCount, small) - alphabet;
+        places[i] = place == language.letterCount ? unknown : static_cast<unsigned char>(place + 1);
+    }
+}
+
+#else
 
 // The other letters of all alphabets, in order, one after another where several alphabets have them.
 struct LetterPlace {
@@ -243,11 +264,14 @@ void findPlaces(unsigned int small, Places &places) {
     }
     places.fill(unknown);
     const auto isBefore = [](LetterPlace candidate, unsigned int letter) { return candidate.letter < letter; };
-    const auto *at = std::lower_bound(letterPlaces.begin(), letterPlaces.end(), small, isBefore);
-    for (; at != letterPlaces.end() && at->letter == small; ++at) {
+    const LetterPlace *const end = letterPlaces.data() + letterPlaces.size();
+    const LetterPlace *at = std::lower_bound(letterPlaces.data(), end, small, isBefore);
+    for (; at != end && at->letter == small; ++at) {
         places[at->language] = at->place;
     }
 }
+
+#endif
 
 // ---- Weighing ----
 
@@ -457,9 +481,11 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
             continue;
         }
         const std::uint64_t text = hashOf(characters);
-        const auto *const same = std::find_if(order.begin(), order.begin() + found,
-                                              [&](unsigned int other) { return weighed[other].text == text; });
-        if (same != order.begin() + found) {
+        const unsigned int *const first = order.data();
+        const unsigned int *const end = first + found;
+        const unsigned int *const same =
+            std::find_if(first, end, [&](unsigned int other) { return weighed[other].text == text; });
+        if (same != end) {
             weighed[i] = weighed[*same];
             weighed[i].cost -= candidates[*same].prior;
         } else {

@@ -129,11 +129,10 @@ bool readsByTables(const zelkInsightSettings &settings) {
     return settings.options == 0 && static_cast<unsigned int>(settings.defaultCode) <= DvbCodeNone;
 }
 
-// The number of the block's first bytes that are graphic ASCII.
-unsigned int graphicBytes(v128_t bytes) {
-    const v128_t others =
-        wasm_i8x16_gt(wasm_i8x16_sub(bytes, wasm_i8x16_splat(0x20 - 128)), wasm_i8x16_splat(0x7E - 0x20 - 128));
-    return static_cast<unsigned int>(__builtin_ctz(wasm_i8x16_bitmask(others) | 1U << block));
+// The bytes of the block that are no graphic ASCII, a bit each.
+unsigned int othersOf(v128_t bytes) {
+    return wasm_i8x16_bitmask(
+        wasm_i8x16_gt(wasm_i8x16_sub(bytes, wasm_i8x16_splat(0x20 - 128)), wasm_i8x16_splat(0x7E - 0x20 - 128)));
 }
 
 void putBlock(char *out, v128_t bytes) {
@@ -152,7 +151,7 @@ bool copyAscii(Unit *out, const char *in, unsigned int length) {
     for (;;) {
         const v128_t bytes = wasm_v128_load(in + at);
         putBlock(out + at, bytes);
-        const unsigned int graphic = graphicBytes(bytes);
+        const auto graphic = static_cast<unsigned int>(__builtin_ctz(othersOf(bytes) | 1U << block));
         if (length - at <= graphic) {
             return true;
         }
@@ -219,10 +218,147 @@ bool isTableText(const zelkInsightSettings &settings, const char *in, unsigned i
     return readsByTables(settings) && (first >= 0x20 || (first != 0 && first <= 0x0B && length > 1));
 }
 
+// ---- Characters that do not hang on their neighbours, as the library decodes them alone. Large batches to UTF-16
+// learn them when they first come: a block is widened, and what is no ASCII put in its place.
+
+constexpr unsigned int longestSelector = 3;
+constexpr unsigned int selectorTables = 0x0C; // no selector, and those of one byte
+constexpr unsigned int firstMark = 0xC0;
+constexpr unsigned int marks = 16;
+constexpr unsigned int leastToLearn = 256; // strings: to learn a character takes as long as many of them
+constexpr unsigned short unlearnt = 0;
+constexpr unsigned short notAlone = 1; // what is left to the library
+
+unsigned short learntBytes[selectorTables + 0x10][0x100]; // the last tables are those of selectors of three bytes
+unsigned short learntPairs[marks][0x100];                 // a mark and its letter, where there is no selector
+zelkInsightSettings learntSettings;
+
+// A string's selector and the number of its table.
+struct Selector {
+    const unsigned char *in;
+    unsigned int bytes;
+    unsigned int table;
+};
+
+// Whether it is one that is learnt, with text after it.
+bool readSelector(const unsigned char *in, unsigned int length, Selector &selector) {
+    selector = {in, 0, 0};
+    if (in[0] < 0x20) {
+        selector =
+            in[0] == 0x10 ? Selector{in, longestSelector, selectorTables + in[2] % 0x10U} : Selector{in, 1, in[0]};
+        if (selector.bytes == 1 ? in[0] == 0 || in[0] >= selectorTables : in[1] != 0 || in[2] >= 0x10) {
+            return false;
+        }
+    }
+    return length > selector.bytes;
+}
+
+// What the characters decode to, where nothing that follows changes it.
+unsigned short learn(const zelkInsightSettings &settings, const Selector &selector, const unsigned char *in,
+                     unsigned int length) {
+    constexpr unsigned int room = 16;
+    char string[longestSelector + 4];
+    unsigned short next[room];
+    unsigned short out[room];
+    __builtin_memcpy(string, selector.in, selector.bytes);
+    char *const text = string + selector.bytes;
+    const auto decode = [&](unsigned short *to, unsigned int bytes) {
+        text[bytes] = 0;
+        return decodeTable(settings, to, room, string, static_cast<int>(selector.bytes + bytes));
+    };
+    __builtin_memcpy(text, in, length);
+    if (decode(out, length) != 1) {
+        return notAlone;
+    }
+    const unsigned short alone = out[0];
+    for (unsigned int byte = 1; byte < 0x100; ++byte) {
+        text[0] = static_cast<char>(byte);
+        const unsigned int nextLength = decode(next, 1);
+        __builtin_memcpy(text, in, length);
+        text[length] = static_cast<char>(byte);
+        if (decode(out, length + 1) != 1 + nextLength || out[0] != alone ||
+            __builtin_memcmp(out + 1, next, 2 * nextLength) != 0) {
+            return notAlone;
+        }
+    }
+    return alone;
+}
+
+// Decodes a string of learnt characters; false for any other.
+bool putLearnt(const zelkInsightSettings &settings, const char *string, unsigned int length, unsigned short *out,
+               unsigned int &written) {
+    const auto *in = reinterpret_cast<const unsigned char *>(string);
+    Selector selector;
+    if (!readSelector(in, length, selector)) {
+        return false;
+    }
+    const unsigned char *const end = in + length;
+    in += selector.bytes;
+    unsigned short *to = out;
+    while (in < end) {
+        const v128_t bytes = wasm_v128_load(in);
+        putBlock(to, bytes);
+        unsigned int others = othersOf(bytes);
+        unsigned int used = static_cast<unsigned int>(end - in) < block ? static_cast<unsigned int>(end - in) : block;
+        unsigned int put = used;
+        for (; others != 0; others &= others - 1) {
+            const auto at = static_cast<unsigned int>(__builtin_ctz(others));
+            if (at >= used) {
+                break;
+            }
+            unsigned short &character = learntBytes[selector.table][in[at]];
+            if (character == unlearnt) {
+                character = learn(settings, selector, in + at, 1);
+            }
+            to[at] = character;
+            if (character == notAlone) {
+                if (in[at] - firstMark >= marks || selector.bytes != 0 || in + at + 1 == end) {
+                    return false;
+                }
+                unsigned short &pair = learntPairs[in[at] - firstMark][in[at + 1]];
+                if (pair == unlearnt) {
+                    pair = learn(settings, selector, in + at, 2);
+                }
+                if (pair == notAlone) {
+                    return false;
+                }
+                to[at] = pair;
+                used = at + 2; // the letter's place is the next block's first
+                put = at + 1;
+                break;
+            }
+        }
+        in += used;
+        to += put;
+    }
+    written = static_cast<unsigned int>(to - out);
+    return true;
+}
+
+bool putQuickly(const zelkInsightSettings & /*settings*/, const char *string, unsigned int length, char *out,
+                bool /*learns*/, unsigned int &written) {
+    written = length;
+    return copyAscii(out, string, length);
+}
+
+bool putQuickly(const zelkInsightSettings &settings, const char *string, unsigned int length, unsigned short *out,
+                bool learns, unsigned int &written) {
+    written = length;
+    return learns ? putLearnt(settings, string, length, out, written) : copyAscii(out, string, length);
+}
+
 template <class Unit>
 unsigned int decodeBatch(const zelkInsightSettings &settings, char *in, unsigned int begin, const unsigned int *ends,
                          unsigned int count, Unit *out, unsigned int size, unsigned int *textEnds) {
+    const bool byTables = readsByTables(settings);
+    const bool learns = byTables && sizeof(Unit) == 2 && count >= leastToLearn;
+    if (learns && __builtin_memcmp(&settings, &learntSettings, sizeof settings) != 0) {
+        __builtin_memset(learntBytes, 0, sizeof learntBytes);
+        __builtin_memset(learntPairs, 0, sizeof learntPairs);
+        learntSettings = settings;
+    }
     unsigned int written = 0;
+    unsigned int here = 0; // units of a text
     for (unsigned int i = 0; i < count; ++i) {
         const char *const string = in;
         const unsigned int length = ends[i] - begin;
@@ -233,8 +369,8 @@ unsigned int decodeBatch(const zelkInsightSettings &settings, char *in, unsigned
             return i;
         }
         Unit *const text = out + written;
-        if (length == 0 || (readsByTables(settings) && copyAscii(text, string, length))) {
-            written += length;
+        if (length == 0 || (byTables && putQuickly(settings, string, length, text, learns, here))) {
+            written += length == 0 ? 0 : here;
         } else {
             // A mark in the last place looks at the byte after it, which is no part of this string.
             char &after = *in;

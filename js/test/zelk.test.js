@@ -95,7 +95,7 @@ describe('conformance vectors', () => {
 });
 
 test('ISO 8859 is that of the platform', () => {
-  // Behind its selector, all letters at once, where the platform has the same edition.
+  // After its selector, all letters at once, where the platform has the same edition.
   for (const [selector, label] of [[0x01, 'iso-8859-5'], [0x09, 'iso-8859-13'], [0x0a, 'iso-8859-14'], [0x0b, 'iso-8859-15']]) {
     const upper = Array.from({ length: 0x5f }, (_, i) => 0xa1 + i);
     assert.equal(zelk.decode(bytes(selector, upper)), new TextDecoder(label).decode(bytes(upper)), label);
@@ -125,6 +125,27 @@ test('a batch of any size decodes as its strings do', () => {
   }
   assert.deepEqual(zelk.decodeAll([]), []);
   assert.deepEqual(zelk.decodeAll([bytes()]), ['']);
+});
+
+// Large batches to UTF-16 keep characters that they met; those to UTF-8 do not.
+test('a large batch decodes each pair of bytes as the library does', () => {
+  const ofTable = Array.from({ length: 16 }, (_, table) => [0x10, 0, table]);
+  const selectors = [[], ...Array.from({ length: 0x0b }, (_, i) => [i + 1]), ...ofTable];
+  const pairs = Array.from({ length: 0x10000 }, (_, i) => [i >> 8, i & 0xff]);
+  for (const [selector, settings] of [
+    ...selectors.map((one) => [one, {}]),
+    ...Object.values(Region).flatMap((region) => [[[], { region }], [[0x05], { region, keepEmphasis: true }]]),
+    [[], { defaultCode: 7 }],
+    [[], { defaultCode: 17 }],
+  ]) {
+    const strings = pack(pairs.map((pair) => Uint8Array.of(...selector, ...pair, 0x41)));
+    const texts = zelk.decodePacked(strings.bytes, strings.ends, settings);
+    const utf8 = zelk.decodePackedToUtf8(strings.bytes, strings.ends, settings);
+    const about = JSON.stringify([selector, settings]);
+    assert.ok(texts.join('') === Buffer.from(utf8.bytes).toString(), about);
+    let end = 0;
+    assert.ok(texts.every((text, i) => (end += Buffer.byteLength(text)) === utf8.ends[i]), about);
+  }
 });
 
 test('a string does not see the next one', () => {
