@@ -1,6 +1,7 @@
 #include "multiple_string.h"
 
 #include "bytes.h"
+#include "scsu.h"
 #include "text.h"
 
 #include <fmt/format.h>
@@ -9,6 +10,7 @@ namespace zelk::tool {
 
 namespace {
 
+constexpr std::uint8_t modeScsu = 0x3E;
 constexpr std::uint8_t modeWide = 0x3F;
 constexpr std::uint8_t uncompressed = 0;
 constexpr std::uint8_t titleCode = 1;
@@ -42,6 +44,9 @@ std::string readSegment(std::uint8_t compression, std::uint8_t mode, const std::
     }
     if (compression == uncompressed && mode == modeWide) {
         return readWideText(bytes);
+    }
+    if (compression == uncompressed && mode == modeScsu) {
+        return readScsu(bytes);
     }
     if (compression == uncompressed && isPage(mode)) {
         return readPage(mode, bytes);
@@ -105,6 +110,9 @@ std::string segmentTable(const std::string &segments) {
     }
     if (compression == uncompressed && mode == modeWide) {
         return "UTF-16";
+    }
+    if (compression == uncompressed && mode == modeScsu) {
+        return "SCSU";
     }
     if (compression == uncompressed && isPage(mode)) {
         return mode == 0 ? "ISO 8859-1" : fmt::format("Unicode U+{:02X}00", mode);

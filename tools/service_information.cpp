@@ -229,11 +229,12 @@ ServiceInformation::TableState *ServiceInformation::stateOf(const Section &secti
         if (tables_.size() >= limits_.records) {
             return nullptr;
         }
-        found = tables_.emplace(key, TableState{section.version, section.version, {}}).first;
+        found = tables_.emplace(key, TableState{section.version, false, {}}).first;
     }
     TableState &state = found->second;
     if (state.version != section.version) {
         state.version = section.version;
+        state.changed = true;
         state.seen.reset();
     }
     return &state;
@@ -337,7 +338,7 @@ void ServiceInformation::collect(const Section &section) {
     }
     ++counts_.sections;
     TableState *const state = section.longForm ? stateOf(section) : nullptr;
-    laterVersion_ = state != nullptr && state->version != state->firstVersion;
+    laterVersion_ = state != nullptr && state->changed;
     take(std::move(records));
     if (state != nullptr) {
         settle(section, *state);

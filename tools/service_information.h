@@ -75,8 +75,8 @@ public:
 private:
     // How far the version of a table has come that is being sent.
     struct TableState {
-        std::uint8_t firstVersion = 0;
         std::uint8_t version = 0;
+        bool changed = false;  // since the first version, whose number comes again after 32
         std::bitset<256> seen; // section numbers
     };
     // Table, its packets, table_id_extension, and what else tells tables apart.

@@ -74,7 +74,7 @@ void endInputOnSignals() {
     }
     struct sigaction action = {};
     action.sa_handler = noteSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART); // what is being written is written
     (void)sigaction(SIGINT, &action, nullptr);
     (void)sigaction(SIGTERM, &action, nullptr);
 }

@@ -9,6 +9,11 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <unicode/ucnv.h>
+#include <unicode/unistr.h>
+
+#include <iterator>
+#include <memory>
 
 namespace {
 
@@ -288,6 +293,66 @@ TEST(Announced, EventsOfAtscWithTheirMessages) {
          "duration": "00:30:00", "name": "Later", "text": "", "extended": ""}])"));
     EXPECT_EQ(scan({}, atsc())["times"],
               json::parse(R"([{"table": "STT", "utc": "2026-03-01T11:01:00Z", "leap_seconds": 18}])"));
+}
+
+// The name of an event whose one segment has the given bytes in mode 0x3E.
+json scsuEvent(const std::string &text) {
+    const std::string name = strings(bytes("01") + segment(0, 0x3E, text));
+    const std::string event = bytes("C0 04") + bigEndian(gpsMorning, 4) + bytes("D0 07 08") + counted(name) + loop({});
+    const Result result = run({"scan", "--json", "--evidence"}, section({0xCB, 17}, bytes("00 01") + event));
+    const json record = json::parse(result.out)["events"][0];
+    EXPECT_EQ(result.error.empty(), record["name"].get<std::string>().find("\uFFFD") == std::string::npos) << result;
+    return record;
+}
+
+// The examples of Unicode Technical Standard #6, what it reserves, and what an end cuts off.
+TEST(Announced, CompressedUnicodeOfAtsc) {
+    const std::pair<const char *, const char *> examples[] = {
+        {"D6 6C 20 66 6C 69 65 DF 74", "Öl fließt"},
+        {"12 9C BE C1 BA B2 B0", "Москва"},
+        {"08 00 1B 4C EA 16 CA D3 94 0F 53 EF 61 1B E5 84 C4", "\u3000♪リンゴ可愛いや"},
+        {"41 0C 42", "A\uFFFDB"},
+        {"18 A8 41", "\uFFFDA"},
+        {"0F F2 00 41", "\uFFFDA"},
+        {"0B 01 D8 80 41", "\uFFFDA"}, // a character above U+FFFF
+        {"41 0E 04", "A\uFFFD"},
+        {"41 02", "A\uFFFD"},
+        {"0F 04", "\uFFFD"},
+        {"41 1A", "A\uFFFD"},
+        {"41 0B 01", "A\uFFFD"},
+    };
+    for (const auto &[text, expected] : examples) {
+        EXPECT_EQ(scsuEvent(bytes(text))["name"], expected) << text;
+    }
+    EXPECT_EQ(scsuEvent("A")["texts"][0]["table"], "SCSU");
+}
+
+// What ICU compresses reads as it was.
+TEST(Announced, CompressedUnicodeOfAnotherEncoder) {
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<UConverter, decltype(&ucnv_close)> scsu(ucnv_open("SCSU", &status), ucnv_close);
+    ASSERT_TRUE(U_SUCCESS(status));
+    const std::pair<unsigned int, unsigned int> scripts[] = {
+        {0x20, 0x7E},     {0xA1, 0xFF},     {0x391, 0x3C9},   {0x410, 0x44F},   {0x5D0, 0x5EA},
+        {0x905, 0x939},   {0x1E00, 0x1EFF}, {0x2010, 0x2027}, {0x3041, 0x3096}, {0x30A1, 0x30FA},
+        {0x4E00, 0x9FA5}, {0xAC00, 0xD7A3}, {0xE000, 0xF8FF}, {0xFF61, 0xFF9F}};
+    Random random(11);
+    for (int round = 0; round < 60; ++round) {
+        std::u16string text;
+        for (int run = 0; run < 8; ++run) {
+            const auto &[first, last] = scripts[random.below(std::size(scripts))];
+            for (std::uint32_t length = 1 + random.below(4); length > 0; --length) {
+                text += static_cast<char16_t>(first + random.below(last - first + 1));
+            }
+        }
+        std::string compressed(255, '\0');
+        compressed.resize(static_cast<std::size_t>(ucnv_fromUChars(scsu.get(), compressed.data(), 255, text.data(),
+                                                                   static_cast<int32_t>(text.size()), &status)));
+        ASSERT_TRUE(U_SUCCESS(status));
+        std::string expected;
+        icu::UnicodeString(text.data(), static_cast<int32_t>(text.size())).toUTF8String(expected);
+        EXPECT_EQ(scsuEvent(compressed)["name"], expected) << round;
+    }
 }
 
 TEST(Announced, FollowTellsAMessageThatChanges) {
