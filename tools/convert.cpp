@@ -147,11 +147,10 @@ ExitStatus writeList() {
     return ExitOk;
 }
 
-Converter makeConverter(const CharacterSet &set, const ConvertOptions &options, DvbReader &reader) {
+Converter makeConverter(const CharacterSet &set, DvbReader &reader) {
     switch (set.family) {
     case Family::Iso:
-        return options.tolerant ? fromIsoTolerant(static_cast<unsigned int>(set.number))
-                                : fromIso(static_cast<unsigned int>(set.number));
+        return fromIso(static_cast<unsigned int>(set.number));
     case Family::Windows:
         return fromWindows(set.number);
     case Family::Teletext:
@@ -215,7 +214,8 @@ std::size_t marksOf(const CharacterSet &set, std::string_view in) {
     return count;
 }
 
-// The first bytes of a stretch that give U+FFFD and are none: where they begin, and how many there are.
+// The first bytes of a stretch that give U+FFFD and are none: where they begin, and how many there are; 0 if there are
+// none.
 std::pair<std::size_t, std::size_t> firstUnread(const CharacterSet &set, const Converter &converter,
                                                 std::string_view in) {
     std::size_t length = 1;
@@ -236,52 +236,88 @@ std::pair<std::size_t, std::size_t> firstUnread(const CharacterSet &set, const C
             return {at, length};
         }
     }
-    return {0, in.size()};
+    return {0, 0};
 }
+
+// An input while it is read: its name in messages, its set, and what of it is UTF-8 instead.
+struct Source {
+    std::string name;
+    const CharacterSet &set;
+    Utf8Prefix prefix = {set.family == Family::Utf8 ? std::string_view::npos : 0, 0};
+};
 
 // Counts what could not be read on the way, or stops there. Reading is to UTF-8.
 class Watch {
 public:
-    Watch(const CharacterSet &set, const ConvertOptions &options, DvbReader &reader)
-        : set_(set), options_(options), reader_(reader) {}
+    Watch(bool strict, DvbReader &reader) : strict_(strict), reader_(reader) {}
 
-    // The converter of one input, which `name` names in messages.
-    Converter over(Converter converter, const std::string &name) {
-        return [this, converter = std::move(converter), name, offset = std::size_t{0}](std::string_view in, bool last,
-                                                                                       std::string &out) mutable {
+    Converter over(Converter converter, const Source &source) {
+        return [this, &source, converter = std::move(converter),
+                offset = std::size_t{0}](std::string_view in, bool last, std::string &out) mutable {
             const std::size_t before = out.size();
             const std::size_t done = converter(in, last, out);
             const std::size_t marks = countMarks(std::string_view(out).substr(before));
-            const std::size_t own = marks == 0 ? 0 : marksOf(set_, in.substr(0, done));
-            if (marks > own && options_.strict) {
-                const Converter again = withoutSurrogates(makeConverter(set_, options_, reader_));
-                const auto [at, length] = firstUnread(set_, again, in.substr(0, done));
-                failInput("{}: offset {}: expected a character of {}, found {}", name, offset + at, set_.name,
-                          hex(in.substr(at, std::min<std::size_t>(length, 16))));
+            if (marks != 0) {
+                const std::size_t prefix = std::min(done, source.prefix.bytes - std::min(source.prefix.bytes, offset));
+                const std::string_view utf8 = in.substr(0, prefix);
+                const std::string_view rest = in.substr(prefix, done - prefix);
+                const std::size_t own = countMarks(utf8) + marksOf(source.set, rest);
+                if (marks > own && strict_) {
+                    failUnread(source, *findSet("utf8"), utf8, offset);
+                    failUnread(source, source.set, rest, offset + prefix);
+                }
+                count_ += marks - std::min(own, marks);
             }
-            count_ += marks - std::min(own, marks);
             offset += done;
             return done;
         };
     }
 
+    // A surrogate among the units of a source that is not read to UTF-8.
+    void noteSurrogate(const Source &source, std::size_t unitsBefore, unsigned short unit) {
+        if (strict_) {
+            const bool highFirst = source.set.number != 0;
+            const auto high = static_cast<char>(unit >> 8U);
+            const auto low = static_cast<char>(unit & 0xFFU);
+            fail(source, source.set, 2 * unitsBefore, highFirst ? std::string{high, low} : std::string{low, high});
+        }
+        ++count_;
+    }
+
     std::size_t count() const { return count_; }
 
 private:
-    const CharacterSet &set_;
-    const ConvertOptions &options_;
+    [[noreturn]] static void fail(const Source &source, const CharacterSet &set, std::size_t offset,
+                                  std::string_view found) {
+        constexpr std::size_t shown = 16;
+        failInput("{}: offset {}: expected a character of {}, found {}", source.name, offset, set.name,
+                  hex(found.substr(0, shown)));
+    }
+
+    // Fails if something in a stretch of a set, which begins at `offset`, cannot be read.
+    void failUnread(const Source &source, const CharacterSet &set, std::string_view in, std::size_t offset) const {
+        const auto [at, length] = firstUnread(set, withoutSurrogates(makeConverter(set, reader_)), in);
+        if (length != 0) {
+            fail(source, set, offset + at, in.substr(at, length));
+        }
+    }
+
+    bool strict_;
     DvbReader &reader_;
     std::size_t count_ = 0;
 };
 
-// Where the input has the character goes by its set: `utf8Bytes` and `characters` were before it.
-[[noreturn]] void failMissing(const CharacterSet &set, const CharacterSet &target, const std::string &name,
-                              std::size_t utf8Bytes, std::size_t characters, unsigned short character) {
-    const std::size_t offset = set.family == Family::Utf8 ? utf8Bytes : characters * (isSingleByte(set) ? 1 : 2);
-    const std::string place =
-        set.family == Family::Dvb ? fmt::format("character {}", characters + 1) : fmt::format("offset {}", offset);
-    failInput("{}: {}: expected a character of {}, found {} ({})", name, place, target.name, codePointName(character),
-              hex(utf8(character)));
+// `utf8Bytes` and `characters` were before the character, of which `prefix` was UTF-8 in the input.
+[[noreturn]] void failMissing(const Source &source, const CharacterSet &target, std::size_t utf8Bytes,
+                              std::size_t characters, unsigned short character) {
+    const Utf8Prefix &prefix = source.prefix;
+    const std::size_t offset =
+        utf8Bytes < prefix.bytes ? utf8Bytes
+                                 : prefix.bytes + (characters - prefix.characters) * (isSingleByte(source.set) ? 1 : 2);
+    const std::string place = source.set.family == Family::Dvb ? fmt::format("character {}", characters + 1)
+                                                               : fmt::format("offset {}", offset);
+    failInput("{}: {}: expected a character of {}, found {} ({})", source.name, place, target.name,
+              codePointName(character), hex(utf8(character)));
 }
 
 ExitStatus run(const ConvertOptions &options) {
@@ -299,8 +335,7 @@ ExitStatus run(const ConvertOptions &options) {
         failInput("expected only one of --checked and --tolerant");
     }
     const CharacterSet &target = *findSet(options.to);
-    const bool toStrings = target.family == Family::Dvb;
-    if (options.dvbGiven && set.family != Family::Dvb && !toStrings) {
+    if (options.dvbGiven && set.family != Family::Dvb && target.family != Family::Dvb) {
         failInput("expected --region, --default-code, --extra and --keep-emphasis only with --from dvb");
     }
 
@@ -311,45 +346,54 @@ ExitStatus run(const ConvertOptions &options) {
     }
 
     DvbReader reader(options.dvb);
-    Watch watch(set, options, reader);
+    Watch watch(options.strict, reader);
     std::size_t unsaid = 0;
     std::optional<OutputFile> file;
     if (!options.output.empty()) {
         file.emplace(options.output);
     }
     const auto put = [&file](std::string_view text) { file ? file->write(text) : write(text); };
+    const CharacterTable targetCharacters =
+        isSingleByte(target) ? charactersOf(fromSingleByte(target)) : CharacterTable{};
+    const auto convert = [&](Input &input, const CharacterSet &from) {
+        Source source{input.name(), from};
+        Converter converter = options.tolerant ? fromIsoTolerant(static_cast<unsigned int>(from.number), source.prefix)
+                                               : makeConverter(from, reader);
+        UnitWriter units;
+        if (target.family == Family::Ucs2) {
+            units = writeUcs2(target.number != 0);
+        } else if (isSingleByte(target)) {
+            units = writeSingleByte(targetCharacters,
+                                    [&](std::size_t utf8Bytes, std::size_t characters, unsigned short character) {
+                                        ++unsaid;
+                                        if (options.strict) {
+                                            failMissing(source, target, utf8Bytes, characters, character);
+                                        }
+                                    });
+        }
+        const bool wide = target.family == Family::Ucs2; // which has surrogates, too
+        if (units && from.family == Family::Ucs2) {
+            MissingCharacter surrogate = [&](std::size_t, std::size_t before, unsigned short unit) {
+                watch.noteSurrogate(source, before, unit);
+            };
+            converter = ucs2To(from.number != 0, units, wide ? nullptr : std::move(surrogate));
+        } else { // every other way goes through UTF-8, which carries all UCS-2 units
+            converter = watch.over(wide ? std::move(converter) : withoutSurrogates(std::move(converter)), source);
+            if (units) {
+                converter = chain(std::move(converter), utf8To(units));
+            } else if (target.family == Family::Dvb) {
+                converter = chain(std::move(converter), toDvb(options.dvb.region, options.strict, source.name, unsaid));
+            }
+        }
+        convertStream(input, converter, put, "two bytes for each character");
+    };
     forEachInput(options.files, [&](Input &input) {
-        // Every set goes through UTF-8, which carries all UCS-2 units.
-        const auto convert = [&](Input &from, Converter converter) {
-            const bool wide = target.family == Family::Ucs2;
-            if (!wide) {
-                converter = withoutSurrogates(std::move(converter));
-            }
-            converter = watch.over(std::move(converter), from.name());
-            if (wide) {
-                converter = chain(std::move(converter), toUcs2(target.number != 0));
-            } else if (toStrings) {
-                converter = chain(std::move(converter), toDvb(options.dvb.region, options.strict, from.name(), unsaid));
-            }
-            if (isSingleByte(target)) {
-                converter =
-                    chain(std::move(converter),
-                          toSingleByte(charactersOf(fromSingleByte(target)),
-                                       [&](std::size_t utf8Bytes, std::size_t characters, unsigned short character) {
-                                           ++unsaid;
-                                           if (options.strict) {
-                                               failMissing(set, target, from.name(), utf8Bytes, characters, character);
-                                           }
-                                       }));
-            }
-            convertStream(from, converter, put, "two bytes for each character");
-        };
         if (options.checked) {
             bool valid = false;
             Input spooled = spool(input, valid);
-            convert(spooled, valid ? fromUtf8() : makeConverter(set, options, reader));
+            convert(spooled, valid ? *findSet("utf8") : set);
         } else {
-            convert(input, makeConverter(set, options, reader));
+            convert(input, set);
         }
     });
     if (file) {

@@ -3,6 +3,9 @@
 #include "command.h"
 #include "text.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -47,10 +50,19 @@ std::size_t betweenZeroUnits(std::string_view in, std::string &out, Text text) {
     return 2 * pairs;
 }
 
-unsigned short unitAt(std::string_view in, std::size_t index, bool highFirst) {
-    const unsigned int first = static_cast<unsigned char>(in[2 * index]);
-    const unsigned int second = static_cast<unsigned char>(in[2 * index + 1]);
-    return static_cast<unsigned short>(highFirst ? first << 8U | second : second << 8U | first);
+// Copies units between the machine's order of bytes and a given one.
+void copyUnits(void *to, const void *from, std::size_t count, bool highFirst) {
+    std::memcpy(to, from, 2 * count);
+    if (highFirst == (std::endian::native == std::endian::big)) {
+        return;
+    }
+    auto *const bytes = static_cast<unsigned char *>(to);
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint16_t unit = 0;
+        std::memcpy(&unit, bytes + 2 * i, sizeof unit);
+        unit = static_cast<std::uint16_t>(unit >> 8U | unit << 8U);
+        std::memcpy(bytes + 2 * i, &unit, sizeof unit);
+    }
 }
 
 // Calls text(part) for the stretches between zero bytes, and zero() for each of those.
@@ -75,15 +87,14 @@ std::size_t decodeUtf8(std::string_view text, std::vector<unsigned short> &units
                               static_cast<int>(text.size()));
 }
 
-void appendUnits(const unsigned short *units, std::size_t count, bool highFirst, std::string &out) {
-    const std::size_t before = out.size();
-    out.resize(before + 2 * count);
-    char *to = out.data() + before;
-    const unsigned int high = highFirst ? 0 : 1;
-    for (std::size_t i = 0; i < count; ++i, to += 2) {
-        to[high] = static_cast<char>(units[i] >> 8U);
-        to[1 - high] = static_cast<char>(units[i] & 0xFFU);
-    }
+// Counts the characters of well-formed UTF-8 by the bytes that begin one.
+std::size_t countCharacters(std::string_view utf8) {
+    return static_cast<std::size_t>(
+        std::count_if(utf8.begin(), utf8.end(), [](char byte) { return static_cast<signed char>(byte) >= -0x40; }));
+}
+
+bool isSurrogate(unsigned short unit) {
+    return (unit & 0xF800U) == 0xD800;
 }
 
 } // namespace
@@ -198,25 +209,6 @@ Converter fromUtf8() {
     };
 }
 
-Converter toUcs2(bool highFirst) {
-    return
-        [highFirst, units = std::vector<unsigned short>()](std::string_view in, bool last, std::string &out) mutable {
-            const std::size_t whole = wholeCharacters(in);
-            betweenZeroBytes(
-                in.substr(0, whole),
-                [&](std::string_view part) {
-                    const std::size_t count = decodeUtf8(part, units);
-                    appendUnits(units.data(), count, highFirst, out);
-                },
-                [&out] { out.append(2, '\0'); });
-            if (last && whole < in.size()) {
-                const unsigned short mark = 0xFFFD;
-                appendUnits(&mark, 1, highFirst, out);
-            }
-            return last ? in.size() : whole;
-        };
-}
-
 Converter fromUcs2(bool highFirst) {
     return [highFirst](std::string_view in, bool, std::string &out) {
         return betweenZeroUnits(in, out, [highFirst](std::string_view pairs, std::size_t count) {
@@ -232,9 +224,7 @@ Converter fromTeletext(bool highFirst) {
     return [highFirst](std::string_view in, bool, std::string &out) {
         return betweenZeroUnits(in, out, [highFirst](std::string_view pairs, std::size_t count) {
             std::vector<unsigned short> units(count);
-            for (std::size_t i = 0; i < count; ++i) {
-                units[i] = unitAt(pairs, i, highFirst);
-            }
+            copyUnits(units.data(), pairs.data(), count, highFirst);
             return convertText(count, [&](char *room, int size) {
                 return zelk_pela_ttxConvertToUtf8(room, size, units.data(), static_cast<int>(count));
             });
@@ -272,13 +262,44 @@ Converter fromIso(unsigned int part) {
     });
 }
 
-Converter fromIsoTolerant(unsigned int part) {
-    // A text up to its terminator, since one with a count may end inside a sequence and still pass as UTF-8.
-    return holdCharacters(betweenZeros([part, flag = 0](const std::string &text) mutable {
-        return convertText(text.size(), [&](char *room, int size) {
-            return zelk_isoToUtf8Tolerant(part, room, size, text.c_str(), -1, &flag);
-        });
-    }));
+Converter fromIsoTolerant(unsigned int part, Utf8Prefix &prefix) {
+    prefix.bytes = std::string_view::npos;
+    return holdCharacters([part, &prefix, bytes = std::size_t{0}](std::string_view in, bool, std::string &out) mutable {
+        const auto keep = [&](std::string_view utf8) {
+            out += utf8;
+            bytes += utf8.size();
+            prefix.characters += countCharacters(utf8);
+        };
+        betweenZeroBytes(
+            in,
+            [&](std::string_view stretch) {
+                if (prefix.bytes == std::string_view::npos) {
+                    // A text up to its terminator, since one with a count may end inside a sequence and still pass.
+                    const std::string text(stretch);
+                    std::string copy(text.size() + 1, '\0');
+                    int invalid = 0;
+                    copy.resize(zelkUtf8CopyAndCheckIfValid(reinterpret_cast<unsigned char *>(copy.data()),
+                                                            static_cast<int>(copy.size()), bytesOf(text), -1,
+                                                            &invalid));
+                    keep(copy);
+                    prefix.bytes = invalid != 0 ? bytes : prefix.bytes;
+                    stretch.remove_prefix(copy.size());
+                }
+                if (!stretch.empty()) {
+                    out += convertText(stretch.size(), [&](char *room, int size) {
+                        return zelk_isoToUtf8(part, room, size, stretch.data(), static_cast<int>(stretch.size()));
+                    });
+                }
+            },
+            [&] {
+                if (prefix.bytes == std::string_view::npos) {
+                    keep(std::string_view("", 1));
+                } else {
+                    out.push_back('\0');
+                }
+            });
+        return in.size();
+    });
 }
 
 Converter fromWindows(int codePage) {
@@ -302,46 +323,76 @@ CharacterTable charactersOf(const Converter &set) {
     return table;
 }
 
-Converter toSingleByte(const CharacterTable &set, MissingCharacter missing) {
+UnitWriter writeUcs2(bool highFirst) {
+    return [highFirst](const unsigned short *units, std::size_t count, std::size_t, std::string &out) {
+        const std::size_t before = out.size();
+        out.resize(before + 2 * count);
+        copyUnits(out.data() + before, units, count, highFirst);
+    };
+}
+
+UnitWriter writeSingleByte(const CharacterTable &set, MissingCharacter missing) {
     std::vector<char> byteOf(0x10000, '\0'); // a zero byte is no character but of U+0000
     for (std::size_t byte = set.size(); byte-- > 1;) {
         if (set[byte] != 0xFFFD) {
             byteOf[set[byte]] = static_cast<char>(byte);
         }
     }
-    return [byteOf = std::move(byteOf), missing = std::move(missing), units = std::vector<unsigned short>(),
-            utf8Bytes = std::size_t{0},
-            characters = std::size_t{0}](std::string_view in, bool last, std::string &out) mutable {
+    return [byteOf = std::move(byteOf), missing = std::move(missing), utf8Before = std::size_t{0},
+            characters = std::size_t{0}](const unsigned short *units, std::size_t count, std::size_t utf8Bytes,
+                                         std::string &out) mutable {
+        const std::size_t before = out.size();
+        out.resize(before + count);
+        std::size_t counted = 0; // units that `bytes` holds
+        std::size_t bytes = utf8Before;
+        for (std::size_t i = 0; i < count; ++i) {
+            const char byte = byteOf[units[i]];
+            out[before + i] = byte;
+            if (byte == 0 && units[i] != 0) {
+                for (; counted < i; ++counted) {
+                    bytes += units[counted] < 0x80 ? 1U : units[counted] < 0x800 ? 2U : 3U;
+                }
+                missing(bytes, characters + i, units[i]);
+                out[before + i] = '?';
+            }
+        }
+        utf8Before += utf8Bytes;
+        characters += count;
+    };
+}
+
+Converter utf8To(UnitWriter writer) {
+    return [writer = std::move(writer), units = std::vector<unsigned short>()](std::string_view in, bool last,
+                                                                               std::string &out) mutable {
         const std::size_t whole = last ? in.size() : wholeCharacters(in);
         betweenZeroBytes(
             in.substr(0, whole),
-            [&](std::string_view part) {
-                const std::size_t count = decodeUtf8(part, units);
-                const std::size_t before = out.size();
-                out.resize(before + count);
-                std::size_t counted = 0; // units that `bytes` holds
-                std::size_t bytes = utf8Bytes;
-                for (std::size_t i = 0; i < count; ++i) {
-                    const char byte = byteOf[units[i]];
-                    out[before + i] = byte;
-                    if (byte == 0) {
-                        for (; counted < i; ++counted) {
-                            bytes += units[counted] < 0x80 ? 1U : units[counted] < 0x800 ? 2U : 3U;
-                        }
-                        missing(bytes, characters + i, units[i]);
-                        out[before + i] = '?';
-                    }
-                }
-                utf8Bytes += part.size();
-                characters += count;
-            },
+            [&](std::string_view part) { writer(units.data(), decodeUtf8(part, units), part.size(), out); },
             [&] {
-                out.push_back('\0');
-                ++utf8Bytes;
-                ++characters;
+                const unsigned short zero = 0;
+                writer(&zero, 1, 1, out);
             });
         return whole;
     };
+}
+
+Converter ucs2To(bool highFirst, UnitWriter writer, MissingCharacter surrogate) {
+    return
+        [highFirst, writer = std::move(writer), surrogate = std::move(surrogate), units = std::vector<unsigned short>(),
+         characters = std::size_t{0}](std::string_view in, bool, std::string &out) mutable {
+            const std::size_t count = in.size() / 2;
+            units.resize(count);
+            copyUnits(units.data(), in.data(), count, highFirst);
+            for (std::size_t i = 0; surrogate && i < count; ++i) {
+                if (isSurrogate(units[i])) {
+                    surrogate(0, characters + i, units[i]);
+                    units[i] = 0xFFFD;
+                }
+            }
+            writer(units.data(), count, 0, out);
+            characters += count;
+            return 2 * count;
+        };
 }
 
 } // namespace zelk::tool

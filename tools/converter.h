@@ -46,7 +46,6 @@ Converter fromUtf8();
 
 // UCS-2 units, high byte first or low byte first.
 Converter fromUcs2(bool highFirst);
-Converter toUcs2(bool highFirst);
 
 // As fromUcs2, for units of a teletext decoder: private-use characters become what they stand for.
 Converter fromTeletext(bool highFirst);
@@ -54,18 +53,38 @@ Converter fromTeletext(bool highFirst);
 // Lines of DVB strings.
 Converter fromDvb(DvbReader &reader);
 
-// Single-byte sets by number, and ISO text that may turn out to be UTF-8 up to some point.
+// Single-byte sets by number.
 Converter fromIso(unsigned int part);
-Converter fromIsoTolerant(unsigned int part);
 Converter fromWindows(int codePage);
+
+// How much of an input is read as UTF-8, before the rest of it is read in its set. While all was, `bytes` is npos.
+struct Utf8Prefix {
+    std::size_t bytes = 0;
+    std::size_t characters = 0;
+};
+
+// ISO text that may be UTF-8 up to some place, which is noted in `prefix`.
+Converter fromIsoTolerant(unsigned int part, Utf8Prefix &prefix);
 
 // The characters of a single-byte set by byte, as its converter reads them; U+FFFD where there is none.
 using CharacterTable = std::array<unsigned short, 256>;
 CharacterTable charactersOf(const Converter &set);
 
-// UTF-8 to a single-byte set; a question mark stands for a character that it lacks. missing(utf8Bytes, characters,
-// character) is told of each of these, and how much was before it.
+// Appends units in the set that is written. `utf8Bytes` is how long they were as UTF-8, if they were.
+using UnitWriter =
+    std::function<void(const unsigned short *units, std::size_t count, std::size_t utf8Bytes, std::string &out)>;
+
+UnitWriter writeUcs2(bool highFirst);
+
+// What has no place: how much was before it, in bytes if it was UTF-8 and in characters, and what it is.
 using MissingCharacter = std::function<void(std::size_t utf8Bytes, std::size_t characters, unsigned short character)>;
-Converter toSingleByte(const CharacterTable &set, MissingCharacter missing);
+
+// A question mark stands for a character that the set lacks.
+UnitWriter writeSingleByte(const CharacterTable &set, MissingCharacter missing);
+
+// UTF-8, and UCS-2 in either order, to a writer of units. Where surrogates are asked for, `surrogate` is told of each,
+// and it becomes U+FFFD.
+Converter utf8To(UnitWriter writer);
+Converter ucs2To(bool highFirst, UnitWriter writer, MissingCharacter surrogate);
 
 } // namespace zelk::tool

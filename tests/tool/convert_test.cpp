@@ -177,6 +177,43 @@ TEST(Convert, StrictStopsAtACharacterWithoutAPlace) {
         "zelk convert: standard input: offset 65536: expected a character of iso8859-1, found U+20AC (E2 82 AC)\n");
 }
 
+// Where an ISO text is UTF-8, or was up to some place, the offset is of the input, too.
+TEST(Convert, StrictCountsBytesOfTheInput) {
+    const std::string filler(chunk, 'x');
+    const auto message = [](std::size_t offset, const std::string &what) {
+        return "zelk convert: standard input: offset " + std::to_string(offset) + ": expected a character of " + what +
+               '\n';
+    };
+    const auto strict = [](const std::string &from, const std::string &input, const std::string &to,
+                           const std::string &option) {
+        return convert(from, input, {"-t", to, "--strict", option}).error;
+    };
+    const std::string euro = "iso8859-1, found U+20AC (E2 82 AC)";
+    for (const char *option : {"--checked", "--tolerant"}) {
+        EXPECT_EQ(strict("latin9", "a\xC3\xA9\xE2\x82\xAC", "latin1", option), message(3, euro));
+        EXPECT_EQ(strict("latin9", filler + "\xC3\xA9" + filler + "\xE2\x82\xAC", "latin1", option),
+                  message(2 * chunk + 2, euro));
+    }
+    EXPECT_EQ(strict("latin9", std::string("\xC3\xA9\0b\xFF\xA4", 6), "latin1", "--tolerant"), message(5, euro));
+    EXPECT_EQ(strict("latin9", "\xC3\xA9" + filler + "\xFF" + filler + "\xA4", "latin1", "--tolerant"),
+              message(2 * chunk + 3, euro));
+    EXPECT_EQ(strict("latin9", "\xC3\xA9\xFF\xA4", "latin1", "--checked"), message(3, euro));
+    // U+FFFD in what is UTF-8 is a character; a byte without one is none.
+    EXPECT_EQ(strict("iso8859-3", "\xEF\xBF\xBD", "utf8", "--checked"), "");
+    EXPECT_EQ(strict("iso8859-3", "\xC3\xA9\xFFz\xA5", "utf8", "--tolerant"), message(4, "iso8859-3, found A5"));
+}
+
+TEST(Convert, SurrogatesAreNoCharactersOfSingleBytes) {
+    const std::string pair = bytes("00 61 D8 3D DE 00 00 62");
+    EXPECT_EQ(convert("ucs2", pair, {"-t", "latin1"}),
+              (Result{0, "a??b", "zelk convert: 2 characters written as a question mark\n"}));
+    EXPECT_EQ(convert("ucs2", pair, {"-t", "latin1", "--strict"}).error,
+              "zelk convert: standard input: offset 2: expected a character of ucs2be, found D8 3D\n");
+    EXPECT_EQ(convert("ucs2le", bytes("61 00 3D D8"), {"-t", "latin1", "--strict"}).error,
+              "zelk convert: standard input: offset 2: expected a character of ucs2le, found 3D D8\n");
+    EXPECT_EQ(convert("ucs2", pair, {"-t", "ucs2le"}), success(bytes("61 00 3D D8 00 DE 62 00")));
+}
+
 TEST(Convert, NamesAreForgiving) {
     for (const char *name : {"ISO-8859-15", "iso_8859-15", "ISO885915", "Latin9", "latin-9", "15"}) {
         EXPECT_EQ(convert(name, "\xA4"), success("\xE2\x82\xAC")) << name;
