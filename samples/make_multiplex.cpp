@@ -6,6 +6,8 @@
 // read the multiplex right.
 #include "text_encoder.h"
 
+#include "tool/section_maker.h"
+
 #include <dvbpsi/dvbpsi.h>
 #include <dvbpsi/psi.h>
 
@@ -40,6 +42,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 using zelk_samples::Coding;
 using zelk_samples::TextEncoder;
+using zelk_test::bigEndian;
+using zelk_test::loop;
 
 constexpr std::uint16_t originalNetwork = 0x3201;
 constexpr std::uint16_t ownStream = 1; // the multiplex itself; the other one is only announced
@@ -86,6 +90,11 @@ struct Item {
     Text value;
 };
 
+struct Genre {
+    std::uint8_t code = 0;
+    std::string name;
+};
+
 struct Event {
     unsigned int id = 0;
     std::string start;
@@ -95,11 +104,13 @@ struct Event {
     Text text;
     Text extended;
     std::vector<Item> items;
+    std::vector<Genre> genres;
 };
 
 struct Service {
     std::uint16_t transportStream = ownStream;
     std::uint16_t id = 0;
+    std::uint16_t channelNumber = 0; // 0: it has none
     std::string language;
     Text provider;
     Text name;
@@ -111,7 +122,16 @@ struct Group {
     Text name;
 };
 
+struct Time {
+    std::string utc;
+    std::string country;
+    std::string offset; // "+01:00"
+    std::string change;
+    std::string nextOffset;
+};
+
 struct Programmes {
+    Time time;
     std::vector<Group> networks;
     std::vector<Group> bouquets;
     std::vector<Service> services;
@@ -153,6 +173,9 @@ public:
         result.earlierName = text(value.value("earlier_name", Json()), coding);
         result.text = text(value.value("text", Json()), coding);
         result.extended = text(value.value("extended", Json()), coding);
+        if (value.contains("genre")) {
+            result.genres.push_back({value["genre"].at("code"), value["genre"].at("name")});
+        }
         for (const Json &item : value.value("items", Json::array())) {
             result.items.push_back({text(item.at(0), coding), text(item.at(1), coding)});
         }
@@ -164,6 +187,7 @@ public:
         Service result;
         result.transportStream = value.value("transport_stream", ownStream);
         result.id = value.at("service");
+        result.channelNumber = value.value("channel_number", std::uint16_t{0});
         result.language = value.at("language");
         result.provider = text(value.at("provider"), coding);
         result.name = text(value.at("name"), coding);
@@ -182,7 +206,12 @@ Programmes readProgrammes(const std::string &path) {
     std::ifstream file(path);
     const Json json = Json::parse(file);
     const ProgrammeReader reader(json);
-    Programmes result{reader.groups(json.at("networks")), reader.groups(json.at("bouquets")), {}};
+    const Json &time = json.at("time");
+    Programmes result{
+        {time.at("utc"), time.at("country"), time.at("offset"), time.at("change"), time.at("next_offset")},
+        reader.groups(json.at("networks")),
+        reader.groups(json.at("bouquets")),
+        {}};
     for (const Json &service : json.at("services")) {
         result.services.push_back(reader.service(service));
     }
@@ -206,6 +235,7 @@ Json keyOf(const Service &service) {
 
 Json listing(const Programmes &programmes) {
     Json services = Json::array();
+    Json numbers = Json::array();
     Json events = Json::array();
     for (const Service &service : programmes.services) {
         Json record = keyOf(service);
@@ -214,6 +244,10 @@ Json listing(const Programmes &programmes) {
         record["provider"] = service.provider.shown;
         record["running_status"] = "running";
         record["scrambled"] = false;
+        if (service.channelNumber != 0) {
+            record["channel_number"] = service.channelNumber;
+            numbers.push_back({{"service", service.id}, {"number", service.channelNumber}, {"visible", true}});
+        }
         services.push_back(record);
         for (const Event &event : service.events) {
             Json entry = keyOf(service);
@@ -230,6 +264,9 @@ Json listing(const Programmes &programmes) {
             for (const Item &item : event.items) {
                 entry["items"].push_back({{"description", item.description.shown}, {"item", item.value.shown}});
             }
+            for (const Genre &genre : event.genres) {
+                entry["genres"].push_back({{"code", genre.code}, {"name", genre.name}, {"user", 0}});
+            }
             events.push_back(entry);
         }
     }
@@ -240,13 +277,22 @@ Json listing(const Programmes &programmes) {
                            {"original_network", originalNetwork},
                            {"transport_stream", streams.empty() ? ownStream : otherStream}});
     }
+    streams[0]["channel_numbers"] = numbers;
+    const Time &time = programmes.time;
+    const std::string utc = time.utc + ":00Z";
+    const Json offset = {{"country", time.country},
+                         {"region", 0},
+                         {"offset", time.offset},
+                         {"change", time.change + ":00Z"},
+                         {"next_offset", time.nextOffset}};
     return {{"networks", namesOf(programmes.networks)},
             {"bouquets", namesOf(programmes.bouquets)},
             {"streams", streams},
             {"services", services},
             {"channels", Json::array()},
             {"events", events},
-            {"times", Json::array()}};
+            {"times", Json::array({{{"table", "TDT"}, {"utc", utc}},
+                                   {{"table", "TOT"}, {"utc", utc}, {"offsets", Json::array({offset})}}})}};
 }
 
 // One record a line, as `zelk scan --json` writes it.
@@ -360,6 +406,14 @@ Descriptor shortEvent(const std::string &language, const std::string &name, cons
     return Descriptor(dvbpsi_GenShortEventDr(&content, false));
 }
 
+Descriptor descriptorOf(std::uint8_t tag, std::string content) {
+    if (content.size() > 255) {
+        throw std::runtime_error("a descriptor is too long");
+    }
+    return Descriptor(dvbpsi_NewDescriptor(tag, static_cast<std::uint8_t>(content.size()),
+                                           reinterpret_cast<std::uint8_t *>(content.data())));
+}
+
 // Written here because libdvbpsi's own generator of this descriptor writes its items over the byte that counts them.
 Descriptor extendedEvent(std::size_t number, std::size_t last, const std::string &language, const std::string &items,
                          const std::string &text) {
@@ -370,11 +424,7 @@ Descriptor extendedEvent(std::size_t number, std::size_t last, const std::string
     content += items;
     content += static_cast<char>(text.size());
     content += text;
-    if (content.size() > 255) {
-        throw std::runtime_error("an extended text and its items are too long for one descriptor");
-    }
-    return Descriptor(dvbpsi_NewDescriptor(0x4E, static_cast<std::uint8_t>(content.size()),
-                                           reinterpret_cast<std::uint8_t *>(content.data())));
+    return descriptorOf(0x4E, content);
 }
 
 // Decimal digits two to a byte, as times are broadcast.
@@ -397,6 +447,26 @@ std::uint32_t durationOf(const std::string &duration) {
     return bcd(duration.substr(0, 2)) << 16U | bcd(duration.substr(3, 2)) << 8U;
 }
 
+// Where receivers list a service: a private descriptor that most countries share.
+Descriptor channelNumbers(const std::vector<Service> &services) {
+    constexpr unsigned int visible = 0xFC00;
+    std::string content;
+    for (const Service &service : services) {
+        if (service.channelNumber != 0) {
+            content += bigEndian(service.id, 2) + bigEndian(visible | service.channelNumber, 2);
+        }
+    }
+    return descriptorOf(0x83, content);
+}
+
+Descriptor content(const std::vector<Genre> &genres) {
+    std::string bytes;
+    for (const Genre &genre : genres) {
+        bytes += bigEndian(genre.code, 1) + '\0';
+    }
+    return descriptorOf(0x54, bytes);
+}
+
 class Tables {
 public:
     Tables(const Programmes &programmes, const TextEncoder &encoder) : programmes_(programmes), encoder_(encoder) {}
@@ -416,7 +486,12 @@ public:
             const NetworkTable nit(dvbpsi_nit_new(table, network.id, network.id, laterVersion, true));
             const Descriptor name = networkName(encode(network.name));
             dvbpsi_nit_descriptor_add(nit.get(), name->i_tag, name->i_length, name->p_data);
-            dvbpsi_nit_ts_add(nit.get(), table == 0x40 ? ownStream : otherStream, originalNetwork);
+            dvbpsi_nit_ts_t *const stream =
+                dvbpsi_nit_ts_add(nit.get(), table == 0x40 ? ownStream : otherStream, originalNetwork);
+            if (table == 0x40) {
+                const Descriptor numbers = channelNumbers(programmes_.services);
+                dvbpsi_nit_ts_descriptor_add(stream, numbers->i_tag, numbers->i_length, numbers->p_data);
+            }
             generator_.take(dvbpsi_nit_sections_generate(generator_.get(), nit.get(), table), sections, [](auto &) {});
             table = 0x41;
         }
@@ -494,6 +569,19 @@ public:
         return sections;
     }
 
+    // libdvbpsi's generator gives the short sections of these no checksum.
+    std::vector<Bytes> times() const {
+        const Time &time = programmes_.time;
+        const std::string utc = bigEndian(startTime(time.utc), 5);
+        const auto clock = [](const std::string &offset) { return bigEndian(durationOf(offset.substr(1)) >> 8U, 2); };
+        const std::string offset = time.country + bigEndian(0x02U | (time.offset[0] == '-' ? 1U : 0U), 1) +
+                                   clock(time.offset) + bigEndian(startTime(time.change), 5) + clock(time.nextOffset);
+        const std::string date = zelk_test::shortSection(0x70, utc, false);
+        const std::string withOffset =
+            zelk_test::shortSection(0x73, utc + loop(zelk_test::descriptor(0x58, offset)), true);
+        return {{date.begin(), date.end()}, {withOffset.begin(), withOffset.end()}};
+    }
+
 private:
     std::string encode(const Text &text) const { return encoder_.encode(text.coding, text.words); }
 
@@ -529,6 +617,9 @@ private:
                                      durationOf(event->duration), event->id == 1 ? 4 : 1, false, 0);
             add(entry,
                 shortEvent(service.language, encode(earlier ? event->earlierName : event->name), encode(event->text)));
+            if (!event->genres.empty()) {
+                add(entry, content(event->genres));
+            }
             const bool elsewhere = table >= 0x50 && event->id <= 2;
             if (!elsewhere) {
                 addExtended(entry, service, *event);
@@ -606,6 +697,7 @@ void makeMultiplex(const Programmes &programmes, const TextEncoder &encoder, con
             }
         }
         multiplex.send(0x0012, events);
+        multiplex.send(0x0014, tables.times());
     }
 }
 

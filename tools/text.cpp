@@ -45,7 +45,7 @@ constexpr std::size_t gap = 2; // between columns
 
 // Takes columns from the widest ones, as far as that is not below what still says something.
 void fitColumns(std::vector<std::size_t> &widths, std::size_t width) {
-    constexpr std::size_t least = 6;
+    constexpr std::size_t least = 4;
     std::size_t total = gap * (widths.size() - 1);
     for (const std::size_t column : widths) {
         total += column;

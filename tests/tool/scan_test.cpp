@@ -199,7 +199,7 @@ TEST(Scan, WritesCommaSeparatedValues) {
     const auto rows = parseCsv(result.out);
     const nlohmann::json expected = nlohmann::json::parse(listing());
     std::size_t row = 1; // behind the heading
-    for (const char *kind : {"networks", "bouquets", "streams", "services", "events"}) {
+    for (const char *kind : {"networks", "bouquets", "streams", "services", "events", "times"}) {
         for (const auto &record : expected.at(kind)) {
             ASSERT_LT(row, rows.size());
             ASSERT_EQ(rows[row].size(), rows[0].size());
@@ -223,8 +223,8 @@ TEST(Scan, WritesAlignedTables) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out.find("NETWORK  NAME\n3201     Nordküste\n3202     Südküste · 南海岸\n\nBOUQUET  NAME\n"), 0U);
     // Three characters of two columns each take the room of six.
-    EXPECT_NE(result.out.find("3201.0001.007b  01    海岸一台            海岸廣播\n"), std::string::npos);
-    EXPECT_NE(result.out.find("3201.0001.0065  01    Harbour One         Harbour\n"), std::string::npos);
+    EXPECT_NE(result.out.find("3201.0001.007b  01    23       海岸一台            海岸廣播\n"), std::string::npos);
+    EXPECT_NE(result.out.find("3201.0001.0065  01    1        Harbour One         Harbour\n"), std::string::npos);
     // A text stays in its line.
     EXPECT_NE(result.out.find("  The evening's headlines.\\nWith Iris Caldbeck and Tom Penhale.\\nA storm warning"),
               std::string::npos);
