@@ -7,6 +7,7 @@
 #include "zelk.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace zelk::detail {
 
@@ -163,6 +164,15 @@ int zelkUtf8TextIsValid(const unsigned char *text, unsigned int length) {
     return wellFormed == length ? 1 : detail::restIsValid(text, length, wellFormed);
 }
 
+namespace {
+
+// The terminator of a text, or the place that the room ends at: the room says nothing of how far the text may be read.
+const unsigned char *endOrLimit(const unsigned char *text, int room) {
+    return text + strnlen(reinterpret_cast<const char *>(text), room > 1 ? static_cast<std::size_t>(room - 1) : 0);
+}
+
+} // namespace
+
 // The room is tested for every byte: a character at the end of the room is copied in part.
 unsigned int zelkUtf8CopyAndCheckIfValid(unsigned char *out, int size, const unsigned char *text, int length,
                                          int *invalid) {
@@ -170,8 +180,10 @@ unsigned int zelkUtf8CopyAndCheckIfValid(unsigned char *out, int size, const uns
     if (text != nullptr && *invalid == 0) {
         auto available = static_cast<unsigned int>(length);
         int room = size;
+        const unsigned char *const end = length < 0 ? endOrLimit(text, room) : nullptr;
         while (*invalid == 0 && room > 1 && available != 0 && *text != 0) {
-            const std::size_t fitting = std::min(available, static_cast<unsigned int>(room - 1));
+            const std::size_t fitting = end != nullptr ? static_cast<std::size_t>(end - text)
+                                                       : std::min(available, static_cast<unsigned int>(room - 1));
             const std::size_t wellFormed = kernels::kernels().wellFormedUtf8(text, fitting);
             at = std::copy_n(text, wellFormed, at);
             text += wellFormed;

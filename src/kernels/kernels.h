@@ -6,10 +6,9 @@
 //   family goes on by the exact rule and may come back. For what a kernel consumes it gives what the rule gives.
 // - Of the output nothing changes but what the kernel returns as written, whatever `room` is stated. `room` is what may
 //   be written; the terminator, which the family writes, is not counted.
-// - A text ends at its count or in front of a zero before it. Nothing after the count is read. Where a zero comes
-// first,
-//   nothing after it is read but the rest of the aligned block that holds it: 64 bytes on x86, 16 bytes elsewhere. So a
-//   count may be larger than the memory of a text that a zero ends.
+// - A text ends at its count or in front of a zero before it. Nothing after the count is read. After a zero that comes
+//   first nothing is read but the rest of the aligned block that holds it: a block of the set, at most 64 bytes on
+//   x86, 16 bytes elsewhere. So a count may be larger than the memory of a text that a zero ends.
 // - A terminated text is read up to its terminator, and the rest of that aligned block.
 // - Kernels call nothing outside of src/kernels/ and src/tables/, and have no state.
 #pragma once

@@ -139,18 +139,46 @@ ZELK_STAGE std::size_t putWide(tables::ByteSet set, const unsigned char *in, std
     return written;
 }
 
+// As many bytes of ASCII as come first, by four blocks.
+ZELK_OPERATION std::size_t copyAscii(const unsigned char *in, std::size_t length, char *out) {
+    std::size_t done = 0;
+    for (; length - done >= 4 * blockBytes; done += 4 * blockBytes) {
+        const unsigned char *const from = in + done;
+        const Bytes a = load(from);
+        const Bytes b = load(from + blockBytes);
+        const Bytes c = load(from + 2 * blockBytes);
+        const Bytes d = load(from + 3 * blockBytes);
+        if (anySignBit(a | b | c | d)) {
+            break;
+        }
+        store(out + done, a);
+        store(out + done + blockBytes, b);
+        store(out + done + 2 * blockBytes, c);
+        store(out + done + 3 * blockBytes, d);
+    }
+    return done;
+}
+
 // A block or more.
 ZELK_STAGE std::size_t putBlocks(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out) {
-    std::size_t written = 0;
-    std::size_t done = 0;
+    std::size_t done = copyAscii(in, length, out);
+    std::size_t written = done;
+    bool wasAscii = false;
     while (length - done >= blockBytes) {
         const Bytes text = load(in + done);
         if (!anySignBit(text)) {
             store(out + written, text);
             written += blockBytes;
             done += blockBytes;
+            if (wasAscii) {
+                const std::size_t ascii = copyAscii(in + done, length - done, out + written);
+                done += ascii;
+                written += ascii;
+            }
+            wasAscii = !wasAscii;
             continue;
         }
+        wasAscii = false;
         const TwoBytes bytes = utf8Bytes(set, text);
         if (anyBit(bytes.wide)) [[unlikely]] {
             const std::size_t count = std::min(length - done, wideStretch);
@@ -299,7 +327,8 @@ ZELK_OPERATION Progress putUnits(tables::ByteSet set, const unsigned char *text,
 
 ZELK_STAGE Progress bytesToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,
                                 std::size_t room) {
-    return putUnits(set, text, bytesBeforeZero(text, std::min(length, room)), out);
+    const std::size_t known = bytesBeforeZero(text, std::min(length, room + blockBytes));
+    return putUnits(set, text, std::min(known, room), out);
 }
 
 ZELK_STAGE Progress cleanToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length, unsigned short *out,

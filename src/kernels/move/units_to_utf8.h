@@ -260,15 +260,14 @@ ZELK_STAGE Progress encodeSingly(const unsigned char *text, std::size_t count, c
 // not to slow down many others.
 inline constexpr std::size_t stretchUnits = 128;
 
-// Two blocks. The second one may be in a line of its own.
+// Two blocks. Where a zero may end the text they are aligned, and the second one is read when the first has none.
 struct Step {
     Units front, back;
 
     // False where a unit stops.
     ZELK_OPERATION bool load(Step &step, const unsigned char *text, UnitForm form) {
         step.front = unitsAt(text, 0, orderOf(form));
-        if (lineBytes < 2 * blockBytes && cleanOf(form) == Clean::Any &&
-            anyBit(asBytes(stopsAmong(step.front, Clean::Any)))) [[unlikely]] {
+        if (cleanOf(form) == Clean::Any && anyBit(asBytes(stopsAmong(step.front, Clean::Any)))) [[unlikely]] {
             return false;
         }
         step.back = unitsAt(text, blockUnits, orderOf(form));
@@ -283,8 +282,7 @@ ZELK_OPERATION std::size_t encodeAscii(const unsigned char *text, std::size_t co
     for (; count - done >= stepUnits; done += stepUnits) {
         const unsigned char *const from = text + 2 * done;
         const Units front = unitsAt(from, 0, order);
-        if (lineBytes < 2 * blockBytes && cleanOf(form) == Clean::Any && anyBit(asBytes(stopsAmong(front, Clean::Any))))
-            [[unlikely]] {
+        if (cleanOf(form) == Clean::Any && anyBit(asBytes(stopsAmong(front, Clean::Any)))) [[unlikely]] {
             break;
         }
         const Bytes bytes = packed(front, unitsAt(from, blockUnits, order));
@@ -334,7 +332,7 @@ ZELK_OPERATION Progress encodeMixed(const unsigned char *text, std::size_t count
     return done;
 }
 
-// Steps from the beginning of a line on, as long as a further one follows.
+// Steps as long as a further one follows. Where a zero may end the text, it begins with an aligned block.
 template <UnitOrder order>
 ZELK_STAGE Progress encodeSteps(const unsigned char *text, std::size_t count, char *out, std::size_t room,
                                 Clean clean) {
@@ -368,9 +366,16 @@ ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, cha
     if (count < laneUnits) {
         return encodeSingly(text, count, out, form);
     }
+    if (clean == Clean::Any) {
+        count = sparesNoCode && count <= fewUnits && placeInBlock(text) % 2 == 0 ? readableOfFew(text, count)
+                                                                                 : readableUnits(text, count);
+        if (count < laneUnits) [[unlikely]] {
+            return encodeSingly(text, count, out, form);
+        }
+    }
     const Stretch stretch = count >= blockUnits ? stretchOf(text, count, form) : stretchOfLanes(text, count, form);
-    if (stretch.count < laneUnits) [[unlikely]] {
-        return encodeSingly(text, stretch.count, out, form);
+    if (stretch.count != count) [[unlikely]] {
+        return ucs2ToUtf8<order, clean>(text, stretch.count, out, room);
     }
     if (areBelow(stretch, 0x80)) {
         putAscii(text, stretch.count, out, order);
@@ -390,12 +395,15 @@ ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, cha
         return step.read;
     };
     const auto part = [&](std::size_t units) {
-        return goOn(ucs2ToUtf8<order, clean>(text + 2 * done.read, units, out + done.written,
-                                             detail::longestSequence * units)) == units;
+        const unsigned char *const from = text + 2 * done.read;
+        const std::size_t readable = clean == Clean::Any ? readableInPart(from, units, count - done.read) : units;
+        return goOn(ucs2ToUtf8<order, clean>(from, readable, out + done.written, detail::longestSequence * readable)) ==
+               units;
     };
     for (;;) {
-        if (fitting() > stretchUnits) {
-            if (clean == Clean::Any && !part(unitsInLine(text + 2 * done.read))) {
+        const std::size_t place = clean == Clean::Any ? placeInBlock(text + 2 * done.read) : 0;
+        if (sparesNoCode && fitting() > stretchUnits && place % 2 == 0) {
+            if (place != 0 && !part((blockBytes - place) / 2)) {
                 return done;
             }
             goOn(encodeSteps<order>(text + 2 * done.read, count - done.read, out + done.written, room - done.written,
@@ -428,16 +436,16 @@ ZELK_OPERATION std::size_t bytesBeyondOne(const unsigned char *text, std::size_t
 static_assert(2 * stretchUnits / blockUnits <= 0xFF);
 
 ZELK_STAGE Progress measure(const unsigned char *text, std::size_t count, UnitOrder order) {
-    constexpr UnitForm form = UnitForm::LowFirst; // a zero is one in any order
     Progress done;
     for (;;) {
         const unsigned char *const from = text + 2 * done.read;
         const std::size_t wanted = std::min(count - done.read, stretchUnits);
-        const std::size_t clean =
-            wanted >= blockUnits ? stretchOf(from, wanted, form).count : unitsBeforeStop(from, wanted, form);
-        done.read += clean;
-        done.written += clean + bytesBeyondOne(from, clean, order);
-        if (clean < stretchUnits) {
+        const std::size_t readable = readableInPart(from, wanted, count - done.read);
+        const std::size_t units = readable >= blockUnits ? stretchOf(from, readable, UnitForm::LowFirst).count
+                                                         : unitsBeforeStop(from, readable, UnitForm::LowFirst);
+        done.read += units;
+        done.written += units + bytesBeyondOne(from, units, order);
+        if (units < stretchUnits) {
             return done;
         }
     }

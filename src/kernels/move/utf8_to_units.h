@@ -161,13 +161,13 @@ ZELK_STAGE std::size_t convertBlocks(const unsigned char *text, std::size_t leng
         store(at, kept.units);
         at += kept.count;
     };
-    std::size_t wait = 0; // as for lines
+    std::size_t wait = 0; // as where text is checked
     while (length - read >= blockBytes + laneBytes) {
         if (wait == 0 && !anySignBit(block.text)) {
             storeAscii(at, block.text);
             at += blockBytes;
         } else {
-            wait = wait == 0 ? linesUntilTrial : wait - 1;
+            wait = wait == 0 ? blocksUntilTrial : wait - 1;
             const LastBytes units = lastBytes(block);
             storeHalf(keptOfHalf<0>(units));
             storeHalf(keptOfHalf<1>(units));
@@ -234,31 +234,34 @@ ZELK_STAGE Progress convertRight(const unsigned char *text, std::size_t length, 
 
 // ---- ASCII
 
-// The units of ASCII at the front of a text of more than a line: all of it, or whole lines, or none.
+// The units of ASCII at the front of a text of more than a block: all of it, or up to the end of a block, or none.
 ZELK_OPERATION std::size_t widenAscii(const unsigned char *text, std::size_t length, unsigned short *out,
                                       std::size_t room, Bytes leastAscii) {
-    const auto widenLine = [&](std::size_t read) {
-        for (std::size_t block = 0; block < lineBytes; block += blockBytes) {
-            storeAscii(out + read + block, load(text + read + block));
-        }
-    };
-    std::size_t read = bytesInLine(text);
-    if (room < lineBytes || (read != lineBytes && hasZeroInLine(text)) || !isAsciiLine(text, leastAscii)) {
+    const std::size_t front = bytesInLine(text);
+    const std::size_t fitting = std::min(length, room);
+    if (fitting < front + blockBytes || !isAscii(frontBlock(text), leastAscii)) {
         return 0;
     }
-    widenLine(0);
-    const std::size_t fitting = std::min(length, room);
-    while (fitting - read >= lineBytes) {
-        if (!isAsciiLine(text + read, leastAscii)) {
-            return read;
+    std::size_t read = front;
+    for (; fitting - read >= blockBytes; read += blockBytes) {
+        const Bytes block = loadAligned(text + read);
+        if (!isAscii(block, leastAscii)) {
+            break;
         }
-        widenLine(read);
-        read += lineBytes;
+        storeAscii(out + read, block);
     }
-    if (fitting != length || !isAsciiLine(text + length - lineBytes, leastAscii)) {
+    if (read == front) {
+        return 0;
+    }
+    storeAscii(out, load(text));
+    if (read == length) {
+        return length;
+    }
+    const unsigned char *const last = text + length - blockBytes;
+    if (fitting != length || length - read >= blockBytes || !isAscii(load(last), leastAscii)) {
         return read;
     }
-    widenLine(length - lineBytes);
+    storeAscii(out + length - blockBytes, load(last));
     return length;
 }
 
@@ -267,7 +270,7 @@ ZELK_OPERATION std::size_t widenAscii(const unsigned char *text, std::size_t len
 ZELK_STAGE Progress convertLong(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room,
                                 const Utf8Rule &rule) {
     constexpr std::size_t window = 2048; // after which ASCII is tried again
-    constexpr std::size_t short_ = lineBytes;
+    constexpr std::size_t short_ = 64;
     Progress done;
     for (;;) {
         if (length - done.read > short_) {
@@ -276,12 +279,14 @@ ZELK_STAGE Progress convertLong(const unsigned char *text, std::size_t length, u
             done.read += ascii;
             done.written += ascii;
         }
-        const std::size_t bytes = std::min(length - done.read, window);
+        // A window that is not the last one ends with an aligned block, which is looked at whole.
+        const std::size_t left = length - done.read;
+        const std::size_t bytes = std::min(left, window - placeInLine(text + done.read));
         const std::size_t right = check(text + done.read, bytes, rule);
         const Progress more = convertRight(text + done.read, right, out + done.written, room - done.written);
         done.read += more.read;
         done.written += more.written;
-        if (more.read != right || bytes != window || right + longestSequence <= bytes) {
+        if (more.read != right || bytes == left || right + longestSequence <= bytes) {
             return done;
         }
     }
@@ -292,7 +297,7 @@ ZELK_STAGE Progress convert(const unsigned char *text, std::size_t length, unsig
     if (length > ShortText::most) {
         return convertLong(text, length, out, room, rule);
     }
-    const std::size_t readable = readableBytes(text, length);
+    const std::size_t readable = bytesBeforeZero(text, length);
     if (readable < ShortText::least) {
         return convertCharacters(text, readable, out, room, rule.clean);
     }

@@ -1,10 +1,9 @@
 // UCS-2 text looked at before its conversion: where it ends or stops, and how large its units are.
 //
-// Nothing is read in a line after the one that holds a zero: a short text is looked at in its first line before it is
-// taken at once, a long one goes line by line.
+// Where a zero may end the text before its count, aligned blocks are read up to the one that holds the zero; what comes
+// before is then taken as it pleases.
 #pragma once
 
-#include "kernels/simd/lines.h"
 #include "kernels/text_forms.h"
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
@@ -48,27 +47,62 @@ ZELK_STAGE std::size_t unitsBeforeStop(const unsigned char *text, std::size_t co
 
 // ---- What may be read
 
-inline constexpr std::size_t lineUnits = lineBytes / 2;
-
-// The first bit of every place of a unit in a line.
+// The first bit of every second place.
 inline constexpr std::uint64_t unitPlaces = ~std::uint64_t{0} / ((std::uint64_t{1} << 2 * bitsPerPlace) - 1);
 
-// The units from an address on that end in its line, and those of them in front of a zero.
-ZELK_OPERATION std::size_t unitsInLine(const unsigned char *text) {
-    return bytesInLine(text) / 2;
+ZELK_OPERATION std::size_t placeInBlock(const void *at) {
+    return reinterpret_cast<std::uintptr_t>(at) % blockBytes;
 }
 
-// Blocks are read from the one that holds the address up to the first zero.
-ZELK_OPERATION std::size_t unitsInLineBeforeZero(const unsigned char *text) {
-    const auto zerosAt = [](const unsigned char *block) { return placesOf(equal(loadAligned(block), Bytes{})); };
-    const auto unitsOf = [](std::uint64_t zeros) { return zeros & zeros >> bitsPerPlace & unitPlaces; };
-    const std::size_t before = placeInLine(text) % blockBytes;
-    std::uint64_t zeros = zerosAt(text - before) >> before * bitsPerPlace;
-    for (std::size_t at = blockBytes - before; unitsOf(zeros) == 0 && at < bytesInLine(text); at += blockBytes) {
-        zeros |= zerosAt(text + at) << at * bitsPerPlace;
+// Of a text of at least one unit, in any order, as many units as may be read at once: all, or those in front of a zero.
+// Aligned blocks are looked at, from the one that holds the first byte up to the first zero, but not the one that holds
+// the last byte: no other may end before it.
+ZELK_STAGE std::size_t readableUnits(const unsigned char *text, std::size_t count) {
+    const std::size_t before = placeInBlock(text);
+    const bool isOdd = before % 2 != 0; // then a unit lies across two blocks
+    const unsigned char *block = text - before;
+    std::uint64_t wanted = ~firstPlaces(before);
+    std::uint64_t carried = 0;
+    for (std::size_t left = before + 2 * count; left > blockBytes;) {
+        const std::uint64_t zeros = placesOf(equal(loadAligned(block), Bytes{})) & wanted;
+        const std::uint64_t paired = isOdd ? zeros << bitsPerPlace | carried : zeros;
+        const std::uint64_t units = paired & paired >> bitsPerPlace & unitPlaces;
+        if (units != 0) {
+            return count - (left - firstPlace(units) + 1) / 2;
+        }
+        do {
+            block += blockBytes;
+            left -= blockBytes;
+        } while (!isOdd && left > blockBytes && !anyBit(asBytes(equalUnits(asUnits(loadAligned(block)), Units{}))));
+        wanted = ~std::uint64_t{0};
+        carried = zeros >> (blockBytes - 1) * bitsPerPlace;
     }
-    return unitsOf(zeros) == 0 ? unitsInLine(text)
-                               : static_cast<std::size_t>(std::countr_zero(unitsOf(zeros))) / (2 * bitsPerPlace);
+    return count;
+}
+
+// The same of a part of a text of `count` units: the block in which the part ends is looked at too, if the text goes on
+// after it.
+ZELK_OPERATION std::size_t readableInPart(const unsigned char *text, std::size_t part, std::size_t count) {
+    return part == 0 ? 0 : std::min(part, readableUnits(text, std::min(count, part + blockUnits)));
+}
+
+// The same of a few units at an even address.
+inline constexpr std::size_t fewUnits = 64 / (2 * bitsPerPlace);
+
+ZELK_OPERATION std::size_t readableOfFew(const unsigned char *text, std::size_t count) {
+    const auto zerosAt = [](const unsigned char *block) {
+        return placesOf(asBytes(equalUnits(asUnits(loadAligned(block)), Units{})));
+    };
+    const std::size_t before = placeInBlock(text);
+    std::size_t next = blockBytes - before;
+    if (next >= 2 * count) {
+        return count;
+    }
+    std::uint64_t zeros = zerosAt(text - before) >> before * bitsPerPlace;
+    for (; zeros == 0 && next + blockBytes < 2 * count; next += blockBytes) {
+        zeros = zerosAt(text + next) << next * bitsPerPlace;
+    }
+    return zeros == 0 ? count : firstPlace(zeros) / 2;
 }
 
 // ---- Stretches
@@ -83,62 +117,23 @@ ZELK_OPERATION bool areBelow(const Stretch &stretch, unsigned int powerOfTwo) {
     return !anyBit(asBytes(stretch.bits & repeatUnit(0x10000 - powerOfTwo)));
 }
 
-// The bits of the units looked at, and whether one of them stops.
-struct Look {
-    Units bits;
-    Units stops;
-
-    ZELK_OPERATION void at(Look &look, const unsigned char *text, std::size_t index, UnitForm form) {
-        const Units units = unitsAt(text, index, orderOf(form));
-        look.bits |= units;
-        look.stops |= stopsAmong(units, cleanOf(form));
-    }
-
-    // A line, or as many units at another place.
-    ZELK_OPERATION void atLine(Look &look, const unsigned char *text, std::size_t index, UnitForm form) {
-#pragma GCC unroll 8
-        for (std::size_t i = 0; i < lineUnits; i += blockUnits) {
-            at(look, text, index + i, form);
-        }
-    }
-};
-
-// A block of units or more. Where a zero may end the text, a line is read when those before it have none.
+// Of a text that may be read: a block of units or more.
 ZELK_OPERATION Stretch stretchOf(const unsigned char *text, std::size_t count, UnitForm form) {
-    const bool mayEnd = cleanOf(form) == Clean::Any && !areInLine(text, 2 * count);
-    if (mayEnd) {
-        const std::size_t units = unitsInLineBeforeZero(text);
-        if (units != unitsInLine(text)) [[unlikely]] {
-            return {units, repeatUnit(0xFFFF)};
-        }
+    Stretch stretch{count, unitsAt(text, count - blockUnits, orderOf(form))};
+    Units stops = stopsAmong(stretch.bits, cleanOf(form));
+    for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
+        const Units units = unitsAt(text, at, orderOf(form));
+        stretch.bits |= units;
+        stops |= stopsAmong(units, cleanOf(form));
     }
-    Look look{};
-    if (count > lineUnits) {
-        Look::atLine(look, text, 0, form);
-        for (std::size_t at = mayEnd ? unitsInLine(text) : lineUnits; count - at > lineUnits; at += lineUnits) {
-            Look::atLine(look, text, at, form);
-            if (mayEnd && anyBit(asBytes(look.stops))) [[unlikely]] {
-                return {unitsBeforeStop(text, count, form), look.bits};
-            }
-        }
-        Look::atLine(look, text, count - lineUnits, form);
-    } else {
-        for (std::size_t at = 0; at + blockUnits < count; at += blockUnits) {
-            Look::at(look, text, at, form);
-        }
-        Look::at(look, text, count - blockUnits, form);
+    if (anyBit(asBytes(stops))) [[unlikely]] {
+        stretch.count = unitsBeforeStop(text, count, form);
     }
-    return {anyBit(asBytes(look.stops)) ? unitsBeforeStop(text, count, form) : count, look.bits};
+    return stretch;
 }
 
 // Two lanes of a block of two, which may overlap: 8 to 16 units.
 ZELK_OPERATION Stretch stretchOfLanes(const unsigned char *text, std::size_t count, UnitForm form) {
-    if (cleanOf(form) == Clean::Any && !areInLine(text, 2 * count)) {
-        const std::size_t units = unitsInLineBeforeZero(text);
-        if (units != unitsInLine(text)) [[unlikely]] {
-            return {units, repeatUnit(0xFFFF)};
-        }
-    }
     const Units units = asUnits(joined(asLane(laneUnitsAt(text, 0, orderOf(form))),
                                        asLane(laneUnitsAt(text, count - laneUnits, orderOf(form)))));
     const bool stops = anyBit(asBytes(stopsAmong(units, cleanOf(form))));

@@ -2,36 +2,18 @@
 //
 //   up to 17 bytes       character by character
 //   18 to 64 bytes       four lanes that overlap as far as needed: no branch depends on the length
-//   more                 as many bytes as a line has at the front, then the text's lines, then as many at its end
+//   more                 aligned blocks, from the one that holds the first byte to the one that holds the last
 //
-// Nothing is read in a line after the one that holds a zero. Every byte is looked at together with the two before it,
-// so that blocks follow one another at fixed distances, wherever the sequences lie. Where vectors find a fault,
-// characters say where it is.
+// Nothing is read after the aligned block that holds a zero. Every byte is looked at together with the two before it,
+// so that it does not matter where in a block the sequences lie. Where vectors find a fault, characters say where it
+// is.
 #pragma once
 
 #include "kernels/plain/utf8.h"
 #include "kernels/scan/utf8_faults.h"
-#include "kernels/simd/lines.h"
+#include "kernels/scan/zero_byte.h"
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
-
-// ---- Which bytes may be read
-
-ZELK_OPERATION std::uint64_t zeroPlaces(Bytes bytes) {
-    return placesOf(equal(bytes, Bytes{}));
-}
-
-// Whether there is a zero from an address to the end of its line. Blocks are read from the one that holds the address
-// up to the first zero.
-ZELK_OPERATION bool hasZeroInLine(const unsigned char *at) {
-    const std::size_t place = placeInLine(at);
-    const std::size_t inBlock = place % blockBytes;
-    std::uint64_t zeros = zeroPlaces(loadAligned(at - inBlock)) >> inBlock * bitsPerPlace;
-    for (std::size_t block = place - inBlock + blockBytes; zeros == 0 && block < lineBytes; block += blockBytes) {
-        zeros = zeroPlaces(loadAligned(at - place + block));
-    }
-    return zeros != 0;
-}
 
 // ---- Blocks and the bytes before theirs
 
@@ -41,15 +23,36 @@ struct Utf8Block {
     Bytes text, before1, before2;
 };
 
-// Not one at the front of a text.
+// Of bytes that may be read, not at the front of a text.
 ZELK_OPERATION Utf8Block utf8BlockAt(const unsigned char *at) {
     return {load(at), load(at - 1), load(at - 2)};
 }
 
+ZELK_OPERATION Utf8Block utf8BlockAfter(Bytes before, Bytes block) {
+    return {block, movedUp<1>(block, before), movedUp<2>(block, before)};
+}
+
 // With zeros in front of the text.
 ZELK_OPERATION Utf8Block firstUtf8Block(const unsigned char *text) {
-    const Bytes block = load(text);
-    return {block, movedUp<1>(block), movedUp<2>(block)};
+    return utf8BlockAfter(Bytes{}, load(text));
+}
+
+// The first `count` places of a block, less than all.
+ZELK_OPERATION Flags inFront(std::size_t count) {
+    alignas(blockBytes) static constexpr auto places = []() {
+        std::array<std::uint8_t, blockBytes> numbers{};
+        for (std::size_t place = 0; place < blockBytes; ++place) {
+            numbers[place] = static_cast<std::uint8_t>(place);
+        }
+        return numbers;
+    }();
+    return lessSigned(load(places.data()), repeatByte(static_cast<unsigned int>(count)));
+}
+
+// The aligned block that holds the first byte of a text, with spaces in front of it, which are ASCII and no stops.
+ZELK_OPERATION Bytes frontBlock(const unsigned char *text) {
+    const std::size_t before = placeInLine(text);
+    return choose(inFront(before), repeatByte(' '), loadAligned(text - before));
 }
 
 // Lanes that cover a text of 18 to 64 bytes, or of 18 to 48 without the third.
@@ -67,26 +70,6 @@ struct ShortText {
     const unsigned char *text;
     std::size_t places[4];
 };
-
-// As many bytes of a text as may be read without a further look, at most `count`, which is at most 68: it ends among
-// them or at the count.
-ZELK_OPERATION std::size_t readableBytes(const unsigned char *text, std::size_t count) {
-    std::size_t known = bytesInLine(text);
-    if (count <= known) {
-        return count;
-    }
-    if (hasZeroInLine(text)) [[unlikely]] {
-        return known;
-    }
-    if constexpr (lineBytes < ShortText::most) { // or it ends in the second line
-        for (; count - known > lineBytes; known += lineBytes) {
-            if (anyBit(equal(load(text + known), Bytes{}))) [[unlikely]] {
-                return known + lineBytes;
-            }
-        }
-    }
-    return count;
-}
 
 // The lanes from a place of the list on that make up a block, each so many bytes before its place.
 ZELK_OPERATION Bytes lanesOf(const ShortText &name, std::size_t block, std::size_t before) {
@@ -116,12 +99,26 @@ ZELK_OPERATION Flags otherThanAscii(Bytes bytes, Bytes leastAscii) {
     return lessSigned(bytes, leastAscii);
 }
 
-ZELK_OPERATION bool isAsciiLine(const unsigned char *at, Bytes leastAscii) {
-    Bytes least = load(at);
-    for (std::size_t block = blockBytes; block < lineBytes; block += blockBytes) {
-        least = lesserSigned(least, load(at + block));
+ZELK_OPERATION bool isAscii(Bytes block, Bytes leastAscii) {
+    return !anySignBit(otherThanAscii(block, leastAscii));
+}
+
+// As many bytes of ASCII as come first, in aligned blocks.
+ZELK_STAGE std::size_t asciiInBlocks(const unsigned char *start, std::size_t length, Bytes leastAscii) {
+    constexpr std::size_t atOnce = 4 * blockBytes;
+    std::size_t read = 0;
+    for (; length - read >= atOnce; read += atOnce) {
+#pragma GCC unroll 4
+        for (std::size_t at = 0; at < atOnce; at += blockBytes) {
+            if (!isAscii(loadAligned(start + read + at), leastAscii)) {
+                return read + at;
+            }
+        }
     }
-    return !anySignBit(otherThanAscii(least, leastAscii));
+    while (length - read >= blockBytes && isAscii(loadAligned(start + read), leastAscii)) {
+        read += blockBytes;
+    }
+    return read;
 }
 
 ZELK_OPERATION bool isAscii(const ShortText &name, Bytes leastAscii) {
@@ -168,18 +165,6 @@ ZELK_OPERATION bool hasFaults(const ShortText &name, const Utf8Rule &rule) {
     return hasFaults(found, least, rule);
 }
 
-// Of as many bytes as a line has, whose first block is handed over.
-ZELK_OPERATION bool hasFaults(const Utf8Block &first, const unsigned char *at, const Utf8Rule &rule) {
-    Bytes least = first.text;
-    Bytes found = faultsOf(first, rule);
-    for (std::size_t place = blockBytes; place < lineBytes; place += blockBytes) {
-        const Utf8Block block = utf8BlockAt(at + place);
-        least = lesser(least, block.text);
-        found |= faultsOf(block, rule);
-    }
-    return hasFaults(found, least, rule);
-}
-
 // ---- Checking
 
 // The bytes at the front of a text that are characters, one by one.
@@ -196,107 +181,47 @@ ZELK_STAGE std::size_t rightCharacters(const unsigned char *text, std::size_t le
     return from + checkCharacters(text + from, end - from, rule);
 }
 
-// Of more bytes than a line has: those of ASCII at the front, all or up to the beginning of a line.
-ZELK_OPERATION std::size_t asciiLines(const unsigned char *text, std::size_t length, Bytes leastAscii) {
-    if (!isAsciiLine(text, leastAscii)) {
-        return 0;
-    }
-    std::size_t read = bytesInLine(text);
-    while (length - read >= lineBytes) {
-        if (!isAsciiLine(text + read, leastAscii)) {
-            return read;
-        }
-        read += lineBytes;
-    }
-    return isAsciiLine(text + length - lineBytes, leastAscii) ? length : read;
-}
-
-// From a place on, block by block: a text in which a line is too much to be looked at again at either end.
-ZELK_STAGE std::size_t checkBlocks(const unsigned char *text, std::size_t length, std::size_t read,
-                                   const Utf8Rule &rule) {
-    constexpr std::size_t none = std::size_t{0} - 1;
-    const auto settle = [=, &rule](std::size_t at) {
-        const std::size_t right = rightCharacters(text, length, at, at + blockBytes, rule);
-        return right < at + blockBytes ? right : none;
-    };
-    if (read == 0) {
-        read = blockBytes - (reinterpret_cast<std::uintptr_t>(text) & (blockBytes - 1));
-        if (hasFaults(firstUtf8Block(text), rule)) [[unlikely]] {
-            const std::size_t right = settle(0);
-            if (right != none) {
-                return right;
-            }
-        }
-    }
-    const std::size_t end = length - blockBytes;
-    for (; read <= end; read += blockBytes) {
-        if (hasFaults(utf8BlockAt(text + read), rule)) [[unlikely]] {
-            const std::size_t right = settle(read);
-            if (right != none) {
-                return right;
-            }
-        }
-    }
-    if (hasFaults(utf8BlockAt(text + end), rule)) [[unlikely]] {
-        const std::size_t right = settle(end);
-        if (right != none) {
-            return right;
-        }
-    }
-    return length - unfinishedBytes(text, length);
-}
-
-// ASCII is tried for each line, but not for some lines after one where it failed.
-inline constexpr std::size_t linesUntilTrial = 8;
-
-inline constexpr std::size_t longestByBlocks = 512; // the lines of more are faster than the blocks
+// ASCII is tried for each block, but not for some blocks after one where it failed.
+inline constexpr std::size_t blocksUntilTrial = 8;
 
 ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
     const Bytes leastAscii = leastAsciiOf(rule);
+    Bytes before = frontBlock(text);
     std::size_t read = bytesInLine(text);
-    if (read % blockBytes == 1) { // the bytes before the first whole block are too few to be looked at with it
-        const std::size_t first = plain::checkCharacter(text, length, rule.clean, rule.last);
-        return first == 0 ? 0 : first + checkLong(text + first, length - first, rule);
-    }
-    if (read != lineBytes && hasZeroInLine(text)) {
-        return checkCharacters(text, read, rule);
-    }
-    if (lineBytes != blockBytes && length <= longestByBlocks) {
-        const std::size_t ascii = asciiLines(text, length, leastAscii);
-        return ascii == length ? length : checkBlocks(text, length, ascii, rule);
-    }
-    if (!isAsciiLine(text, leastAscii) && hasFaults(firstUtf8Block(text), text, rule)) {
-        const std::size_t right = rightCharacters(text, length, 0, lineBytes, rule);
-        if (right < lineBytes) {
+    if (!isAscii(before, leastAscii) && hasFaults(utf8BlockAfter(Bytes{}, before), rule)) {
+        const std::size_t right = rightCharacters(text, length, 0, read, rule);
+        if (right < read) {
             return right;
         }
     }
-    for (std::size_t wait = 0; length - read >= lineBytes; read += lineBytes) {
-        const unsigned char *const at = text + read;
-        if (wait != 0) {
-            --wait;
-        } else if (isAsciiLine(at, leastAscii)) {
-            const std::size_t unfinished = unfinishedBytes(text, read);
-            if (unfinished != 0) {
-                return read - unfinished;
+    for (std::size_t wait = 0; length - read >= blockBytes;) {
+        if (wait == 0) {
+            wait = blocksUntilTrial;
+            const std::size_t ascii = asciiInBlocks(text + read, length - read, leastAscii);
+            if (ascii != 0) {
+                const std::size_t unfinished = unfinishedBytes(text, read);
+                if (unfinished != 0) {
+                    return read - unfinished;
+                }
+                before = Bytes{};
+                read += ascii;
+                continue;
             }
-            while (length - read >= 2 * lineBytes && isAsciiLine(text + read + lineBytes, leastAscii)) {
-                read += lineBytes;
-            }
-            continue;
-        } else {
-            wait = linesUntilTrial;
         }
-        if (hasFaults(utf8BlockAt(at), at, rule)) {
-            const std::size_t right = rightCharacters(text, length, read, read + lineBytes, rule);
-            if (right < read + lineBytes) {
+        --wait;
+        const Bytes block = loadAligned(text + read);
+        if (hasFaults(utf8BlockAfter(before, block), rule)) {
+            const std::size_t right = rightCharacters(text, length, read, read + blockBytes, rule);
+            if (right < read + blockBytes) {
                 return right;
             }
         }
+        before = block;
+        read += blockBytes;
     }
-    const unsigned char *const end = text + length - lineBytes;
-    if (read != length && hasFaults(utf8BlockAt(end), end, rule)) {
-        const std::size_t right = rightCharacters(text, length, length - lineBytes, length, rule);
+    const std::size_t last = length - blockBytes;
+    if (read != length && hasFaults(utf8BlockAt(text + last), rule)) {
+        const std::size_t right = rightCharacters(text, length, last, length, rule);
         if (right < length) {
             return right;
         }
@@ -309,7 +234,7 @@ ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length, 
     if (length > ShortText::most + 1 + longestSequence) {
         return checkLong(text, length, rule);
     }
-    const std::size_t readable = readableBytes(text, length);
+    const std::size_t readable = bytesBeforeZero(text, length);
     if (readable < ShortText::least || readable > ShortText::most) {
         return checkCharacters(text, readable, rule);
     }
@@ -379,14 +304,8 @@ ZELK_OPERATION InnerAndZeros innerAndZeros(const ShortText &name) {
     return bits;
 }
 
-ZELK_OPERATION InnerAndZeros innerAndZeros(const Utf8Block &first, const unsigned char *at) {
-    InnerAndZeros bits{signBits(innerBytes(first)), signBits(equal(first.text, Bytes{}))};
-    for (std::size_t place = blockBytes; place < lineBytes; place += blockBytes) {
-        const Utf8Block block = utf8BlockAt(at + place);
-        bits.inner |= signBits(innerBytes(block)) << place;
-        bits.zeros |= signBits(equal(block.text, Bytes{})) << place;
-    }
-    return bits;
+ZELK_OPERATION InnerAndZeros innerAndZeros(const Utf8Block &block) {
+    return {signBits(innerBytes(block)), signBits(equal(block.text, Bytes{}))};
 }
 
 // The steps of `bytes`, or of those before the first zero; false at a zero.
@@ -399,67 +318,58 @@ ZELK_OPERATION bool takeSteps(Progress &done, const InnerAndZeros &bits, std::si
     return zero >= bytes;
 }
 
-// Of whole lines without a zero.
-ZELK_STAGE void measureLines(const unsigned char *text, std::size_t length, Progress &done) {
+// Whole blocks without a zero, of which the one before them is handed over; returns the last one.
+ZELK_OPERATION Bytes measureBlocks(const unsigned char *text, std::size_t length, Bytes before, Progress &done) {
     const Bytes leastAscii = everyByte<0x01>();
-    constexpr std::size_t mostLines = 255 / (lineBytes / blockBytes); // that a sum of bytes holds
-    for (;;) {
+    constexpr std::size_t mostBlocks = 255; // that a sum of bytes holds
+    for (std::size_t wait = 0;;) {
         Bytes inner{};
-        std::size_t lines = 0;
-        for (; lines < mostLines && length - done.read >= lineBytes; ++lines) {
-            const unsigned char *const at = text + done.read;
-            if (!isAsciiLine(at, leastAscii)) {
-                Flags zeros{};
-                Bytes found{};
-                for (std::size_t place = 0; place < lineBytes; place += blockBytes) {
-                    const Utf8Block block = utf8BlockAt(at + place);
-                    zeros |= equal(block.text, Bytes{});
-                    found -= innerBytes(block);
+        std::size_t blocks = 0;
+        while (blocks < mostBlocks && length - done.read >= blockBytes) {
+            if (wait == 0) {
+                wait = blocksUntilTrial;
+                const std::size_t ascii = asciiInBlocks(text + done.read, length - done.read, leastAscii);
+                if (ascii != 0) {
+                    before = Bytes{};
+                    done.read += ascii;
+                    done.written += ascii;
+                    continue;
                 }
-                if (anyBit(zeros)) {
-                    break;
-                }
-                inner += found;
             }
-            done.read += lineBytes;
-            done.written += lineBytes;
+            --wait;
+            const Bytes block = loadAligned(text + done.read);
+            if (placesOf(equal(block, Bytes{})) != 0) {
+                break;
+            }
+            inner -= innerBytes(utf8BlockAfter(before, block));
+            before = block;
+            done.read += blockBytes;
+            done.written += blockBytes;
+            ++blocks;
         }
         done.written -= sumOf(inner);
-        if (lines != mostLines) {
-            return;
+        if (blocks != mostBlocks) {
+            return before;
         }
     }
 }
 
 ZELK_STAGE Progress measureLong(const unsigned char *text, std::size_t length) {
-    const std::size_t front = bytesInLine(text);
-    if (front == 1) { // the bytes before the first whole line are too few to be looked at with it
-        const std::size_t first = text[0] == 0 ? 0 : detail::utf8Length(text, 3);
-        if (first == 0) {
-            return {};
-        }
-        const Progress rest = measureLong(text + first, length - first);
-        return {rest.read + first, rest.written + 1};
-    }
-    if (front != lineBytes && hasZeroInLine(text)) {
-        return plain::measureUtf8(text, front);
-    }
     Progress done;
-    if (!takeSteps(done, innerAndZeros(firstUtf8Block(text), text), front)) {
+    Bytes before = frontBlock(text);
+    const InnerAndZeros bits = innerAndZeros(utf8BlockAfter(Bytes{}, before));
+    const std::size_t place = placeInLine(text);
+    if (!takeSteps(done, {bits.inner >> place, bits.zeros >> place}, bytesInLine(text))) {
         return done;
     }
-    measureLines(text, length, done);
-    if (length - done.read >= lineBytes) {
-        const unsigned char *const at = text + done.read;
-        takeSteps(done, innerAndZeros(utf8BlockAt(at), at), lineBytes);
-        return done;
-    }
-    const std::size_t rest = length - done.read;
-    if (rest != 0) {
-        const unsigned char *const at = text + length - lineBytes;
-        const InnerAndZeros bits = innerAndZeros(utf8BlockAt(at), at);
-        const std::size_t before = lineBytes - rest;
-        takeSteps(done, {bits.inner >> before, bits.zeros >> before}, rest);
+    before = measureBlocks(text, length, before, done);
+    if (length - done.read >= blockBytes) {
+        const Bytes block = loadAligned(text + done.read);
+        takeSteps(done, innerAndZeros(utf8BlockAfter(before, block)), blockBytes);
+    } else if (const std::size_t rest = length - done.read; rest != 0) {
+        const InnerAndZeros last = innerAndZeros(utf8BlockAt(text + length - blockBytes));
+        const std::size_t known = blockBytes - rest;
+        takeSteps(done, {last.inner >> known, last.zeros >> known}, rest);
     }
     return done;
 }
@@ -468,7 +378,7 @@ ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
     if (length > ShortText::most + 1 + longestSequence) {
         return measureLong(text, length);
     }
-    const std::size_t readable = readableBytes(text, length);
+    const std::size_t readable = bytesBeforeZero(text, length);
     if (readable < ShortText::least || readable > ShortText::most) {
         return plain::measureUtf8(text, readable);
     }

@@ -217,10 +217,12 @@ ZELK_STAGE UnescapedChunk unescapeLast(const char *text, std::size_t count, char
 
 // Whether so few bytes that hold references are worth the buffers.
 ZELK_OPERATION bool holdsManyReferences(const char *text, std::size_t count) {
-    if (count >= blockBytes) {
-        return countOf(placesOf(equal(load(text), repeatByte('&')))) > blockBytes / laneBytes;
+    if (count < laneBytes) {
+        return false;
     }
-    return count >= laneBytes && countOf(placesOf(equal(joined(load<Lane>(text), Lane{}), repeatByte('&')))) > 1;
+    const bool isBlock = count >= blockBytes;
+    const Bytes bytes = isBlock ? load(text) : joined(load<Lane>(text), Lane{});
+    return countOf(placesOf(equal(bytes, repeatByte('&')))) > (isBlock ? blockBytes / laneBytes : 1);
 }
 
 ZELK_STAGE Progress unescapeXml(const char *text, std::size_t length, char *out, std::size_t room) {

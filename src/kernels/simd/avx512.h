@@ -4,7 +4,6 @@
 #pragma once
 
 #include "kernels/pages.h"
-#include "kernels/simd/lines.h"
 
 #include <array>
 #include <cstddef>
@@ -20,6 +19,13 @@
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
 inline constexpr std::size_t blockBytes = 64;
+
+} // namespace zelk::kernels::ZELK_KERNEL_SET
+
+#include "kernels/simd/lines.h"
+
+namespace zelk::kernels::ZELK_KERNEL_SET {
+
 inline constexpr std::size_t blockUnits = blockBytes / 2;
 
 using Block = __m512i;

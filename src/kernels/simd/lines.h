@@ -1,14 +1,11 @@
-// How far a text may be read that a zero may end before its count: to the end of the aligned line that holds the zero.
+// How far a text may be read that a zero may end before its count: to the end of the aligned block that holds the zero.
+// Such a block is a line: 64 bytes with AVX-512, 32 with AVX2, else 16, which Arm's memory tagging gives one tag, too.
+// A load of an aligned line is one that Valgrind takes for right, if a part of it belongs to the text.
 #pragma once
 
 namespace zelk::kernels::ZELK_KERNEL_SET {
 
-// 64 bytes are a line of the cache of every x86 processor; 16 are what a tag of Arm's memory tagging stands for.
-#if defined(__x86_64__) || defined(__i386__)
-inline constexpr std::size_t lineBytes = 64;
-#else
-inline constexpr std::size_t lineBytes = 16;
-#endif
+inline constexpr std::size_t lineBytes = blockBytes;
 
 ZELK_OPERATION std::size_t placeInLine(const void *at) {
     return reinterpret_cast<std::uintptr_t>(at) & (lineBytes - 1);

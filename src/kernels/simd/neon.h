@@ -106,6 +106,10 @@ ZELK_OPERATION Bytes greater(Bytes a, Bytes b) {
     return bytesOf(vmaxq_u8(raw(a), raw(b)));
 }
 
+ZELK_OPERATION Bytes choose(Flags flags, Bytes yes, Bytes no) {
+    return bytesOf(vbslq_u8(raw(flags), raw(yes), raw(no)));
+}
+
 // ---- What flags say
 
 // A bit for the high bit of each byte, that of the first byte lowest.
@@ -253,6 +257,9 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 
 // Whether tables of 128 bytes are faster by shuffles than by loads.
 inline constexpr bool hasFastTables = true;
+
+// Whether code that only saves time on UCS-2 text is worth its size: a module for the web is fetched by its users.
+inline constexpr bool sparesNoCode = true;
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
 

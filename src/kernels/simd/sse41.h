@@ -80,6 +80,11 @@ ZELK_OPERATION Bytes greater(Bytes a, Bytes b) {
     return bytesOf(_mm_max_epu8(raw(a), raw(b)));
 }
 
+// By one instruction: what is not chosen has no part in the result for Valgrind, either.
+ZELK_OPERATION Bytes choose(Flags flags, Bytes yes, Bytes no) {
+    return bytesOf(_mm_blendv_epi8(raw(no), raw(yes), raw(flags)));
+}
+
 // ---- What flags say
 
 // A bit for the high bit of each byte, that of the first byte lowest.
@@ -87,8 +92,9 @@ ZELK_OPERATION std::uint64_t signBits(Bytes bytes) {
     return static_cast<std::uint32_t>(_mm_movemask_epi8(raw(bytes)));
 }
 
+// By a number, of which Valgrind knows that one bit is enough, whatever comes after a text's end.
 ZELK_OPERATION bool anyBit(Bytes bytes) {
-    return _mm_testz_si128(raw(bytes), raw(bytes)) == 0;
+    return _mm_movemask_epi8(raw(equal(bytes, Bytes{}))) != 0xFFFF;
 }
 
 ZELK_OPERATION bool anySignBit(Bytes bytes) {
@@ -199,6 +205,9 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 
 // Whether tables of 128 bytes are faster by shuffles than by loads.
 inline constexpr bool hasFastTables = false;
+
+// Whether code that only saves time on UCS-2 text is worth its size: a module for the web is fetched by its users.
+inline constexpr bool sparesNoCode = true;
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
 

@@ -68,15 +68,15 @@ ZELK_OPERATION LaneUnits asLaneUnits(Lane lane) {
 
 // ---- Lanes
 
-// Each byte of a block or a lane so many places further up, after zeros.
+// Each byte of a block or a lane so many places further up, after the last ones of what comes before.
 template <std::size_t places, class Vector, std::size_t... index>
-ZELK_OPERATION Vector movedUp(Vector bytes, std::index_sequence<index...>) {
-    return __builtin_shufflevector(Vector{}, bytes, (index + sizeof(Vector) - places)...);
+ZELK_OPERATION Vector movedUp(Vector bytes, Vector before, std::index_sequence<index...>) {
+    return __builtin_shufflevector(before, bytes, (index + sizeof(Vector) - places)...);
 }
 
 template <std::size_t places, class Vector>
-ZELK_OPERATION Vector movedUp(Vector bytes) {
-    return movedUp<places>(bytes, std::make_index_sequence<sizeof(Vector)>());
+ZELK_OPERATION Vector movedUp(Vector bytes, Vector before = Vector{}) {
+    return movedUp<places>(bytes, before, std::make_index_sequence<sizeof(Vector)>());
 }
 
 // The first eight bytes of a lane as units, and the last eight.
@@ -119,10 +119,6 @@ ZELK_OPERATION Bytes lowerNibbles(Bytes bytes) {
 
 ZELK_OPERATION Bytes upperNibbles(Bytes bytes) {
     return bytes >> 4;
-}
-
-ZELK_OPERATION Bytes choose(Flags flags, Bytes yes, Bytes no) {
-    return (yes & flags) | (no & ~flags);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

@@ -86,6 +86,10 @@ ZELK_OPERATION Bytes greater(Bytes a, Bytes b) {
     return bytesOf(wasm_u8x16_max(raw(a), raw(b)));
 }
 
+ZELK_OPERATION Bytes choose(Flags flags, Bytes yes, Bytes no) {
+    return bytesOf(wasm_v128_bitselect(raw(yes), raw(no), raw(flags)));
+}
+
 // ---- What flags say
 
 // A bit for the high bit of each byte, that of the first byte lowest.
@@ -204,6 +208,9 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 
 // Whether tables of 128 bytes are faster by shuffles than by loads.
 inline constexpr bool hasFastTables = false;
+
+// Whether code that only saves time on UCS-2 text is worth its size: a module for the web is fetched by its users.
+inline constexpr bool sparesNoCode = false;
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
 
