@@ -41,23 +41,25 @@ test('the package holds what it needs and nothing else', () => {
   assert.equal(manifest.version, version.join('.'));
 });
 
-test('the examples of README.md print what they say', () => {
-  const page = readFileSync(path.join(folder, 'README.md'), 'utf8');
-  const examples = [...page.matchAll(/```js\n(.*?)```\n(?:\n```text\n(.*?)```)?/gs)];
-  assert.ok(examples.length >= 5);
-  const temporary = mkdtempSync(path.join(tmpdir(), 'zelk-'));
-  try {
-    mkdirSync(path.join(temporary, 'node_modules'));
-    symlinkSync(folder, path.join(temporary, 'node_modules/zelk'));
-    // Each may use what the ones before it have set up.
-    const program = examples.map(([, code]) => code).join('');
-    writeFileSync(path.join(temporary, 'example.mjs'), program);
-    const printed = execFileSync(process.execPath, ['example.mjs'], { cwd: temporary, encoding: 'utf8' });
-    assert.equal(printed, examples.map(([, , output = '']) => output).join(''));
-  } finally {
-    rmSync(temporary, { recursive: true });
-  }
-});
+for (const name of ['README.md', '../docs/javascript.md']) {
+  test(`the examples of ${name} print what they say`, () => {
+    const page = readFileSync(path.join(folder, name), 'utf8');
+    const examples = [...page.matchAll(/```js\n(.*?)```\n(?:\n```text\n(.*?)```)?/gs)];
+    assert.ok(examples.length >= 4);
+    const temporary = mkdtempSync(path.join(tmpdir(), 'zelk-'));
+    try {
+      mkdirSync(path.join(temporary, 'node_modules'));
+      symlinkSync(folder, path.join(temporary, 'node_modules/zelk'));
+      // Each may use what the ones before it have set up.
+      const program = examples.map(([, code]) => code).join('');
+      writeFileSync(path.join(temporary, 'example.mjs'), program);
+      const printed = execFileSync(process.execPath, ['example.mjs'], { cwd: temporary, encoding: 'utf8' });
+      assert.equal(printed, examples.map(([, , output = '']) => output).join(''));
+    } finally {
+      rmSync(temporary, { recursive: true });
+    }
+  });
+}
 
 test('the types hold', () => {
   execFileSync('npx', ['--no-install', 'tsc', '--noEmit', '--strict', '--target', 'es2022', '--module', 'nodenext',
