@@ -1,6 +1,6 @@
 // The files that the page gives: JSON, CSV (RFC 4180), XMLTV and SARIF 2.1.0.
 import type { Rule } from '../../js/instance.js';
-import type { EventRow, Result, ServiceRow, Text } from './reader.js';
+import type { EventRow, GroupRow, Result, ServiceRow, Text } from './reader.js';
 
 const clock = (seconds: number) =>
   [seconds / 3600, (seconds / 60) % 60, seconds % 60].map((part) => String(Math.floor(part)).padStart(2, '0')).join(':');
@@ -21,9 +21,13 @@ export function json(result: Result): string {
     const [network, stream, service] = id.split('.').map(Number);
     return byId.get(id) ?? { original_network: network, transport_stream: stream, service };
   };
+  const groups = (asked: GroupRow['kind']) =>
+    result.groups.filter(({ kind }) => kind === asked).map(({ id, name }) => ({ id, name: name.text, faults: faults(name) }));
   return JSON.stringify(
     {
-      networks: result.networks.map(({ id, name }) => ({ id, name: name.text })),
+      networks: groups('network'),
+      bouquets: groups('bouquet'),
+      programs_without_service: result.undescribed.map(({ stream, program }) => ({ transport_stream: stream, program })),
       services: result.services.map((service) => ({
         ...ids(service),
         type: service.type,
@@ -116,6 +120,7 @@ export function sarif(result: Result, rules: Rule[], file: string): string {
         text: event[part],
         name: `service ${event.service}, event ${event.event}, ${part}`,
       }))),
+    ...result.groups.map(({ kind, id, name }) => ({ text: name, name: `${kind} ${id}, name` })),
     ...result.lines.map(({ line, text }) => ({ text, name: `line ${line}` })),
   ];
   const meaning = new Map(rules.map((rule) => [rule.name, rule.meaning]));

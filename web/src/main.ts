@@ -126,7 +126,7 @@ async function pageMain(): Promise<void> {
   };
 
   const present = (found: Result, name: string) => {
-    if (found.services.length + found.events.length + found.lines.length === 0) {
+    if ([found.services, found.events, found.lines, found.groups, found.undescribed].every(({ length }) => length === 0)) {
       status.textContent = `${name} has no service information: no stream of 188-byte packets with tables of services or events, no such sections, no lines of hexadecimal.`;
       result.replaceChildren();
       return;

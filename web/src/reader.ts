@@ -31,12 +31,20 @@ export interface EventRow {
   extended: Text;
 }
 
+export interface GroupRow {
+  kind: 'network' | 'bouquet';
+  id: number;
+  name: Text;
+}
+
 export interface Result {
   kind: FileKind;
   services: ServiceRow[];
   events: EventRow[];
   lines: { line: number; text: Text }[];
-  networks: { id: number; name: Text }[];
+  groups: GroupRow[];
+  /** What the program association tables name and no service description describes. */
+  undescribed: { stream: number; program: number }[];
   packets: number;
   sections: number;
   broken: number;
@@ -161,7 +169,12 @@ function rowsOf(zelk: Zelk, listing: Listing, text: (bytes: Uint8Array, language
         (event.extended.length === 0 ? [new Uint8Array()] : joined(zelk, event.extended)).map((string) =>
           text(string, event.language))),
     }));
-  const networks = [...listing.networks].map(([id, name]) => ({ id, name: text(name) }));
+  const named = (kind: GroupRow['kind'], names: Map<number, Uint8Array>) =>
+    [...names].map(([id, name]): GroupRow => ({ kind, id, name: text(name) }));
+  const groups = [...named('network', listing.networks), ...named('bouquet', listing.bouquets)];
+  const described = new Set(services.map(({ stream, service }) => `${stream}.${service}`));
+  const undescribed = [...listing.programs].flatMap(([stream, programs]) =>
+    [...programs].filter((program) => !described.has(`${stream}.${program}`)).map((program) => ({ stream, program })));
   const { packets, sections, broken } = listing;
-  return { services, events, networks, packets, sections, broken };
+  return { services, events, groups, undescribed, packets, sections, broken };
 }

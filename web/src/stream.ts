@@ -29,6 +29,9 @@ export interface Listing {
   services: Map<string, Service>;
   events: Map<string, Event>;
   networks: Map<number, Uint8Array>;
+  bouquets: Map<number, Uint8Array>;
+  /** The programs of each transport stream, by the program association table. */
+  programs: Map<number, Set<number>>;
   packets: number;
   sections: number;
   /** Sections whose CRC is wrong, and packets that are none. */
@@ -39,7 +42,7 @@ export interface Listing {
 
 const packetBytes = 188;
 const sync = 0x47;
-const pids = new Set([0x10, 0x11, 0x12]);
+const pids = new Set([0x00, 0x10, 0x11, 0x12]);
 const none = new Uint8Array();
 
 const crcTable = Uint32Array.from({ length: 256 }, (_, byte) => {
@@ -60,7 +63,17 @@ export function crc32(bytes: Uint8Array): number {
 }
 
 export function newListing(): Listing {
-  return { services: new Map(), events: new Map(), networks: new Map(), packets: 0, sections: 0, broken: 0, seen: new Set() };
+  return {
+    services: new Map(),
+    events: new Map(),
+    networks: new Map(),
+    bouquets: new Map(),
+    programs: new Map(),
+    packets: 0,
+    sections: 0,
+    broken: 0,
+    seen: new Set(),
+  };
 }
 
 const word = (bytes: Uint8Array, at: number) => (bytes[at]! << 8) | bytes[at + 1]!;
@@ -88,8 +101,9 @@ export function readSection(section: Uint8Array, listing: Listing): boolean {
   const table = section[0]!;
   const isServices = table === 0x42 || table === 0x46;
   const isEvents = table >= 0x4e && table <= 0x6f;
-  const isNetwork = table === 0x40 || table === 0x41;
-  if (!isServices && !isEvents && !isNetwork) {
+  const isGroup = table === 0x40 || table === 0x41 || table === 0x4a;
+  const isPrograms = table === 0x00;
+  if (!isServices && !isEvents && !isGroup && !isPrograms) {
     return true;
   }
   // Tables are sent again and again: one with the same head and the same CRC is not read twice.
@@ -111,15 +125,31 @@ export function readSection(section: Uint8Array, listing: Listing): boolean {
     readServices(body, listing);
   } else if (isEvents) {
     readEvents(body, listing);
-  } else {
+  } else if (isGroup) {
+    const [groups, named] = table === 0x4a ? [listing.bouquets, 0x47] : [listing.networks, 0x40];
     const end = 10 + (word(body, 8) & 0xfff);
     descriptors(body.subarray(10, end), (tag, text) => {
-      if (tag === 0x40) {
-        listing.networks.set(word(body, 3), text.slice());
+      if (tag === named) {
+        groups.set(word(body, 3), text.slice());
       }
     });
+  } else {
+    readPrograms(body, listing);
   }
   return true;
+}
+
+// Program 0 is the place of the network information, and no program.
+function readPrograms(body: Uint8Array, listing: Listing): void {
+  const stream = word(body, 3);
+  const programs = listing.programs.get(stream) ?? new Set();
+  listing.programs.set(stream, programs);
+  for (let at = 8; at + 4 <= body.length; at += 4) {
+    const program = word(body, at);
+    if (program !== 0) {
+      programs.add(program);
+    }
+  }
 }
 
 function readServices(body: Uint8Array, listing: Listing): void {

@@ -2,7 +2,7 @@
 import type { Zelk } from '../../js/instance.js';
 import { faultLink, make, save, shown } from './dom.js';
 import { csv, json, sarif, xmltv } from './formats.js';
-import type { EventRow, Result, ServiceRow, Text } from './reader.js';
+import type { EventRow, GroupRow, Result, ServiceRow, Text } from './reader.js';
 
 const rowsAtOnce = 200;
 
@@ -43,7 +43,7 @@ function sortedTable<Row>(
   texts: (row: Row) => Text[],
   zelk: Zelk,
 ): HTMLElement {
-  const id = title.toLowerCase();
+  const id = title.toLowerCase().split(' ')[0]!;
   const filter = make('input', { type: 'search', id: `${id}-filter`, autocomplete: 'off', spellcheck: 'false' });
   const onlyFaults = make('input', { type: 'checkbox', id: `${id}-faults` });
   const count = make('p', { class: 'quiet', role: 'status' });
@@ -130,6 +130,22 @@ function serviceTable(rows: ServiceRow[], zelk: Zelk): HTMLElement {
       { name: 'Name', cell: (row) => textCell(row.name), key: (row) => row.name.key, rowHeader: true },
       { name: 'Provider', cell: (row) => textCell(row.provider), key: (row) => row.provider.key },
       { name: 'Service', cell: (row) => row.id, key: (row) => row.network * 2 ** 32 + row.stream * 2 ** 16 + row.service, number: true },
+      { name: 'Faults', cell: (row) => faultCell(texts(row)), key: (row) => -severityRank(texts(row)) },
+    ],
+    texts,
+    zelk,
+  );
+}
+
+function groupTable(rows: GroupRow[], zelk: Zelk): HTMLElement {
+  const texts = (row: GroupRow) => [row.name];
+  return sortedTable<GroupRow>(
+    'Networks and bouquets',
+    rows,
+    [
+      { name: 'Name', cell: (row) => textCell(row.name), key: (row) => row.name.key, rowHeader: true },
+      { name: 'Kind', cell: (row) => row.kind, key: (row) => row.kind },
+      { name: 'Number', cell: (row) => String(row.id), key: (row) => row.id, number: true },
       { name: 'Faults', cell: (row) => faultCell(texts(row)), key: (row) => -severityRank(texts(row)) },
     ],
     texts,
@@ -279,6 +295,7 @@ export function fileView(zelk: Zelk, result: Result, file: string): HTMLElement[
             fact(result.events.length, 'Events'),
             fact(result.packets, 'Packets'),
             fact(result.sections, 'Sections'),
+            ...(result.undescribed.length > 0 ? [fact(result.undescribed.length, 'Programs without a name')] : []),
           ]),
       fact(result.broken, isLines ? 'Lines that are no strings' : 'Broken'),
     ),
@@ -299,5 +316,6 @@ export function fileView(zelk: Zelk, result: Result, file: string): HTMLElement[
     ...(result.services.length > 0 ? [serviceTable(result.services, zelk)] : []),
     ...[schedule(result, names)].filter((part) => part !== undefined),
     ...(result.events.length > 0 ? [eventTable(result.events, names, zelk)] : []),
+    ...(result.groups.length > 0 ? [groupTable(result.groups, zelk)] : []),
   ];
 }

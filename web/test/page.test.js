@@ -107,11 +107,31 @@ describe('reading', () => {
     assert.equal(crc32(Buffer.from('123456789')), 0x0376e6e7);
   });
 
+  test('programs and bouquets are read', () => {
+    // A section of so many bytes, with its CRC.
+    const withCrc = (...head) => {
+      const section = new Uint8Array(head.length + 4);
+      section.set(head);
+      new DataView(section.buffer).setUint32(head.length, crc32(section.subarray(0, head.length)));
+      return section;
+    };
+    const listing = newListing();
+    // ISO/IEC 13818-1, 2.4.4.3: stream 7 with its network information and the programs 258 and 3.
+    assert.ok(readSection(
+      withCrc(0x00, 0xb0, 21, 0, 7, 0xc1, 0, 0, 0, 0, 0xe0, 0x10, 1, 2, 0xe1, 0, 0, 3, 0xe1, 1), listing));
+    assert.deepEqual([...listing.programs].map(([stream, programs]) => [stream, ...programs]), [[7, 258, 3]]);
+    // ETSI EN 300 468, 5.2.2 and 6.2.4: bouquet 513 "Hi".
+    assert.ok(readSection(
+      withCrc(0x4a, 0xf0, 17, 2, 1, 0xc1, 0, 0, 0xf0, 4, 0x47, 2, 0x48, 0x69, 0xf0, 0), listing));
+    assert.deepEqual([...listing.bouquets], [[513, Uint8Array.of(0x48, 0x69)]]);
+    assert.equal(listing.networks.size, 0);
+  });
+
   test('hostile sections end in order', () => {
     for (let round = 0; round < 20_000; ++round) {
       const length = 12 + ((round * 7919) % 80);
       const body = Uint8Array.from({ length }, (_, i) => (round * 31 + i * i * 17 + ((round >> 3) * i)) & 0xff);
-      body[0] = [0x40, 0x42, 0x46, 0x4e, 0x50, 0x6f][round % 6];
+      body[0] = [0x40, 0x42, 0x46, 0x4e, 0x50, 0x6f, 0x00, 0x4a][round % 8];
       body[5] |= 1;
       const section = new Uint8Array(length + 4);
       section.set(body);
@@ -202,7 +222,7 @@ describe('a stream', () => {
     await openFile(page);
     await check(page, 'stream');
     const [download] = await Promise.all([page.waitForEvent('download'), page.click('button:text-is("JSON")')]);
-    const { networks, services, events } = JSON.parse(readFileSync(await download.path(), 'utf8'));
+    const { networks, bouquets, services, events } = JSON.parse(readFileSync(await download.path(), 'utf8'));
     const plain = ({ faults: found, ...rest }) => {
       assert.ok(Array.isArray(found));
       return rest;
@@ -212,7 +232,10 @@ describe('a stream', () => {
       list.map((entry) => Object.fromEntries(members.map((member) => [member, entry[member] ?? ''])));
     const members = (list) => Object.keys(plain(list[0]));
     const sorted = (list) => list.map((entry) => JSON.stringify(Object.entries(entry).sort())).sort();
-    assert.deepEqual(sorted(networks), sorted(expected.networks));
+    assert.deepEqual(sorted(networks.map(plain)), sorted(expected.networks));
+    assert.deepEqual(sorted(bouquets.map(plain)), sorted(expected.bouquets));
+    assert.deepEqual(
+      (await cells(page, 'networks', 1)).sort(), [...bouquets.map(() => 'bouquet'), ...networks.map(() => 'network')]);
     assert.deepEqual(sorted(services.map(plain)), sorted(part(expected.services, members(services))));
     assert.deepEqual(
       sorted(events.map(plain)),
