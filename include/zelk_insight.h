@@ -241,7 +241,8 @@ typedef struct zelkInsightGuess {
  * prepared and compressed text, and ASCII, is not doubted. docs/guess.md tells the method and where it fails.
  *
  * @param settings how the string is read without a guess; null for the standard's way
- * @param language a code of ISO 639-1 or 639-2 in small letters that the broadcast gives, or null
+ * @param language a code of ISO 639-1 or 639-2 in small letters that the broadcast gives; or a country of ISO 3166 in
+ *                 two capitals, such as "BE", whose languages are then likely; or null
  * @param guesses  receives the guesses; null for none
  * @param room     entries of `guesses`; ZELK_INSIGHT_MOST_GUESSES hold all
  * @return the number of guesses, at least 1

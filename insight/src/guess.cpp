@@ -404,15 +404,97 @@ unsigned int costByLanguage(const Characters &characters, const Letters &letters
     return cost;
 }
 
-// A bit for each language that goes by this code, which may be null.
+// The languages of countries (ISO 3166) whose broadcasts are likely in one of those above.
+struct Country {
+    char code[3];
+    char languages[3][4]; // as GuessLanguage::bibliographic has them
+};
+
+constexpr Country countries[] = {
+    {"AD", {"cat", "spa", "fre"}},
+    {"AE", {"ara"}},
+    {"AL", {"alb"}},
+    {"AT", {"ger"}},
+    {"AU", {"eng"}},
+    {"BA", {"hrv", "srp"}},
+    {"BE", {"dut", "fre", "ger"}},
+    {"BG", {"bul"}},
+    {"BR", {"por"}},
+    {"BY", {"bel", "rus"}},
+    {"CH", {"ger", "fre", "ita"}},
+    {"CY", {"gre", "tur"}},
+    {"CZ", {"cze"}},
+    {"DE", {"ger"}},
+    {"DK", {"dan"}},
+    {"DZ", {"ara", "fre"}},
+    {"EE", {"est", "rus"}},
+    {"EG", {"ara"}},
+    {"ES", {"spa", "cat", "glg"}},
+    {"FI", {"fin", "swe"}},
+    {"FR", {"fre"}},
+    {"GB", {"eng"}},
+    {"GR", {"gre"}},
+    {"HR", {"hrv"}},
+    {"HU", {"hun"}},
+    {"IE", {"eng", "gle"}},
+    {"IL", {"heb", "ara"}},
+    {"IS", {"ice"}},
+    {"IT", {"ita", "ger"}},
+    {"LI", {"ger"}},
+    {"LT", {"lit"}},
+    {"LU", {"fre", "ger"}},
+    {"LV", {"lav", "rus"}},
+    {"MA", {"ara", "fre"}},
+    {"MD", {"rum", "rus"}},
+    {"ME", {"srp"}},
+    {"MK", {"mac", "alb"}},
+    {"NL", {"dut"}},
+    {"NO", {"nor"}},
+    {"NZ", {"eng"}},
+    {"PL", {"pol"}},
+    {"PT", {"por"}},
+    {"RO", {"rum", "hun"}},
+    {"RS", {"srp"}},
+    {"RU", {"rus"}},
+    {"SA", {"ara"}},
+    {"SE", {"swe"}},
+    {"SI", {"slv"}},
+    {"SK", {"slo", "hun"}},
+    {"TH", {"tha"}},
+    {"TN", {"ara", "fre"}},
+    {"TR", {"tur"}},
+    {"UA", {"ukr", "rus"}},
+    {"XK", {"alb", "srp"}},
+};
+
+static_assert(std::all_of(std::begin(countries), std::end(countries), [](const Country &country) {
+    return std::all_of(std::begin(country.languages), std::end(country.languages), [](const char(&code)[4]) {
+        return code[0] == 0 || std::any_of(std::begin(models::guessLanguages), std::end(models::guessLanguages),
+                                           [&code](const models::GuessLanguage &language) {
+                                               return std::equal(code, code + 4, language.bibliographic);
+                                           });
+    });
+}));
+
+// A bit for each language that goes by this code or is one of the country's of this code, which may be null.
 std::uint64_t languagesOf(const char *code) {
     static_assert(languageCount <= 64);
+    if (code == nullptr) {
+        return 0;
+    }
+    const auto *const country = std::find_if(std::begin(countries), std::end(countries),
+                                             [code](const Country &one) { return std::strcmp(one.code, code) == 0; });
     std::uint64_t bits = 0;
-    for (unsigned int i = 0; code != nullptr && i < languageCount; ++i) {
+    for (unsigned int i = 0; i < languageCount; ++i) {
         const models::GuessLanguage &language = models::guessLanguages[i];
-        const bool same = std::strcmp(language.code, code) == 0 || std::strcmp(language.bibliographic, code) == 0 ||
-                          std::strcmp(language.terminologic, code) == 0;
-        bits |= static_cast<std::uint64_t>(same) << i;
+        const auto isSpoken = [&language](const char *spoken) {
+            return std::strcmp(spoken, language.bibliographic) == 0;
+        };
+        const bool expected = country != std::end(countries)
+                                  ? std::any_of(std::begin(country->languages), std::end(country->languages), isSpoken)
+                                  : isSpoken(code) || std::strcmp(language.code, code) == 0 ||
+                                        std::strcmp(language.terminologic, code) == 0;
+        bits |= static_cast<std::uint64_t>(expected) << i;
     }
     return bits;
 }

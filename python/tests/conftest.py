@@ -1,6 +1,7 @@
 """Where the tests find the tool, the sample and the DuckDB extension; ./dev python and ./dev bulk build them."""
 
 import os
+from collections.abc import Callable
 from pathlib import Path
 
 import pytest
@@ -28,3 +29,17 @@ def extension() -> Path:
 @pytest.fixture(scope="session")
 def sample() -> Path:
     return ROOT / "samples/multiplex.ts"
+
+
+MEASURED = pytest.StashKey[list[str]]()
+
+
+@pytest.fixture
+def measured(request: pytest.FixtureRequest) -> Callable[[str], None]:
+    """Takes a line that says what was measured, to be printed at the end whether the test passes or not."""
+    return request.config.stash.setdefault(MEASURED, []).append
+
+
+def pytest_terminal_summary(terminalreporter: pytest.TerminalReporter, config: pytest.Config) -> None:
+    for line in config.stash.get(MEASURED, []):
+        terminalreporter.write_line(line)

@@ -3,6 +3,7 @@
 import json
 import subprocess
 import time
+from collections.abc import Callable
 from pathlib import Path
 
 import duckdb
@@ -107,7 +108,9 @@ def test_streams_read_as_the_tool_reads_them(
         db.sql(f"from read_ts('{tmp_path}/*.mpg')")
 
 
-def test_decoding_costs_no_more_than_hexadecimal_digits(db: duckdb.DuckDBPyConnection) -> None:
+def test_decoding_costs_no_more_than_hexadecimal_digits(
+    db: duckdb.DuckDBPyConnection, measured: Callable[[str], None]
+) -> None:
     rows = 10_000_000
     names = [
         zelk.encode(line, errors="replace")
@@ -126,5 +129,5 @@ def test_decoding_costs_no_more_than_hexadecimal_digits(db: duckdb.DuckDBPyConne
             db.execute(f"select max({call}) from many").fetchall()
             seconds[call] = min(seconds.get(call, 1e9), time.process_time() - begin)
     hexadecimal, decoded = seconds.values()
-    print(f"{rows} rows: zelk_decode {decoded * 1e9 / rows:.0f} ns, upper(hex()) {hexadecimal * 1e9 / rows:.0f} ns a row")
+    measured(f"{rows} rows: zelk_decode {decoded * 1e9 / rows:.0f} ns, upper(hex()) {hexadecimal * 1e9 / rows:.0f} ns a row")
     assert decoded <= 1.2 * hexadecimal

@@ -4,7 +4,7 @@ import os
 import signal
 import threading
 import time
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import Any
 
@@ -128,7 +128,9 @@ def test_streams_are_spread_and_broken_ones_are_told(
     assert "Γαλάζιο Κανάλι" in names
 
 
-def test_decoding_costs_little_more_than_handing_rows_over(spark: SparkSession) -> None:
+def test_decoding_costs_little_more_than_handing_rows_over(
+    spark: SparkSession, measured: Callable[[str], None]
+) -> None:
     seconds = measure_spark.measure(spark, 2_000_000, rounds=4)
-    print(f"2000000 rows: identity {seconds['identity']:.2f} s, decode {seconds['decode']:.2f} s")
+    measured(f"2000000 rows: identity {seconds['identity']:.2f} s, decode {seconds['decode']:.2f} s")
     assert seconds["decode"] <= 1.3 * seconds["identity"]

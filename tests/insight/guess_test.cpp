@@ -92,6 +92,29 @@ TEST(InsightGuess, LeavesWhatIsRight) {
     }
 }
 
+// A country counts as its languages do.
+TEST(InsightGuess, TakesACountryForItsLanguages) {
+    const std::string string = converted("Żółw i gęś", "ISO-8859-2") + '\0';
+    const auto guessed = [&string](const char *hint) {
+        zelkInsightGuess guesses[ZELK_INSIGHT_MOST_GUESSES];
+        std::string told;
+        const unsigned int count = zelkInsightGuessTables(nullptr, string.data(), static_cast<int>(string.size()) - 1,
+                                                          hint, guesses, ZELK_INSIGHT_MOST_GUESSES);
+        for (unsigned int i = 0; i < count; ++i) {
+            told += std::to_string(guesses[i].table) + ":" + std::to_string(guesses[i].confidence) + ":" +
+                    guesses[i].language + " ";
+        }
+        return told;
+    };
+    EXPECT_EQ(guessed("PL"), guessed("pol"));
+    EXPECT_EQ(guessed("RS"), guessed("sr"));
+    EXPECT_NE(guessed("PL"), guessed(nullptr));
+    EXPECT_NE(guessed("PL"), guessed("RU"));
+    for (const char *const unknown : {"", "P", "pl-PL", "PLN", "ZZ"}) {
+        EXPECT_EQ(guessed(unknown), guessed(nullptr)) << unknown;
+    }
+}
+
 TEST(InsightGuess, RanksTables) {
     zelkInsightGuess guesses[ZELK_INSIGHT_MOST_GUESSES];
     const std::string string = converted("Réalisé par un élève", "ISO-8859-1") + '\0';
