@@ -215,6 +215,21 @@ TEST(Announced, EvidenceSaysWhatEachTextWas) {
         {"kind": "byte-unassigned", "severity": "error", "offset": 2, "length": 1}])"));
 }
 
+// An event that two tables list is there as long as one of them is sent, whichever said it last.
+TEST(Announced, EventsStayWhereASectionIsSentAgain) {
+    const auto schedule = [](unsigned int table, unsigned int version, const std::string &name) {
+        const std::string text = descriptor(0x4D, "eng" + counted(name) + counted(""));
+        return std::pair(0x12U,
+                         section({table, 7, version}, bytes("00 02 20 01 00") + bigEndian(table, 1) + bytes("00 09") +
+                                                          evening + bytes("01 00 00") + loop(text, 0x1000U)));
+    };
+    const auto nothing = std::pair(0x12U, section({0x51, 7, 2}, bytes("00 02 20 01 00 51")));
+    const json events = scan({}, streamOf({schedule(0x50, 1, "First"), schedule(0x51, 1, "Second"), nothing,
+                                           schedule(0x50, 1, "First"), schedule(0x50, 1, "First")}))["events"];
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0]["name"], "First");
+}
+
 // ---- ATSC ----
 
 std::string strings(const std::string &segments) {
