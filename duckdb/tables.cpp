@@ -1,8 +1,9 @@
-// The table functions: read_ts gives every text of DVB broadcasts as sent, a row each; read_ts_services and
-// read_ts_events give their records. The argument is a file or a pattern of the shell; files are read side by side.
+// The table functions: read_ts gives every text of broadcasts, those of DVB as sent too, a row each; read_ts_services
+// and read_ts_events give their records. The argument is a file or a pattern of the shell; files are read side by side.
 #include "functions.h"
 
 #include "tools/broadcast.h"
+#include "tools/sent_text.h"
 #include "zelk_insight.h"
 
 #include <algorithm>
@@ -26,7 +27,7 @@ using tool::ServiceKey;
 // A row of any of the tables. What a table does not have stays null.
 struct Record {
     std::string file;
-    std::string kind;  // network, bouquet, service or event
+    std::string kind;  // network, bouquet, service, channel or event
     std::string field; // which of its texts
     std::optional<std::uint32_t> network, stream, service, event, type;
     std::optional<std::int64_t> start;    // microseconds since 1970, UTC
@@ -47,48 +48,33 @@ std::string decoded(const std::string &bytes) {
     return text;
 }
 
-// The texts of the extended event descriptors, joined as far as they are one.
-std::vector<std::string> joined(const Event &event) {
-    std::vector<zelkInsightPiece> pieces;
-    std::size_t size = 1;
-    for (const auto &[number, piece] : event.extended) {
-        pieces.push_back({piece.text.c_str(), static_cast<int>(piece.text.size())});
-        size += piece.text.size();
+std::string textOf(const tool::SentText &sent) {
+    if (sent.form == tool::TextForm::Dvb) {
+        return decoded(sent.bytes);
     }
-    std::vector<std::string> texts;
-    for (std::size_t at = 0; at < pieces.size();) {
-        std::string text(size, '\0');
-        unsigned int used = 0;
-        text.resize(zelkInsightJoinPieces(text.data(), static_cast<int>(size), pieces.data() + at,
-                                          static_cast<unsigned int>(pieces.size() - at), &used));
-        at += used;
-        if (!text.empty()) {
-            texts.push_back(text);
-        }
-    }
-    return texts;
+    std::string text;
+    tool::readAtscText(sent, text);
+    return text;
 }
 
 Record recordOf(const std::string &file, const char *kind, const ServiceKey &key) {
     Record record;
     record.file = file;
     record.kind = kind;
-    record.network = key.originalNetwork;
+    if (key.system == tool::System::Dvb) { // ATSC has no networks
+        record.network = key.originalNetwork;
+    }
     record.stream = key.transportStream;
     record.service = key.service;
     return record;
 }
 
-Record recordOf(const std::string &file, const EventKey &key, const Event &event) {
-    Record record = recordOf(file, "event", key.service);
-    record.event = key.event;
-    if (event.start != tool::unknownTime) {
-        record.start = event.start * 1000000;
-    }
-    if (event.duration != tool::unknownTime) {
-        record.seconds = static_cast<std::uint32_t>(event.duration);
-    }
-    record.language = key.language;
+Record recordOf(const std::string &file, const tool::ChannelKey &key, const tool::Channel &channel) {
+    Record record;
+    record.file = file;
+    record.kind = "channel";
+    record.stream = key.transportStream;
+    record.service = channel.program;
     return record;
 }
 
@@ -105,13 +91,20 @@ public:
 
     std::vector<Record> texts() const {
         std::vector<Record> records;
-        const auto add = [&records](const Record &of, const char *field, const std::string &raw) {
-            if (!raw.empty()) {
+        const auto addTo = [&records](const Record &of) {
+            return [&records, of](const char *field, const std::string &language, const tool::SentText &sent) {
+                if (sent.bytes.empty()) {
+                    return;
+                }
                 records.push_back(of);
-                records.back().field = field;
-                records.back().raw = raw;
-                records.back().text = decoded(raw);
-            }
+                Record &record = records.back();
+                record.field = field;
+                record.language = language;
+                record.text = textOf(sent);
+                if (sent.form == tool::TextForm::Dvb) {
+                    record.raw = sent.bytes;
+                }
+            };
         };
         const auto addGroups = [&](const char *kind, const auto &groups) {
             for (const auto &[id, group] : groups) {
@@ -119,32 +112,19 @@ public:
                 record.file = file_;
                 record.kind = kind;
                 record.network = id;
-                add(record, "name", group.name);
+                tool::forEachText(group, addTo(record));
             }
         };
         addGroups("network", found_.networks());
         addGroups("bouquet", found_.bouquets());
         for (const auto &[key, service] : found_.services()) {
-            const Record record = recordOf(file_, "service", key);
-            add(record, "name", service.name);
-            add(record, "provider", service.provider);
+            tool::forEachText(service, addTo(recordOf(file_, "service", key)));
+        }
+        for (const auto &[key, channel] : found_.channels()) {
+            tool::forEachText(channel, addTo(recordOf(file_, key, channel)));
         }
         for (const auto &[key, event] : found_.events()) {
-            if (key.service.system != tool::System::Dvb) {
-                continue;
-            }
-            const Record record = recordOf(file_, key, event);
-            add(record, "name", event.name);
-            add(record, "text", event.text);
-            for (const std::string &text : joined(event)) {
-                add(record, "extended", text);
-            }
-            for (const auto &[number, piece] : event.extended) {
-                for (const tool::ExtendedItem &item : piece.items) {
-                    add(record, "item_description", item.description);
-                    add(record, "item", item.value);
-                }
-            }
+            tool::forEachText(key, event, found_.message(key), addTo(eventRecord(key, event)));
         }
         return records;
     }
@@ -157,27 +137,57 @@ public:
             records.back().name = decoded(service.name);
             records.back().provider = decoded(service.provider);
         }
+        for (const auto &[key, channel] : found_.channels()) {
+            records.push_back(recordOf(file_, key, channel));
+            records.back().type = channel.type;
+            records.back().name = textOf({tool::TextForm::Wide, channel.name});
+        }
         return records;
     }
 
     std::vector<Record> events() const {
         std::vector<Record> records;
         for (const auto &[key, event] : found_.events()) {
-            if (key.service.system != tool::System::Dvb) {
-                continue;
-            }
-            records.push_back(recordOf(file_, key, event));
+            records.push_back(eventRecord(key, event));
             Record &record = records.back();
-            record.name = decoded(event.name);
-            record.text = decoded(event.text);
-            for (const std::string &text : joined(event)) {
-                record.extended += decoded(text);
-            }
+            tool::forEachText(key, event, found_.message(key),
+                              [&record](std::string_view field, const std::string &, const tool::SentText &sent) {
+                                  std::string *const text = field == "name"       ? &record.name
+                                                            : field == "text"     ? &record.text
+                                                            : field == "extended" ? &record.extended
+                                                                                  : nullptr;
+                                  if (text != nullptr) {
+                                      *text += textOf(sent);
+                                  }
+                              });
         }
         return records;
     }
 
 private:
+    Record eventRecord(const EventKey &key, const Event &event) const {
+        Record record = recordOf(file_, "event", key.service);
+        if (key.service.system == tool::System::Atsc) { // whose events name a source
+            record.stream = record.service = std::nullopt;
+            for (const auto &[place, channel] : found_.channels()) {
+                if (channel.source == key.service.service) {
+                    record.stream = place.transportStream;
+                    record.service = channel.program;
+                }
+            }
+        }
+        record.event = key.event;
+        const tool::Seconds start = found_.startOf(key, event);
+        if (start != tool::unknownTime) {
+            record.start = start * 1000000;
+        }
+        if (event.duration != tool::unknownTime) {
+            record.seconds = static_cast<std::uint32_t>(event.duration);
+        }
+        record.language = key.language;
+        return record;
+    }
+
     std::string file_;
     ServiceInformation found_;
 };
@@ -219,6 +229,15 @@ void assignLanguage(duckdb_vector vector, idx_t row, const Record &record) {
     }
 }
 
+// Texts of ATSC are no DVB strings.
+void assignRaw(duckdb_vector vector, idx_t row, const Record &record) {
+    if (record.raw.empty()) {
+        setNull(vector, row);
+    } else {
+        assign(vector, row, record.raw);
+    }
+}
+
 const std::array<Table, 3> &tables() {
     constexpr auto text = DUCKDB_TYPE_VARCHAR;
     constexpr auto number = DUCKDB_TYPE_UINTEGER;
@@ -241,7 +260,7 @@ const std::array<Table, 3> &tables() {
                                                 start,
                                                 language,
                                                 {"field", text, assignText<&Record::field>},
-                                                {"raw", DUCKDB_TYPE_BLOB, assignText<&Record::raw>},
+                                                {"raw", DUCKDB_TYPE_BLOB, assignRaw},
                                                 {"text", text, assignText<&Record::text>}}},
                                               {"read_ts_services",
                                                &Collector::services,

@@ -2,7 +2,7 @@
 
 #include "bytes.h"
 #include "scsu.h"
-#include "text.h"
+#include "unicode.h"
 
 #include <fmt/format.h>
 

@@ -3,7 +3,7 @@
 #include "scsu.h"
 
 #include "bytes.h"
-#include "text.h"
+#include "unicode.h"
 
 #include <array>
 #include <cstdint>

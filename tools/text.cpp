@@ -15,19 +15,6 @@ namespace zelk::tool {
 
 namespace {
 
-// Calls use(codePoint, bytes) for every character, with codePoint -1 for a byte that begins none.
-template <class Use>
-void forEachCharacter(std::string_view text, Use use) {
-    while (!text.empty()) {
-        utf8proc_int32_t codePoint = -1;
-        const utf8proc_ssize_t count = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t *>(text.data()),
-                                                        static_cast<utf8proc_ssize_t>(text.size()), &codePoint);
-        const std::size_t length = count > 0 ? static_cast<std::size_t>(count) : 1;
-        use(count > 0 ? codePoint : -1, text.substr(0, length));
-        text.remove_prefix(length);
-    }
-}
-
 bool isShown(utf8proc_int32_t codePoint) {
     switch (utf8proc_category(codePoint)) {
     case UTF8PROC_CATEGORY_CC:
@@ -82,61 +69,6 @@ std::string hex(std::string_view bytes) {
 
 std::string codePointName(unsigned int character) {
     return fmt::format("U+{:04X}", character);
-}
-
-std::string utf8(unsigned short character) {
-    unsigned char bytes[4];
-    const unsigned int count = zelkUtf8CharEncode(character, bytes, sizeof bytes);
-    return {reinterpret_cast<const char *>(bytes), count};
-}
-
-std::string utf8(const std::vector<unsigned short> &units) {
-    std::string result;
-    for (const unsigned short unit : units) {
-        result += utf8(unit);
-    }
-    return result;
-}
-
-std::vector<unsigned short> units(const std::string &text) {
-    std::vector<unsigned short> result;
-    const auto *const bytes = reinterpret_cast<const unsigned char *>(text.data());
-    for (std::size_t at = 0; at < text.size();) {
-        unsigned short character = 0xFFFD; // stays when the last sequence is cut off
-        at += zelkUtf8CharDecode(bytes + at, static_cast<unsigned int>(text.size() - at), &character);
-        result.push_back(character);
-    }
-    return result;
-}
-
-std::size_t replaceInvalid(std::string &text) {
-    const auto plain = [](char byte) { return static_cast<signed char>(byte) >= 0; };
-    std::size_t count = 0;
-    if (std::all_of(text.begin(), text.end(), plain)) {
-        return count;
-    }
-    std::string result;
-    std::size_t surrogate = 0; // bytes left of the one that is being passed over
-    forEachCharacter(text, [&](utf8proc_int32_t codePoint, std::string_view bytes) {
-        if (surrogate > 0 && codePoint < 0) {
-            --surrogate;
-            return;
-        }
-        surrogate = 0;
-        if (codePoint >= 0 && codePoint != 0xFFFD) {
-            result += bytes;
-            return;
-        }
-        const char *const end = text.data() + text.size();
-        if (codePoint < 0 && end - bytes.data() >= 3 && bytes[0] == '\xED' && (bytes.data()[1] & 0xE0) == 0xA0 &&
-            (bytes.data()[2] & 0xC0) == 0x80) {
-            surrogate = 2;
-        }
-        result += "\xEF\xBF\xBD";
-        ++count;
-    });
-    text = std::move(result);
-    return count;
 }
 
 std::size_t displayWidth(std::string_view text) {

@@ -1,6 +1,8 @@
 // How text is shown: code points, display width, columns, colour, JSON.
 #pragma once
 
+#include "unicode.h"
+
 #include <CLI/CLI.hpp>
 #include <fmt/color.h>
 #include <nlohmann/json.hpp>
@@ -23,18 +25,6 @@ std::string hex(std::string_view bytes);
 
 // "U+00E9"
 std::string codePointName(unsigned int character);
-
-// One UCS-2 unit as UTF-8.
-std::string utf8(unsigned short character);
-
-std::string utf8(const std::vector<unsigned short> &units);
-
-// UTF-8 as UCS-2 units, U+FFFD where it is malformed.
-std::vector<unsigned short> units(const std::string &text);
-
-// Makes text valid UTF-8: one U+FFFD for each byte that begins no character, and for each surrogate. Returns how many
-// U+FFFD it holds then.
-std::size_t replaceInvalid(std::string &text);
 
 // Columns that UTF-8 text takes on a terminal.
 std::size_t displayWidth(std::string_view text);

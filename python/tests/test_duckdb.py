@@ -108,6 +108,24 @@ def test_streams_read_as_the_tool_reads_them(
         db.sql(f"from read_ts('{tmp_path}/*.mpg')")
 
 
+def test_channels_and_events_of_atsc(db: duckdb.DuckDBPyConnection, tool: Path) -> None:
+    guide = ROOT / "samples/guide.ts"
+    scanned = json.loads(subprocess.run([tool, "scan", "--json", guide], capture_output=True, check=True).stdout)
+    channels = db.sql(f"select transport_stream, service, type, name from read_ts_services('{guide}') where original_network is null")
+    names = ("transport_stream", "program", "type", "name")
+    assert sorted(channels.fetchall()) == sorted(tuple(one[name] for name in names) for one in scanned["channels"])
+    programs = {one["source"]: one["program"] for one in scanned["channels"]}
+    events = db.sql(
+        "select service, event, language, strftime(start, '%Y-%m-%dT%H:%M:%SZ'), name, text, extended "
+        f"from read_ts_events('{guide}')"
+    )
+    names = ("event", "language", "start", "name", "text", "extended")
+    expected = [(programs[one["source"]], *(one[name] for name in names)) for one in scanned["events"]]
+    assert len(expected) == 6 and sorted(events.fetchall()) == sorted(expected)
+    texts = db.sql(f"select kind, field, text from read_ts('{guide}') where raw is null").fetchall()
+    assert ("channel", "long_name", "Harbor One") in texts and ("event", "ratings", "TV-G") in texts
+
+
 def test_decoding_costs_no_more_than_hexadecimal_digits(
     db: duckdb.DuckDBPyConnection, measured: Callable[[str], None]
 ) -> None:
