@@ -93,7 +93,7 @@ consteval Tree treeOf(const Rows<Count> &rows) {
 // tree must be asked: for longer codes, for escapes, and where one more bit may make a longer code.
 using Lookup = std::uint16_t;
 #if defined(ZELK_COMPACT)
-constexpr unsigned int lookupBits = 6; // 256 bytes for both tables
+constexpr unsigned int lookupBits = 4; // 64 bytes for both tables
 #elif defined(ZELK_KERNELS_ONLY)
 constexpr unsigned int lookupBits = 9; // 2 KiB for both tables
 #else
