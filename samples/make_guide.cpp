@@ -116,8 +116,8 @@ std::int64_t secondsOf(const std::string &time) {
                               month(static_cast<unsigned int>(std::stoi(time.substr(5, 2)))),
                               day(static_cast<unsigned int>(std::stoi(time.substr(8, 2)))));
     const sys_days epoch = year(1980) / January / 6;
-    return seconds(sys_days(date) - epoch).count() + std::stoi(time.substr(11, 2)) * 3600 +
-           std::stoi(time.substr(14, 2)) * 60 + leapSeconds;
+    return seconds(sys_days(date) - epoch).count() + std::stoi(time.substr(11, 2)) * std::int64_t{3600} +
+           std::stoi(time.substr(14, 2)) * std::int64_t{60} + leapSeconds;
 }
 
 // ---- Sections and packets ----
