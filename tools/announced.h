@@ -36,7 +36,7 @@ struct ServiceKey {
     std::uint16_t service = 0; // of ATSC: the source, which stands alone
     System system = System::Dvb;
 
-    auto operator<=>(const ServiceKey &other) const = default;
+    auto operator<=>(const ServiceKey &other) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 struct EventKey {
@@ -44,7 +44,7 @@ struct EventKey {
     std::uint16_t event = 0;
     std::string language; // ISO 639-2, three bytes as broadcast; empty for an event without a text
 
-    auto operator<=>(const EventKey &other) const = default;
+    auto operator<=>(const EventKey &other) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 struct NamedGroup { // a network or a bouquet
@@ -61,7 +61,7 @@ struct StreamKey {
     std::uint16_t originalNetwork = 0;
     std::uint16_t transportStream = 0;
 
-    auto operator<=>(const StreamKey &other) const = default;
+    auto operator<=>(const StreamKey &other) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 struct ListedService {
@@ -111,7 +111,7 @@ struct ChannelKey {
     std::uint16_t major = 0;
     std::uint16_t minor = 0;
 
-    auto operator<=>(const ChannelKey &other) const = default;
+    auto operator<=>(const ChannelKey &other) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 // A channel of an ATSC virtual channel table.
@@ -195,7 +195,7 @@ struct MessageKey {
     std::optional<std::uint16_t> event; // none: of the channel
     std::string language;
 
-    auto operator<=>(const MessageKey &other) const = default;
+    auto operator<=>(const MessageKey &other) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 struct Message {

@@ -38,7 +38,8 @@ std::optional<Seconds> parseTime(const std::string &text) {
     if (!date.ok() || fields[3] > 23 || fields[4] > 59 || fields[5] > 59) {
         return std::nullopt;
     }
-    return sys_seconds(sys_days(date)).time_since_epoch().count() + fields[3] * 3600 + fields[4] * 60 + fields[5];
+    const auto time = hours(fields[3]) + minutes(fields[4]) + seconds(fields[5]);
+    return (sys_seconds(sys_days(date)) + time).time_since_epoch().count();
 }
 
 // A number in decimal, or in hexadecimal after 0x.
@@ -103,12 +104,10 @@ bool Filter::passes(const ServiceKey &key) const {
         return true;
     }
     if (key.system == System::Atsc) {
-        for (const auto &[channelKey, channel] : facts_.found().channels()) {
-            if (channel.source == key.service && passes(channelKey, channel)) {
-                return true;
-            }
-        }
-        return false;
+        const auto &channels = facts_.found().channels();
+        return std::any_of(channels.begin(), channels.end(), [&](const auto &channel) {
+            return channel.second.source == key.service && passes(channel.first, channel.second);
+        });
     }
     const auto known = facts_.found().services().find(key);
     return std::any_of(options_.services.begin(), options_.services.end(), [&](const std::string &wanted) {
