@@ -61,7 +61,8 @@ struct StreamKey {
     std::uint16_t originalNetwork = 0;
     std::uint16_t transportStream = 0;
 
-    auto operator<=>(const StreamKey &other) const = default; // NOLINT(modernize-use-nullptr)
+    // NOLINTNEXTLINE(modernize-use-nullptr, readability-implicit-bool-conversion)
+    auto operator<=>(const StreamKey &other) const = default;
 };
 
 struct ListedService {

@@ -19,7 +19,7 @@ int stopPipe[2] = {-1, -1};
 
 extern "C" void noteSignal(int /*signal*/) {
     const int error = errno;
-    (void)!::write(stopPipe[1], "", 1);
+    [[maybe_unused]] const ssize_t written = ::write(stopPipe[1], "", 1);
     errno = error;
 }
 

@@ -50,8 +50,8 @@ std::size_t replaceInvalid(std::string &text) {
             return;
         }
         const char *const end = text.data() + text.size();
-        if (codePoint < 0 && end - bytes.data() >= 3 && bytes[0] == '\xED' && (bytes.data()[1] & 0xE0) == 0xA0 &&
-            (bytes.data()[2] & 0xC0) == 0x80) {
+        if (codePoint < 0 && end - bytes.data() >= 3 && bytes[0] == '\xED' && (bytes[1] & 0xE0) == 0xA0 &&
+            (bytes[2] & 0xC0) == 0x80) {
             surrogate = 2;
         }
         result += "\xEF\xBF\xBD";
