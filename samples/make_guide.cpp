@@ -2,76 +2,43 @@
 //
 //     make_guide guide.json guide.ts guide.expected.json
 //
-// The tables (A/65) are written here field by field: libdvbpsi makes their checksums and has no generators for them.
+// The tables (A/65) are written here field by field: libdvbpsi has no generators for them.
 // As with the multiplex, the listing is written from the words themselves, never from decoded bytes.
+#include "listing.h"
+
+#include "helpers/sections.h"
 #include "reference/context_codes.h"
 #include "reference/huffman_encoder.h"
+#include "reference/utf8_model.h"
 
 #include "zelk.h"
 
-#include <dvbpsi/dvbpsi.h>
-#include <dvbpsi/psi.h>
-
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <fstream>
 #include <iostream>
-#include <map>
-#include <stdexcept>
 #include <string>
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using zelk_samples::Json;
+using zelk_test::bigEndian;
+using zelk_test::counted;
+using zelk_test::descriptor;
+using zelk_test::loop;
 
 constexpr std::uint16_t basePid = 0x1FFB;
 constexpr std::uint16_t eventPid = 0x1D00;
 constexpr std::uint16_t messagePid = 0x1E00;
 constexpr unsigned int leapSeconds = 18;
 
-// ---- Fields ----
+// ---- Texts ----
 
-std::string bigEndian(std::uint64_t value, int count) {
-    std::string result;
-    for (int shift = 8 * (count - 1); shift >= 0; shift -= 8) {
-        result += static_cast<char>(value >> static_cast<unsigned int>(shift) & 0xFFU);
-    }
-    return result;
-}
-
-std::string counted(const std::string &bytes) {
-    if (bytes.size() > 255) {
-        throw std::runtime_error("a text is too long for its place");
-    }
-    return bigEndian(bytes.size(), 1) + bytes;
-}
-
-std::string loop(const std::string &bytes, unsigned int above) {
-    return bigEndian(above | bytes.size(), 2) + bytes;
-}
-
-std::string descriptor(unsigned int tag, const std::string &content) {
-    return bigEndian(tag, 1) + counted(content);
-}
-
-// The words are in ASCII and Latin-1 here, as UTF-8: their code points, below U+0800.
 std::u16string unitsOf(const std::string &words) {
     std::u16string units;
-    for (std::size_t at = 0; at < words.size(); ++at) {
-        const auto byte = static_cast<unsigned char>(words[at]);
-        if (byte < 0x80) {
-            units += byte;
-        } else if (byte < 0xE0) {
-            units += static_cast<char16_t>((byte & 0x1FU) << 6U | (static_cast<unsigned char>(words[++at]) & 0x3FU));
-        } else {
-            const unsigned int middle = static_cast<unsigned char>(words[at + 1]) & 0x3FU;
-            const unsigned int last = static_cast<unsigned char>(words[at + 2]) & 0x3FU;
-            units += static_cast<char16_t>((byte & 0x0FU) << 12U | middle << 6U | last);
-            at += 2;
-        }
+    for (const zelk_test::Utf8Character &character :
+         zelk_test::utf8CharactersModel(words, zelk_test::TextEnd::Terminator)) {
+        units += static_cast<char16_t>(character.character.value());
     }
     return units;
 }
@@ -124,49 +91,15 @@ std::int64_t secondsOf(const std::string &time) {
 
 class Guide {
 public:
-    explicit Guide(const std::string &path)
-        : file_(path, std::ios::binary), handle_(dvbpsi_new(nullptr, DVBPSI_MSG_NONE)) {}
-    ~Guide() { dvbpsi_delete(handle_); }
-    Guide(const Guide &) = delete;
-    Guide &operator=(const Guide &) = delete;
+    explicit Guide(const std::string &path) : file_(path, std::ios::binary) {}
 
     void send(std::uint16_t pid, std::uint8_t table, std::uint16_t extension, const std::string &payload) {
-        constexpr std::size_t headSize = 8;
-        constexpr std::size_t longest = 4096;
-        if (payload.size() + headSize + 4 > longest) {
-            throw std::runtime_error("a section is too long");
-        }
-        dvbpsi_psi_section_t *section = dvbpsi_NewPSISection(longest);
-        section->i_table_id = table;
-        section->b_syntax_indicator = true;
-        section->b_private_indicator = true;
-        section->i_length = static_cast<std::uint16_t>(payload.size() + 9);
-        section->i_extension = extension;
-        section->i_version = 1;
-        section->b_current_next = true;
-        std::copy(payload.begin(), payload.end(), section->p_data + headSize);
-        section->p_payload_start = section->p_data + headSize;
-        section->p_payload_end = section->p_payload_start + payload.size();
-        dvbpsi_BuildPSISection(handle_, section);
-        write(pid, '\0' + std::string(section->p_data, section->p_data + 3 + section->i_length));
-        dvbpsi_DeletePSISections(section);
+        file_ << packets_.packets(pid, zelk_test::section({table, extension, 1}, payload));
     }
 
 private:
-    void write(std::uint16_t pid, std::string rest) {
-        for (bool first = true; !rest.empty(); first = false) {
-            std::string packet =
-                bigEndian((first ? 0x47400010U : 0x47000010U) | std::uint32_t{pid} << 8U | counters_[pid]++ % 16U, 4);
-            packet += rest.substr(0, 184);
-            rest.erase(0, std::min<std::size_t>(rest.size(), 184));
-            packet.resize(188, '\xFF');
-            file_ << packet;
-        }
-    }
-
     std::ofstream file_;
-    dvbpsi_t *handle_;
-    std::map<std::uint16_t, unsigned int> counters_;
+    zelk_test::PacketMaker packets_;
 };
 
 // ---- Tables ----
@@ -295,23 +228,6 @@ Json listing(const Json &guide) {
     return document;
 }
 
-// One record a line, as `zelk scan --json` writes it.
-void writeListing(const std::string &path, const Json &listing) {
-    std::ofstream file(path, std::ios::binary);
-    const char *separator = "{\n";
-    for (const auto &[name, records] : listing.items()) {
-        file << separator << '"' << name << "\": [";
-        const char *comma = "\n";
-        for (const Json &record : records) {
-            file << comma << record.dump();
-            comma = ",\n";
-        }
-        file << (records.empty() ? "]" : "\n]");
-        separator = ",\n";
-    }
-    file << "\n}\n";
-}
-
 } // namespace
 
 int main(int argc, char **argv) {
@@ -323,7 +239,7 @@ int main(int argc, char **argv) {
         std::ifstream file(argv[1]);
         const Json guide = Json::parse(file);
         makeGuide(guide, argv[2]);
-        writeListing(argv[3], listing(guide));
+        zelk_samples::writeListing(argv[3], listing(guide));
     } catch (const std::exception &error) {
         std::cerr << "make_guide: " << error.what() << '\n';
         return 1;

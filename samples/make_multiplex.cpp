@@ -4,9 +4,10 @@
 //
 // The listing is written from the words themselves, never from decoded bytes, so a decoder that agrees with it has
 // read the multiplex right.
+#include "listing.h"
 #include "text_encoder.h"
 
-#include "tool/section_maker.h"
+#include "helpers/sections.h"
 
 #include <dvbpsi/dvbpsi.h>
 #include <dvbpsi/psi.h>
@@ -24,8 +25,6 @@
 #include <dvbpsi/dr_48.h>
 #include <dvbpsi/dr_4d.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -39,8 +38,8 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using zelk_samples::Coding;
+using zelk_samples::Json;
 using zelk_samples::TextEncoder;
 using zelk_test::bigEndian;
 using zelk_test::loop;
@@ -293,23 +292,6 @@ Json listing(const Programmes &programmes) {
             {"events", events},
             {"times", Json::array({{{"table", "TDT"}, {"utc", utc}},
                                    {{"table", "TOT"}, {"utc", utc}, {"offsets", Json::array({offset})}}})}};
-}
-
-// One record a line, as `zelk scan --json` writes it.
-void writeListing(const std::string &path, const Json &listing) {
-    std::ofstream file(path, std::ios::binary);
-    const char *separator = "{\n";
-    for (const auto &[name, records] : listing.items()) {
-        file << separator << '"' << name << "\": [";
-        const char *comma = "\n";
-        for (const Json &record : records) {
-            file << comma << record.dump();
-            comma = ",\n";
-        }
-        file << (records.empty() ? "]" : "\n]");
-        separator = ",\n";
-    }
-    file << "\n}\n";
 }
 
 // ---- Sections ----
@@ -711,7 +693,7 @@ int main(int argc, char **argv) {
     try {
         const Programmes programmes = readProgrammes(argv[1]);
         makeMultiplex(programmes, TextEncoder(argv[2]), argv[3]);
-        writeListing(argv[4], listing(programmes));
+        zelk_samples::writeListing(argv[4], listing(programmes));
     } catch (const std::exception &error) {
         std::cerr << "make_multiplex: " << error.what() << '\n';
         return 1;

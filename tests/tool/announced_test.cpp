@@ -1,9 +1,9 @@
 // zelk scan: each table of DVB and ATSC, made here field by field, with what it says in words of the standards; what
 // the filters choose; and inputs that are no packets.
+#include "helpers/sections.h"
 #include "helpers/text.h"
 #include "reference/huffman_encoder.h"
 #include "tool/run.h"
-#include "tool/section_maker.h"
 
 #include "zelk.h"
 

@@ -1,7 +1,7 @@
 // Input that arrives bit by bit or never ends: what is answered before the end, what ends a scan, what it keeps.
+#include "helpers/sections.h"
 #include "helpers/text.h"
 #include "tool/run.h"
-#include "tool/section_maker.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

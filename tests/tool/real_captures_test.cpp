@@ -1,9 +1,9 @@
 // zelk scan over captures and sections that broadcasters sent. They are not part of this project: the environment
 // variable ZELK_REAL_DATA names the folder that holds captures/*.ts, sections/*.bin with texts.tsv, and strings.tsv,
 // whose rows (bytes in hexadecimal, kind, source) were taken from the same captures with other programs.
+#include "helpers/sections.h"
 #include "helpers/text.h"
 #include "tool/run.h"
-#include "tool/section_maker.h"
 
 #include "zelk.hpp"
 

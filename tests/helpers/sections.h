@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +20,9 @@ inline std::string bigEndian(std::uint64_t value, int count) {
 
 // Text after a byte that counts it, and bytes after twelve bits that count them, below four ones.
 inline std::string counted(const std::string &text) {
+    if (text.size() > 255) {
+        throw std::length_error("a text is too long for its place");
+    }
     return bigEndian(text.size(), 1) + text;
 }
 inline std::string loop(const std::string &bytes, unsigned int above = 0xF000U) {
