@@ -149,15 +149,22 @@ void readTime(const Section &section, SectionRecords &records) {
     records.malformed += rest.good() ? 0 : 1;
 }
 
+// A/65, table 6.3: channels, events and extended texts, of the 128 tables of each.
+constexpr bool isCollected(unsigned int guideType) {
+    constexpr unsigned int lastChannelType = 4;
+    const unsigned int family = guideType & ~0x7FU;
+    return guideType <= lastChannelType || family == 0x0100 || family == 0x0200;
+}
+
 void readGuide(const Section &section, SectionRecords &records) {
     Cursor rest(section.payload);
     (void)rest.byte(); // protocol
     for (unsigned int count = rest.word(); count != 0 && rest.good(); --count) {
-        (void)rest.word(); // type of table
+        const std::uint16_t type = rest.word();
         const auto pid = static_cast<std::uint16_t>(rest.word() & 0x1FFFU);
         (void)rest.take(5); // version, size
         (void)rest.loop();
-        if (rest.good()) {
+        if (rest.good() && isCollected(type) && pid != nullPid) {
             records.pids.push_back(pid);
         }
     }

@@ -14,6 +14,7 @@
 namespace zelk::tool {
 
 inline constexpr std::size_t packetSize = 188;
+inline constexpr std::uint16_t nullPid = 0x1FFF; // of packets that fill the stream up
 
 using Packet = std::array<std::uint8_t, packetSize>;
 

@@ -310,6 +310,23 @@ TEST(Announced, EventsOfAtscWithTheirMessages) {
               json::parse(R"([{"table": "STT", "utc": "2026-03-01T11:01:00Z", "leap_seconds": 18}])"));
 }
 
+// Null packets, and packets of tables that nobody collects, are no damaged sections, whatever a guide names.
+TEST(Announced, GuideOfAtscNamesPacketsWithoutSections) {
+    const auto table = [](unsigned int type, unsigned int pid) {
+        return bigEndian(type, 2) + bigEndian(0xE000U | pid, 2) + bytes("E1 00 00 00 00 F0 00");
+    };
+    const std::string names = table(0x100, 0x1FFF) + table(0x300, 0x30) + table(0x200, 0x1E00);
+    const std::string noSection = std::string(4, '\xFF');
+    const Result result =
+        run({"scan", "--json"}, streamOf({{0x1FFB, section({0xC7, 0}, bytes("00 00 03") + names + bytes("F0 00"))},
+                                          {0x1FFF, noSection},
+                                          {0x30, noSection},
+                                          {0x1E00, noSection},
+                                          {0x1FFB, channels()}}));
+    EXPECT_EQ(result.error, "zelk scan: standard input: 1 section with a wrong checksum or length\n");
+    EXPECT_EQ(json::parse(result.out)["channels"].size(), 1U);
+}
+
 // The name of an event whose one segment has the given bytes in mode 0x3E.
 json scsuEvent(const std::string &text) {
     const std::string name = strings(bytes("01") + segment(0, 0x3E, text));
