@@ -43,8 +43,8 @@ def counted(text: bytes) -> bytes:
     return bytes([len(text)]) + text
 
 
-def looped(descriptors: bytes) -> bytes:
-    return (0xF000 | len(descriptors)).to_bytes(2, "big") + descriptors
+def looped(descriptors: bytes, above: int = 0xF000) -> bytes:
+    return (above | len(descriptors)).to_bytes(2, "big") + descriptors
 
 
 # A section as the target reads it: packet identifier and table in one byte, its extension, how often its payload stands
@@ -60,7 +60,22 @@ def sections() -> list[bytes]:
             b"\x09\1\0" + b"\x32\1\xFF" + service,
             b"\x09\1\7" + b"\x32\1\xFF" + service,
             b"\x16\2\0" + b"\0\1\x32\1\0\x4E" + event,
-            b"\x1E\2\7" + b"\0\1\x32\1\0\x50" + event]
+            b"\x1E\2\7" + b"\0\1\x32\1\0\x50" + event,
+            b"\x27\0\0\xEF\x7C\x12\x45\0",
+            b"\x2B\0\0\xEF\x7C\x12\x45\0" + looped(described(0x58, b"DEU\x02\1\0\xEF\x7C\1\0\0\2\0"))]
+
+
+# The same of ATSC: a guide that names packets, a channel, events with and without a longer text, the time.
+def atsc_sections() -> list[bytes]:
+    strings = lambda text: b"\1eng\1\0\0" + counted(text)
+    entry = lambda kind, pid: kind + (0xE000 | pid).to_bytes(2, "big") + b"\xE1\0\0\0\0\xF0\0"
+    channel = "ZELK-TV".encode("utf-16-be") + b"\xF0\x04\x01\4\0\0\0\0\0\1\0\1\x0D\xC2\0\1"
+    event = b"\xC0\7\x50\0\0\0\xD0\x0E\x10" + counted(strings(b"News")) + looped(described(0xAB, b"\xE1\x26"))
+    return [b"\x00\0\0\0\0\2" + entry(b"\1\0", 0x1D00) + entry(b"\2\0", 0x1E00) + b"\xF0\0",
+            b"\x04\1\0\0\1" + channel + looped(described(0xA0, strings(b"Zelk television")), 0xFC00) + b"\xFC\0",
+            b"\x0D\1\0\0\1" + event,
+            b"\x12\0\0\0\0\1\0\x1E" + strings(b"What has happened."),
+            b"\x14\0\0\0\x50\0\0\1\x12\x60\0"]
 
 
 def seeds() -> dict[str, list[bytes]]:
@@ -92,6 +107,8 @@ def seeds() -> dict[str, list[bytes]]:
         "transport_stream": [bytes([1 | few << 2, limit, limit * 30]) + b"\n".join(sections()[:few]) + b"\n" + damage
                              for few in (1, 4, 6) for limit in (1, 7) for damage in (b"", b"\3\1\x02\x80\xFF\2\0\x10\0\x30\xB0")]
                             + [bytes([1 | 1 << 2, 7, 255]) + section + b"\n" for section in sections()]
+                            + [bytes([form | 5 << 2 | system, 7, 255]) + b"\n".join(of[-5:]) + b"\n"
+                               for system, of in ((0, sections()), (0x80, atsc_sections())) for form in (1, 3)]
                             + [b"\0\7\xFF" + before + b"G\x40\x11\x10" + b"\0" * 184 for before in (b"", b"TIME", b"G")],
         "utf16": with_size(SURROGATES + PAIRS[:3]),
         "arrow": [bytes([function, layout, nulls, layout % 2, layout // 2, layout % 4, 1]) + settings + b"\n".join(rows)

@@ -1,79 +1,46 @@
-// The tool's reader of transport streams: whatever comes, it ends, accounts for every byte and keeps within its limits.
-// Whole sections in whole packets are read without a complaint, and give the same records in each framing.
+// The tool's reader of broadcasts: whatever comes, it ends, accounts for every byte and keeps within its limits. Whole
+// sections in whole packets are read without a complaint, and give the same records in each framing and in a file of
+// sections.
 #include "fuzz.h"
-#include "tools/service_information.h"
+#include "helpers/sections.h"
+#include "tools/broadcast.h"
+#include "tools/command.h"
+#include "tools/dvb_tables.h"
 
 #include <array>
-#include <map>
 
 using fuzz::require;
+using zelk::tool::nullPid;
 using zelk::tool::packetSize;
+using zelk_test::streamOf;
 
 namespace {
 
-constexpr std::uint16_t nullPid = 0x1FFF;
+using Sections = std::vector<std::pair<unsigned int, std::string>>; // each with the identifier of its packets
 
-// The checksum of sections: ISO/IEC 13818-1, annex A.
-std::uint32_t checksum(const std::string &bytes) {
-    std::uint32_t sum = 0xFFFFFFFFU;
-    for (const char byte : bytes) {
-        sum ^= static_cast<std::uint32_t>(static_cast<unsigned char>(byte)) << 24U;
-        for (int bit = 0; bit < 8; ++bit) {
-            sum = sum << 1U ^ ((sum & 0x80000000U) != 0 ? 0x04C11DB7U : 0U);
-        }
-    }
-    return sum;
-}
-
-std::string bigEndian(std::uint32_t value, int bytes) {
-    std::string result;
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) {
-        result += static_cast<char>(value >> static_cast<unsigned int>(shift) & 0xFFU);
-    }
-    return result;
-}
-
-std::string section(unsigned int table, unsigned int extension, unsigned int version, const std::string &payload) {
-    const auto length = static_cast<std::uint32_t>(payload.size() + 9);
-    const std::string head = bigEndian(table, 1) + bigEndian(0xF000U | length, 2) + bigEndian(extension, 2);
-    std::string bytes = head + bigEndian(0xC1U | version << 1U, 1) + std::string(2, '\0') + payload;
-    return bytes + bigEndian(checksum(bytes), 4);
-}
-
-class StreamMaker {
-public:
-    void add(std::uint16_t pid, const std::string &bytes) {
-        const std::string all = '\0' + bytes; // the section begins after the pointer
-        for (std::size_t at = 0; at < all.size(); at += packetSize - 4) {
-            const std::uint32_t head = 0x47000010U | (at == 0 ? 0x400000U : 0U) | std::uint32_t{pid} << 8U;
-            std::string packet = bigEndian(head | (continuity_[pid]++ & 0x0FU), 4);
-            packet.reserve(packetSize);
-            packet.append(all, at, packetSize - 4).resize(packetSize, '\xFF');
-            packets_.push_back(std::move(packet));
-        }
-    }
-
-    std::string framed(const std::string &before, const std::string &after) const {
-        std::string stream;
-        stream.reserve(packets_.size() * (before.size() + packetSize + after.size()));
-        for (const std::string &packet : packets_) {
-            stream.append(before).append(packet).append(after);
-        }
-        return stream;
-    }
-
-private:
-    std::vector<std::string> packets_;
-    std::map<std::uint16_t, unsigned int> continuity_;
+// What the settings choose from: the packets and tables of one system. A guide of ATSC names further packets.
+struct System {
+    std::array<unsigned int, 4> pids;
+    std::array<unsigned int, 12> tables;
 };
+constexpr System dvb{{0x10, 0x11, 0x12, 0x14},
+                     {0x40, 0x41, 0x42, 0x46, 0x4A, 0x4E, 0x4F, 0x50, 0x6F, 0x70, 0x73, 0x72}};
+constexpr System atsc{{0x1FFB, 0x1D00, 0x1E00, 0x30},
+                      {0xC7, 0xC8, 0xC9, 0xCB, 0xCC, 0xCD, 0xC7, 0xC8, 0x42, 0xCB, 0xCC, 0x4E}};
 
-// Sections of any kind, and packets enough behind them to tell the framing.
-StreamMaker wholeSections(fuzz::Input &input, unsigned int count) {
-    StreamMaker maker;
+// The times of DVB are short sections; one without a checksum is known by its length.
+std::string sectionOf(const zelk_test::SectionHead &head, std::string payload) {
+    if (head.table == zelk::tool::tableTime) {
+        payload.resize(5);
+        return zelk_test::shortSection(head.table, payload, false);
+    }
+    return head.table == zelk::tool::tableTimeOffset ? zelk_test::shortSection(head.table, payload, true)
+                                                     : zelk_test::section(head, payload);
+}
+
+Sections wholeSections(fuzz::Input &input, const System &system, unsigned int count) {
+    Sections sections;
     for (; count != 0; --count) {
-        constexpr std::array<std::uint16_t, 4> pids{0x10, 0x11, 0x12, 0x30};
-        constexpr std::array<unsigned int, 12> tables{0x40, 0x41, 0x42, 0x46, 0x4A, 0x4E,
-                                                      0x4F, 0x50, 0x6F, 0x70, 0x00, 0x72};
         const unsigned int kind = input.byte();
         const unsigned int extension = input.byte() % 4;
         const unsigned int times = 1 + input.byte() % 8; // for payloads of several packets
@@ -82,15 +49,29 @@ StreamMaker wholeSections(fuzz::Input &input, unsigned int count) {
         for (unsigned int i = 0; i < times && payload.size() + line.size() < 4000; ++i) {
             payload += line;
         }
-        maker.add(pids[kind % pids.size()], section(tables[kind / 4 % tables.size()], extension, kind / 48, payload));
+        sections.emplace_back(
+            system.pids[kind % system.pids.size()],
+            sectionOf({system.tables[kind / 4 % system.tables.size()], extension, kind / 48}, payload));
     }
-    for (int i = 0; i < 6; ++i) {
-        maker.add(nullPid, "");
+    return sections;
+}
+
+// As packets, with enough of them at the end to tell the framing.
+std::string packetsOf(const Sections &sections) {
+    return streamOf(sections) + streamOf(Sections(6, {nullPid, ""}));
+}
+
+std::string framed(const std::string &packets, const std::string &before, const std::string &after) {
+    std::string stream;
+    stream.reserve(packets.size() / packetSize * (before.size() + packetSize + after.size()));
+    for (std::size_t at = 0; at < packets.size(); at += packetSize) {
+        stream.append(before).append(packets, at, packetSize).append(after);
     }
-    return maker;
+    return stream;
 }
 
 struct Scan {
+    bool recognized = false;
     zelk::tool::StreamCounts stream;
     zelk::tool::SectionCounts sections;
     std::size_t records = 0;
@@ -111,14 +92,29 @@ void list(Scan &scan, const zelk::tool::ServiceInformation &found) {
             scan.list(group.name);
         }
     }
+    for (const auto &[key, stream] : found.streams()) {
+        scan.list(key.transportStream);
+        scan.list(stream.services.size());
+        scan.list(stream.numbers.size());
+    }
     for (const auto &[key, service] : found.services()) {
         scan.list(key.service);
         scan.list(service.provider);
         scan.list(service.name);
     }
+    for (const auto &[key, channel] : found.channels()) {
+        scan.list(key.major);
+        scan.list(key.minor);
+        scan.list(channel.name);
+        for (const zelk::tool::LanguageText &name : channel.longNames) {
+            scan.list(name.segments);
+        }
+    }
     for (const auto &[key, event] : found.events()) {
         scan.list(key.event);
         scan.listing += key.language;
+        scan.list(static_cast<std::uint64_t>(found.startOf(key, event)));
+        scan.list(static_cast<std::uint64_t>(found.positionOf(key, event)));
         scan.list(event.name);
         scan.list(event.text);
         for (const auto &[number, piece] : event.extended) {
@@ -129,34 +125,46 @@ void list(Scan &scan, const zelk::tool::ServiceInformation &found) {
                 scan.list(item.value);
             }
         }
+        if (const zelk::tool::Message *message = found.message(key)) {
+            scan.listing += message->segments; // which events may share
+        }
     }
-    scan.records = found.networks().size() + found.bouquets().size() + found.services().size() + found.events().size();
+    for (const auto &[table, time] : found.times()) {
+        scan.list(table);
+        scan.list(static_cast<std::uint64_t>(time.utc));
+        scan.list(time.offsets.size());
+    }
+    scan.records = found.records();
 }
 
-Scan scan(std::string stream, zelk::tool::Limits limits = {}) {
+Scan scan(std::string bytes, zelk::tool::Limits limits = {}, const std::vector<std::uint16_t> &pids = {}) {
     Scan result;
-    if (stream.empty()) {
+    if (bytes.empty()) {
         return result; // no file has no bytes
     }
-    zelk::tool::Input file(fmemopen(stream.data(), stream.size(), "rb"), "memory");
-    zelk::tool::PacketReader reader(file);
-    zelk::tool::ServiceInformation found(limits);
-    const bool opened = reader.open();
-    while (const zelk::tool::Packet *packet = opened ? reader.next() : nullptr) {
-        require((*packet)[0] == 0x47, "a packet begins with its sync byte");
-        found.push(*packet);
+    zelk::tool::Input file(fmemopen(bytes.data(), bytes.size(), "rb"), "memory");
+    zelk::tool::ServiceInformation found(limits, pids);
+    zelk::tool::BroadcastReader reader(file, found);
+    try {
+        reader.open();
+    } catch (const zelk::tool::Failure &) {
+        return result;
+    }
+    result.recognized = true;
+    while (reader.next()) {
     }
     found.finish();
     result.stream = reader.counts();
     result.sections = found.counts();
     list(result, found);
-    if (opened) {
-        const auto &counts = result.stream;
-        const std::uint64_t packets = counts.packets + counts.damagedPackets;
-        const std::uint64_t others = counts.skippedBytes + counts.truncatedBytes;
-        require(counts.bytes == stream.size(), "the stream is read to its end");
-        require(packets * packetSize + others <= counts.bytes, "no byte is counted twice");
-        require(packets * reader.framing().size() + others >= counts.bytes, "every byte is accounted for");
+    const auto &counts = result.stream;
+    const std::uint64_t packets = counts.packets + counts.damagedPackets;
+    const std::uint64_t others = counts.skippedBytes + counts.truncatedBytes;
+    require(counts.bytes == bytes.size(), "the input is read to its end");
+    require(packets * packetSize + others <= counts.bytes, "no byte is counted twice");
+    if (packets != 0) {
+        constexpr std::size_t longestFrame = packetSize + 16;
+        require(packets * longestFrame + others >= counts.bytes, "every byte is accounted for");
     }
     return result;
 }
@@ -175,13 +183,41 @@ void damage(fuzz::Input &input, std::string &stream) {
     }
 }
 
-void checkWhole(const StreamMaker &maker, const Scan &bare, bool stamped) {
-    const Scan framed = scan(stamped ? maker.framed("TIME", "") : maker.framed("", "SIXTEEN OF CHECK"));
-    require(framed.listing == bare.listing, "time stamps and parity change nothing");
-    require(bare.sections.damagedPackets + bare.sections.discontinuities + bare.sections.badSections +
-                    bare.sections.brokenSections + bare.stream.skippedBytes + bare.stream.truncatedBytes ==
+void requireNoDamage(const Scan &scan) {
+    require(scan.sections.damagedPackets + scan.sections.discontinuities + scan.sections.badSections +
+                    scan.sections.brokenSections + scan.stream.skippedBytes + scan.stream.truncatedBytes ==
                 0,
             "whole packets and sections are no damage");
+}
+
+void checkPackets(const std::string &packets, bool stamped) {
+    const Scan bare = scan(packets);
+    requireNoDamage(bare);
+    const Scan other = scan(stamped ? framed(packets, "TIME", "") : framed(packets, "", "SIXTEEN OF CHECK"));
+    require(other.listing == bare.listing, "time stamps and parity change nothing");
+}
+
+// The same as in packets that all have one identifier: a file of sections has none.
+void checkFile(const std::string &file, Sections sections) {
+    const Scan alone = scan(file);
+    if (file.empty() || alone.stream.packets != 0) {
+        return; // by chance the bytes look like packets, too
+    }
+    require(alone.recognized, "whole sections are recognized");
+    requireNoDamage(alone);
+    constexpr std::uint16_t pid = 0x10;
+    for (auto &[any, section] : sections) {
+        any = pid;
+    }
+    require(alone.listing == scan(packetsOf(sections), {}, {pid}).listing, "packets change nothing");
+}
+
+std::string concatenated(const Sections &sections) {
+    std::string file;
+    for (const auto &[pid, section] : sections) {
+        file += section;
+    }
+    return file;
 }
 
 } // namespace
@@ -194,9 +230,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     if (mode % 4 == 0) {
         stream = input.rest();
     } else {
-        const StreamMaker maker = wholeSections(input, mode / 4 % 8);
-        stream = maker.framed("", "");
-        checkWhole(maker, scan(stream), mode % 2 == 0);
+        const Sections sections = wholeSections(input, (mode & 0x80U) != 0 ? atsc : dvb, mode / 4 % 8);
+        if (mode % 4 == 3) {
+            stream = concatenated(sections);
+            checkFile(stream, sections);
+        } else {
+            stream = packetsOf(sections);
+            checkPackets(stream, (mode & 0x40U) != 0);
+        }
         damage(input, stream);
     }
     if (mode / 32 % 2 == 0) {
