@@ -8,12 +8,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <string>
 #include <thread>
-#include <time.h>
 #include <vector>
 
 namespace {

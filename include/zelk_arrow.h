@@ -26,7 +26,7 @@
 
 #include "zelk_insight.h"
 
-#include <stdint.h>
+#include <stdint.h> // NOLINT(modernize-deprecated-headers): for C, too
 
 #if defined(ZELK_BUILDING_ARROW)
 #pragma GCC visibility push(default)

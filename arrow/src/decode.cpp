@@ -199,6 +199,7 @@ private:
 
     static std::vector<const char *> kindNames() {
         std::vector<const char *> result;
+        result.reserve(ZelkInsightKindCount);
         for (int kind = 0; kind < ZelkInsightKindCount; ++kind) {
             result.push_back(zelkInsightKindName(static_cast<zelkInsightKind>(kind)));
         }

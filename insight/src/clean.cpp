@@ -224,7 +224,7 @@ bool isSameUtf8Portable(const unsigned char *bytes, const char *text, std::size_
 #define ZELK_INSIGHT_TARGET gnu::target("avx512bw,avx512vbmi,popcnt")
 
 inline bool hasAvx512() {
-    return __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vbmi") != 0;
+    return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
 }
 
 [[ZELK_INSIGHT_TARGET]] inline std::size_t ones(std::uint64_t mask) {
@@ -469,10 +469,11 @@ copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::By
 
 [[ZELK_INSIGHT_TARGET]] bool isSameUtf8Avx512(const unsigned char *bytes, const char *text, std::size_t count) {
     std::uint64_t other = 0;
+    const char *rest = text;
     forEachWideBlock(
         bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
-            const __m512i same = _mm512_maskz_loadu_epi8(valid, text);
-            text += 64;
+            const __m512i same = _mm512_maskz_loadu_epi8(valid, rest);
+            rest += 64;
             other |= _mm512_cmpneq_epi8_mask(block, same) | _mm512_cmpeq_epi8_mask(block, all(0xED));
             return true;
         });

@@ -4,6 +4,7 @@
 // the data files that the receiver's library is built from, as a tree of bits.
 #include "compressed.h"
 
+#include "detail/context_tree.h"
 #include "tables/derived.h"
 #include "tables/malaysia_rows.h"
 #include "zelk.h"
@@ -66,15 +67,17 @@ void recordCut(Recorder &recorder, std::uint64_t first, std::uint64_t end) {
 
 // ---- Codes by the character before ----
 
-constexpr unsigned int leafFlag = 0x80;
-constexpr unsigned int escape = 0x1B;
-constexpr unsigned int firstWithoutTree = 0x80; // characters after which a plain byte follows
+using detail::escapeLeaf;
+using detail::firstWithoutTree;
+using detail::leafFlag;
+using detail::treeAfter;
+
 constexpr int inputEnded = -1;
 
 // The next byte of UTF-8, or inputEnded; `before` is the one before.
 int nextByte(Bits &bits, const unsigned char *table, unsigned int before) {
     if (before < firstWithoutTree) {
-        const unsigned int tree = static_cast<unsigned int>(table[2 * before]) << 8U | table[2 * before + 1];
+        const unsigned int tree = treeAfter(table, before);
         unsigned int node = 0;
         do {
             if (bits.atEnd()) {
@@ -82,7 +85,7 @@ int nextByte(Bits &bits, const unsigned char *table, unsigned int before) {
             }
             node = table[tree + 2 * node + bits.next()];
         } while (node < leafFlag);
-        if (node - leafFlag != escape) {
+        if (node != escapeLeaf) {
             return static_cast<int>(node - leafFlag);
         }
     }
@@ -260,7 +263,7 @@ consteval std::array<char, Bytes> packed(const GrownTree<Room> &tree) {
 
 // Writes the node that `in` begins with and those below it. Returns the place after them.
 ZELK_DERIVING PieceNode *unpack(const char *&in, PieceNode *node) {
-    const auto head = static_cast<unsigned int>(*in++);
+    const auto head = static_cast<unsigned int>(static_cast<unsigned char>(*in++));
     for (unsigned int i = 0; i < head / Packed::characters; ++i) {
         node->piece[i] = *in++;
     }

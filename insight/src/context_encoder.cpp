@@ -2,6 +2,7 @@
 // its time; trees have at most 127 nodes.
 #include "context_encoder.h"
 
+#include "detail/context_tree.h"
 #include "zelk_insight.h"
 
 #include <array>
@@ -9,9 +10,10 @@
 namespace zelk::insight {
 namespace {
 
-constexpr unsigned int leafFlag = 0x80;
-constexpr unsigned int escape = 0x1B;
-constexpr unsigned int firstWithoutTree = 0x80;
+using detail::escapeLeaf;
+using detail::firstWithoutTree;
+using detail::leafFlag;
+using detail::treeAfter;
 
 // The shortest code of a leaf, or a length of 0: the tree breadth first.
 Code codeOfLeaf(const unsigned char *tree, unsigned int leaf) {
@@ -61,13 +63,13 @@ Code contextCode(const unsigned char *table, unsigned int before, unsigned int b
     if (before >= firstWithoutTree) {
         return {byte, 8};
     }
-    const unsigned char *const tree =
-        table + (static_cast<unsigned int>(table[2 * before]) << 8U | table[2 * before + 1]);
-    const Code code = byte < leafFlag && byte != escape ? codeOfLeaf(tree, leafFlag + byte) : Code{0, 0};
+    const unsigned char *const tree = table + treeAfter(table, before);
+    const unsigned int leaf = leafFlag + byte;
+    const Code code = byte < leafFlag && leaf != escapeLeaf ? codeOfLeaf(tree, leaf) : Code{0, 0};
     if (code.length != 0) {
         return code;
     }
-    const Code escaped = codeOfLeaf(tree, leafFlag + escape);
+    const Code escaped = codeOfLeaf(tree, escapeLeaf);
     return {escaped.bits << 8U | byte, escaped.length + 8};
 }
 

@@ -127,13 +127,13 @@ Sequence composedSequence(unsigned int codePoint) {
     const tables::DvbMarks &marks = tables::dvbMarks;
     const tables::MarkSet &set = marks.sets[tables::latinMarks];
     const auto *const begin = marks.composed.data() + set.grid;
-    const auto *const end = begin + tables::latinRows * tables::latinColumns;
+    const auto *const end = begin + std::size_t{tables::latinRows} * tables::latinColumns;
     for (const auto *at = std::find(begin, end, codePoint); at != end; at = std::find(at + 1, end, codePoint)) {
         const auto place = static_cast<unsigned int>(at - begin);
         const unsigned int row = place / set.columns + 1;
         const unsigned int column = place % set.columns + 1;
-        const auto mark = std::find(set.columnOf.begin(), set.columnOf.end(), column);
-        const auto base = std::find(set.rowOf.begin(), set.rowOf.end(), row);
+        const auto *const mark = std::find(set.columnOf.begin(), set.columnOf.end(), column);
+        const auto *const base = std::find(set.rowOf.begin(), set.rowOf.end(), row);
         if (mark != set.columnOf.end() && base != set.rowOf.end()) {
             return sequenceOf(static_cast<unsigned int>(mark - set.columnOf.begin()),
                               static_cast<unsigned int>(base - set.rowOf.begin()));

@@ -268,10 +268,9 @@ unsigned int zelkInsightJoinPieces(char *out, int outSize, const zelkInsightPiec
             firstCode = code;
             firstSelector = selector;
             selector = 0;
-        } else if (firstCode == DvbCodeCompressed || code == DvbCodeCompressed) {
-            break;
-        } else if (selector != 0 &&
-                   (selector != firstSelector || std::memcmp(piece.bytes, pieces[0].bytes, selector) != 0)) {
+        } else if (firstCode == DvbCodeCompressed || code == DvbCodeCompressed ||
+                   (selector != 0 &&
+                    (selector != firstSelector || std::memcmp(piece.bytes, pieces[0].bytes, selector) != 0))) {
             break;
         }
         for (unsigned int i = selector; i < length; ++i) {

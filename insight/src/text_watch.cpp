@@ -87,7 +87,7 @@ bool isPrecomposed(unsigned int codePoint) {
     constexpr unsigned int firstLetter = 0xC0; // the grid has marks alone, too
     const auto &grids = tables::dvbMarks.composed;
     const auto *const begin = grids.data() + tables::dvbMarks.sets[tables::latinMarks].grid + tables::latinColumns;
-    const auto *const end = begin + (tables::latinRows - 1) * tables::latinColumns;
+    const auto *const end = begin + std::size_t{tables::latinRows - 1} * tables::latinColumns;
     return codePoint >= firstLetter &&
            (std::find(begin, end, codePoint) != end ||
             std::any_of(std::begin(otherComposed), std::end(otherComposed),

@@ -183,7 +183,7 @@ def main() -> None:
         alphabet, matrix = model_of(work, language)
         flat = [cost for line in matrix for cost in line]
         flat += [0] * (len(flat) % 2)
-        rows.append(f'    {{"{language[0]}", "{language[1]}", "{language[2]}", {len(letters)}, {len(alphabet)}, {len(costs)}}},')
+        rows.append(f'    {{"{language[0]}", "{language[1]}", "{language[2]}", {len(alphabet)}, {len(letters)}, {len(costs)}}},')
         letters += [f"0x{ord(c):04X}" for c in alphabet]
         costs += [f"0x{flat[i] << 4 | flat[i + 1]:02X}" for i in range(0, len(flat), 2)]
     Path(__file__).with_name("guess_tables.h").write_text(f"""// Written by make_guess_tables.py from Debian's word lists and the Unicode CLDR {CLDR_VERSION}: do not edit.
@@ -201,8 +201,8 @@ struct GuessLanguage {{
     char code[3];          // ISO 639-1
     char bibliographic[4]; // ISO 639-2/B
     char terminologic[4];  // ISO 639-2/T
-    std::uint16_t letters;
     std::uint8_t letterCount;
+    std::uint16_t letters;
     std::uint16_t costs;
 }};
 
