@@ -112,7 +112,7 @@ typedef struct HuffmanStreamState {
  * and all that give DvbCodeNone).
  *
  * A string without a selector is read in the DVB default table, whatever the region, and where a default code is given
- * the region counts for nothing. Values without a name are accepted everywhere and read every single-byte text after a
+ * the region has no effect. Values without a name are accepted everywhere and read every single-byte text after a
  * selector as ISO 8859-9.
  */
 typedef enum dvbCharSet_t ZELK_INT_ENUM {
@@ -404,8 +404,8 @@ unsigned int zelkFilterWideString(unsigned short *dst, int size, const unsigned 
  * @param replacement null: the result is the stretch, in a packet whose capacity follows the `count` asked for.
  *                    Otherwise the result is the whole text with the stretch replaced by this zero-terminated text.
  * @return a new packet; null for null, for a start after the text, for a replaced text of more than 65535 characters,
- *         without a replacement for a `count` whose value modulo 65536 is less than the stretch found, or when there is
- *         no memory
+ *         for a `count` whose value modulo 65536 is less than the length of the stretch where there is no replacement,
+ *         or when there is no memory
  */
 CharPacket *zelkSubstr(const CharPacket *text, unsigned int start, unsigned int count, const char *replacement);
 
@@ -540,7 +540,7 @@ void zelkInitUtf8Encoder(Utf8EncoderState *state);
 /**
  * Encodes a unit byte by byte: returns its first byte; call again with 0 for the following bytes, until 0 comes back.
  * A unit of two or three bytes passed while bytes are pending replaces them; a unit up to 0x7F leaves them for later.
- * Of a unit above 0xFFFF nothing is masked: the first result is then no byte of UTF-8.
+ * A unit above 0xFFFF is not masked: its first result is then no byte of UTF-8.
  */
 unsigned int zelkUtf8Encode(Utf8EncoderState *state, unsigned int unit);
 
@@ -658,9 +658,9 @@ int zelkUtf8GetFilteredStringLength(const unsigned char *text, zelkCharFilter fi
  * Copies a text through a filter.
  *
  * - A kept character is copied as it was read, an invalid byte included. One that does not fit ends the text.
- * - After a replacement the input moves by the length of the replacement, not of the character read: right for maps
- *   within one length, and kept so for callers that count on it. One that does not fit, or that would step over the
- *   terminator, ends the text.
+ * - After a replacement the input moves by the length of the replacement, not of the character read: this is right
+ *   for maps that keep the length, and callers rely on it. One that does not fit, or that would pass the terminator,
+ *   ends the text.
  * - `out` may be `text` where no replacement is longer than what it replaces.
  *
  * @param size   bytes in `out`, the terminator included; the length of `text` + 4 suffices, and
@@ -699,7 +699,7 @@ int combiningMapIso(unsigned int table);
  * Converts one byte. For a part above 16, `character` is a position in the list of tables (table number * 256 + byte),
  * for callers that hold one: tables 0 to 12 are ASCII, then parts 1, 2, 3, 4, 5, 7, 9, 10, 13, 14, 15, 16.
  *
- * @param character a byte; of a larger value the bits are ORed into the position
+ * @param character a byte; a larger value is combined with the position of the part's table by OR
  * @return the character; U+FFFD for unassigned positions and positions of 3328 and more
  */
 unsigned short zelk_isoConvertSingleChar(unsigned int part, unsigned int character);
@@ -729,7 +729,7 @@ unsigned int zelk_isoToUtf8(unsigned int part, char *out, int outSize, const cha
 
 /**
  * As zelk_isoToUtf8(), for text that may be UTF-8 already: valid UTF-8 is copied as zelkUtf8CopyAndCheckIfValid() does
- * (cut byte by byte where the room ends, which ends the check too), anything else is ISO 8859 whole.
+ * (cut byte by byte where the room ends, which ends the check too), any other text is read as ISO 8859 from its start.
  */
 unsigned int zelk_isoToUtf8Checked(unsigned int part, char *out, int outSize, const char *in, int inLength);
 
@@ -851,11 +851,11 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
  * - defaultCode, defaultExtra: what strings without a selector are coded in, in place of the DVB default table, or
  *   DvbCodeNone. A default code also takes the place of the regional setting, after selectors too. `defaultExtra` is
  *   the encoding type (1, 2, 5 or 6) that goes with DvbCodeCompressed; with any other code give 0;
- * - in, inLen: the string and its bytes; negative: up to the zero byte (in two-byte text: the zero unit; in compressed
- *   text to the code's end of text, which must then be there) that follows the selector, if there is one;
- * - flags: 0 or ZELK_KEEP_EMPHASIS; the other bits count for nothing.
+ * - in, inLen: the string and its bytes. Negative: up to the first zero byte after the selector; in two-byte text up to
+ *   the zero unit, in compressed text up to the code's end of text, which must then be there;
+ * - flags: 0 or ZELK_KEEP_EMPHASIS; the other bits have no effect.
  *
- * Of the controls, tab and line feed stay (neither in the default table), 0x8A becomes a line feed, also as the U+E08A
+ * Of the controls, tab and line feed stay, except in the default table; 0x8A becomes a line feed, also as the U+E08A
  * of two-byte text; all others are dropped. What a caller must guarantee for hostile input:
  *
  * - with a positive count, one byte after the string must be readable (a mark looks at its letter);
@@ -886,7 +886,7 @@ unsigned int zelk_dvbGetDvbCode(const char *text, dvbCharSet_t *charSet, DvbCode
  * Composes a non-spacing mark and the byte after it.
  *
  * @param set  a combining set of combiningMapDvb() or combiningMapIso(): 0 the marks of ISO/IEC 6937, 1 Greek, 2 the
- *             accents A8, B4, B8 of ISO 8859-1 and its kin; any other composes nothing
+ *             accents A8, B4, B8 of ISO 8859-1 and similar sets; any other composes nothing
  * @param base the byte that follows the mark; a space gives the spacing form of the mark
  * @param mark the mark's byte
  * @return the character (the plain letter where there is no composed one), or 0 when the two do not compose
@@ -901,8 +901,8 @@ int combiningMapDvb(unsigned int table);
  *
  * - Prepared text passes with its controls. A count that ends inside one of its characters leaves that unit of `out` as
  *   it was, and the result counts it: end a count at a character.
- * - Of compressed text types 1 and 2 decode, types 5 and 6 give an empty text. With a count the bytes after the end of
- *   text are decoded too.
+ * - Compressed text of types 1 and 2 is decoded; that of types 5 and 6 gives an empty text. With a count the bytes
+ *   after the end of text are decoded too.
  *
  * @param out     receives the units and a zero unit
  * @param outSize units in `out`, the terminator included
@@ -915,8 +915,8 @@ unsigned int zelk_dvb8ToUnicode(dvbCharSet_t charSet, unsigned short *out, int o
  * Converts a DVB string to UTF-8.
  *
  * - Prepared text is copied with its controls, and cut byte by byte where it does not fit.
- * - Compressed text of types 5 and 6 decodes here only, with a count, and ends where a piece does not fit; its bound is
- *   a fixed 511 bytes. Of types 1 and 2 the end of text ends it, counted or not.
+ * - Compressed text of types 5 and 6 is decoded here only, with a count, and ends where a piece does not fit; its bound
+ *   is a fixed 511 bytes. Text of types 1 and 2 ends at its end of text, counted or not.
  *
  * @param out     receives the bytes and a zero
  * @param outSize bytes in `out`, the terminator included
@@ -933,9 +933,9 @@ int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode
 
 /**
  * Gives the bytes that zelk_dvb8ToUtf8() needs at most, the terminator not counted: by the code, three for each byte of
- * the count (or, without one, for each character), or one a byte of UTF-8; 511 for compressed text of types 5 and 6;
- * the decoded bytes for types 1 and 2 (0 without a count). Bytes of UTF-8 that are rejected grow to U+FFFD, and a text
- * full of them is cut. Null gives 0. At most 2147483647.
+ * the count (or, without one, for each character), or one for each byte of UTF-8; 511 for compressed text of types 5
+ * and 6; the decoded bytes for types 1 and 2 (0 without a count). Bytes of UTF-8 that are rejected grow to U+FFFD, and
+ * a text full of them is cut. Null gives 0. At most 2147483647.
  *
  * A buffer that holds any text whole has three bytes for each byte of the string, and for compressed text twenty-four,
  * and one for the terminator.
@@ -1027,9 +1027,9 @@ unsigned short zelkHuffmanDecode(HuffmanStreamState *state, unsigned int byte);
  * The rows of the code stand in data files of the source; until the official ones of SKMM MTSFB TC G001:2013 are in,
  * most of them are provisional, and real broadcasts of types 5 and 6 do not decode.
  *
- * A bit that no code goes on with is an escape: the next 8 bits are a character of ISO 8859-1, U+0000 where fewer are
- * left. After seven 1 bits, or 0 bits and then those, such a bit ends the text if it is a 1. A code that the input cuts
- * off gives nothing.
+ * A bit with which no code continues is an escape: the next 8 bits are a character of ISO 8859-1, U+0000 where fewer
+ * are left. Where the bits of the code before it are seven 1 bits, or 0 bits and then seven 1 bits, and the bit is a 1,
+ * it ends the text. A code that the input cuts off gives nothing.
  *
  * @param tableId   6 for the Malay table, any other value for the English one
  * @param src       the compressed bytes after the selector, or null for an empty text
@@ -1088,13 +1088,13 @@ int zelkCollateCharsByMainKey(int selector, unsigned int a, unsigned int b);
 
 /**
  * Compares two UTF-8 texts for sorting: by letters, then accents, then case (small after capital). Spaces and most
- * punctuation count for nothing. docs/collation.md has the order.
+ * punctuation are ignored. docs/collation.md has the order.
  *
  * @param selector ignored
  * @param a,b zero-terminated UTF-8; null is an empty text
- * @return negative when `a` sorts first, positive when `b` sorts first, 0 when they take the same place. Different
- *         texts may: "BBC 1" and "BBC1" do. Where each text must keep a place of its own, as in a std::set or the keys
- *         of a std::map, break ties with strcmp().
+ * @return negative when `a` sorts first, positive when `b` sorts first, 0 when they have the same place. Different
+ *         texts may have it: "BBC 1" and "BBC1" do. Where each text needs a place of its own, as in a std::set or the
+ *         keys of a std::map, break ties with strcmp().
  */
 int zelkCollate(int selector, const char *a, const char *b);
 
@@ -1102,8 +1102,8 @@ int zelkCollate(int selector, const char *a, const char *b);
  * Matches a text against a pattern, byte by byte: `*` stands for any bytes, `?` for one.
  *
  * The byte after a `*` stands for itself, whatever it is: `*?` looks for a question mark and `**` for a star. Stars
- * that end the pattern match any rest. Time is at most text times pattern, linear for one star; the stack does not
- * grow.
+ * that end the pattern match any rest. The time grows at most with the length of the text times that of the pattern;
+ * with one star it is linear. The stack does not grow.
  *
  * @param text,pattern zero-terminated; null is not accepted
  * @return 0 for a match, else a value other than 0
@@ -1126,7 +1126,7 @@ int zelk_patternWildcardMatchIgnoreCaseAndControlChars(const char *text, const c
  * Compares two texts without their control characters; no wildcards.
  *
  * @return 0 when they are equal; the difference of the first differing bytes; a positive byte when one is the beginning
- *         of the other, whichever it is
+ *         of the other, in both orders
  */
 int zelk_patternCompareIgnoreControlChars(const char *a, const char *b);
 

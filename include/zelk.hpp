@@ -6,7 +6,7 @@
  * and how. C++17.
  *
  * What holds for every operation unless its comment says otherwise: a null text gives an empty string; an empty
- * std::string gives an empty string; a negative length means "up to the terminating zero"; nothing is reported but the
+ * std::string gives an empty string; a negative length means "up to the terminating zero"; the only errors are the
  * allocator's exceptions. UCS-2 in a std::string is two bytes a unit. Objects hold nothing but their settings: a const
  * operation may run on any number of threads at once.
  */
@@ -97,9 +97,9 @@ public:
     static unsigned char *appendUTF8(unsigned char *position, int codePoint);
 
     /**
-     * Terminates a result of `length` bytes: a zero where there is room (which takes StringNotTerminatedWarning back),
-     * else StringNotTerminatedWarning or BufferOverflowError. Does nothing on a failure, a null status or a negative
-     * length.
+     * Terminates a result of `length` bytes: a zero where there is room (and ZeroError in place of
+     * StringNotTerminatedWarning), else StringNotTerminatedWarning or BufferOverflowError. Does nothing on a failure, a
+     * null status or a negative length.
      */
     static void terminateChars(char *dest, int destCapacity, int length, UErrorCode *status);
 
@@ -128,7 +128,7 @@ public:
     /** zelk_isoToUtf8Checked() in a scratch of 3 * size bytes. */
     std::string convertIsoToUtf8Checked(const std::string &text) const;
 
-    /** zelk_isoToUtf8Tolerant() in a scratch of 3 * size bytes; an empty text leaves `*flag` alone. */
+    /** zelk_isoToUtf8Tolerant() in a scratch of 3 * size bytes; an empty text does not change `*flag`. */
     std::string convertIsoToUtf8Tolerant(const std::string &text, int *flag) const;
 
 private:
@@ -179,9 +179,9 @@ public:
     std::string convertDvb8ToUnicode(const std::string &text) const;
 
     /**
-     * With the region DvbCharSetGb2312, a string whose code is the default table goes through the system's iconv as
-     * GB 2312, selector bytes and all, up to the first zero byte of the result, and comes back unchanged where that
-     * fails.
+     * With the region DvbCharSetGb2312, a string whose code is the default table is converted by the system's iconv as
+     * GB 2312, its selector bytes included, up to the first zero byte of the result; where that fails it comes back
+     * unchanged.
      *
      * The scratch has zelk_dvb8ToUtf8MaxLength() bytes: UTF-8 text whose rejected bytes grow to U+FFFD is cut there.
      * For the whole text call zelk_dvb8ToUtf8() with three bytes for each byte of the string.
@@ -220,8 +220,8 @@ struct _BitReaderPos_t {
 };
 
 /**
- * Text compressed by a context-tree table (ATSC A/65 Annex C); <zelk.h> describes the layout. The output is bytes; what
- * they are coded in is the caller's business.
+ * Text compressed by a context-tree table (ATSC A/65 Annex C); <zelk.h> describes the layout. The output is bytes; the
+ * caller knows their character set.
  */
 class HuffmanDecoder {
 public:

@@ -3,7 +3,7 @@
  *
  * Archives of programme guides hold strings by the hundred million, with a receiver's settings in the columns beside
  * them. Each function here takes a column by the Arrow C data interface and gives a column: no Arrow library is needed,
- * and whatever speaks that interface (pyarrow, polars, DuckDB, Spark ...) hands over and takes without a copy. This
+ * and whatever speaks that interface (pyarrow, polars, DuckDB, Spark ...) passes and takes columns without a copy. This
  * header is C11 and C++17.
  *
  * What holds for every function:
@@ -11,7 +11,7 @@
  * - Input. Columns of bytes and of text: binary, large_binary, binary_view, fixed_size_binary, utf8, large_utf8,
  *   utf8_view, null, and dictionaries of those. Slices (an offset) and nulls are as in the interface. Columns of
  *   settings are integers of 8 to 64 bits. The input stays the caller's: it is read, and neither moved nor released.
- *   Nothing outside the bytes of its rows is read, and the row after it counts for nothing.
+ *   Nothing outside the bytes of its rows is read, and no row has an effect on the one before it.
  * - Output. A column as long as the input, null where the input is. The caller releases both structures, by their
  *   `release`, after use; they do not refer to the input. Where a call fails, both are untouched, and everything that
  *   was allocated has been released.
@@ -104,17 +104,17 @@ typedef struct zelkArrowColumn {
 /** The bits of zelkArrowOutput::options. Without them, text and keys have 32-bit offsets or the call fails. */
 enum {
     ZelkArrowLarge = 1, /**< text is large_utf8, bytes are large_binary, whatever their size */
-    ZelkArrowGrow = 2   /**< they are where the ordinary type does not hold them */
+    ZelkArrowGrow = 2   /**< the same, but only where the ordinary type does not hold them */
 };
 
-/** Gets the rows done so far, every 65536 rows and at the end; another result than 0 stops the call. */
+/** Receives the number of rows that are done, every 65536 rows and at the end; another result than 0 stops the call. */
 typedef int (*zelkArrowProgress)(int64_t done, int64_t rows, void *context);
 
-/** How results are laid out, and who gets the progress. */
+/** The form of results, and what receives the progress. */
 typedef struct zelkArrowOutput {
-    unsigned int options;       /**< any of ZelkArrowLarge and its kin */
+    unsigned int options;       /**< 0, or bits of ZelkArrowLarge and ZelkArrowGrow */
     zelkArrowProgress progress; /**< or null */
-    void *context;              /**< is handed to `progress` */
+    void *context;              /**< is passed to `progress` */
 } zelkArrowOutput;
 
 /* ====================================================== Decode ======================================================
@@ -148,8 +148,8 @@ enum {
 
 /** How a column of DVB strings is read. */
 typedef struct zelkArrowDecodeSettings {
-    unsigned int columns;         /**< any of ZelkArrowText and its kin; 0 means ZelkArrowText */
-    zelkInsightSettings reading;  /**< of every row that no column says more of */
+    unsigned int columns;         /**< bits from ZelkArrowText on; 0 means ZelkArrowText */
+    zelkInsightSettings reading;  /**< of every row, as far as no column says otherwise */
     zelkArrowColumn charSets;     /**< integers in place of reading.charSet; where null, that */
     zelkArrowColumn defaultCodes; /**< integers in place of reading.defaultCode */
     zelkArrowColumn flags;        /**< integers in place of reading.flags */
@@ -183,7 +183,7 @@ enum {
 
 /** How a column of texts is encoded. */
 typedef struct zelkArrowEncodeSettings {
-    unsigned int columns;              /**< any of ZelkArrowBytes and its kin; 0 means ZelkArrowBytes */
+    unsigned int columns;              /**< bits from ZelkArrowBytes on; 0 means ZelkArrowBytes */
     zelkInsightEncodeSettings sending; /**< of every row */
     int mostBytes;                     /**< of one string; 0 sets no limit */
     zelkArrowOutput output;
@@ -235,10 +235,10 @@ enum {
     ZelkArrowIgnoreControls = 2 /**< control characters are skipped */
 };
 
-/** What texts are held against. */
+/** What texts are compared with. */
 typedef struct zelkArrowMatchSettings {
     const char *pattern;  /**< as zelk_patternWildcardMatch() has it; not null */
-    unsigned int options; /**< any of ZelkArrowIgnoreCase and its kin */
+    unsigned int options; /**< 0, or bits of ZelkArrowIgnoreCase and ZelkArrowIgnoreControls */
     zelkArrowOutput output;
 } zelkArrowMatchSettings;
 

@@ -1,23 +1,23 @@
 /*
  * libzelk-insight: evidence about the text of service information. The companion of libmurn-zelk (<zelk.h>).
  *
- * A decoder returns a string and stays silent about everything that was wrong with it. This library returns the same
- * string and says why: which character table was used and on whose word, which bytes had no character, which marks had
+ * A decoder returns a string and says nothing about what was wrong with it. This library returns the same string and
+ * says why: which character table was used and for what reason, which bytes had no character, which marks had
  * no letter, where a text was cut. This header is C11 and C++17 and needs no other header than <zelk.h>.
  *
  * What holds for every function:
  *
  * - Text. DVB text is bytes (`char`). UTF-8 that comes out is always valid (RFC 3629): pairs of surrogates are joined
- * to one character of four bytes, lone ones are U+FFFD. Offsets and lengths are in bytes.
+ *   to one character of four bytes, lone ones are U+FFFD. Offsets and lengths are in bytes.
  * - Counts, sizes, overlap and null are as in <zelk.h>: a negative input count means "up to the terminating zero", an
  *   output size includes the terminator, the output is always terminated (also where its size is 0), and input and
  *   output are different memory. A null input is an empty text. Unlike there, bytes of an output after the terminator
- * may be overwritten, up to its size.
- * - Arrays. Lists are written to arrays of the caller. The count that comes back is of all entries; those that the
- * array had no room for are not stored, so that a count above the room says that more was found. A null array has no
- * room.
+ *   may be overwritten, up to its size.
+ * - Arrays. Lists are written to arrays of the caller. The count that is returned is of all entries; those that
+ *   the array had no room for are not stored, so that a count above the room says that more was found. A null array
+ *   has no room.
  * - Memory and threads. Nothing is allocated, no state is kept, nothing is written but the arguments: every function
- * may run on any number of threads at once. Time and stack are bounded: time grows with the length of the input alone.
+ *   may run on any number of threads at once. Time and stack are bounded: time grows with the input's length alone.
  */
 #ifndef ZELK_INSIGHT_H
 #define ZELK_INSIGHT_H
@@ -95,11 +95,11 @@ typedef enum zelkInsightTable ZELK_INT_ENUM {
     ZelkInsightTableCompressed = 67    /**< the Huffman code of an encoding type */
 } zelkInsightTable;
 
-/** On whose word a table was taken. */
+/** Why a table was taken. */
 typedef enum zelkInsightReason ZELK_INT_ENUM {
     ZelkInsightByDefault = 0,     /**< no selector, no default code: the DVB default table */
     ZelkInsightByDefaultCode = 1, /**< no selector: the default code of the settings */
-    ZelkInsightBySelector = 2,    /**< the selector at the head of the string */
+    ZelkInsightBySelector = 2,    /**< the selector at the start of the string */
     ZelkInsightByRegion = 3, /**< the regional setting, in place of what the selector says or because it says nothing */
     ZelkInsightByOverride = 4, /**< an override: zelkInsightFindOverride() */
     ZelkInsightByGuess = 5     /**< the bytes of the text */
@@ -107,9 +107,9 @@ typedef enum zelkInsightReason ZELK_INT_ENUM {
 
 /** The bits of zelkInsightSettings::options. */
 enum {
-    ZelkInsightIgnoreSelector = 1, /**< a selector is stepped over, and the defaults decide */
+    ZelkInsightIgnoreSelector = 1, /**< a selector is skipped, and the defaults decide */
     ZelkInsightOverridden = 2,     /**< the settings come from an override: for the reason that is reported */
-    ZelkInsightGuessTable = 4      /**< another table is taken where the bytes speak for it: zelkInsightGuessTables() */
+    ZelkInsightGuessTable = 4 /**< another table is taken where the bytes make it likely: zelkInsightGuessTables() */
 };
 
 /** How a string is read: the arguments of zelk_dvb8ToUtf8() and what goes beyond them. */
@@ -118,7 +118,7 @@ typedef struct zelkInsightSettings {
     DvbCode_t defaultCode; /**< of strings without a selector, or DvbCodeNone */
     int defaultExtra;      /**< the encoding type that goes with DvbCodeCompressed as a default */
     unsigned int flags;    /**< bit 0 keeps the codes for emphasis on and off (U+0086 and U+0087) */
-    unsigned int options;  /**< any of ZelkInsightIgnoreSelector and its kin */
+    unsigned int options;  /**< 0, or bits from ZelkInsightIgnoreSelector on */
 } zelkInsightSettings;
 
 /** One thing that was found: what, how bad, where in the string and where in the text. */
@@ -179,9 +179,9 @@ typedef struct zelkInsightEvidence {
 /**
  * Decodes a DVB string to UTF-8 and says what was found.
  *
- * The text is that of zelk_dvb8ToUtf8() with the same arguments wherever that is valid UTF-8. For text without
- * findings, and without steps, the cost is about twice that function's, for short text with marks three times; it is
- * linear for all.
+ * The text is that of zelk_dvb8ToUtf8() with the same arguments wherever that is valid UTF-8.
+ *
+ * The time grows linearly with the length of the string.
  *
  * What a caller guarantees about the input is what <zelk.h> says for DVB text: with a positive count one byte after the
  * string must be readable, since a mark looks at its letter (a string that ends with a mark has the finding
@@ -222,7 +222,7 @@ const char *zelkInsightTableName(zelkInsightTable table);
 /** The confidence of what is certain. */
 #define ZELK_INSIGHT_CERTAIN 10000
 
-/** The most guesses that there are about a string. */
+/** The largest number of guesses about a string. */
 #define ZELK_INSIGHT_MOST_GUESSES 32
 
 /** A table that a string may be in. */
@@ -237,8 +237,8 @@ typedef struct zelkInsightGuess {
  * Ranks the tables that a string may be in, by statistics of languages over its first 512 bytes: best first. Tables
  * that say the same text have the same confidence.
  *
- * A string that names its table by a selector keeps it, unless its bytes speak against it by a wide margin. Two-byte,
- * prepared and compressed text, and ASCII, is not doubted. docs/guess.md tells the method and where it fails.
+ * A string that names its table by a selector keeps it, unless its bytes make another one far more likely. Two-byte,
+ * prepared and compressed text, and ASCII, keeps its table, too. docs/guess.md describes the method and where it fails.
  *
  * @param settings how the string is read without a guess; null for the standard's way
  * @param language a code of ISO 639-1 or 639-2 in small letters that the broadcast gives; or a country of ISO 3166 in
@@ -326,7 +326,7 @@ typedef enum zelkInsightRule ZELK_INT_ENUM {
         67, /**< control-doubled: 61 8A 8A 62, twice the same; `value` is the code, 0x0A for a line feed */
     ZelkInsightRuleSelectorNeedless = 68, /**< selector-needless: 05 4E 65 77 73, without it the text is the same */
     ZelkInsightRuleLanguageScript = 69,   /**< language-script: 01 BD DE D2 DE E1 E2 D8 with the language eng, no letter
-                                             is of the   language's script; `value` is the first that is not */
+                                             is of the language's script; `value` is the first that is not */
     ZelkInsightRuleCompositionMixed = 70, /**< composition-mixed: 15 C3 A9 65 CC 81, letters with marks in one
                                              character and in two */
     ZelkInsightRuleEnd = 71               /**< after the last rule of this version */
@@ -369,8 +369,8 @@ const char *zelkInsightRuleClause(unsigned int rule);
 /** Gives what a fault means, in one English sentence; "" for a value that is no rule. */
 const char *zelkInsightRuleMeaning(unsigned int rule);
 
-/* =============================================== Texts as whole strings
- * =============================================== */
+/* ============================================= Texts as whole strings =============================================
+ */
 
 /*
  * UTF-8 in, UTF-8 out. A zero byte ends a text, counted or not; bytes that are no UTF-8 become U+FFFD. A character that
@@ -385,7 +385,7 @@ const char *zelkInsightRuleMeaning(unsigned int rule);
 unsigned int zelkInsightLower(char *out, int outSize, const char *in, int inLen);
 
 /**
- * Writes a text in capitals, by the tables of zelk2upperChar(), without their traps: a letter that would give up its
+ * Writes a text in capitals, by the tables of zelk2upperChar(), with these exceptions: a letter that would lose its
  * mark (U+0149, U+01F0, U+0390, U+03B0, U+1E97 to U+1E99) stays as it is, as the sharp s does, and the final sigma has
  * a capital.
  *
@@ -410,7 +410,7 @@ enum {
  * Makes a sort key: memcmp() or strcmp() of two keys orders their texts.
  *
  * The order is that of zelkCollate() (letters, accents, case; docs/collation.md); where that finds two texts equal, or
- * its letters end (Arabic, Hebrew, Thai, Chinese), the key goes on by code point. So the keys of two texts are equal
+ * its letters end (Arabic, Hebrew, Thai, Chinese), the key continues by code point. So the keys of two texts are equal
  * only where the texts are. Letters without a place in the alphabet are after all others.
  *
  * @param out     receives the key and a zero; no byte of a key is zero
@@ -434,8 +434,8 @@ typedef struct zelkInsightPiece {
  * Joins the pieces of a long text (the extended event descriptors of an event) to one DVB string, to be decoded as a
  * whole: a piece may end between a mark and its letter, or inside a character.
  *
- * A piece without a selector goes on with the text before it, one with the selector of the first too. Another selector
- * begins a new text, and so does every piece of compressed text, each of which is a text of its own: there it stops.
+ * A piece without a selector, or with that of the first piece, continues the text before it. Another selector begins a
+ * new text, and so does every piece of compressed text, each of which is a text of its own: there it stops.
  *
  * @param out     receives the string and a zero; what does not fit is cut
  * @param outSize the bytes of all pieces + 1 suffice
@@ -534,7 +534,7 @@ typedef int (*zelkInsightPieceTaker)(const char *piece, unsigned int length, voi
  * @param pieceSize 1 to ZELK_INSIGHT_LARGEST_PIECE; where it does not hold a selector and one character, nothing is
  * sent
  * @param take      is called with each piece in order
- * @param context   is handed to `take`
+ * @param context   is passed to `take`
  * @return the number of pieces
  */
 unsigned int zelkInsightEncodePieces(const zelkInsightEncodeSettings *settings, int pieceSize, const char *in,
