@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
 
 namespace zelk::tool {
 
@@ -36,6 +37,15 @@ std::string genresOf(const Json &event) {
     return names;
 }
 
+// Of 2026-03-01T18:30:00Z or 00:30:00 what a person reads: no seconds where there are none.
+std::string inMinutes(std::string time) {
+    std::replace(time.begin(), time.end(), 'T', ' ');
+    for (const std::string_view end : {"Z", ":00"}) {
+        time.resize(time.size() - (time.ends_with(end) ? end.size() : 0));
+    }
+    return time;
+}
+
 class Tables {
 public:
     Tables(bool colour, std::size_t width) : colour_(colour), width_(width) {}
@@ -43,12 +53,13 @@ public:
     Tables(const Tables &) = delete;
     Tables &operator=(const Tables &) = delete;
 
-    // Begins a table where the kind of records changes.
+    // Begins a table where the kind of records changes. Names and what follows them are text.
     void add(RecordKind kind, const std::vector<std::string> &heading, std::vector<std::string> cells) {
         if (!table_ || kind != kind_) {
             flush();
             kind_ = kind;
-            table_.emplace(heading);
+            table_.emplace(
+                heading, static_cast<std::size_t>(std::find(heading.begin(), heading.end(), "NAME") - heading.begin()));
         }
         table_->add(std::move(cells));
     }
@@ -101,10 +112,13 @@ void writeTable(const Facts &facts, const Filter &filter, bool colour, std::size
                        {value("channel"), value("source"), fmt::format("{:02x}", record.type), value("name"),
                         value("long_name")});
         } else if constexpr (std::is_same_v<std::decay_t<decltype(key)>, EventKey>) {
-            std::vector<std::string> heading = {"SERVICE", "EVENT", "START", "DURATION", "LANGUAGE", "NAME", "TEXT"};
-            std::vector<std::string> cells = {locator(key.service), fmt::format("{:04x}", key.event),
-                                              value("start"),       value("duration"),
-                                              value("language"),    value("name"),
+            std::vector<std::string> heading = {"SERVICE", "EVENT", "START (UTC)", "LENGTH", "LANG", "NAME", "TEXT"};
+            std::vector<std::string> cells = {locator(key.service),
+                                              fmt::format("{:04x}", key.event),
+                                              inMinutes(value("start")),
+                                              inMinutes(value("duration")),
+                                              value("language"),
+                                              value("name"),
                                               textOf(values)};
             if (genres) {
                 heading.insert(heading.end() - 1, "GENRE");

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <numeric>
+#include <span>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -30,26 +32,27 @@ bool isShown(utf8proc_int32_t codePoint) {
 
 constexpr std::size_t gap = 2; // between columns
 
-// Takes columns from the widest ones, as far as that is not below what still says something.
-void fitColumns(std::vector<std::size_t> &widths, std::size_t width) {
-    constexpr std::size_t least = 4;
-    std::size_t total = gap * (widths.size() - 1);
-    for (const std::size_t column : widths) {
-        total += column;
-    }
-    while (total > width) {
+// Takes columns one by one from the widest of some, while they are too many and the widest has more than `least`.
+void narrow(std::span<std::size_t> widths, std::size_t least, std::size_t &tooMany) {
+    for (; tooMany > 0; --tooMany) {
         const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= least) {
+        if (widest == widths.end() || *widest <= least) {
             return;
         }
-        std::size_t second = least;
-        for (const std::size_t column : widths) {
-            second = column < *widest ? std::max(second, column) : second;
-        }
-        const std::size_t cut = std::clamp<std::size_t>(*widest - second, 1, total - width);
-        *widest -= cut;
-        total -= cut;
+        --*widest;
     }
+}
+
+void fitColumns(std::span<std::size_t> widths, std::size_t firstText, std::size_t width) {
+    constexpr std::size_t leastOfText = 7;
+    constexpr std::size_t leastOfAll = 4; // which still says something
+    for (std::size_t &column : widths) {
+        column = std::min(column, width);
+    }
+    const std::size_t total = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
+    std::size_t tooMany = total - std::min(total, width);
+    narrow(widths.subspan(firstText), leastOfText, tooMany);
+    narrow(widths, leastOfAll, tooMany);
 }
 
 } // namespace
@@ -145,7 +148,7 @@ std::string Table::format(bool colour, std::size_t width) const {
         }
     }
     if (width != 0) {
-        fitColumns(widths, width);
+        fitColumns(widths, firstText_, width);
     }
     std::string result;
     for (const Row &row : rows_) {

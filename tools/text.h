@@ -50,12 +50,14 @@ bool useColour(Colour colour);
 // Rows of cells, written in aligned columns; the last column is not padded.
 class Table {
 public:
-    explicit Table(std::vector<std::string> heading) : rows_{{std::move(heading), {}}} {}
+    // The columns from `firstText` on are text that can be cut and still says something.
+    explicit Table(std::vector<std::string> heading, std::size_t firstText = 0)
+        : firstText_(firstText), rows_{{std::move(heading), {}}} {}
 
     void add(std::vector<std::string> cells, fmt::text_style style = {}) { rows_.push_back({std::move(cells), style}); }
 
-    // The styles take effect when `colour` is set; the heading is bold. Lines are cut to `width` columns of a terminal,
-    // the widest cells first, with an ellipsis; 0 cuts none.
+    // The styles take effect when `colour` is set; the heading is bold. Lines are cut to `width` columns of a terminal
+    // with an ellipsis, the widest texts first, and all else only where texts are too narrow to be read; 0 cuts none.
     std::string format(bool colour, std::size_t width = 0) const;
 
 private:
@@ -63,6 +65,7 @@ private:
         std::vector<std::string> cells;
         fmt::text_style style;
     };
+    std::size_t firstText_;
     std::vector<Row> rows_;
 };
 
