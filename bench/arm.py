@@ -7,7 +7,7 @@ qemu's user emulation counts exactly, by the plugin of bench/arm/plugin.c. The s
 repetitions; the difference is two passes over the texts, without what starting takes. The program's own instructions are
 left out, those of the C library are not.
 
-For one pass over 8 KiB llvm-mca tells the cycles of the instructions that were executed, in their order, on models of
+For one pass over 8 KiB llvm-mca counts the cycles of the instructions that were executed, in their order, on models of
 four processors, as if every branch were foreseen and all data lay in the first cache.
 """
 

@@ -16,7 +16,7 @@ struct DvbSettings {
     unsigned int flags;
 };
 
-// Counted, with the one byte behind it that marks look at, or ended by enough zeros for two-byte text and selectors.
+// Counted, with the one byte after it that marks look at, or ended by enough zeros for two-byte text and selectors.
 struct DvbString {
     DvbString(const std::string &text, bool counted)
         : in(block(text, counted ? 1 : 3)), count(counted ? static_cast<int>(text.size()) : -1),

@@ -1,4 +1,4 @@
-// DVB strings of every region, code, flag and size: the bounds hold, both outputs tell the same text, an output is cut
+// DVB strings of every region, code, flag and size: the bounds hold, both outputs give the same text, an output is cut
 // as its kind is, and a text decodes like its parts.
 #include "dvb.h"
 
@@ -6,7 +6,7 @@ using fuzz::require;
 
 namespace {
 
-// No mark looks further than the next byte, and no byte below 0x80 is a mark: behind each of them a text may be cut.
+// No mark looks further than the next byte, and no byte below 0x80 is a mark: after each of them a text may be cut.
 std::u16string decodedInParts(const fuzz::DvbSettings &s, const std::string &selector, const std::string &text) {
     std::u16string joined;
     std::string part;

@@ -21,7 +21,7 @@ void checkDecoder(const zelk::HuffmanDecoder &decoder, const std::string &compre
         return;
     }
     require(size == needed, "the size needed is that of the model");
-    require(status == (capacity != 0 && capacity < needed ? -2 : 0), "the status tells whether it fits");
+    require(status == (capacity != 0 && capacity < needed ? -2 : 0), "the status says whether it fits");
     const std::string written = needed == 0 ? "" : text + '\0';
     const std::size_t kept = std::min<std::size_t>(written.size(), capacity);
     require(std::memcmp(out.data(), written.data(), kept) == 0, "the text is that of the model, as much as fits");

@@ -41,7 +41,7 @@ void check(const Text &text, const Text &replacement, int small, unsigned int st
     auto *packet = Twin::make(0, in.get());
     const bool reached = start <= text.size();
     auto *stretch = Twin::substring(packet, start, count, nullptr);
-    require((stretch != nullptr) == reached, "a start behind the text gives nothing");
+    require((stretch != nullptr) == reached, "a start after the text gives nothing");
     require(!reached || fuzz::take(stretch) == text.substr(start, count), "a stretch");
     const auto with = fuzz::terminated<Unit>(replacement);
     auto *replaced = Twin::substring(packet, start, count, with.get());

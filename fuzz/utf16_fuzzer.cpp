@@ -63,7 +63,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
         require(status == (needed < capacity    ? zelk::ZeroError
                            : needed == capacity ? zelk::StringNotTerminatedWarning
                                                 : zelk::BufferOverflowError),
-                "the status tells what fits");
+                "the status says what fits");
         require(std::memcmp(out.data(), fitting.data(), fitting.size()) == 0, "the bytes that fit");
         require(needed >= capacity || out.data()[needed] == 0, "terminated where there is room");
     }

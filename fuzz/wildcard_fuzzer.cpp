@@ -22,7 +22,7 @@ std::string prepared(const std::string &text, bool ignoreCase, bool ignoreContro
     return result;
 }
 
-// matches[t][p]: the text from t on matches the pattern from p on. The byte behind a star is looked for as it is, and
+// matches[t][p]: the text from t on matches the pattern from p on. The byte after a star is looked for as it is, and
 // matching goes on at that byte of the pattern; stars at the end match any rest.
 bool matchesByTable(const std::string &text, const std::string &pattern) {
     const std::size_t lastStars = pattern.find_last_not_of('*') + 1;

@@ -36,7 +36,7 @@ unsigned int decode(const unsigned char *&at) {
     return character;
 }
 
-// A text as a sequence of keys: ignorable characters left out, expanding characters as two, zeros behind the end.
+// A text as a sequence of keys: ignorable characters left out, expanding characters as two, zeros after the end.
 class KeyReader {
 public:
     explicit KeyReader(const unsigned char *text) : at_(text) {}

@@ -58,7 +58,7 @@ void forEachQuotedByte(const unsigned char *text, unsigned int steps, unsigned s
     }
 }
 
-// True when a step of `length` bytes from `text` leaves the terminator behind.
+// True when a step of `length` bytes from `text` passes the terminator.
 bool passesTerminator(const unsigned char *text, unsigned int length) {
     return std::find(text, text + length, 0) != text + length;
 }

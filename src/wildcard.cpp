@@ -13,7 +13,7 @@ namespace zelk::detail {
 
 namespace {
 
-// The C library's character tables, in the locale of the call. Only the low 7 bits of a byte tell a control character,
+// The C library's character tables, in the locale of the call. Only the low 7 bits of a byte mark a control character,
 // so 0x80 to 0x9F and 0xFF are some too: kept on purpose.
 class CharacterTables {
 public:

@@ -47,7 +47,7 @@ unsigned int escape(const char *in, std::size_t length, char *out, std::size_t r
     return static_cast<unsigned int>(done.written);
 }
 
-// A reference ends at a ';', at a zero byte or at the end of the text, one to six bytes behind its '&'.
+// A reference ends at a ';', at a zero byte or at the end of the text, one to six bytes after its '&'.
 constexpr std::size_t longestName = 6;
 
 // The bytes from the '&' at `at` to the end of its name; 0 where the name does not end in time.

@@ -1,4 +1,4 @@
-// Memory: what each function asks for, and what it leaves behind when it gets none. Every function of the interface
+// Memory: what each function asks for, and what is left when it gets none. Every function of the interface
 // runs under an allocator that fails on its first request, then on its second, and so on until it succeeds.
 #include "helpers/every_function.h"
 #include "helpers/failing_allocator.h"
@@ -34,7 +34,7 @@ long ownBlocks(const std::string &result) {
     return result.size() > std::string().capacity() ? 1 : 0;
 }
 
-// The rest of a block is as malloc gave it: only the fields and what the capacity tells of are compared.
+// The rest of a block is as malloc gave it: only the fields and what the capacity counts are compared.
 template <class Packet>
 std::string textAndFields(void *packet) {
     const auto *const fields = static_cast<const Packet *>(packet);

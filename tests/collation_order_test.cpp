@@ -150,7 +150,7 @@ TEST(CollationOrder, Greek) {
                                {"zeta sorts as Z", u"Ζζ", 148},
                                {"xi sorts as X", u"Ξξ", 60},
                                {"gamma sorts as G", u"Γγ", 14},
-                               {"old letters stand behind Z", u"ͶͷϚϛϜϝϘϙϞϟϺϻ", 650},
+                               {"old letters stand after Z", u"ͶͷϚϛϜϝϘϙϞϟϺϻ", 650},
                                {"forms of a letter are variants", u"ͻͼͽϽϾϿͰͱϏϗϼͲͳ", 63},
                            }});
 }
@@ -167,7 +167,7 @@ TEST(CollationOrder, Cyrillic) {
                                {"tse and tshe sort as C", u"ЦцЋћ", 232},
                                {"dzhe and dje sort as D", u"ЏџЂђ", 136},
                                {"letters of neighbouring languages are variants", u"ІіЇїЈјЉљЊњ", 28},
-                               {"old letters stand behind Ya, or are variants", u"ѠѡѼѽѾѿѺѻѸѹ", 184},
+                               {"old letters stand after Ya, or are variants", u"ѠѡѼѽѾѿѺѻѸѹ", 184},
                            }});
 }
 
@@ -190,8 +190,8 @@ TEST(CollationOrder, SignsStandWithTheirLetters) {
     EXPECT_EQ(signs, 53);
 }
 
-// Superscripts, subscripts and fractions stand behind the digit, or the numerator, that they begin with; signs of
-// several letters, such as the trade mark, with the first one, behind a degree sign if there is one.
+// Superscripts, subscripts and fractions stand after the digit, or the numerator, that they begin with; signs of
+// several letters, such as the trade mark, with the first one, after a degree sign if there is one.
 TEST(CollationOrder, SignsOfDigitsAndOfSeveralLettersStandWithTheFirst) {
     UErrorCode status = U_ZERO_ERROR;
     const icu::Normalizer2 *const forms = icu::Normalizer2::getNFKDInstance(status);

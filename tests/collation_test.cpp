@@ -107,7 +107,7 @@ std::string utf8(unsigned int code) {
     return {sequence.begin(), sequence.begin() + length};
 }
 
-// Every text lies in a block of just its size, so that a sanitizer sees a byte read behind the terminator.
+// Every text lies in a block of just its size, so that a sanitizer sees a byte read after the terminator.
 class Terminated {
 public:
     explicit Terminated(const std::string &text) : bytes_(new char[text.size() + 1]) {
@@ -217,9 +217,9 @@ TEST(Collate, AccentsOutrankCase) {
     EXPECT_EQ(collate("\u00C9", "e"), 1);
     EXPECT_EQ(collate("\u00C1", "a"), 1);
     EXPECT_EQ(collate("\u00E1b", "\u00C1B"), 1);
-    EXPECT_EQ(collate("A\u00E0", "aA"), 4) << "the accent behind wins over the case in front";
+    EXPECT_EQ(collate("A\u00E0", "aA"), 4) << "the later accent wins over the earlier case";
     EXPECT_EQ(collate("\u00E0\u00C1", "\u00C1\u00E0"), 3) << "the first accent difference stands";
-    EXPECT_LT(collate("\u00E9a", "ez"), 0) << "letters behind win over both";
+    EXPECT_LT(collate("\u00E9a", "ez"), 0) << "later letters win over both";
 }
 
 TEST(Collate, SharpSIsTwoLetters) {

@@ -404,7 +404,7 @@ TEST(DvbDecode, ASelectorLongerThanTheCountLeavesNothing) {
     EXPECT_EQ(toUcs2(Input("", false), 9), Characters());
 }
 
-// The bytes end with the terminator: whatever looks behind it meets the sanitizer.
+// The bytes end with the terminator: whatever looks after it meets the sanitizer.
 TEST(DvbDecode, ASelectorThatTheTerminatorCutsOffLeavesNothing) {
     for (unsigned int selector = 0x01; selector <= 0x1F; ++selector) {
         if (selector == 0x10 || selector == 0x11 || selector == 0x14) {
@@ -422,7 +422,7 @@ TEST(DvbDecode, ASelectorThatTheTerminatorCutsOffLeavesNothing) {
         }
     }
     const Input in(std::string("\x1F\0A", 3), false);
-    EXPECT_EQ(toUtf8(in, 9), "") << "what is behind the terminator is no text";
+    EXPECT_EQ(toUtf8(in, 9), "") << "what is after the terminator is no text";
     EXPECT_EQ(toUtf8(Input(std::string("\x1F\0A", 3), true), 9), "A") << "with a count the zero is a type";
 }
 

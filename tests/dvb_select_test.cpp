@@ -1,4 +1,4 @@
-// Selector bytes to table codes: every first byte, every second and third byte behind those that look at them.
+// Selector bytes to table codes: every first byte, every second and third byte after those that look at them.
 #include "helpers/text.h"
 #include "reference/dvb_model.h"
 #include "zelk.h"

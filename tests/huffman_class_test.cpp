@@ -66,7 +66,7 @@ void expectDecoding(Kind kind, unsigned int skipCount, const std::string &input,
     const std::string written = empty ? "" : (kept + '\0').substr(0, capacity);
     ASSERT_EQ(std::string(reinterpret_cast<const char *>(out.data()), written.size()), written);
     for (std::size_t i = written.size(); i < capacity; ++i) {
-        ASSERT_EQ(out[i], Guarded<unsigned char>::pattern()) << "written behind the text at " << i;
+        ASSERT_EQ(out[i], Guarded<unsigned char>::pattern()) << "written after the text at " << i;
     }
 
     dstLength = 0;

@@ -41,7 +41,7 @@ std::string decoded(unsigned int tableId, const std::string &input) {
     EXPECT_LE(static_cast<std::size_t>(length), out.size());
     const auto count = static_cast<std::size_t>(length);
     for (std::size_t i = count; i < out.size(); ++i) {
-        EXPECT_EQ(out[i], Guarded<unsigned char>::pattern()) << "no terminator, nothing behind the text";
+        EXPECT_EQ(out[i], Guarded<unsigned char>::pattern()) << "no terminator, nothing after the text";
     }
     return {reinterpret_cast<const char *>(out.data()), count};
 }

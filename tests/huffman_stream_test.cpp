@@ -325,7 +325,7 @@ TEST(HuffmanStream, StatesAreIndependent) {
     EXPECT_TRUE(ended[0] && ended[1]);
 }
 
-// As broadcast, behind the selector 1F and the type.
+// As broadcast, after the selector 1F and the type.
 TEST(HuffmanStream, BroadcastTexts) {
     struct Text {
         unsigned int tableId;

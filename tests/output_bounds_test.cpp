@@ -225,7 +225,7 @@ struct Placed {
     std::string bytes;
 };
 
-// One failure a function tells where to look; a wrong kernel would fill the screen.
+// One failure a function shows where to look; a wrong kernel would fill the screen.
 class Failures {
 public:
     void add(const std::string &function, const Placed &in, int size, const std::string &what) {

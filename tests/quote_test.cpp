@@ -77,7 +77,7 @@ struct Quotes : public ::testing::Test {
         return quotedLength(withZero(units<Twin>(text)).data(), examine, unit(open), unit(close));
     }
 
-    // The copy's result, after a look at the terminator and at what lies behind it.
+    // The copy's result, after a look at the terminator and at what lies after it.
     static Text copy(const std::string &text, int size, int examine, char open, char close) {
         Guarded<Unit> dst(static_cast<std::size_t>(size));
         const unsigned int count =

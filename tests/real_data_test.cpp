@@ -166,7 +166,7 @@ TEST_F(RealData, EveryStringFitsSmallBuffers) {
         const int room = 1 + static_cast<int>(number++ % (whole.size() + 1));
         const std::string part = toUtf8(row, DvbCharSetStandard, DvbCodeNone, room);
         ASSERT_LT(part.size(), static_cast<std::size_t>(room)) << row.place;
-        // A character that does not fit is left out and shorter ones behind it may follow: at most two bytes differ.
+        // A character that does not fit is left out and shorter ones after it may follow: at most two bytes differ.
         ASSERT_GE(part.size() + 3, std::min<std::size_t>(static_cast<std::size_t>(room), whole.size())) << row.place;
         const std::size_t same = part.size() > 2 ? part.size() - 2 : 0;
         ASSERT_EQ(part.substr(0, same), whole.substr(0, same)) << row.place;

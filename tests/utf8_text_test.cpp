@@ -13,7 +13,7 @@ using namespace zelk_test;
 
 namespace {
 
-// The three layouts of UCS-2 text behind one set of names. Byte pairs lie at odd addresses.
+// The three layouts of UCS-2 text by one set of names. Byte pairs lie at odd addresses.
 struct Native {
     explicit Native(const Units &text) : text_(text) {}
     const unsigned short *data() const { return text_.data(); }

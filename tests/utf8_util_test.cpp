@@ -27,7 +27,7 @@ std::string randomBytes(Random &random, std::size_t longest) {
     return text;
 }
 
-// Exactly these bytes in a block of their own, so that a read behind them is found.
+// Exactly these bytes in a block of their own, so that a read after them is found.
 class Exact {
 public:
     explicit Exact(const std::string &text) : bytes_(new unsigned char[text.size()]) {

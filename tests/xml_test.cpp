@@ -22,7 +22,7 @@ using zelk::XmlConverter;
 
 using Conversion = unsigned int (*)(char *, int, const char *, int);
 
-// A copy that ends where the text ends, so that the address sanitizer sees a read behind a count.
+// A copy that ends where the text ends, so that the address sanitizer sees a read after a count.
 std::vector<char> exactly(const std::string &text) {
     return {text.begin(), text.end()};
 }
@@ -79,7 +79,7 @@ TEST(XmlEscape, AnEntityIsNeverSplit) {
     EXPECT_EQ(escaped("a<b", 5), "a");
     EXPECT_EQ(escaped("a<b", 6), "a&lt;");
     EXPECT_EQ(escaped("<", 4), "");
-    EXPECT_EQ(escaped("\"b", 4), "") << "what does not fit ends the text; the b behind it is not written";
+    EXPECT_EQ(escaped("\"b", 4), "") << "what does not fit ends the text; the b after it is not written";
 }
 
 TEST(XmlEscape, Length) {
@@ -158,7 +158,7 @@ TEST(XmlUnescape, ANameThatTheTextEnds) {
     EXPECT_EQ(counted(zelk_unxml, "&#65"), "A");
     EXPECT_EQ(convert(zelk_unxml, 20, "&amp;lt;", 2), "&") << "the count ends the name";
     EXPECT_EQ(convert(zelk_unxml, 20, "&#65;", 3), "\x06");
-    EXPECT_EQ(convert(zelk_unxml, 20, "&#65;", 1), "&") << "the number sign lies behind the count";
+    EXPECT_EQ(convert(zelk_unxml, 20, "&#65;", 1), "&") << "the number sign lies after the count";
 }
 
 TEST(XmlUnescape, DecimalReferences) {

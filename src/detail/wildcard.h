@@ -18,7 +18,7 @@ namespace zelk::detail {
 
 using Byte = unsigned char;
 
-// Rules tell what a variant passes over and which bytes it takes for equal. Here: those for which a table of 256 small
+// Rules say what a variant passes over and which bytes it takes for equal. Here: those for which a table of 256 small
 // letters has the same; null for bytes as they are.
 class FoldedBytes {
 public:
@@ -188,9 +188,9 @@ bool takePiece(const Rules &rules, Span<Rules> &text, Span<Rules> &pattern) {
     return false;
 }
 
-// The text behind the head against a pattern that begins with a star and is not all stars.
+// The text after the head against a pattern that begins with a star and is not all stars.
 //
-// The byte right behind a star stands for itself. A star there looks for a star in the text, and the next one in the
+// The byte right after a star stands for itself. A star there looks for a star in the text, and the next one in the
 // row finds that same star again; but stars that end the pattern match whatever is left. No part of match(), whose way
 // to the star is short.
 template <class Rules>

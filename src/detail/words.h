@@ -26,7 +26,7 @@ inline std::size_t firstByteOf(std::uint64_t marks) {
     return static_cast<std::size_t>(bits) / CHAR_BIT;
 }
 
-// High bits tell the bytes that are not zero.
+// High bits mark the bytes that are not zero.
 constexpr std::uint64_t nonZeroBytes(std::uint64_t word) {
     return ((word & lowBits) + lowBits) | word;
 }

@@ -6,7 +6,7 @@
 //
 // BytePlanes, 6 planes of 128 bytes a set, for the upper half: of characters of two UTF-8 bytes the first and the last;
 // of those of three bytes the second in the place of the first, and the others in planes of their own (absent bytes are
-// zero, so that a zero last byte tells three); the low and the high byte of the code point.
+// zero, so that a zero last byte means three); the low and the high byte of the code point.
 //
 // ByteSteps, 8 steps of 16 bytes a set and byte, for shuffles that look up 16 bytes and give zeros from a limit on. The
 // byte that belongs to a byte of sixteenth n is step n with the steps after it, all combined by exclusive or. Of a

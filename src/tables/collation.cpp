@@ -67,7 +67,7 @@ constexpr LetterRow latinRows[] = {
     {0x40, u"Ƿƿ"},
 };
 
-// Greek: plain, tonos, dialytika, both, others. Without a Latin letter of their own: theta, chi, psi, omega; behind Z
+// Greek: plain, tonos, dialytika, both, others. Without a Latin letter of their own: theta, chi, psi, omega; after Z
 // the letters of old and Coptic texts.
 constexpr unsigned int firstGreekAccent = 0x20;
 constexpr LetterRow greekRows[] = {
@@ -113,7 +113,7 @@ constexpr LetterRow greekRows[] = {
 };
 
 // Cyrillic: plain, then the letters of the neighbouring languages that one Latin letter serves as well. Without a Latin
-// letter of their own: Є, Ж, Ч, Ш, Щ, Ъ, Ь, Э, Ю, Я; behind them the letters of old texts. Ж shares its gap with theta.
+// letter of their own: Є, Ж, Ч, Ш, Щ, Ъ, Ь, Э, Ю, Я; after them the letters of old texts. Ж shares its gap with theta.
 constexpr unsigned int firstCyrillicAccent = 0x30;
 constexpr LetterRow cyrillicRows[] = {
     //       00 30 31 32
@@ -180,7 +180,7 @@ struct KeyRow {
 
 // Keys that no plan yields. They win over all rows above.
 constexpr KeyRow fixedRows[] = {
-    // Symbols before, between and behind the digits
+    // Symbols before, between and after the digits
     {'#', 0x01000000}, {'$', 0x02000000}, {'&', 0x03000000}, {'*', 0x04000000},
     {'@', 0x0F000000}, {0x00A7, 0x10000000}, {0x00B0, 0x11000000}, {0x00B6, 0x12000000},
     // Digits in other forms: superscripts and subscripts, then the fractions by their numerators

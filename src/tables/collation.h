@@ -18,7 +18,7 @@ namespace zelk::tables {
 
 inline constexpr unsigned int lastCollated = 0x215E;
 
-// The key of all that has no key of its own, in the table and beyond it: behind every letter, all alike.
+// The key of all that has no key of its own, in the table and beyond it: after every letter, all alike.
 inline constexpr std::uint32_t catchAllKey = 0xFF000000;
 
 constexpr int mainOf(std::uint32_t key) {

@@ -46,7 +46,7 @@ static_assert(std::ranges::all_of(xmlEntities, [](const XmlEntity &entity) {
     return entity.text[entity.length - 1] == ';' && entity.text[entity.length] == 0;
 }));
 
-// The one entity that eight bytes may begin with, by the sum of the two letters behind its '&'. It is there where the
+// The one entity that eight bytes may begin with, by the sum of the two letters after its '&'. It is there where the
 // bytes under the mask are its text; entries without an entity fit nothing.
 struct XmlReference {
     char text[8];

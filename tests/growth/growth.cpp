@@ -33,7 +33,7 @@ std::string repeatedRandom(std::size_t size) {
     return repeated(piece, size);
 }
 
-// A kind of text: its first bytes, and what is repeated behind them.
+// A kind of text: its first bytes, and what is repeated after them.
 struct Kind {
     const char *name;
     std::string_view start;

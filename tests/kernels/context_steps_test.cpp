@@ -56,7 +56,7 @@ std::string decoded(ContextText text, unsigned int room) {
         }
         const int character = text.next();
         if (character == ContextText::inputEnded) {
-            EXPECT_EQ(text.run(out.data(), room), 0U) << "a run behind the end";
+            EXPECT_EQ(text.run(out.data(), room), 0U) << "a run after the end";
             return characters;
         }
         characters += static_cast<char>(character);

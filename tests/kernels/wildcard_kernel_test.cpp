@@ -79,7 +79,7 @@ std::string folded(std::string text, const SmallLetters &letters) {
 }
 
 // matches[t] for one place of the pattern after the other, from the last: the text from t on matches the pattern from
-// there on. The byte behind a star is looked for as it is; stars at the end match any rest. Both are folded already.
+// there on. The byte after a star is looked for as it is; stars at the end match any rest. Both are folded already.
 bool matchesByTable(const std::string &text, const std::string &pattern) {
     const std::size_t lastStars = pattern.find_last_not_of('*') + 1;
     std::vector<char> behind(text.size() + 1);
@@ -101,7 +101,7 @@ bool matchesByTable(const std::string &text, const std::string &pattern) {
     return behind[0] != 0;
 }
 
-// What differs in front of the first star; behind it, the byte that is wanted there.
+// What differs in front of the first star; after it, the byte that is wanted there.
 int expectedResult(const std::string &text, const std::string &pattern, const SmallLetters &letters) {
     const auto code = [](const std::string &string, std::size_t at) {
         return at < string.size() ? static_cast<unsigned char>(string[at]) : static_cast<unsigned char>(0);

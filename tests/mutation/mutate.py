@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Changes the library in one place at a time and tells which changes no test notices.
+"""Changes the library in one place at a time and prints which changes no test notices.
 
 A mutant is one change: a comparison, an arithmetic, bitwise or boolean operator, a constant one up or down, or one
 character of a table or of another string. It is made in a copy of the source tree, compiled, and tried on the tests of

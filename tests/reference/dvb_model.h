@@ -295,7 +295,7 @@ private:
     unsigned int value_ = 0;
 };
 
-// All characters of a string of codes 0 to 18, 20 and 21. Without a count the string ends at its terminator; behind a
+// All characters of a string of codes 0 to 18, 20 and 21. Without a count the string ends at its terminator; after a
 // count stands a zero byte.
 inline std::vector<unsigned int> modelCharacters(const ModelSelection &selection, const std::string &text, bool counted,
                                                  unsigned int flags) {
@@ -310,7 +310,7 @@ inline std::vector<unsigned int> modelCharacters(const ModelSelection &selection
     };
     const std::size_t start = selection.consumed;
     if (selection.code == 20) {
-        const std::size_t last = counted ? text.size() : text.size() + 1; // an uncounted odd byte has a zero behind it
+        const std::size_t last = counted ? text.size() : text.size() + 1; // an uncounted odd byte has a zero after it
         for (std::size_t i = start; i + 1 < last; i += 2) {
             const unsigned int unit = at(i) * 256 + at(i + 1);
             if (unit == 0 && !counted) {

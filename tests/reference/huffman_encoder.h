@@ -39,7 +39,7 @@ inline std::string contextBits(const ContextCodes &codes, std::string_view text)
     return bits;
 }
 
-// The bytes behind the selector of a compressed DVB text, types 1 and 2: the text and its end.
+// The bytes after the selector of a compressed DVB text, types 1 and 2: the text and its end.
 inline std::string encodeStreamText(const ContextCodes &codes, std::string_view text) {
     return packed(contextBits(codes, std::string(text) + '\0'));
 }
@@ -49,7 +49,7 @@ inline std::string encodeGuideText(const ContextCodes &codes, std::string_view t
     return encodeStreamText(codes, text) + '\0';
 }
 
-// The bytes behind the selector of a compressed DVB text, types 5 and 6, of Latin-1 text, in the fewest bits. Between
+// The bytes after the selector of a compressed DVB text, types 5 and 6, of Latin-1 text, in the fewest bits. Between
 // the codes lies one trap: a code that begins another must not be followed by the bit that leads on to it.
 class MalaysiaEncoder {
 public:

@@ -15,7 +15,7 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 
 using tables::markPlanes;
 
-// The bytes behind and in front of every byte of a block; behind the last is the first of a second block.
+// The bytes after and before every byte of a block; after the last is the first of a second block.
 struct Neighbours {
     alignas(64) std::array<std::uint8_t, 64> next;
     alignas(64) std::array<std::uint8_t, 64> previous;
@@ -74,7 +74,7 @@ ZELK_OPERATION Composer composer() {
             everyByte<0x60>()};
 }
 
-// Where marks are, which of them compose with the letters behind them, and in their places the codes of the characters.
+// Where marks are, which of them compose with the letters after them, and in their places the codes of the characters.
 struct Composed {
     Mask marks;
     Mask leads;

@@ -48,7 +48,7 @@ inline constexpr bool hasVectors = true;
 inline constexpr bool hasVectors = false;
 #endif
 
-// What reads behind a text, but not on another page than the text lies on: the sanitizers, which know no pages, do not
+// What reads after a text, but not on another page than the text lies on: the sanitizers, which know no pages, do not
 // look there.
 #define ZELK_UNSEEN __attribute__((no_sanitize("address", "thread")))
 
@@ -96,7 +96,7 @@ inline Bytes signedBelow(Bytes bytes, Bytes limit) {
     return reinterpret_cast<Bytes>(reinterpret_cast<SignedBytes>(bytes) < reinterpret_cast<SignedBytes>(limit));
 }
 
-// All bits of the bytes from `first` to `last`, a range that may go on at 0 behind 0xFF.
+// All bits of the bytes from `first` to `last`, a range that may go on at 0 after 0xFF.
 inline Bytes among(Bytes bytes, unsigned int first, unsigned int last) {
     return signedBelow(bytes + everyByteIs(0x80 - first), everyByteIs(0x81 + last - first));
 }
@@ -160,7 +160,7 @@ bool isZero(Vector vector) {
     return (words[0] | words[1]) == 0;
 }
 
-// The first four units of each in turn, and the last four.
+// The first four units of both, interleaved, and the last four.
 inline Fours frontInTurn(Units a, Units b) {
     return reinterpret_cast<Fours>(__builtin_shufflevector(a, b, 0, 8, 1, 9, 2, 10, 3, 11));
 }

@@ -128,15 +128,15 @@ ZELK_OPERATION Mask nonZero(Block block) {
     return _mm512_test_epi8_mask(block, block);
 }
 
-// The bytes of a block that the mask keeps, closed up in front of zeros. Written to the register that it comes from:
+// The bytes of a block that the mask keeps, compressed in front of zeros. Written to the register that it comes from:
 // the processor waits for the old value of another one, though nothing of it remains.
 ZELK_OPERATION Block compressed(Mask keep, Block block) {
     __asm__("vpcompressb %0, %0%{%1%}%{z%}" : "+v"(block) : "Yk"(keep));
     return block;
 }
 
-// Stores the bytes of a block that the mask keeps, closed up, and tells their number. `freely` says that the output has
-// room for a whole block, so that zeros may be written behind the result.
+// Stores the bytes of a block that the mask keeps, compressed, and returns how many. `freely` says that the output has
+// room for a whole block, so that zeros may be written after the result.
 template <bool freely = false>
 ZELK_OPERATION std::size_t storeKept(void *to, Mask keep, Block block) {
     const std::size_t count = countOf(keep);
@@ -183,7 +183,7 @@ ZELK_OPERATION Block multiples() {
     return load(bytes.data());
 }
 
-// The bytes of a block from a place on, and behind them its front again.
+// The bytes of a block from a place on, and after them its front again.
 template <std::size_t place>
 ZELK_OPERATION Block startingAt(Block block) {
     static constexpr auto places = []() {
