@@ -61,6 +61,7 @@ struct ConvertOptions {
     std::string from;
     std::string to = "utf8";
     DvbSettings dvb;
+    OriginOptions origin;
     bool dvbGiven = false;
     bool checked = false;
     bool tolerant = false;
@@ -118,7 +119,10 @@ void declare(CLI::App &command, ConvertOptions &options) {
                        ? std::string()
                        : fmt::format("expected one of {}, found '{}'", fmt::join(writtenNames(), ", "), name);
         });
-    for (CLI::Option *const option : addDvbOptions(command, options.dvb)) {
+    std::vector<CLI::Option *> dvbOptions = addDvbOptions(command, options.dvb);
+    const std::vector<CLI::Option *> originOptions = addOriginOptions(command, options.origin);
+    dvbOptions.insert(dvbOptions.end(), originOptions.begin(), originOptions.end());
+    for (CLI::Option *const option : dvbOptions) {
         option->each([&options](const std::string &) { options.dvbGiven = true; });
     }
     command.add_flag("--checked", options.checked, "Leave a file that is UTF-8 throughout as it is (ISO sets)");
@@ -345,7 +349,10 @@ ExitStatus run(const ConvertOptions &options) {
         }
     }
 
-    DvbReader reader(options.dvb);
+    DvbSettings dvb = options.dvb;
+    dvb.defaultOverrides = dvb.defaultOverrides && set.family == Family::Dvb; // nothing else asks for them
+    DvbReader reader(dvb);
+    reader.from(options.origin.origin());
     Watch watch(options.strict, reader);
     std::size_t unsaid = 0;
     std::optional<OutputFile> file;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
 #include <optional>
 
 namespace zelk::tool {
@@ -26,6 +27,23 @@ constexpr NamedCode namedCodes[] = {
     {"ucs2", DvbCodeUcs2},        {"utf8", DvbCodeUtf8},        {"compressed", DvbCodeCompressed},
     {"latin1", DvbCodeIso8859_1}, {"latin2", DvbCodeIso8859_2}, {"latin5", DvbCodeIso8859_9},
     {"latin9", DvbCodeIso8859_15}};
+
+// "3201.0001.0065"
+bool parseService(const std::string &name, zelkInsightOrigin &origin) {
+    const char *at = name.data();
+    const char *const end = at + name.size();
+    for (unsigned int *const number : {&origin.network, &origin.stream, &origin.service}) {
+        std::uint16_t value = 0;
+        const auto [stop, error] = std::from_chars(at, end, value, 16);
+        const bool last = number == &origin.service;
+        if (error != std::errc{} || (last ? stop != end : stop == end || *stop != '.')) {
+            return false;
+        }
+        *number = value;
+        at = last ? stop : stop + 1;
+    }
+    return true;
+}
 
 } // namespace
 
@@ -56,20 +74,18 @@ std::optional<dvbCharSet_t> regionOf(const std::string &name) {
                                       : std::optional(static_cast<dvbCharSet_t>(found - regionNames.begin()));
 }
 
-zelkInsightSettings DvbSettings::insight(const zelkInsightOrigin &origin, unsigned int *entry) const {
-    zelkInsightSettings settings = {region, defaultCode, extra, flags(),
-                                    guess ? static_cast<unsigned int>(ZelkInsightGuessTable) : 0U};
-    unsigned int found = 0;
-    if (overrides != nullptr) {
-        zelkInsightOrigin where = origin;
-        where.country = country.empty() ? origin.country : country.c_str();
-        const std::string &compact = overrides->compact();
-        found = zelkInsightFindOverride(compact.data(), static_cast<int>(compact.size()), &where, &settings);
+Overrides DvbSettings::overrides() const {
+    Overrides overrides;
+    if (defaultOverrides) {
+        overrides.readDefaults();
     }
-    if (entry != nullptr) {
-        *entry = found;
+    for (const std::string &file : overrideFiles) {
+        overrides.read(file);
     }
-    return settings;
+    if (!overrides.problems().empty()) {
+        throw Failure(ExitBadInput, overrides.problems().front());
+    }
+    return overrides;
 }
 
 CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region) {
@@ -105,24 +121,41 @@ std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &setting
         command.add_flag("--guess", settings.guess, "Read a string in another table where its bytes speak for it");
     CLI::Option *const overrides =
         command
-            .add_option_function<std::vector<std::string>>(
-                "--overrides",
-                [&settings](const std::vector<std::string> &files) {
-                    settings.overrides = std::make_shared<Overrides>();
-                    for (const std::string &file : files) {
-                        settings.overrides->read(file);
-                    }
-                    if (!settings.overrides->problems().empty()) {
-                        throw Failure(ExitBadInput, settings.overrides->problems().front());
-                    }
-                },
-                "File of what is known about broadcasts; may be given again, the last one counts first")
+            .add_option("--overrides", settings.overrideFiles,
+                        "File of what is known about broadcasts; may be given again, the last one counts first")
             ->type_name("FILE")
             ->allow_extra_args(false);
+    CLI::Option *const noOverrides = command.add_flag_callback(
+        "--no-overrides", [&settings] { settings.defaultOverrides = false; },
+        "Read no overrides but the given files: not those of the system and of its user");
     CLI::Option *const country =
         command.add_option("--country", settings.country, "Country of the broadcast, for overrides: FR")
             ->type_name("CODE");
-    return {region, code, extra, emphasis, guess, overrides, country};
+    return {region, code, extra, emphasis, guess, overrides, noOverrides, country};
+}
+
+zelkInsightOrigin OriginOptions::origin() const {
+    zelkInsightOrigin origin = numbers;
+    origin.language = language.empty() ? nullptr : language.c_str();
+    return origin;
+}
+
+std::vector<CLI::Option *> addOriginOptions(CLI::App &command, OriginOptions &options) {
+    CLI::Option *const language =
+        command.add_option("--language", options.language, "Language of the strings, for overrides: fre")
+            ->type_name("CODE");
+    CLI::Option *const service =
+        command
+            .add_option_function<std::string>(
+                "--service",
+                [&options](const std::string &name) {
+                    if (!parseService(name, options.numbers)) {
+                        throw CLI::ValidationError("--service", "expected three numbers such as 3201.0001.0065");
+                    }
+                },
+                "Service of the strings, for overrides: network, stream and service in hexadecimal")
+            ->type_name("SERVICE");
+    return {language, service};
 }
 
 DvbSelection selectTable(const DvbSettings &settings, const std::string &bytes) {

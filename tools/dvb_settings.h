@@ -9,7 +9,6 @@
 #include <CLI/CLI.hpp>
 
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,14 +21,12 @@ struct DvbSettings {
     int extra = 0;
     bool keepEmphasis = false;
     bool guess = false;
-    std::shared_ptr<Overrides> overrides; // null for none
+    bool defaultOverrides = true; // the layers of the system and of its user
+    std::vector<std::string> overrideFiles;
     std::string country;
 
-    // Whether strings are read by what goes beyond the converter.
-    bool needInsight() const { return guess || overrides != nullptr; }
-
-    // For a string from there; where it is overridden, `entry` receives the line of the compact form, else 0.
-    zelkInsightSettings insight(const zelkInsightOrigin &origin, unsigned int *entry = nullptr) const;
+    // All layers of overrides, the given files last. Throws Failure for the first thing that is wrong with one.
+    Overrides overrides() const;
 
     unsigned int flags() const { return keepEmphasis ? 1U : 0U; }
     DvbConverter converter() const { return {region, defaultCode, extra, flags()}; }
@@ -47,8 +44,20 @@ inline constexpr zelkInsightOrigin unknownOrigin = {ZELK_INSIGHT_UNKNOWN, ZELK_I
 
 CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region);
 
-// --region, --default-code, --extra, --keep-emphasis, --guess, --overrides, --country
+// --region, --default-code, --extra, --keep-emphasis, --guess, --overrides, --no-overrides, --country
 std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &settings);
+
+// What is known of where strings come from, as far as overrides ask.
+struct OriginOptions {
+    std::string language;
+    zelkInsightOrigin numbers = unknownOrigin;
+
+    // Valid as long as the options are.
+    zelkInsightOrigin origin() const;
+};
+
+// --language, --service
+std::vector<CLI::Option *> addOriginOptions(CLI::App &command, OriginOptions &options);
 
 // What the selector bytes at the head of a string decide under the settings.
 struct DvbSelection {

@@ -65,15 +65,32 @@ std::string fromGb2312(const std::string &bytes) {
 
 } // namespace
 
+DvbReader::DvbReader(const DvbSettings &settings)
+    : given_(settings), overrides_(settings.overrides()), current_(settings) {
+    from(unknownOrigin);
+}
+
+void DvbReader::from(const zelkInsightOrigin &origin) {
+    insight_ = {given_.region, given_.defaultCode, given_.extra, given_.flags(),
+                given_.guess ? static_cast<unsigned int>(ZelkInsightGuessTable) : 0U};
+    zelkInsightOrigin where = origin;
+    where.country = given_.country.empty() ? origin.country : given_.country.c_str();
+    const std::string &compact = overrides_.compact();
+    line_ = zelkInsightFindOverride(compact.data(), static_cast<int>(compact.size()), &where, &insight_);
+    current_.region = insight_.charSet;
+    current_.defaultCode = insight_.defaultCode;
+}
+
+bool DvbReader::readsGb2312(const std::string &bytes) const {
+    constexpr unsigned int beyond = ZelkInsightGuessTable | ZelkInsightIgnoreSelector;
+    return current_.region == DvbCharSetGb2312 && (insight_.options & beyond) == 0 &&
+           selectTable(current_, bytes).code == DvbCodeTable00;
+}
+
 std::string DvbReader::text(const std::string &bytes) {
-    if (settings_.needInsight()) {
-        std::string result = byInsight(settings_.insight(origin_), bytes);
-        unread_ += replaceInvalid(result);
-        return result;
-    }
-    const DvbCode_t code = selectTable(settings_, bytes).code;
-    const bool chinese = settings_.region == DvbCharSetGb2312 && code == DvbCodeTable00;
-    std::string result = chinese ? fromGb2312(bytes) : fromTables(settings_, bytes, code);
+    std::string result = readsGb2312(bytes)      ? fromGb2312(bytes)
+                         : insight_.options != 0 ? byInsight(insight_, bytes)
+                                                 : fromTables(current_, bytes, selectTable(current_, bytes).code);
     unread_ += replaceInvalid(result);
     return result;
 }

@@ -11,22 +11,33 @@ namespace zelk::tool {
 
 class DvbReader {
 public:
-    explicit DvbReader(const DvbSettings &settings) : settings_(settings) {}
+    // Reads the overrides, too. Throws Failure where one cannot be read.
+    explicit DvbReader(const DvbSettings &settings);
 
     std::string text(const std::string &bytes);
 
-    // Where the strings come from that follow; the texts that it points to outlive them.
-    void from(const zelkInsightOrigin &origin) { origin_ = origin; }
+    // Where the strings come from that follow.
+    void from(const zelkInsightOrigin &origin);
 
-    const zelkInsightOrigin &origin() const { return origin_; }
-    const DvbSettings &settings() const { return settings_; }
+    // How strings from there are read, with what is known about them.
+    const DvbSettings &settings() const { return current_; }
+    const zelkInsightSettings &insight() const { return insight_; }
+
+    // What is known about them, or null.
+    const OverrideEntry * override() const { return line_ == 0 ? nullptr : &overrides_.entryOf(line_); }
+
+    // Whether the system's converter reads a string.
+    bool readsGb2312(const std::string &bytes) const;
 
     // U+FFFD written so far.
     std::size_t unread() const { return unread_; }
 
 private:
-    DvbSettings settings_;
-    zelkInsightOrigin origin_ = unknownOrigin;
+    DvbSettings given_;
+    Overrides overrides_;
+    DvbSettings current_;
+    zelkInsightSettings insight_{};
+    unsigned int line_ = 0; // of the compact form of the overrides
     std::size_t unread_ = 0;
 };
 

@@ -1,7 +1,7 @@
 // zelk explain: a DVB string byte by byte. The library of evidence says what each byte did; here it is put into words.
 #include "command.h"
 #include "commands.h"
-#include "dvb_settings.h"
+#include "dvb_evidence.h"
 #include "stream.h"
 #include "strings.h"
 #include "text.h"
@@ -21,6 +21,7 @@ namespace {
 struct ExplainOptions {
     StringOptions strings;
     DvbSettings settings;
+    OriginOptions origin;
     Colour colour = Colour::Auto;
     bool json = false;
 };
@@ -28,18 +29,20 @@ struct ExplainOptions {
 void declare(CLI::App &command, ExplainOptions &options) {
     addStringOptions(command, options.strings);
     addDvbOptions(command, options.settings);
+    addOriginOptions(command, options.origin);
     addColourOption(command, options.colour);
     command.add_flag("--json", options.json, "Write one JSON object per string");
 }
 
 // What is shown of one string.
 struct Explanation {
+    dvbCharSet_t region = DvbCharSetStandard;
     DvbSelection selection{};
     int table = -1; // number of the character table, or -1 where none is used
     std::string tableName;
     std::string reason;
-    unsigned int entry = 0; // of the overrides, by its line of the compact form
-    std::string text;       // in UTF-8
+    const OverrideEntry *override = nullptr; // that gave the reason
+    std::string text;                        // in UTF-8
     std::vector<zelkInsightStep> steps;
     std::vector<zelkInsightFinding> findings;
 };
@@ -77,7 +80,7 @@ std::string standardMeaning(const std::string &selector) {
     }
 }
 
-std::string reasonOf(const ExplainOptions &options, const zelkInsightEvidence &evidence, const std::string &selector) {
+std::string reasonOf(const DvbReader &reader, const zelkInsightEvidence &evidence, const std::string &selector) {
     if (selector.empty()) {
         return evidence.code == DvbCodeTable00
                    ? "no selector: the default table"
@@ -86,7 +89,7 @@ std::string reasonOf(const ExplainOptions &options, const zelkInsightEvidence &e
     std::string reason = fmt::format("selector {}: {}", hex(selector), standardMeaning(selector));
     const bool namesTable = evidence.code != DvbCodeNone && evidence.code != DvbCodeReserved17;
     if (evidence.reason == ZelkInsightByRegion && namesTable) {
-        reason += fmt::format(", which region {} reads otherwise", regionName(options.settings.region));
+        reason += fmt::format(", which region {} reads otherwise", regionName(reader.settings().region));
     }
     return reason;
 }
@@ -95,11 +98,6 @@ std::string kindName(zelkInsightStepKind kind) {
     constexpr std::array<const char *, 8> names = {"selector", "text",       "mark",  "control",
                                                    "dropped",  "unassigned", "piece", "end"};
     return names.at(static_cast<std::size_t>(kind));
-}
-
-std::string severityName(zelkInsightSeverity severity) {
-    constexpr std::array<const char *, 3> names = {"note", "warning", "error"};
-    return names.at(static_cast<std::size_t>(severity));
 }
 
 // "letter", "punctuation, opening", ...: the classes of a character, empty when it has none.
@@ -248,9 +246,8 @@ std::string sentenceOf(const zelkInsightFinding &finding) {
 
 // ---- Explaining ----
 
-void explainByEvidence(const ExplainOptions &options, const std::string &bytes, Explanation &result) {
-    const DvbSettings &dvb = options.settings;
-    const zelkInsightSettings settings = dvb.insight(unknownOrigin, &result.entry);
+void explainByEvidence(const DvbReader &reader, const std::string &bytes, Explanation &result) {
+    const zelkInsightSettings &settings = reader.insight();
     const int count = static_cast<int>(bytes.size());
     // A finding or two and a step for a byte; compressed text has at most eight of either.
     result.findings.resize(8 * bytes.size() + 8);
@@ -270,17 +267,18 @@ void explainByEvidence(const ExplainOptions &options, const std::string &bytes, 
     result.tableName = evidence.table == ZelkInsightTableCompressed
                            ? fmt::format("Huffman code of encoding type {}", evidence.extra)
                            : zelkInsightTableName(evidence.table);
-    result.reason = reasonOf(options, evidence, bytes.substr(0, evidence.selectorLength));
-    if (evidence.reason == ZelkInsightByOverride) {
-        result.reason += fmt::format(", overridden by {}", dvb.overrides->sourceOf(result.entry));
+    result.reason = reasonOf(reader, evidence, bytes.substr(0, evidence.selectorLength));
+    result.override = overrideFor(reader, evidence.reason);
+    if (result.override != nullptr) {
+        result.reason += fmt::format(", overridden by {}", result.override->text());
     } else if (evidence.reason == ZelkInsightByGuess) {
         result.reason += ", guessed from the bytes";
     }
 }
 
 // The system's converter reads GB 2312, character by character; a selector goes through it like text.
-void explainGb2312(const ExplainOptions &options, const std::string &bytes, Explanation &result) {
-    const DvbConverter converter = options.settings.converter();
+void explainGb2312(const DvbReader &reader, const std::string &bytes, Explanation &result) {
+    const DvbConverter converter = reader.settings().converter();
     result.tableName = "GB 2312, read by the system's converter";
     result.reason = "no selector: the default table";
     const auto add = [&result](zelkInsightStepKind kind, std::size_t offset, std::size_t length,
@@ -315,13 +313,14 @@ void explainGb2312(const ExplainOptions &options, const std::string &bytes, Expl
     }
 }
 
-Explanation explain(const ExplainOptions &options, const std::string &bytes) {
+Explanation explain(const DvbReader &reader, const std::string &bytes) {
     Explanation result;
-    result.selection = selectTable(options.settings, bytes);
-    if (options.settings.region == DvbCharSetGb2312 && result.selection.code == DvbCodeTable00) {
-        explainGb2312(options, bytes, result);
+    result.region = reader.settings().region;
+    result.selection = selectTable(reader.settings(), bytes);
+    if (reader.readsGb2312(bytes)) {
+        explainGb2312(reader, bytes, result);
     } else {
-        explainByEvidence(options, bytes, result);
+        explainByEvidence(reader, bytes, result);
     }
     return result;
 }
@@ -375,7 +374,7 @@ std::string formatText(const std::string &bytes, const ExplainOptions &options, 
     const bool colour = useColour(options.colour);
     const bool compressed = explanation.selection.code == DvbCodeCompressed;
     std::string result = fmt::format("String   {}\n", hex(bytes));
-    result += fmt::format("Region   {}\n", regionName(options.settings.region));
+    result += fmt::format("Region   {}\n", regionName(explanation.region));
     result += fmt::format("Code     {} ({})\n", static_cast<int>(explanation.selection.code),
                           codeName(explanation.selection.code));
     result += fmt::format("Table    {} ({})\n", explanation.tableName, explanation.reason);
@@ -405,7 +404,7 @@ std::string formatText(const std::string &bytes, const ExplainOptions &options, 
     return result;
 }
 
-Json toJson(const std::string &bytes, const ExplainOptions &options, const Explanation &explanation) {
+Json toJson(const std::string &bytes, const Explanation &explanation) {
     const bool compressed = explanation.selection.code == DvbCodeCompressed;
     Json steps = Json::array();
     for (const zelkInsightStep &step : explanation.steps) {
@@ -432,28 +431,34 @@ Json toJson(const std::string &bytes, const ExplainOptions &options, const Expla
                             {"message", sentenceOf(finding)}});
     }
     Json result = {{"input", hex(bytes)},
-                   {"region", regionName(options.settings.region)},
+                   {"region", regionName(explanation.region)},
                    {"code", static_cast<int>(explanation.selection.code)},
                    {"codeName", codeName(explanation.selection.code)},
                    {"extra", explanation.selection.extra},
                    {"table", explanation.tableName},
                    {"tableNumber", nullptr},
                    {"reason", explanation.reason},
+                   {"override", nullptr},
                    {"text", explanation.text},
                    {"steps", steps},
                    {"findings", findings}};
     if (explanation.table >= 0) {
         result["tableNumber"] = explanation.table;
     }
+    if (explanation.override != nullptr) {
+        result["override"] = toJson(*explanation.override);
+    }
     return result;
 }
 
 ExitStatus run(const ExplainOptions &options) {
     bool first = true;
-    forEachString(options.strings, [&options, &first](const std::string &bytes) {
-        const Explanation explanation = explain(options, bytes);
+    DvbReader reader(options.settings);
+    reader.from(options.origin.origin());
+    forEachString(options.strings, [&](const std::string &bytes) {
+        const Explanation explanation = explain(reader, bytes);
         if (options.json) {
-            write(jsonLine(toJson(bytes, options, explanation)));
+            write(jsonLine(toJson(bytes, explanation)));
         } else {
             write((first ? "" : "\n") + formatText(bytes, options, explanation));
         }

@@ -1,7 +1,7 @@
 // zelk lint: DVB strings against the rules of the library of evidence, and against each other.
 #include "command.h"
 #include "commands.h"
-#include "dvb_settings.h"
+#include "dvb_text.h"
 #include "lint_broadcast.h"
 #include "lint_report.h"
 #include "stream.h"
@@ -107,8 +107,9 @@ void writeBaseline(const std::string &name, const std::vector<LintedText> &texts
 // ---- Checking ----
 
 // Faults of one string in order, and what it says.
-void check(const LintOptions &options, LintedText &text) {
-    zelkInsightSettings settings = options.settings.insight(text.origin());
+void check(const LintOptions &options, DvbReader &reader, LintedText &text) {
+    reader.from(text.origin());
+    zelkInsightSettings settings = reader.insight();
     settings.options &= ~static_cast<unsigned int>(ZelkInsightGuessTable); // a guess is a fault here
     const char *const language = text.language.empty() ? nullptr : text.language.c_str();
     const int length = static_cast<int>(text.bytes.size());
@@ -199,8 +200,9 @@ ExitStatus run(const LintOptions &options) {
         return ExitOk;
     }
     std::vector<LintedText> texts;
+    DvbReader reader(options.settings);
     const auto take = [&](LintedText text) {
-        check(options, text);
+        check(options, reader, text);
         texts.push_back(std::move(text));
     };
     const bool stringsGiven = !options.strings.strings.empty() || !options.strings.files.empty();

@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <optional>
 #include <sstream>
+#include <unistd.h>
 
 #include <toml.hpp>
 
@@ -29,6 +31,37 @@ std::string contentOf(const std::string &file) {
     return content;
 }
 
+// The directories that a variable of the XDG Base Directory Specification names, the most important first; relative
+// ones count for nothing.
+std::vector<std::string> directoriesOf(const char *variable, const std::string &otherwise) {
+    const char *const value = std::getenv(variable);
+    std::istringstream list(value == nullptr || *value == 0 ? otherwise : value);
+    std::vector<std::string> directories;
+    for (std::string directory; std::getline(list, directory, ':');) {
+        if (!directory.empty() && directory.front() == '/') {
+            directories.push_back(directory);
+        }
+    }
+    return directories;
+}
+
+// The least important first.
+std::vector<OverrideLayer> defaultLayers() {
+    std::vector<OverrideLayer> layers;
+    const auto add = [&layers](const char *name, const std::string &directory) {
+        layers.push_back({name, directory + "/zelk/overrides.toml"});
+    };
+    add("system", ZELK_SYSTEM_DIRECTORY);
+    const std::vector<std::string> shared = directoriesOf("XDG_CONFIG_DIRS", "/etc/xdg");
+    std::for_each(shared.rbegin(), shared.rend(), [&add](const std::string &directory) { add("system", directory); });
+    const char *const home = std::getenv("HOME");
+    for (const std::string &directory :
+         directoriesOf("XDG_CONFIG_HOME", home == nullptr || *home == 0 ? "" : std::string(home) + "/.config")) {
+        add("user", directory);
+    }
+    return layers;
+}
+
 bool isCode(const std::string &value, std::size_t length, char first, char last) {
     return value.size() == length && std::all_of(value.begin(), value.end(), [first, last](char letter) {
                return letter >= first && letter <= last;
@@ -47,10 +80,11 @@ public:
             read(key, value);
         }
         expect(!where_.empty(), entry, "a network, stream, service, language or country");
-        expect(!how_.empty(), entry, "a region, default-code or ignore-selector");
+        expect(hasHow_, entry, "a region, default-code or ignore-selector");
         expect(hasSource_, entry, "a source");
         expect(hasDate_, entry, "a date");
-        return problems_.size() == before ? where_ + how_.substr(0, how_.size() - 1) : std::string();
+        const std::string words = where_ + how_;
+        return problems_.size() == before ? words.substr(0, words.size() - 1) : std::string();
     }
 
 private:
@@ -78,6 +112,7 @@ private:
     }
 
     void readHow(const std::string &key, const toml::value &value) {
+        hasHow_ = true;
         if (key == "ignore-selector") {
             expect(value.is_boolean(), value, "true or false");
             how_ += value.is_boolean() && value.as_boolean() ? "i " : "";
@@ -117,20 +152,43 @@ private:
     std::vector<std::string> &problems_;
     std::string where_;
     std::string how_;
+    bool hasHow_ = false; // "ignore-selector = false" alone takes back what an earlier layer says
     bool hasSource_ = false;
     bool hasDate_ = false;
 };
 
-// "source, date"
-std::string reasonOf(const toml::value &entry) {
+std::string dateOf(const toml::value &entry) {
     std::ostringstream text;
-    text << entry.at("source").as_string().str << ", " << entry.at("date").as_local_date();
+    text << entry.at("date").as_local_date();
     return text.str();
 }
 
 } // namespace
 
-void Overrides::read(const std::string &file) {
+std::string OverrideEntry::text() const {
+    return fmt::format("{}:{}, {}, {}", file, line, source, date);
+}
+
+void Overrides::readDefaults() {
+    for (OverrideLayer &layer : defaultLayers()) {
+        if (access(layer.file.c_str(), R_OK) == 0) {
+            read(std::move(layer));
+        } else {
+            layers_.push_back(std::move(layer));
+        }
+    }
+}
+
+void Overrides::read(OverrideLayer layer) {
+    const std::size_t before = entries_.size();
+    readEntries(layer);
+    layer.readable = true;
+    layer.entries = entries_.size() - before;
+    layers_.push_back(std::move(layer));
+}
+
+void Overrides::readEntries(const OverrideLayer &layer) {
+    const std::string &file = layer.file;
     std::istringstream content(contentOf(file));
     std::optional<toml::value> document;
     try {
@@ -163,14 +221,15 @@ void Overrides::read(const std::string &file) {
         const std::string line = EntryReader(file, problems_).line(entry);
         if (!line.empty()) {
             compact_ += line + '\n';
-            sources_.push_back(fmt::format("{}:{}, {}", file, entry.location().line(), reasonOf(entry)));
+            entries_.push_back(
+                {layer.name, file, entry.location().line(), entry.at("source").as_string().str, dateOf(entry)});
         }
     }
 }
 
-std::string Overrides::sourceOf(unsigned int line) const {
+const OverrideEntry &Overrides::entryOf(unsigned int line) const {
     constexpr unsigned int firstEntry = 2;
-    return sources_.at(line - firstEntry);
+    return entries_.at(line - firstEntry);
 }
 
 } // namespace zelk::tool

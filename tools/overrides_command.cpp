@@ -18,13 +18,33 @@ void declare(CLI::App &command, OverridesOptions &options) {
         ->required()
         ->type_name("ACTION")
         ->check(oneOf({"check", "compact"}));
-    command.add_option("files", options.files, "Files of overrides; later ones count before earlier ones")
-        ->required()
+    command
+        .add_option("files", options.files,
+                    "Files of overrides, later ones count first; none: those of the system and of its user")
         ->type_name("FILE");
+}
+
+std::string describe(const OverrideLayer &layer) {
+    const std::string state = !layer.readable      ? "not there"
+                              : layer.entries == 1 ? "1 entry"
+                                                   : fmt::format("{} entries", layer.entries);
+    return fmt::format("{}: {}: {}\n", layer.name, layer.file, state);
+}
+
+// Each layer by its path, the last one counts first.
+std::string describe(const Overrides &overrides) {
+    std::string text;
+    for (const OverrideLayer &layer : overrides.layers()) {
+        text += describe(layer);
+    }
+    return text + fmt::format("entries: {}\n", overrides.count());
 }
 
 ExitStatus run(const OverridesOptions &options) {
     Overrides overrides;
+    if (options.files.empty()) {
+        overrides.readDefaults();
+    }
     for (const std::string &file : options.files) {
         overrides.read(file);
     }
@@ -34,7 +54,7 @@ ExitStatus run(const OverridesOptions &options) {
     if (!overrides.problems().empty()) {
         return ExitNegative;
     }
-    write(options.action == "check" ? fmt::format("entries: {}\n", overrides.count()) : overrides.compact());
+    write(options.action == "check" ? describe(overrides) : overrides.compact());
     return ExitOk;
 }
 

@@ -19,8 +19,9 @@ std::string entryText(const Json &entry) {
     for (const auto &[name, value] : entry.items()) {
         // empty() of JSON is not that of its text. NOLINTNEXTLINE(readability-container-size-empty)
         if (!value.is_null() && value != "") {
-            result += (result.empty() ? "" : ", ") + name + ' ' +
-                      (value.is_array() ? value.dump(-1, ' ', false, Json::error_handler_t::replace) : plain(value));
+            result +=
+                (result.empty() ? "" : ", ") + name + ' ' +
+                (value.is_structured() ? value.dump(-1, ' ', false, Json::error_handler_t::replace) : plain(value));
         }
     }
     return result;

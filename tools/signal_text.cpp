@@ -1,41 +1,26 @@
 #include "signal_text.h"
 
+#include "dvb_evidence.h"
 #include "multiple_string.h"
-
-#include "zelk_insight.h"
-
-#include <algorithm>
 
 namespace zelk::tool {
 
 namespace {
 
-const char *severityName(zelkInsightSeverity severity) {
-    return severity == ZelkInsightError ? "error" : severity == ZelkInsightWarning ? "warning" : "note";
-}
-
-Json dvbEvidence(const DvbReader &reader, const std::string &bytes) {
-    const DvbSettings &settings = reader.settings();
-    const zelkInsightSettings how = settings.insight(reader.origin());
-    const auto length = static_cast<int>(bytes.size());
-    std::vector<zelkInsightFinding> found(8 * bytes.size() + 8);
-    std::string text(static_cast<std::size_t>(zelkInsightDecodeSize(&how, bytes.data(), length)), '\0');
-    zelkInsightEvidence evidence = {};
-    evidence.findings = found.data();
-    evidence.findingRoom = static_cast<unsigned int>(found.size());
-    (void)zelkInsightDecode(&how, text.data(), static_cast<int>(text.size()), bytes.data(), length, &evidence);
-    found.resize(std::min<std::size_t>(found.size(), evidence.findingCount));
+Json toJson(const std::string &bytes, const DvbEvidence &evidence) {
     Json findings = Json::array();
-    for (const zelkInsightFinding &finding : found) {
+    for (const zelkInsightFinding &finding : evidence.findings) {
         findings.push_back({{"kind", zelkInsightKindName(finding.kind)},
                             {"severity", severityName(finding.severity)},
                             {"offset", finding.offset},
                             {"length", finding.length}});
     }
-    const bool chinese = settings.region == DvbCharSetGb2312 && evidence.code == DvbCodeTable00;
-    return {{"bytes", hex(bytes)},
-            {"table", chinese ? "GB 2312" : zelkInsightTableName(evidence.table)},
-            {"findings", chinese ? Json::array() : findings}};
+    Json result = {{"bytes", hex(bytes)}, {"table", evidence.table}, {"reason", evidence.reason}};
+    if (evidence.override != nullptr) {
+        result["override"] = toJson(*evidence.override);
+    }
+    result["findings"] = std::move(findings);
+    return result;
 }
 
 } // namespace
@@ -62,7 +47,7 @@ void SignalReader::from(const ServiceKey *service, const std::string &language) 
 
 Json SignalReader::evidence(const SentText &sent) const {
     if (sent.form == TextForm::Dvb) {
-        return dvbEvidence(dvb_, sent.bytes);
+        return toJson(sent.bytes, evidenceOf(dvb_, sent.bytes));
     }
     std::string text;
     Json findings = Json::array();

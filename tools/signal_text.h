@@ -16,10 +16,10 @@ public:
 
     std::string text(const SentText &sent);
 
-    // Where the texts come from that follow: what `service` and `language` point to outlives them. Null for a network.
+    // Where the texts come from that follow. Null for a network.
     void from(const ServiceKey *service, const std::string &language);
 
-    // Bytes in hexadecimal, the table that they were read with, and what was found in them.
+    // Bytes in hexadecimal, the table that they were read with and why, and what was found in them.
     Json evidence(const SentText &sent) const;
 
     std::size_t unread() const { return dvb_.unread() + unread_; }

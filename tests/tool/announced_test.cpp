@@ -198,15 +198,18 @@ TEST(Announced, EvidenceSaysWhatEachTextWas) {
     const json events = scan({"--evidence", "--language", "fra", "--now"}, dvb())["events"];
     ASSERT_EQ(events.size(), 1U);
     EXPECT_EQ(events[0]["texts"], json::parse(R"([
-        {"member": "name", "language": "fra", "bytes": "4E 6F 6D", "table": "DVB default table", "findings": []},
-        {"member": "text", "language": "fra", "bytes": "54 65 78 74 65", "table": "DVB default table", "findings": []},
-        {"member": "extended", "language": "fra", "bytes": "05 55 6E 20 63 61 66 E9 20 6E 6F 69 72",
-         "table": "ISO 8859-9", "findings": []},
-        {"member": "items", "language": "fra", "bytes": "41 76 65 63", "table": "DVB default table", "findings": []},
+        {"member": "name", "language": "fra", "bytes": "4E 6F 6D", "table": "DVB default table",
+         "reason": "default", "findings": []},
+        {"member": "text", "language": "fra", "bytes": "54 65 78 74 65", "table": "DVB default table",
+         "reason": "default", "findings": []},
+        {"member": "extended", "language": "fra", "bytes": "05 55 6E 20 63 61 66 E9 20 6E 6F 69 72", "table": "ISO 8859-9",
+         "reason": "selector", "findings": []},
+        {"member": "items", "language": "fra", "bytes": "41 76 65 63", "table": "DVB default table",
+         "reason": "default", "findings": []},
         {"member": "items", "language": "fra", "bytes": "4E 6F 62 6F 64 79", "table": "DVB default table",
-         "findings": []},
+         "reason": "default", "findings": []},
         {"member": "components", "language": "fra", "bytes": "49 6D 61 67 65", "table": "DVB default table",
-         "findings": []}])"));
+         "reason": "default", "findings": []}])"));
     const std::string greek = "\x03"
                               "a\xD2"; // ISO 8859-7 has nothing there
     const std::string network = section({0x40, 1}, loop(descriptor(0x40, greek)));

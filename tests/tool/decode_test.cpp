@@ -95,12 +95,14 @@ TEST(Decode, WritesValidUtf8Alone) {
     EXPECT_EQ(run({"decode", "--region", "gb2312", "C4"}), (Result{0, mark + "\n", report}));
     EXPECT_EQ(run({"decode", "1D 41 FF 42"}), (Result{0, "A" + mark + "B\n", report}));
     EXPECT_EQ(run({"decode", "11 D83D 0041"}), (Result{0, mark + "A\n", report}));
-    EXPECT_EQ(run({"decode", "--json", "1D 41 FF"}),
-              (Result{0,
-                      "{\"input\":\"1D 41 FF\",\"selector\":\"1D\",\"code\":19,\"codeName\":\"prepared "
-                      "UTF-8\",\"extra\":0,\"text\":\"A" +
-                          mark + "\"}\n",
-                      report}));
+    EXPECT_EQ(
+        run({"decode", "--json", "1D 41 FF"}),
+        (Result{
+            0,
+            "{\"input\":\"1D 41 FF\",\"selector\":\"1D\",\"code\":19,\"codeName\":\"prepared "
+            "UTF-8\",\"extra\":0,\"table\":\"UTF-8, no control codes filtered\",\"reason\":\"selector\",\"text\":\"A" +
+                mark + "\"}\n",
+            report}));
 }
 
 TEST(Decode, DefaultCodesHaveNames) {
@@ -132,14 +134,14 @@ TEST(Decode, WritesUnits) {
 TEST(Decode, WritesJson) {
     EXPECT_EQ(run({"decode", "--json", "05 41 E9", "4142"}),
               success("{\"input\":\"05 41 E9\",\"selector\":\"05\",\"code\":9,\"codeName\":\"ISO 8859-9\","
-                      "\"extra\":0,\"text\":\"A" +
+                      "\"extra\":0,\"table\":\"ISO 8859-9\",\"reason\":\"selector\",\"text\":\"A" +
                       e +
                       "\"}\n"
                       "{\"input\":\"41 42\",\"selector\":\"\",\"code\":0,\"codeName\":\"default table\","
-                      "\"extra\":0,\"text\":\"AB\"}\n"));
+                      "\"extra\":0,\"table\":\"DVB default table\",\"reason\":\"default\",\"text\":\"AB\"}\n"));
     EXPECT_EQ(run({"decode", "--json", "--to", "ucs2", "10 00 02 B1"}),
               success("{\"input\":\"10 00 02 B1\",\"selector\":\"10 00 02\",\"code\":2,\"codeName\":\"ISO 8859-2\","
-                      "\"extra\":0,\"units\":[\"0105\"]}\n"));
+                      "\"extra\":0,\"table\":\"ISO 8859-2\",\"reason\":\"selector\",\"units\":[\"0105\"]}\n"));
 }
 
 TEST(Decode, SelectorMayBeCutOff) {

@@ -48,8 +48,13 @@ Result validate(const std::string &schema, const std::string &lines) {
 
 TEST(Output, JsonIsAsItsSchemaSays) {
     for (const std::string &sample : samples()) {
-        const Result result = run({"scan", "--json", "--evidence", sample});
+        const File overrides("version = 1\n[[override]]\ncountry = \"DE\"\ndefault-code = \"iso8859-1\"\n"
+                             "source = \"a capture\"\ndate = 2026-11-01\n");
+        const Result result =
+            run({"scan", "--json", "--evidence", "--overrides", overrides.path(), "--country", "DE", sample});
         ASSERT_EQ(result.status, 0) << result.error;
+        // The guide names a table in every string.
+        EXPECT_EQ(result.out.find("\"override\":") != std::string::npos, sample == samples()[0]);
         json document = json::parse(result.out);
         const Result valid = validate("scan.schema.json", document.dump() + '\n');
         if (valid.status == 127) {

@@ -2,10 +2,12 @@
 #include "tool/run.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 namespace {
 
 using namespace zelk_test;
+using nlohmann::json;
 
 const std::string known = "version = 1\n"
                           "\n"
@@ -45,6 +47,156 @@ TEST(Overrides, LaterFilesCountFirst) {
               success("é\n"));
 }
 
+std::string entry(const std::string &where, const std::string &how, const std::string &source) {
+    return "[[override]]\n" + where + "\n" + how + "\nsource = \"" + source + "\"\ndate = 2026-11-05\n";
+}
+
+// The layers of a machine: of a system directory, of another that counts before it, and of the user.
+struct Layers {
+    Directory directory;
+    std::string system = directory.path() + "/system/zelk/overrides.toml";
+    std::string nearer = directory.path() + "/nearer/zelk/overrides.toml";
+    std::string user = directory.path() + "/home/.config/zelk/overrides.toml";
+    Environment environment;
+
+    Layers() {
+        environment.variables = {"XDG_CONFIG_DIRS=relative:" + directory.path() + "/nearer:" + directory.path() +
+                                     "/system",
+                                 "HOME=" + directory.path() + "/home"};
+    }
+
+    void write(const std::string &file, const std::string &entries) const {
+        directory.put(file.substr(directory.path().size() + 1), "version = 1\n" + entries);
+    }
+    Result decode(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), "decode");
+        return run(arguments, {}, environment);
+    }
+};
+
+// The lines of `check` but for the directory that the tool was configured with.
+std::string checked(const Layers &layers) {
+    const Result result = run({"overrides", "check"}, {}, layers.environment);
+    EXPECT_EQ(result.status, 0) << result;
+    EXPECT_EQ(result.out.compare(0, 9, "system: /"), 0) << result;
+    return result.out.substr(result.out.find('\n') + 1);
+}
+
+TEST(OverrideLayers, CountWithoutAnOptionTheUsersLast) {
+    const Layers layers;
+    const std::vector<std::string> string = {"--country", "FR", "E9"};
+    const std::vector<std::string> plain = {"--no-overrides", "--country", "FR", "E9"};
+    EXPECT_EQ(layers.decode(string), success("Ø\n"));
+    layers.write(layers.system, entry("country = \"FR\"", "default-code = \"iso8859-1\"", "system"));
+    EXPECT_EQ(layers.decode(string), success("é\n"));
+    layers.write(layers.nearer, entry("country = \"FR\"", "default-code = \"iso8859-5\"", "nearer"));
+    EXPECT_EQ(layers.decode(string), success("щ\n"));
+    layers.write(layers.user, entry("country = \"FR\"", "default-code = \"iso8859-7\"", "user"));
+    EXPECT_EQ(layers.decode(string), success("ι\n"));
+    EXPECT_EQ(layers.decode(plain), success("Ø\n"));
+    EXPECT_EQ(layers.decode({"E9"}), success("Ø\n")); // of which nothing is known
+
+    const File given(known); // and not its own entry for 3201.0001.0065 alone
+    EXPECT_EQ(layers.decode({"--overrides", given.path(), "--country", "FR", "E9"}), success("é\n"));
+    EXPECT_EQ(layers.decode({"--no-overrides", "--overrides", given.path(), "--country", "FR", "E9"}), success("é\n"));
+}
+
+TEST(OverrideLayers, ReplaceEntryByEntry) {
+    const Layers layers;
+    layers.write(layers.system, entry("country = \"FR\"", "default-code = \"iso8859-1\"", "a") +
+                                    entry("language = \"fre\"", "default-code = \"iso8859-5\"", "b") +
+                                    entry("network = 1", "default-code = \"iso8859-7\"", "c"));
+    layers.write(layers.user, entry("language = \"fre\"", "default-code = \"iso8859-2\"", "d") +
+                                  entry("network = 1", "ignore-selector = false", "e"));
+    EXPECT_EQ(layers.decode({"--country", "FR", "EA"}), success("ê\n"));
+    EXPECT_EQ(layers.decode({"--language", "fre", "EA"}), success("ę\n"));
+    EXPECT_EQ(layers.decode({"--service", "0001.0002.0003", "E9"}), success("Ø\n"));
+    // The user's entry for a country is wider than the system's for a language.
+    layers.write(layers.user, entry("country = \"FR\"", "default-code = \"iso8859-2\"", "f"));
+    EXPECT_EQ(layers.decode({"--country", "FR", "--language", "fre", "EA"}), success("ъ\n"));
+}
+
+TEST(OverrideLayers, AreCheckedByTheirPaths) {
+    const Layers layers;
+    EXPECT_EQ(checked(layers), "system: " + layers.system + ": not there\nsystem: " + layers.nearer +
+                                   ": not there\nuser: " + layers.user + ": not there\nentries: 0\n");
+    layers.write(layers.system, entry("network = 1", "region = \"iso8859-2\"", "a"));
+    layers.write(layers.user, entry("network = 1", "region = \"iso8859-2\"", "a") +
+                                  entry("network = 2", "region = \"iso8859-2\"", "a"));
+    EXPECT_EQ(checked(layers), "system: " + layers.system + ": 1 entry\nsystem: " + layers.nearer +
+                                   ": not there\nuser: " + layers.user + ": 2 entries\nentries: 3\n");
+    Layers elsewhere;
+    elsewhere.environment.variables = layers.environment.variables;
+    elsewhere.environment.variables.push_back("XDG_CONFIG_HOME=" + elsewhere.directory.path());
+    const std::string lines = checked(elsewhere);
+    EXPECT_NE(lines.find("\nuser: " + elsewhere.directory.path() + "/zelk/overrides.toml: not there\nentries: 1\n"),
+              std::string::npos)
+        << lines;
+    EXPECT_EQ(run({"overrides", "compact"}, {}, layers.environment).out,
+              "zelk-overrides 1\nn=1 r=2\nn=1 r=2\nn=2 r=2\n");
+}
+
+TEST(OverrideLayers, AreNeverWrittenAndFaultsAreTold) {
+    const Layers layers;
+    layers.write(layers.user, entry("country = \"fr\"", "region = \"iso8859-2\"", "a"));
+    const Result result = layers.decode({"E9"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.error, "zelk decode: " + layers.user + ":3: expected a country as in ISO 3166, such as \"FR\"\n");
+    EXPECT_EQ(layers.decode({"--no-overrides", "E9"}), success("Ø\n"));
+    // Where no DVB string is read, nobody asks.
+    EXPECT_EQ(run({"convert", "-f", "iso8859-1"}, "\xE9", layers.environment), success("é"));
+    EXPECT_EQ(run({"convert", "-f", "dvb"}, "\xE9", layers.environment).status, 2);
+    EXPECT_EQ(run({"overrides", "check"}, {}, layers.environment).status, 1);
+    EXPECT_EQ(run({"overrides", "compact"}, {}, layers.environment).status, 1);
+}
+
+TEST(OverrideLayers, LeaveGb2312ToTheSystem) {
+    const Layers layers;
+    layers.write(layers.user, entry("country = \"CN\"", "region = \"gb2312\"", "a"));
+    EXPECT_EQ(layers.decode({"--country", "CN", "D6D0"}), success("中\n"));
+    EXPECT_EQ(layers.decode({"--region", "gb2312", "D6D0"}), success("中\n"));
+}
+
+// Every form of evidence names the entry that decided, and no other.
+TEST(OverrideLayers, AreInTheEvidence) {
+    const Layers layers;
+    layers.write(layers.user, entry("network = 0x3201", "default-code = \"iso8859-1\"", "a capture"));
+    const json named = {
+        {"layer", "user"}, {"file", layers.user}, {"line", 2}, {"source", "a capture"}, {"date", "2026-11-05"}};
+    const auto lineOf = [&layers](std::vector<std::string> arguments) {
+        return json::parse(run(arguments, {}, layers.environment).out);
+    };
+    const json decoded = lineOf({"decode", "--json", "--service", "3201.0001.0065", "E9"});
+    EXPECT_EQ(decoded["override"], named);
+    EXPECT_EQ(decoded["reason"], "override");
+    EXPECT_EQ(decoded["table"], "ISO 8859-1");
+    EXPECT_EQ(decoded["code"], 1);
+    const json announced = lineOf({"decode", "--json", "--service", "3201.0001.0065", "05 E9"});
+    EXPECT_FALSE(announced.contains("override")); // the string says so itself
+    EXPECT_EQ(announced["reason"], "selector");
+    EXPECT_EQ(lineOf({"explain", "--json", "--service", "3201.0001.0065", "E9"})["override"], named);
+    EXPECT_EQ(lineOf({"explain", "--json", "--service", "3202.0001.0065", "E9"})["override"], nullptr);
+
+    const std::string sample = ZELK_TOOL_SOURCES "/../samples/multiplex.ts";
+    std::size_t overridden = 0;
+    const json scanned = lineOf({"scan", "--json", "--evidence", sample});
+    for (const json &event : scanned["events"]) {
+        for (const json &text : event["texts"]) {
+            EXPECT_EQ(text["reason"] == "override", text.contains("override")) << text;
+            if (text.contains("override")) {
+                EXPECT_EQ(text["override"], named);
+                // A selector that names no table leaves it to the settings, too.
+                const bool selected = text["bytes"].get<std::string>() < "20";
+                EXPECT_EQ(text["table"], std::string(selected ? "DVB default table" : "ISO 8859-1")) << text;
+                overridden += selected ? 0 : 1;
+            }
+        }
+    }
+    EXPECT_NE(overridden, 0U);
+    EXPECT_EQ(run({"scan", "--no-overrides", "--evidence", sample}, {}, layers.environment).out,
+              run({"scan", "--evidence", sample}).out);
+}
+
 TEST(Overrides, AreExplained) {
     const File file(known);
     const Result result = run({"explain", "--overrides", file.path(), "--country", "FR", "E9"});
@@ -54,7 +206,7 @@ TEST(Overrides, AreExplained) {
 
 TEST(Overrides, AreChecked) {
     const File good(known);
-    EXPECT_EQ(run({"overrides", "check", good.path()}), success("entries: 2\n"));
+    EXPECT_EQ(run({"overrides", "check", good.path()}), success("file: " + good.path() + ": 2 entries\nentries: 2\n"));
     EXPECT_EQ(run({"overrides", "compact", good.path()}).out.substr(0, 17), "zelk-overrides 1\n");
     const std::pair<const char *, const char *> faults[] = {
         {"", ":1: expected 'version = 1'"},

@@ -6,6 +6,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <ostream>
 #include <poll.h>
 #include <spawn.h>
@@ -194,6 +196,24 @@ File::File(const std::string &content) : path_(::testing::TempDir() + "zelk-test
 
 File::~File() {
     (void)unlink(path_.c_str());
+}
+
+Directory::Directory() : path_(::testing::TempDir() + "zelk-test-XXXXXX") {
+    if (mkdtemp(path_.data()) == nullptr) {
+        throw std::runtime_error("cannot make " + path_);
+    }
+}
+
+Directory::~Directory() {
+    std::error_code failed;
+    std::filesystem::remove_all(path_, failed);
+}
+
+std::string Directory::put(const std::string &name, const std::string &content) const {
+    const std::filesystem::path path = std::filesystem::path(path_) / name;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+    return path.string();
 }
 
 } // namespace zelk_test

@@ -61,4 +61,20 @@ private:
     std::string path_;
 };
 
+// An empty directory for the time of a test; what the test puts there goes with it.
+class Directory {
+public:
+    Directory();
+    ~Directory();
+    Directory(const Directory &) = delete;
+    Directory &operator=(const Directory &) = delete;
+    const std::string &path() const { return path_; }
+
+    // Writes a file below it, and the directories on the way.
+    std::string put(const std::string &name, const std::string &content) const;
+
+private:
+    std::string path_;
+};
+
 } // namespace zelk_test

@@ -2,17 +2,20 @@
 
 _zelk_options() {
     case $1 in
-    decode) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --country --to --language --service --json" ;;
-    explain) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --country --color --json" ;;
+    decode) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --no-overrides --country --to --language --service --json" ;;
+    explain) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --no-overrides --country --language --service --color --json" ;;
     encode) echo "--file --region --code --prefer-utf8 --compress --limit --pieces --raw" ;;
-    lint) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --country --stream --language --severity --fail-on --ignore --baseline --write-baseline --json --sarif --rules" ;;
+    lint) echo "--raw --file --region --default-code --extra --keep-emphasis --guess --overrides --no-overrides --country --stream --language --severity --fail-on --ignore --baseline --write-baseline --json --sarif --rules" ;;
     overrides) ;;
     scan)
-        echo "--region --default-code --extra --keep-emphasis --guess --overrides --country --pid --service --now --next --from --until --genre" \
+        echo "--region --default-code --extra --keep-emphasis --guess --overrides --no-overrides --country --pid --service --now --next --from --until --genre" \
             "--language --text --json --ndjson --csv --xmltv --wide --evidence --follow --limit --duration --color"
         ;;
     huffman) echo "--title --description --type --skip --raw --file" ;;
-    convert) echo "--from --to --region --default-code --extra --keep-emphasis --guess --overrides --country --checked --tolerant --output --strict --list" ;;
+    convert)
+        echo "--from --to --region --default-code --extra --keep-emphasis --guess --overrides --no-overrides --country --language" \
+            "--service --checked --tolerant --output --strict --list"
+        ;;
     sort) echo "--reverse --natural --key --unique --output" ;;
     match) echo "--ignore-case --ignore-control --invert --count" ;;
     quote) echo "--open --close" ;;

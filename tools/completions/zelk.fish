@@ -29,6 +29,7 @@ complete -c zelk -n '__fish_seen_subcommand_from decode explain lint scan conver
 complete -c zelk -n '__fish_seen_subcommand_from decode explain lint scan convert' -l keep-emphasis -d 'Keep the emphasis codes'
 complete -c zelk -n '__fish_seen_subcommand_from decode explain lint scan convert' -l guess -d 'Another table where the bytes speak for it'
 complete -c zelk -n '__fish_seen_subcommand_from decode explain lint scan convert' -l overrides -r -d 'What is known about broadcasts'
+complete -c zelk -n '__fish_seen_subcommand_from decode explain lint scan convert' -l no-overrides -d 'No overrides but given ones'
 complete -c zelk -n '__fish_seen_subcommand_from decode explain lint scan convert' -l country -x -d 'Country of the broadcast'
 complete -c zelk -n '__fish_seen_subcommand_from explain scan' -l color -x -a 'auto always never' -d 'When to colour'
 complete -c zelk -n '__fish_seen_subcommand_from decode explain lint scan' -l json -d 'Write JSON'
@@ -59,8 +60,8 @@ complete -c zelk -n '__fish_seen_subcommand_from encode' -l pieces -d 'What is l
 complete -c zelk -n '__fish_seen_subcommand_from encode' -s r -l raw -d 'Write raw bytes'
 
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l stream -r -d 'Check the texts of a broadcast'
-complete -c zelk -n '__fish_seen_subcommand_from decode' -l service -x -d 'Service of the strings'
-complete -c zelk -n '__fish_seen_subcommand_from decode lint' -l language -x -d 'Language of the strings'
+complete -c zelk -n '__fish_seen_subcommand_from decode explain convert' -l service -x -d 'Service of the strings'
+complete -c zelk -n '__fish_seen_subcommand_from decode explain convert lint' -l language -x -d 'Language of the strings'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l severity -x -a 'note warning error' -d 'Least severity that is told'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l fail-on -x -a 'note warning error never' -d 'Least severity of exit status 1'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l ignore -x -a "(zelk lint --rules 2>/dev/null | awk 'NR > 1 { print \$1 }')" -d 'Leave a rule out'
