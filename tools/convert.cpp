@@ -267,8 +267,9 @@ public:
                 const std::string_view rest = in.substr(prefix, done - prefix);
                 const std::size_t own = countMarks(utf8) + marksOf(source.set, rest);
                 if (marks > own && strict_) {
-                    failUnread(source, *findSet("utf8"), utf8, offset);
-                    failUnread(source, source.set, rest, offset + prefix);
+                    out.resize(before);
+                    failUnread(source, *findSet("utf8"), utf8, offset, out);
+                    failUnread(source, source.set, rest, offset + prefix, out);
                 }
                 count_ += marks - std::min(own, marks);
             }
@@ -277,15 +278,19 @@ public:
         };
     }
 
-    // A surrogate among the units of a source that is not read to UTF-8.
-    void noteSurrogate(const Source &source, std::size_t unitsBefore, unsigned short unit) {
+    // What cannot be read of a source that is not read to UTF-8: bytes at an offset.
+    void noteUnread(const Source &source, std::size_t offset, std::string_view found) {
         if (strict_) {
-            const bool highFirst = source.set.number != 0;
-            const auto high = static_cast<char>(unit >> 8U);
-            const auto low = static_cast<char>(unit & 0xFFU);
-            fail(source, source.set, 2 * unitsBefore, highFirst ? std::string{high, low} : std::string{low, high});
+            fail(source, source.set, offset, found);
         }
         ++count_;
+    }
+
+    void noteSurrogate(const Source &source, std::size_t unitsBefore, unsigned short unit) {
+        const bool highFirst = source.set.number != 0;
+        const auto high = static_cast<char>(unit >> 8U);
+        const auto low = static_cast<char>(unit & 0xFFU);
+        noteUnread(source, 2 * unitsBefore, highFirst ? std::string{high, low} : std::string{low, high});
     }
 
     std::size_t count() const { return count_; }
@@ -298,9 +303,12 @@ private:
                   hex(found.substr(0, shown)));
     }
 
-    // Fails if something in a stretch of a set, which begins at `offset`, cannot be read.
-    void failUnread(const Source &source, const CharacterSet &set, std::string_view in, std::size_t offset) const {
-        const auto [at, length] = firstUnread(set, withoutSurrogates(makeConverter(set, reader_)), in);
+    // Converts a stretch of a set, which begins at `offset`, up to what cannot be read, and fails there.
+    void failUnread(const Source &source, const CharacterSet &set, std::string_view in, std::size_t offset,
+                    std::string &out) const {
+        const Converter converter = withoutSurrogates(makeConverter(set, reader_));
+        const auto [at, length] = firstUnread(set, converter, in);
+        (void)converter(length != 0 ? in.substr(0, at) : in, true, out);
         if (length != 0) {
             fail(source, set, offset + at, in.substr(at, length));
         }
@@ -366,20 +374,28 @@ ExitStatus run(const ConvertOptions &options) {
         Source source{input.name(), from};
         Converter converter = options.tolerant ? fromIsoTolerant(static_cast<unsigned int>(from.number), source.prefix)
                                                : makeConverter(from, reader);
+        const MissingCharacter missing = [&](std::size_t utf8Bytes, std::size_t characters, unsigned short character) {
+            ++unsaid;
+            if (options.strict) {
+                failMissing(source, target, utf8Bytes, characters, character);
+            }
+        };
         UnitWriter units;
         if (target.family == Family::Ucs2) {
             units = writeUcs2(target.number != 0);
         } else if (isSingleByte(target)) {
-            units = writeSingleByte(targetCharacters,
-                                    [&](std::size_t utf8Bytes, std::size_t characters, unsigned short character) {
-                                        ++unsaid;
-                                        if (options.strict) {
-                                            failMissing(source, target, utf8Bytes, characters, character);
-                                        }
-                                    });
+            units = writeSingleByte(targetCharacters, missing);
         }
         const bool wide = target.family == Family::Ucs2; // which has surrogates, too
-        if (units && from.family == Family::Ucs2) {
+        if (isSingleByte(target) && isSingleByte(from) && !options.tolerant) {
+            converter = byteToByte(charactersOf(converter), targetCharacters,
+                                   [&](std::size_t offset, char byte, unsigned short character) {
+                                       if (character == 0xFFFD) {
+                                           watch.noteUnread(source, offset, {&byte, 1});
+                                       }
+                                       missing(0, offset, character);
+                                   });
+        } else if (units && from.family == Family::Ucs2) {
             MissingCharacter surrogate = [&](std::size_t, std::size_t before, unsigned short unit) {
                 watch.noteSurrogate(source, before, unit);
             };

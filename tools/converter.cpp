@@ -144,7 +144,13 @@ Converter withoutSurrogates(Converter converter) {
 Converter chain(Converter first, Converter second) {
     return [first = std::move(first), second = std::move(second),
             between = std::string()](std::string_view in, bool last, std::string &out) mutable {
-        const std::size_t done = first(in, last, between);
+        std::size_t done = 0;
+        try {
+            done = first(in, last, between);
+        } catch (const Failure &) {
+            (void)second(between, true, out); // which fails itself where there is a fault before
+            throw;
+        }
         between.erase(0, second(between, last, out));
         return done;
     };
@@ -358,6 +364,34 @@ UnitWriter writeSingleByte(const CharacterTable &set, MissingCharacter missing) 
         }
         utf8Before += utf8Bytes;
         characters += count;
+    };
+}
+
+Converter byteToByte(const CharacterTable &from, const CharacterTable &to, MissingByte missing) {
+    constexpr std::uint16_t lacking = 0x100; // above the byte
+    std::array<std::uint16_t, 256> bytes{};  // a zero byte stays one
+    for (std::size_t byte = 1; byte < bytes.size(); ++byte) {
+        const auto *const found = from[byte] == 0xFFFD ? to.end() : std::find(to.begin() + 1, to.end(), from[byte]);
+        bytes[byte] = static_cast<std::uint16_t>(found != to.end() ? found - to.begin() : lacking | '?');
+    }
+    return [from, bytes, missing = std::move(missing), offset = std::size_t{0}](std::string_view in, bool,
+                                                                                std::string &out) mutable {
+        const std::size_t before = out.size();
+        out.resize(before + in.size());
+        unsigned int any = 0;
+        for (std::size_t i = 0; i < in.size(); ++i) {
+            const unsigned int byte = bytes[static_cast<unsigned char>(in[i])];
+            any |= byte;
+            out[before + i] = static_cast<char>(byte);
+        }
+        for (std::size_t i = 0; (any & lacking) != 0 && i < in.size(); ++i) {
+            const auto byte = static_cast<unsigned char>(in[i]);
+            if ((bytes[byte] & lacking) != 0) {
+                missing(offset + i, in[i], from[byte]);
+            }
+        }
+        offset += in.size();
+        return in.size();
     };
 }
 

@@ -28,7 +28,7 @@ std::size_t countMarks(std::string_view utf8);
 // UTF-8 that comes out of the converter has U+FFFD in place of surrogates, which the library takes for characters.
 Converter withoutSurrogates(Converter converter);
 
-// `first`, then `second` on its result.
+// `first`, then `second` on its result, also on what `first` gave before it failed.
 Converter chain(Converter first, Converter second);
 
 // The library ends a text at a zero byte; here a zero byte is passed on, and `convert` sees the texts between.
@@ -81,6 +81,11 @@ using MissingCharacter = std::function<void(std::size_t utf8Bytes, std::size_t c
 
 // A question mark stands for a character that the set lacks.
 UnitWriter writeSingleByte(const CharacterTable &set, MissingCharacter missing);
+
+// One single-byte set to another, byte by byte. `missing` is told of each byte whose character there is no place for,
+// or that is none (U+FFFD): its offset, itself and its character.
+using MissingByte = std::function<void(std::size_t offset, char byte, unsigned short character)>;
+Converter byteToByte(const CharacterTable &from, const CharacterTable &to, MissingByte missing);
 
 // UTF-8, and UCS-2 in either order, to a writer of units. Where surrogates are asked for, `surrogate` is told of each,
 // and it becomes U+FFFD.

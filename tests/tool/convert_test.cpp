@@ -177,6 +177,20 @@ TEST(Convert, StrictStopsAtACharacterWithoutAPlace) {
         "zelk convert: standard input: offset 65536: expected a character of iso8859-1, found U+20AC (E2 82 AC)\n");
 }
 
+// Of two faults in one stretch the first counts, be it in reading or in writing.
+TEST(Convert, StrictStopsAtTheFirstOfTwoFaults) {
+    const auto found = [](const std::string &from, const std::string &to, const std::string &input) {
+        const std::string error = convert(from, input, {"-t", to, "--strict"}).error;
+        return error.substr(error.find("standard input: ") + 16);
+    };
+    EXPECT_EQ(found("1257", "latin9", "a\xD4\x81"),
+              "offset 1: expected a character of iso8859-15, found U+014C (C5 8C)\n");
+    EXPECT_EQ(found("1257", "latin9", "a\x81\xD4"), "offset 1: expected a character of windows-1257, found 81\n");
+    EXPECT_EQ(found("utf8", "latin1", "\xC3\xA9\xE2\x82\xAC\xFF"),
+              "offset 2: expected a character of iso8859-1, found U+20AC (E2 82 AC)\n");
+    EXPECT_EQ(found("utf8", "latin1", "\xFF\xE2\x82\xAC"), "offset 0: expected a character of utf8, found FF\n");
+}
+
 // Where an ISO text is UTF-8, or was up to some place, the offset is of the input, too.
 TEST(Convert, StrictCountsBytesOfTheInput) {
     const std::string filler(chunk, 'x');
