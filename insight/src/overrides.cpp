@@ -44,7 +44,7 @@ void readWord(std::string_view word, const zelkInsightOrigin &origin, Entry &ent
     const std::string_view key = takeUntil(value, '=');
     const std::optional<unsigned int> number = numberOf(value);
     const auto match = [&entry](bool holds, unsigned int weight) {
-        entry.applies = entry.applies && holds;
+        entry.applies = holds;
         entry.weight += weight;
     };
     const auto isText = [value](const char *text) { return text != nullptr && value == text; };

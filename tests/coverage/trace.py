@@ -65,16 +65,18 @@ def add_function(sources, function):
         files[file].branches[place] = (sums[0] + taken, sums[1] + not_taken)
 
 
-def sources_of(profile, programs, directory):
+def sources_of(profile, programs, directories):
     functions = command("llvm-profdata", "show", "--all-functions", profile)
     emitted = set(re.findall(r"^  (\S.*):$", functions, re.MULTILINE))
     objects = [word for program in programs[1:] for word in ("-object", program)]
-    export = json.loads(command("llvm-cov", "export", "-instr-profile", profile, programs[0], *objects, str(directory)))
+    export = json.loads(command("llvm-cov", "export", "-instr-profile", profile, programs[0], *objects,
+                                *map(str, directories)))
     sources = collections.defaultdict(Source)
     for function in export["data"][0]["functions"]:
         if function["name"] in emitted:
             add_function(sources, function)
-    return {Path(name): source for name, source in sources.items() if Path(name).is_relative_to(directory)}
+    return {Path(name): source for name, source in sources.items()
+            if any(Path(name).is_relative_to(directory) for directory in directories)}
 
 
 def markers_of(path):
@@ -120,8 +122,9 @@ def main():
     parser.add_argument("programs", nargs="+", help="the programs and libraries that have run")
     arguments = parser.parse_args()
     root = Path(__file__).resolve().parents[2]
+    directories = [root / "src", root / "insight/src"]
     files, idle = [], []
-    for path, source in sorted(sources_of(arguments.profile, arguments.programs, root / "src").items()):
+    for path, source in sorted(sources_of(arguments.profile, arguments.programs, directories).items()):
         trace, useless = trace_of(path.relative_to(root), source, markers_of(path))
         files.append(trace)
         idle += useless

@@ -194,6 +194,9 @@ TEST(InsightDecode, TellsOfCompressedText) {
     const Decoded pieces = decode(bytes("1F 05") + MalaysiaEncoder(rows).encode("This show, caf\xE9"));
     EXPECT_EQ(pieces.text, "This show, caf\xC3\xA9");
     EXPECT_EQ(told(pieces), "");
+    const Decoded little = decode(bytes("1F 05") + MalaysiaEncoder(rows).encode("This show, caf\xE9"), standard, 3);
+    ASSERT_EQ(little.findings.size(), 1U); // a piece fits whole or not at all
+    EXPECT_EQ(little.findings[0].kind, ZelkInsightTextCut);
 }
 
 TEST(InsightDecode, TellsWhatWasCut) {
@@ -221,6 +224,155 @@ TEST(InsightDecode, CountsFindingsWithoutRoom) {
     EXPECT_EQ(evidence.findingCount, 20U);
     EXPECT_EQ(zelkInsightDecode(nullptr, out, sizeof out, nullptr, 5, nullptr), 0U);
     EXPECT_EQ(out[0], 0);
+}
+
+// Bytes of compressed text that are no UTF-8, or half of a pair; the text is that of plain decoding.
+TEST(InsightDecode, TellsOfUnicodeInCompressedText) {
+    static const ContextCodes codes = contextCodes(HuffmanDecodeTable_1);
+    const auto expect = [](const char *body, const char *text, const std::string &kinds) {
+        const Decoded decoded = decode(bytes("1F 01") + encodeStreamText(codes, bytes(body)));
+        EXPECT_EQ(decoded.text, text) << body;
+        std::string found;
+        for (const zelkInsightFinding &finding : decoded.findings) {
+            found += std::string(zelkInsightKindName(finding.kind)) + " ";
+        }
+        EXPECT_EQ(found, kinds) << body;
+        // The steps cover the bits without gap or overlap, but for a byte that a step of no bits stands for.
+        unsigned int next = 16;
+        for (const zelkInsightStep &step : decoded.steps) {
+            if (step.bitCount != 0) {
+                EXPECT_EQ(step.bitOffset, next) << body;
+                next = step.bitOffset + step.bitCount;
+            }
+        }
+    };
+    expect("41 C3A9 42",
+           "A\xC3\xA9"
+           "B",
+           "");
+    expect("41 80 42",
+           "A\xEF\xBF\xBD"
+           "B",
+           "utf8-malformed ");
+    expect("41 EFBFBD 42",
+           "A\xEF\xBF\xBD"
+           "B",
+           "");
+    expect("EDA0BD 41",
+           "\xEF\xBF\xBD"
+           "A",
+           "surrogate-lone ");
+    expect("EDA0BD", "\xEF\xBF\xBD", "surrogate-lone ");
+    expect("41 C3 42", "AB", "utf8-malformed ");
+}
+
+// Whatever the bits are, the text is that of plain decoding, where that is valid.
+TEST(InsightDecode, ReadsCompressedBitsAsTheyCome) {
+    static const ContextCodes codes = contextCodes(HuffmanDecodeTable_1);
+    std::vector<std::string> strings; // with what stands for the end of a text and for "more is needed", too
+    for (const char *body : {"41 EFBFBE 42 43 44", "41 EFBFBE", "41 EFBFBF 42", "41 F0 9F 42", "C3", "41 00"}) {
+        strings.push_back(bytes("1F 01") + encodeStreamText(codes, bytes(body)));
+    }
+    Random random(33);
+    for (int round = 0; round < 6000; ++round) {
+        std::string string = {'\x1F', "\x01\x02\x05\x06"[random.below(4)]};
+        for (std::uint32_t length = random.below(24); length > 0; --length) {
+            string.push_back(static_cast<char>(random.chance(30) ? 0x100 - random.below(4) : random.below(256)));
+        }
+        strings.push_back(string);
+    }
+    for (const std::string &string : strings) {
+        const Decoded decoded = decode(string);
+        std::string plain(32 * string.size() + 32, '\0');
+        plain.resize(zelk_dvb8ToUtf8(DvbCharSetStandard, plain.data(), static_cast<int>(plain.size()),
+                                     (string + '\0').data(), static_cast<int>(string.size()), DvbCodeNone, 0, 0));
+        const bool surrogates = plain.find('\xED') != std::string::npos; // which plain decoding leaves as they are
+        EXPECT_TRUE(surrogates || decoded.text == plain) << decoded.text << " | " << plain;
+    }
+}
+
+TEST(InsightDecode, TellsOfPreparedPairs) {
+    const std::string head = "selector-reserved@0+1>0+0:29";
+    const std::pair<const char *, std::pair<const char *, const char *>> strings[] = {
+        {"1D EDA0BD EDB880", {"\xF0\x9F\x98\x80", ""}},
+        {"1D EDA0BD 41",
+         {"\xEF\xBF\xBD"
+          "A",
+          " surrogate-lone@1+3>0+3:55357"}},
+        {"1D EDA0BD C3A9", {"\xEF\xBF\xBD\xC3\xA9", " surrogate-lone@1+3>0+3:55357"}},
+        {"1D EDA0BD EDA0BD",
+         {"\xEF\xBF\xBD\xEF\xBF\xBD", " surrogate-lone@1+3>0+3:55357 surrogate-lone@4+3>3+3:55357"}},
+        {"1D EDB880 41",
+         {"\xEF\xBF\xBD"
+          "A",
+          " surrogate-lone@1+3>0+3:56832"}},
+    };
+    for (const auto &[string, expected] : strings) {
+        const Decoded decoded = decode(bytes(string));
+        EXPECT_EQ(decoded.text, expected.first) << string;
+        EXPECT_EQ(told(decoded), head + expected.second) << string;
+    }
+    // No surrogates, though they begin like some.
+    for (const char *string : {"1D EDA0", "1D EDA0 41", "1D EDA0 C0", "1D ED41BD", "1D EDC0BD", "1D ED"}) {
+        EXPECT_NE(told(decode(bytes(string))).find(" utf8-malformed@1+"), std::string::npos) << string;
+    }
+}
+
+// Without a count a zero ends the text: two zeros that of two-byte text, and its code that of compressed text.
+TEST(InsightDecode, FindsTheEndWithoutACount) {
+    EXPECT_EQ(decode(bytes("11 0041 0100"), standard, 4096, false).text, "A\xC4\x80");
+    EXPECT_EQ(decode("Caf\xC2"
+                     "e",
+                     standard, 4096, false)
+                  .text,
+              "Caf\xC3\xA9");
+    EXPECT_EQ(decode("\xC2", standard, 4096, false).evidence.findingCount, 1U);
+    static const ContextCodes codes = contextCodes(HuffmanDecodeTable_1);
+    const std::string compressed = bytes("1F 01") + encodeStreamText(codes, "News");
+    EXPECT_EQ(decode(compressed, standard, 4096, false).text, "News");
+    EXPECT_EQ(zelkInsightDecodeSize(nullptr, nullptr, 5), 1);
+    EXPECT_EQ(zelkInsightDecodeSize(nullptr, "News", -1), 13);
+    EXPECT_EQ(zelkInsightDecodeSize(nullptr, "\x11\0A", 3), 7);
+    EXPECT_EQ(zelkInsightDecodeSize(nullptr, compressed.data(), -1), 0);
+    EXPECT_EQ(zelkInsightDecodeSize(nullptr, compressed.data(), 12), 241);
+    EXPECT_EQ(zelkInsightDecodeSize(nullptr, "News", 0x7FFFFFFF), 0x7FFFFFFF);
+}
+
+TEST(InsightDecode, TakesSettingsAndRoomAsTheyAre) {
+    zelkInsightSettings settings = standard;
+    settings.options = ZelkInsightIgnoreSelector;
+    EXPECT_EQ(decode("A", settings).evidence.reason, ZelkInsightByDefault); // there is none to ignore
+    EXPECT_EQ(decode(bytes("05 C2 65"), settings).text, "\xC3\xA9");
+    settings = {static_cast<dvbCharSet_t>(99), DvbCodeNone, 0, 0, 0};
+    EXPECT_EQ(decode("A", settings).text, "A");
+    EXPECT_EQ(decode(bytes("05 41"), settings).text, "A");
+    EXPECT_EQ(findingsOf("1F"), "selector-cut@0+1>0+0:31");
+    EXPECT_EQ(zelkInsightKindSeverity(ZelkInsightKindCount), ZelkInsightNote);
+
+    // Emphasis with nothing, and with too little, to say it in.
+    const std::string emphasised = bytes("15 41 C286 42 C287 43 C286 44");
+    settings = {DvbCharSetStandard, DvbCodeNone, 0, 1, 0};
+    char out[64];
+    const int count = static_cast<int>(emphasised.size());
+    const unsigned int length = zelkInsightDecode(&settings, out, sizeof out, emphasised.data(), count, nullptr);
+    EXPECT_EQ(std::string(out, length), emphasised.substr(1));
+    zelkInsightStep steps[2] = {};
+    zelkInsightEvidence evidence{};
+    evidence.steps = steps;
+    evidence.stepRoom = 1;
+    EXPECT_EQ(zelkInsightDecode(&settings, out, sizeof out, emphasised.data(), count, &evidence), length);
+    EXPECT_EQ(evidence.findingCount, 2U);
+    EXPECT_EQ(evidence.severity, ZelkInsightWarning);
+    EXPECT_EQ(evidence.stepCount, 8U);
+    EXPECT_EQ(steps[1].length, 0U);
+    evidence = {};
+    EXPECT_EQ(zelkInsightDecode(nullptr, out, sizeof out, "News\xA6", 5, &evidence), 4U);
+    EXPECT_EQ(evidence.findingCount, 1U);
+    EXPECT_EQ(zelkInsightDecode(nullptr, out, sizeof out, nullptr, 5, &evidence), 0U);
+    EXPECT_EQ(evidence.findingCount, 0U);
+    evidence.findingRoom = 3; // of no array
+    EXPECT_EQ(zelkInsightDecode(nullptr, out, sizeof out, "News", 4, &evidence), 4U);
+    EXPECT_EQ(evidence.findingRoom, 0U);
 }
 
 TEST(InsightDecode, NamesAreStable) {

@@ -100,7 +100,7 @@ TEST(InsightEncode, KeepsTheBudget) {
     EXPECT_EQ(encode("Café au lait", only(1), 5).about.used, 5U);
     EXPECT_EQ(encode("Новости", only(1U << 5U), 1).string, "");
     EXPECT_EQ(encode("Новости", only(1U << 5U), 1).about.used, 0U);
-    EXPECT_EQ(encode("xe\xCC\x81", only(ZelkInsightFormUtf8), 3).string, "\x15x"); // e and its combining mark
+    EXPECT_EQ(encode("xe\xCC\x81", only(1U << 21U), 3).string, "\x15x"); // e and its combining mark
     char out[1] = {'x'};
     EXPECT_EQ(zelkInsightEncode(nullptr, out, 0, "abc", 3, nullptr), 0U);
     EXPECT_EQ(out[0], 0);
@@ -123,7 +123,7 @@ TEST(InsightEncode, SendsPieces) {
         text += "Příliš žluťoučký kůň ";
     }
     for (const zelkInsightEncodeSettings &settings :
-         {only(0), only(1), only(ZelkInsightFormUtf8), only(ZelkInsightFormTwoByte)}) {
+         {only(0), only(1), only(1U << 21U), only(ZelkInsightFormTwoByte)}) {
         std::vector<std::string> pieces;
         zelkInsightEncoded about{};
         const unsigned int count =
@@ -251,6 +251,39 @@ TEST(InsightCompress, ReadsBack) {
     EXPECT_EQ(zelkInsightCompress(1, out, 3, "Long text that does not fit", -1), 0U);
     EXPECT_EQ(out[0], 0);
     EXPECT_NE(zelkInsightCompress(1, out, sizeof out, nullptr, 3), 0U); // the end alone
+}
+
+TEST(InsightEncode, TakesSettingsAsTheyAre) {
+    // A region without a row reads every selector as the receivers of none does.
+    EXPECT_EQ(encode("Éàü", {static_cast<dvbCharSet_t>(99), 0, 0}).string.empty(), false);
+    // A tabulator is a control that the default table drops.
+    EXPECT_EQ(decode(encode("a\tb").string), "a\tb");
+    // What is preferred has to be among the forms.
+    EXPECT_EQ(encode("é", only(1U << 5U, ZelkInsightPreferUtf8)).string, bytes("01 3F"));
+    EXPECT_EQ(encode(std::string("a\x01") + "b", only(ZelkInsightFormUtf8)).about.unsaid, 1U);
+    for (const char *unsendable : {"\x01", "\xC2\x85", "\xEE\x82\x85"}) {
+        EXPECT_NE(encode(unsendable).about.unsaid, 0U) << unsendable;
+        EXPECT_NE(encode(unsendable, only(ZelkInsightFormTwoByte)).about.unsaid, 0U) << unsendable;
+    }
+    for (const char *text : {"\xEF\xBF\xBE", "\xEF\xBF\xBF"}) { // which compressed text cannot hold
+        EXPECT_EQ(decode(encode(text, only(0xF0EFFFU)).string), text);
+    }
+}
+
+// Of what does not fit a letter goes with its mark; what stands beside the marks in Unicode is a letter.
+TEST(InsightEncode, KnowsTheMarksOfUnicode) {
+    for (const char *mark : {"\xCC\x80", "\xCD\xAF", "\xD6\x91", "\xD7\x87", "\xD9\x8B", "\xD9\x9F", "\xE0\xB8\xB1",
+                             "\xE0\xB8\xBA", "\xE0\xB9\x87", "\xE0\xB9\x8E", "\xE2\x83\x90", "\xE2\x83\xBF"}) {
+        EXPECT_EQ(encode(std::string("ab") + mark, only(ZelkInsightFormUtf8), 3).string, "\x15"
+                                                                                         "a")
+            << mark;
+    }
+    for (const char *letter : {"\xCB\xBF", "\xCD\xB0", "\xD6\x90", "\xD7\x88", "\xD9\x8A", "\xD9\xA0", "\xE0\xB8\xB0",
+                               "\xE0\xB8\xBB", "\xE0\xB9\x86", "\xE0\xB9\x8F", "\xE2\x83\x8F", "\xE2\x84\x80"}) {
+        EXPECT_EQ(encode(std::string("ab") + letter, only(ZelkInsightFormUtf8), 3).string, "\x15"
+                                                                                           "ab")
+            << letter;
+    }
 }
 
 } // namespace

@@ -181,4 +181,54 @@ TEST(InsightRepair, GivesTextBack) {
     EXPECT_EQ(zelkInsightRepair(one, 1, nullptr, 5, nullptr, nullptr), 0U);
 }
 
+TEST(InsightGuess, CountsWithoutAnArray) {
+    const std::string text = "R\xE9"
+                             "alis\xE9 par";
+    zelkInsightGuess guesses[ZELK_INSIGHT_MOST_GUESSES];
+    const int count = static_cast<int>(text.size());
+    const unsigned int all =
+        zelkInsightGuessTables(nullptr, text.data(), count, nullptr, guesses, ZELK_INSIGHT_MOST_GUESSES);
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, text.data(), count, nullptr, nullptr, ZELK_INSIGHT_MOST_GUESSES), all);
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, "\x11\0A", 3, nullptr, nullptr, 4), 1U);
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, "News", 4, nullptr, nullptr, 4), 1U);
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, nullptr, 4, nullptr, guesses, 4), 1U);
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, "\x11\0A", 3, nullptr, guesses, 0), 1U);
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, "News", 4, nullptr, guesses, 0), 1U);
+    const zelkInsightSettings settings = {DvbCharSetStandard, DvbCodeIso8859_1, 0, 0, 0};
+    ASSERT_NE(zelkInsightGuessTables(&settings, text.data(), count, nullptr, guesses, ZELK_INSIGHT_MOST_GUESSES), 0U);
+    EXPECT_EQ(guesses[0].table, ZelkInsightTableIso8859_1);
+    EXPECT_EQ(guesses[0].announced, 1);
+}
+
+// UTF-8 is looked at as far as a guess looks: a letter that is cut there speaks against nothing, and more different
+// letters than are numbered are counted all the same.
+TEST(InsightGuess, TakesLongUtf8) {
+    std::string accents = "a";
+    while (accents.size() < 700) {
+        accents += "é";
+    }
+    std::string different;
+    for (char letter = 0x20; letter < 0x7F; ++letter) {
+        different += letter;
+    }
+    for (unsigned int lead = 0xC3; lead < 0xC8; ++lead) {
+        for (unsigned int last = 0x80; last < 0xC0; ++last) {
+            different += {static_cast<char>(lead), static_cast<char>(last)};
+        }
+    }
+    for (const std::string &text : {accents, different}) {
+        zelkInsightGuess guess{};
+        (void)zelkInsightGuessTables(nullptr, text.data(), static_cast<int>(text.size()), nullptr, &guess, 1);
+        EXPECT_EQ(guess.table, ZelkInsightTableUtf8) << text;
+    }
+}
+
+TEST(InsightRepair, TakesTextWithoutACount) {
+    char out[64];
+    EXPECT_EQ(zelkInsightRepair(out, sizeof out, "RØalisØ par Francis Veber", -1, "fre", nullptr), 27U);
+    EXPECT_STREQ(out, "Réalisé par Francis Veber");
+    EXPECT_EQ(zelkInsightRepair(out, sizeof out, nullptr, -1, "fre", nullptr), 0U);
+    EXPECT_EQ(zelkInsightRepair(out, sizeof out, "RØalisØ\0 par", 14, "fre", nullptr), 9U); // the zero ends it
+}
+
 } // namespace

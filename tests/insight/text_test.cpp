@@ -199,4 +199,31 @@ TEST(InsightEmphasis, SplitsTheText) {
     EXPECT_EQ(spansOf(""), "");
 }
 
+TEST(InsightText, TakesRoomAndCountsAsTheyAre) {
+    char out[16];
+    EXPECT_EQ(zelkInsightLower(out, sizeof out, "ABC", -1), 3U);
+    EXPECT_STREQ(out, "abc");
+    EXPECT_EQ(zelkInsightLower(out, 3,
+                               "A\xC3\x89"
+                               "B",
+                               4),
+              1U); // what does not fit ends the text
+    EXPECT_STREQ(out, "a");
+    EXPECT_EQ(zelkInsightSortKeySize("abc", -1), 31);
+    const zelkInsightPiece pieces[] = {{"ab", -1}, {nullptr, 3}, {"c", 1}, {"\x1F\x01\x41", 3}};
+    EXPECT_EQ(zelkInsightJoinPieces(out, sizeof out, pieces, 4, nullptr), 3U);
+    EXPECT_STREQ(out, "abc");
+    const zelkInsightPiece compressed[] = {{"\x1F\x01\x41", 3}, {"b", 1}};
+    EXPECT_EQ(zelkInsightJoinPieces(out, sizeof out, compressed, 2, nullptr), 3U);
+    const zelkInsightPiece parts[] = {{"\x10\0\x05\x41", 4}, {"\x05\x42", 2}};
+    unsigned int used = 0;
+    EXPECT_EQ(zelkInsightJoinPieces(out, sizeof out, parts, 2, &used), 4U);
+    EXPECT_EQ(used, 1U);
+    const zelkInsightEvidence nothing{};
+    zelkInsightSpan span{};
+    EXPECT_EQ(zelkInsightSplitEmphasis(&nothing, 5, nullptr, 2), 1U);
+    EXPECT_EQ(zelkInsightSplitEmphasis(&nothing, 5, &span, 0), 1U);
+    EXPECT_EQ(span.length, 0U);
+}
+
 } // namespace

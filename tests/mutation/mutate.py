@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Changes the library in one place at a time and prints which changes no test notices.
+"""Changes a library in one place at a time and prints which changes no test notices.
 
 A mutant is one change: a comparison, an arithmetic, bitwise or boolean operator, a constant one up or down, or one
 character of a table or of another string. It is made in a copy of the source tree, compiled, and tried on the tests of
@@ -45,9 +45,17 @@ BINARY = {
 UNARY = {"++": "--", "--": "++", "!": ""}
 WORDS = {"true": "false", "false": "true"}
 
-# What notices a change first, by the path below src/; the first match counts. Programs below kernels/ are linked with
+# What notices a change first, by the path below src/, or from insight/ on; the first match counts. Programs below kernels/ are linked with
 # the objects, and some take long to compile; the others are linked with the shared library.
 TESTS = [
+    (r"^insight/.*/(clean|decode|reading|recorder|byte_tables)", ["insight_decode_test", "insight_portable_decode_test",
+                                                                   "insight_vectors_test"]),
+    (r"^insight/.*/compressed", ["insight_decode_test", "insight_encode_test"]),
+    (r"^insight/.*/(encode|context_encoder)", ["insight_encode_test"]),
+    (r"^insight/.*/(guess|repair)", ["insight_guess_test"]),
+    (r"^insight/.*/(lint|text_watch|names)", ["insight_lint_test", "insight_decode_test"]),
+    (r"^insight/.*/overrides", ["insight_overrides_test"]),
+    (r"^insight/.*/(text|utf8)\.", ["insight_text_test", "insight_encode_test"]),
     (r"packet", ["packet_test", "allocation_test"]),
     (r"wrap|twins", ["packet_test", "allocation_test", "utf8_class_test", "utf8_text_test", "substr_test"]),
     (r"quote", ["quote_test"]),
@@ -87,6 +95,7 @@ TESTS = [
     (r"sink", ["teletext_test", "dvb_decode_test", "utf8_text_test"]),
     (r"", ["byte_sets_kernel_test", "utf8_kernel_test", "xml_kernel_test", "collation_kernel_test"]),
 ]
+LIBRARIES = {"murn-zelk": "src/libmurn-zelk.so", "zelk-insight": "insight/libzelk-insight.so"}
 NESTED_BUILDS = "^(package|size|growth|malaysia_table)$"  # they build or measure; no answers in them
 SANITIZERS = "-fsanitize=address,undefined -fno-sanitize-recover=all"
 NOT_SANITIZED = ["allocation_test"]  # it replaces malloc()
@@ -224,12 +233,12 @@ class Tree:
         command = ["cmake", "--build", build or self.build, "-j2", "--target", *targets]
         return subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
-    def library(self, build: Path | None = None) -> str:
-        return hashlib.sha256(((build or self.build) / "src/libmurn-zelk.so").read_bytes()).hexdigest()
+    def library(self, target: str, build: Path | None = None) -> str:
+        return hashlib.sha256(((build or self.build) / LIBRARIES[target]).read_bytes()).hexdigest()
 
     def passes(self, program: str, seconds: float, build: Path | None = None) -> bool:
         """False for a failure, a crash, and for no end in time."""
-        path = (build or self.build) / "tests" / program
+        path = (build or self.build) / "tests" / ("insight" if is_of_insight(program) else "") / program
         try:
             return subprocess.run([path, "--gtest_brief=1"], cwd=build or self.build, timeout=seconds,
                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
@@ -250,13 +259,21 @@ class Tree:
 
     def portable_suite_kills(self) -> bool:
         """The tests reach the library by its interface, but for those of kernels, which call both sets in any build."""
-        return not (self.compile(["all"]) and self.compile(["murn-zelk"], self.portable)
+        return not (self.compile(["all"]) and self.compile(list(LIBRARIES), self.portable)
                     and self.whole_suite_passes(1800, "-R", "_test$", "-LE", "^kernel$",
-                                                LD_LIBRARY_PATH=str(self.portable / "src")))
+                                                LD_LIBRARY_PATH=f"{self.portable}/src:{self.portable}/insight"))
 
     def sanitizers_kill(self, tests: list[str]) -> bool:
         return any(not self.compile([test], self.sanitized) or not self.passes(test, 600, self.sanitized)
                    for test in tests if test not in NOT_SANITIZED)
+
+
+def target_of(path: str) -> str:
+    return "zelk-insight" if path.startswith("insight/") else "murn-zelk"
+
+
+def is_of_insight(program: str) -> bool:
+    return program.startswith("insight_")
 
 
 def limit_memory():
@@ -293,9 +310,9 @@ class Run:
         self.explained = explanations()
         self.seconds = {}  # what each test program takes without a mutant
         self.again = survivors_of(options.again) if options.again else None
-        if not tree.compile(["murn-zelk"]) or not tree.compile(["murn-zelk"], tree.portable):
+        if not tree.compile(list(LIBRARIES)) or not tree.compile(list(LIBRARIES), tree.portable):
             sys.exit("the tree does not compile")
-        self.libraries = tree.library(), tree.library(tree.portable)
+        self.libraries = {target: (tree.library(target), tree.library(target, tree.portable)) for target in LIBRARIES}
 
     def prepare(self, files: list[str]):
         tests = sorted({test for path in files for test in self.tests_of(path)})
@@ -309,7 +326,8 @@ class Run:
 
     def tests_of(self, path: str) -> list[str]:
         named = next(tests for pattern, tests in TESTS if re.search(pattern, path.removeprefix("src/")))
-        return [test for test in named if list((self.tree.source / "tests").glob(f"**/{test}.cpp"))]
+        return [test for test in named
+                if is_of_insight(test) or list((self.tree.source / "tests").glob(f"**/{test}.cpp"))]
 
     def file(self, path: str) -> Tally:
         tests = self.tests_of(path)
@@ -330,13 +348,13 @@ class Run:
         return tally
 
     def judge(self, mutant: Mutant, tests: list[str], restore, tally: Tally):
-        tree = self.tree
-        if not tree.compile(["murn-zelk"]):
+        tree, target = self.tree, target_of(mutant.path)
+        if not tree.compile([target]):
             tally.uncompiled += 1
-        elif tree.library() == self.libraries[0]:
-            if not tree.compile(["murn-zelk"], tree.portable):
+        elif tree.library(target) == self.libraries[target][0]:
+            if not tree.compile([target], tree.portable):
                 tally.uncompiled += 1
-            elif tree.library(tree.portable) == self.libraries[1]:
+            elif tree.library(target, tree.portable) == self.libraries[target][1]:
                 tally.same += 1
             else:
                 self.count(mutant, self.later_kill([tree.portable_suite_kills], restore), tally)
@@ -369,7 +387,7 @@ class Run:
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
-    parser.add_argument("files", nargs="*", help="sources below src/ (all of them)")
+    parser.add_argument("files", nargs="*", help="sources below src/ or insight/src/ (all of them)")
     parser.add_argument("--number", type=int, default=4, help="mutants to judge in each file (4)")
     parser.add_argument("--seed", default="1", help="of the sample (1)")
     parser.add_argument("--work", type=Path, default=Path("build/mutation"), help="where the copy and its build go")
@@ -380,7 +398,7 @@ def main():
     parser.add_argument("--check", action="store_true", help="only check that the sources have what explained.txt names")
     options = parser.parse_args()
     root = Path(__file__).resolve().parents[2]
-    listed = subprocess.run(["git", "ls-files", "src"], cwd=root, check=True, capture_output=True, text=True).stdout
+    listed = subprocess.run(["git", "ls-files", "src", "insight/src"], cwd=root, check=True, capture_output=True, text=True).stdout
     files = options.files or [name for name in listed.split() if name.endswith((".cpp", ".h"))]
     if options.list:
         for name in files:
