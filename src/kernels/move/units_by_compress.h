@@ -290,7 +290,7 @@ struct Blocks {
 
 ZELK_OPERATION void encodeAscii(Blocks &blocks) {
     const AsciiUnits ascii = asciiUnits(orderOf(blocks.form), cleanOf(blocks.form));
-    for (std::size_t steps = blocks.most(blocks); steps != 0 && blocks.load(blocks); --steps) {
+    for (std::size_t steps = Blocks::most(blocks); steps != 0 && Blocks::load(blocks); --steps) {
         const AsciiBytes block = asciiBytes(blocks.first, blocks.second, ascii);
         if (!none(block.others)) {
             break;
@@ -307,7 +307,7 @@ ZELK_OPERATION void encodeMixed(Blocks &blocks, const Triples &triples) {
     const Clean clean = cleanOf(blocks.form);
     std::size_t before = 0; // the bytes of the last block
     std::size_t steps = 0;
-    while ((steps != 0 || (steps = blocks.most(blocks)) != 0) && blocks.load(blocks)) {
+    while ((steps != 0 || (steps = Blocks::most(blocks)) != 0) && Blocks::load(blocks)) {
         --steps;
         const Block front = inNativeOrder(blocks.first, order);
         const Block back = inNativeOrder(blocks.second, order);

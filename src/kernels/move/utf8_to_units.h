@@ -213,7 +213,7 @@ ZELK_STAGE std::size_t convertBlocks(const unsigned char *text, std::size_t leng
 ZELK_STAGE std::size_t countUnits(const unsigned char *text, std::size_t length) {
     std::size_t units = 0;
     for (std::size_t i = 0; i < length; ++i) {
-        units += (text[i] & 0xC0U) != 0x80;
+        units += (text[i] & 0xC0U) != 0x80 ? 1 : 0;
     }
     return units;
 }

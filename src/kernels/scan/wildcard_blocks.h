@@ -32,14 +32,14 @@ ZELK_OPERATION Block patternAt(const Byte *pattern) {
 
 // What is left of a text: bytes of a block from a place on. Another part goes on in it, and waits for no load.
 struct Window {
-    const Byte *start;
     Block block;
+    const Byte *start;
     Mask ends;
     Mask left;
 
     ZELK_OPERATION Window at(const Byte *text) {
         const Block block = blockAt(text);
-        return {text, block, ~nonZero(block), ~Mask{0}};
+        return {block, text, ~nonZero(block), ~Mask{0}};
     }
 };
 

@@ -116,9 +116,8 @@ ZELK_OPERATION Found firstFit(const Byte *text, const Part &part) {
 ZELK_OPERATION const Byte *terminatorOf(const Byte *text) {
     const Byte *start = lineStart(text);
     Places ends = placesIn(lineAt(start), areZero) & placesFrom(placeInLine(text));
-    while (ends == 0) {
+    for (; ends == 0; ends = placesIn(lineAt(start), areZero)) {
         start += lineBytes;
-        ends = placesIn(lineAt(start), areZero);
     }
     return start + firstPlace(ends);
 }

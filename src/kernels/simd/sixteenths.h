@@ -8,7 +8,8 @@ ZELK_OPERATION Bytes lookUpUpper(const std::uint8_t (&table)[128], Bytes text) {
     Bytes found{};
 #pragma GCC unroll 8
     for (unsigned int sixteenth = 0; sixteenth < 8; ++sixteenth) {
-        found |= lookUp(load<Lane>(table + 16 * sixteenth), text ^ static_cast<std::uint8_t>(0x80 | sixteenth << 4U));
+        found |= lookUp(load<Lane>(table + std::size_t{16} * sixteenth),
+                        text ^ static_cast<std::uint8_t>(0x80 | sixteenth << 4U));
     }
     return found;
 }
