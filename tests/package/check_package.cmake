@@ -39,8 +39,8 @@ separate_arguments(flags UNIX_COMMAND "${output}")
 run(${C} ${SOURCE}/main.c -o ${WORK}/outside-pc ${flags} -Wl,-rpath,${lib_dir})
 run(${WORK}/outside-pc)
 
-# The other libraries need the first, which stands beside them.
-set(ENV{LD_LIBRARY_PATH} ${lib_dir})
+# The other libraries find the first beside them.
+unset(ENV{LD_LIBRARY_PATH})
 foreach(name IN ITEMS insight arrow)
   run(${WORK}/cmake/outside-${name})
   run(pkg-config --cflags --libs zelk-${name})
