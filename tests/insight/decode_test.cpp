@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -345,7 +346,10 @@ TEST(InsightDecode, TakesSettingsAndRoomAsTheyAre) {
     EXPECT_EQ(decode(bytes("05 C2 65"), settings).text, "\xC3\xA9");
     settings = {static_cast<dvbCharSet_t>(99), DvbCodeNone, 0, 0, 0};
     EXPECT_EQ(decode("A", settings).text, "A");
-    EXPECT_EQ(decode(bytes("05 41"), settings).text, "A");
+    for (const int region : {7, 8, 99}) { // none of the regions
+        settings.charSet = static_cast<dvbCharSet_t>(region);
+        EXPECT_EQ(decode(bytes("05 F0"), settings).evidence.table, 10) << region; // ISO 8859-9
+    }
     EXPECT_EQ(findingsOf("1F"), "selector-cut@0+1>0+0:31");
     EXPECT_EQ(zelkInsightKindSeverity(ZelkInsightKindCount), ZelkInsightNote);
 
@@ -376,14 +380,59 @@ TEST(InsightDecode, TakesSettingsAndRoomAsTheyAre) {
 }
 
 TEST(InsightDecode, NamesAreStable) {
-    EXPECT_STREQ(zelkInsightKindName(ZelkInsightSelectorReserved), "selector-reserved");
-    EXPECT_STREQ(zelkInsightKindName(ZelkInsightTextAfterEnd), "text-after-end");
+    const char *const kinds[] = {"selector-reserved",
+                                 "selector-unsupported",
+                                 "selector-cut",
+                                 "byte-unassigned",
+                                 "utf8-malformed",
+                                 "utf8-four-byte",
+                                 "two-byte-odd",
+                                 "surrogate-lone",
+                                 "mark-without-letter",
+                                 "mark-dropped",
+                                 "control-dropped",
+                                 "emphasis",
+                                 "emphasis-unbalanced",
+                                 "compressed-cut",
+                                 "compressed-rest",
+                                 "compressed-unknown",
+                                 "text-cut",
+                                 "byte-after-count",
+                                 "text-after-end"};
+    static_assert(std::size(kinds) == ZelkInsightKindCount);
+    for (std::size_t kind = 0; kind < std::size(kinds); ++kind) {
+        EXPECT_STREQ(zelkInsightKindName(static_cast<zelkInsightKind>(kind)), kinds[kind]);
+    }
     EXPECT_STREQ(zelkInsightKindName(ZelkInsightKindCount), "unknown");
     EXPECT_STREQ(zelkInsightKindName(static_cast<zelkInsightKind>(-1)), "unknown");
     EXPECT_STREQ(zelkInsightKindClause(static_cast<zelkInsightKind>(99)), "");
-    EXPECT_STREQ(zelkInsightTableName(static_cast<zelkInsightTable>(6)), "ISO 8859-5");
-    EXPECT_STREQ(zelkInsightTableName(static_cast<zelkInsightTable>(17)), "unknown");
-    EXPECT_STREQ(zelkInsightTableName(ZelkInsightTableWindows1252), "Windows-1252");
+    // 2 to 16 are the parts of ISO 8859, without the twelfth.
+    for (int table = 2; table < 17; ++table) {
+        EXPECT_EQ(zelkInsightTableName(static_cast<zelkInsightTable>(table)),
+                  "ISO 8859-" + std::to_string(table < 13 ? table - 1 : table));
+    }
+    const std::pair<int, const char *> tables[] = {
+        {0, "DVB default table"},
+        {1, "ASCII only"},
+        {17, "unknown"},
+        {18, "ISO 8859-15 with non-spacing marks"},
+        {19, "unknown"},
+        {32, "Windows-1250"},
+        {33, "Windows-1251"},
+        {34, "Windows-1252"},
+        {35, "Windows-1253"},
+        {36, "Windows-1254"},
+        {37, "Windows-1257"},
+        {38, "unknown"},
+        {64, "UTF-8"},
+        {65, "UTF-8, no control codes filtered"},
+        {66, "two-byte characters"},
+        {67, "compressed text"},
+        {68, "unknown"},
+    };
+    for (const auto &[table, name] : tables) {
+        EXPECT_STREQ(zelkInsightTableName(static_cast<zelkInsightTable>(table)), name);
+    }
 }
 
 // ---- Against the model ----

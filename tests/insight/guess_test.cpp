@@ -192,7 +192,12 @@ TEST(InsightGuess, CountsWithoutAnArray) {
     EXPECT_EQ(zelkInsightGuessTables(nullptr, "\x11\0A", 3, nullptr, nullptr, 4), 1U);
     EXPECT_EQ(zelkInsightGuessTables(nullptr, "News", 4, nullptr, nullptr, 4), 1U);
     EXPECT_EQ(zelkInsightGuessTables(nullptr, nullptr, 4, nullptr, guesses, 4), 1U);
+    guesses[0].table = ZelkInsightTableUtf8;
     EXPECT_EQ(zelkInsightGuessTables(nullptr, "\x11\0A", 3, nullptr, guesses, 0), 1U);
+    EXPECT_EQ(guesses[0].table, ZelkInsightTableUtf8); // no room, nothing written
+    EXPECT_EQ(zelkInsightGuessTables(nullptr, "\x11\0A", 3, nullptr, guesses, 1), 1U);
+    EXPECT_EQ(guesses[0].table, ZelkInsightTableTwoByte);
+    EXPECT_EQ(guesses[0].confidence, static_cast<unsigned int>(ZELK_INSIGHT_CERTAIN));
     EXPECT_EQ(zelkInsightGuessTables(nullptr, "News", 4, nullptr, guesses, 0), 1U);
     const zelkInsightSettings settings = {DvbCharSetStandard, DvbCodeIso8859_1, 0, 0, 0};
     ASSERT_NE(zelkInsightGuessTables(&settings, text.data(), count, nullptr, guesses, ZELK_INSIGHT_MOST_GUESSES), 0U);

@@ -4,12 +4,16 @@
 #include "helpers/text.h"
 #include "reference/context_codes.h"
 #include "reference/huffman_encoder.h"
+#include "reference/utf8_model.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -240,6 +244,174 @@ TEST(InsightLint, HasTheFindingsOfDecoding) {
             }
         }
         EXPECT_EQ(found, evidence.findingCount);
+    }
+}
+
+// The scripts of languages, by their codes of ISO 639, and a word in each script.
+const std::map<std::string, std::string> wordsOfScripts = {
+    {"Latin", "the news of the day and the weather"},
+    {"Cyrillic", "новости"},
+    {"Greek", "ειδησεις"},
+    {"Armenian", "լուրեր"},
+    {"Georgian", "ახალი"},
+    {"Hebrew", "חדשות"},
+    {"Arabic", "أخبار"},
+    {"Devanagari", "समाचार"},
+    {"Bengali", "সংবাদ"},
+    {"Gurmukhi", "ਖਬਰਖਬਰ"},
+    {"Gujarati", "સમાચાર"},
+    {"Tamil", "செய்தி"},
+    {"Telugu", "వార్తలు"},
+    {"Kannada", "ಸುದ್ದಿ"},
+    {"Malayalam", "വാർത്ത"},
+    {"Sinhala", "පුවත්"},
+    {"Thai", "ข่าวข่าว"},
+    {"Lao", "ຂ່າວຂ່າວ"},
+    {"Han", "新聞報道節目"},
+    {"Kana", "ニュース"},
+    {"Hangul", "뉴스와날씨"},
+};
+
+struct LanguagesOfScripts {
+    const char *scripts;
+    const char *codes;
+};
+
+constexpr LanguagesOfScripts languagesOfScripts[] = {
+    {"Latin", "afr af alb sqi sq baq eus eu bre br cat ca cze ces cs dan da dut nld nl eng en est et fao fo fin fi "
+              "fre fra fr ger deu de gla gd gle ga glg gl hrv hr hun hu ice isl is ind id ita it lat la lav lv lit "
+              "lt ltz lb mlt mt nno nn nob nb nor no pol pl por pt roh rm slo slk sk slv sl spa es swa sw swe sv "
+              "tgl tl tur tr vie vi wel cym cy"},
+    {"Latin Arabic", "may msa ms"},
+    {"Latin Cyrillic", "rum ron ro bos bs srp scc sr tuk tk uzb uz"},
+    {"Latin Cyrillic Arabic", "kur ku aze az kaz kk"},
+    {"Cyrillic", "bel be bul bg kir ky mac mkd mk rus ru tat tt tgk tg ukr uk"},
+    {"Greek", "gre ell el"},
+    {"Armenian", "arm hye hy"},
+    {"Georgian", "geo kat ka"},
+    {"Hebrew", "heb he yid yi"},
+    {"Arabic", "ara ar per fas fa pus ps urd ur"},
+    {"Devanagari", "hin hi mar mr nep ne"},
+    {"Bengali", "ben bn"},
+    {"Gurmukhi", "pan"},
+    {"Gujarati", "guj gu"},
+    {"Tamil", "tam ta"},
+    {"Telugu", "tel te"},
+    {"Kannada", "kan kn"},
+    {"Malayalam", "mal ml"},
+    {"Sinhala", "sin si"},
+    {"Thai", "tha th"},
+    {"Lao", "lao lo"},
+    {"Han", "chi zho zh"},
+    {"Han Kana", "jpn ja"},
+    {"Hangul Han", "kor ko"},
+};
+
+std::vector<std::string> wordsOf(const std::string &line) {
+    std::istringstream stream(line);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+// The text stands after the selector of UTF-8 or of two-byte characters.
+bool isForeign(const std::string &string, const std::string &language) {
+    std::vector<zelkInsightFault> faults(64);
+    faults.resize(std::min(
+        zelkInsightLint(nullptr, string.data(), static_cast<int>(string.size()), language.c_str(), faults.data(), 64),
+        64U));
+    return breaks(ZelkInsightRuleLanguageScript, faults);
+}
+
+TEST(InsightLint, KnowsTheScriptsOfLanguages) {
+    for (const LanguagesOfScripts &row : languagesOfScripts) {
+        const std::vector<std::string> own = wordsOf(row.scripts);
+        for (const std::string &language : wordsOf(row.codes)) {
+            for (const auto &[script, word] : wordsOfScripts) {
+                const bool isOwn = std::find(own.begin(), own.end(), script) != own.end();
+                EXPECT_EQ(isForeign('\x15' + word, language), !isOwn) << language << ' ' << script;
+            }
+        }
+    }
+    EXPECT_FALSE(isForeign("\x15новости", "xxx"));
+}
+
+// The first and the last letter of each block are of its script, and their neighbours are of none or of another's.
+TEST(InsightLint, KnowsTheBlocksOfScripts) {
+    struct Block {
+        unsigned int first;
+        unsigned int last;
+        const char *script;
+    };
+    constexpr Block blocks[] = {
+        {0x0041, 0x005A, "Latin"},    {0x0061, 0x007A, "Latin"},      {0x00AA, 0x00AA, "Latin"},
+        {0x00BA, 0x00BA, "Latin"},    {0x00C0, 0x00D6, "Latin"},      {0x00D8, 0x00F6, "Latin"},
+        {0x00F8, 0x024F, "Latin"},    {0x0370, 0x03FF, "Greek"},      {0x0400, 0x052F, "Cyrillic"},
+        {0x0531, 0x0587, "Armenian"}, {0x05D0, 0x05F2, "Hebrew"},     {0x0620, 0x065F, "Arabic"},
+        {0x066E, 0x06EF, "Arabic"},   {0x06FA, 0x06FF, "Arabic"},     {0x0750, 0x077F, "Arabic"},
+        {0x08A0, 0x08FF, "Arabic"},   {0x0900, 0x0963, "Devanagari"}, {0x0980, 0x09FF, "Bengali"},
+        {0x0A00, 0x0A7F, "Gurmukhi"}, {0x0A80, 0x0AFF, "Gujarati"},   {0x0B80, 0x0BFF, "Tamil"},
+        {0x0C00, 0x0C7F, "Telugu"},   {0x0C80, 0x0CFF, "Kannada"},    {0x0D00, 0x0D7F, "Malayalam"},
+        {0x0D80, 0x0DFF, "Sinhala"},  {0x0E01, 0x0E4E, "Thai"},       {0x0E80, 0x0EFF, "Lao"},
+        {0x10A0, 0x10FF, "Georgian"}, {0x1100, 0x11FF, "Hangul"},     {0x1E00, 0x1EFF, "Latin"},
+        {0x1F00, 0x1FFF, "Greek"},    {0x3041, 0x30FF, "Kana"},       {0x3130, 0x318F, "Hangul"},
+        {0x31F0, 0x31FF, "Kana"},     {0x3400, 0x4DBF, "Han"},        {0x4E00, 0x9FFF, "Han"},
+        {0xAC00, 0xD7AF, "Hangul"},   {0xF900, 0xFAFF, "Han"},        {0xFB1D, 0xFB4F, "Hebrew"},
+        {0xFB50, 0xFDFF, "Arabic"},   {0xFE70, 0xFEFC, "Arabic"},     {0xFF66, 0xFF9F, "Kana"},
+        {0x20000, 0x3FFFF, "Han"},
+    };
+    const auto scriptOf = [&blocks](unsigned int character) -> std::string {
+        for (const Block &block : blocks) {
+            if (character >= block.first && character <= block.last) {
+                return block.script;
+            }
+        }
+        return {};
+    };
+    const auto languageOf = [](const std::string &script) -> std::string {
+        for (const LanguagesOfScripts &row : languagesOfScripts) {
+            const std::vector<std::string> own = wordsOf(row.scripts);
+            if (std::find(own.begin(), own.end(), script) != own.end()) {
+                return wordsOf(row.codes).front();
+            }
+        }
+        return {};
+    };
+    for (const Block &block : blocks) {
+        for (const unsigned int character : {block.first - 1, block.first, block.last, block.last + 1}) {
+            const std::string script = scriptOf(character);
+            std::string text = "\x11";
+            for (int i = 0; i < 20; ++i) { // a few letters alone are not told
+                if (character > 0xFFFF) {
+                    const unsigned int high = 0xD800U + ((character - 0x10000U) >> 10U);
+                    text += {static_cast<char>(high >> 8U), static_cast<char>(high & 0xFFU)};
+                }
+                const unsigned int unit = character > 0xFFFF ? 0xDC00U | (character & 0x3FFU) : character;
+                text += {static_cast<char>(unit >> 8U), static_cast<char>(unit & 0xFFU)};
+            }
+            EXPECT_EQ(isForeign(text, script == "Greek" ? "eng" : "gre"), !script.empty()) << std::hex << character;
+            if (!script.empty()) {
+                EXPECT_FALSE(isForeign(text, languageOf(script))) << std::hex << character;
+            }
+        }
+    }
+}
+
+// The canonical compositions of Unicode: the same letter in both forms is mixed, a letter that has no composed form is
+// not.
+TEST(InsightLint, KnowsComposedLetters) {
+    constexpr unsigned int letters[][3] = {
+        {0x0415, 0x0308, 0x0401}, {0x0413, 0x0301, 0x0403}, {0x0406, 0x0308, 0x0407}, {0x041A, 0x0301, 0x040C},
+        {0x0423, 0x0306, 0x040E}, {0x0418, 0x0306, 0x0419}, {0x0438, 0x0306, 0x0439}, {0x0435, 0x0308, 0x0451},
+        {0x0433, 0x0301, 0x0453}, {0x0456, 0x0308, 0x0457}, {0x043A, 0x0301, 0x045C}, {0x0443, 0x0306, 0x045E},
+        {0x0391, 0x0301, 0x0386}, {0x0395, 0x0301, 0x0388}, {0x0397, 0x0301, 0x0389}, {0x0399, 0x0301, 0x038A},
+        {0x039F, 0x0301, 0x038C}, {0x03A5, 0x0301, 0x038E}, {0x03A9, 0x0301, 0x038F}, {0x03B1, 0x0301, 0x03AC},
+        {0x03B5, 0x0301, 0x03AD}, {0x03B7, 0x0301, 0x03AE}, {0x03B9, 0x0301, 0x03AF}, {0x03BF, 0x0301, 0x03CC},
+        {0x03C5, 0x0301, 0x03CD}, {0x03C9, 0x0301, 0x03CE}, {0x03B9, 0x0308, 0x03CA}, {0x03C5, 0x0308, 0x03CB},
+    };
+    for (const auto &[letter, mark, whole] : letters) {
+        const std::string both = '\x15' + utf8EncodeModel(whole) + utf8EncodeModel(letter) + utf8EncodeModel(mark);
+        EXPECT_TRUE(breaks(ZelkInsightRuleCompositionMixed, lint(both))) << std::hex << whole;
+        const std::string other = '\x15' + utf8EncodeModel(whole) + utf8EncodeModel(letter) + utf8EncodeModel(0x0313);
+        EXPECT_FALSE(breaks(ZelkInsightRuleCompositionMixed, lint(other))) << std::hex << whole;
     }
 }
 

@@ -51,6 +51,21 @@ TEST(InsightOverrides, TakesTheNarrowestEntry) {
     EXPECT_EQ(find({1, 2, 3, nullptr, "DE"}, settings), 10U); // the later of two alike
 }
 
+// Each thing that an entry names counts more than all that are wider together, wherever the entries stand.
+TEST(InsightOverrides, WeighsWhatAnEntryNames) {
+    const std::string words[] = {"s=3 ", "t=2 ", "n=1 ", "l=fre ", "c=FR "};
+    for (std::size_t narrow = 0; narrow + 1 < std::size(words); ++narrow) {
+        std::string wider;
+        for (std::size_t i = narrow + 1; i < std::size(words); ++i) {
+            wider += words[i];
+        }
+        const std::string both = "zelk-overrides 1\n" + words[narrow] + "d=1\n" + wider + "d=5\n";
+        const zelkInsightOrigin origin = {1, 2, 3, "fre", "FR"};
+        zelkInsightSettings settings = standard;
+        EXPECT_EQ(zelkInsightFindOverride(both.c_str(), -1, &origin, &settings), 2U) << both;
+    }
+}
+
 TEST(InsightOverrides, KeepsWhatIsNotOverridden) {
     zelkInsightSettings settings = {DvbCharSetIso8859_2, DvbCodeIso8859_2, 3, 1, ZelkInsightGuessTable};
     const zelkInsightOrigin origin = {318, 2, 7, nullptr, nullptr};

@@ -209,6 +209,7 @@ TEST(InsightText, TakesRoomAndCountsAsTheyAre) {
                                4),
               1U); // what does not fit ends the text
     EXPECT_STREQ(out, "a");
+    EXPECT_EQ(zelkInsightLower(out, sizeof out, "ABC", 0), 0U);
     EXPECT_EQ(zelkInsightSortKeySize("abc", -1), 31);
     const zelkInsightPiece pieces[] = {{"ab", -1}, {nullptr, 3}, {"c", 1}, {"\x1F\x01\x41", 3}};
     EXPECT_EQ(zelkInsightJoinPieces(out, sizeof out, pieces, 4, nullptr), 3U);
