@@ -38,8 +38,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     fuzz::Input input(data, size);
     const fuzz::DvbSettings s(input);
     const char *const language = languages[input.byte() % std::size(languages)];
-    const unsigned int options = input.byte() & 3U;      // a guess has no effect
-    const std::string text = input.rest().substr(0, 96); // a guess takes its time
+    const unsigned int how = input.byte();
+    const unsigned int options = how & 3U; // a guess has no effect
+    // The guess in each lint takes most of the time, by the length of its text: few texts are long.
+    const std::string text = input.rest().substr(0, (how & 0xE0U) == 0 ? 96 : 24);
     const auto room = static_cast<unsigned int>(3 * text.size() + ZelkInsightRuleEnd - ZelkInsightRuleFirst);
     const fuzz::DvbString string(text, true);
     const zelkInsightSettings settings = {s.region, s.code, s.extra, s.flags, options};
@@ -76,11 +78,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     }
     require(count > room || found == evidence.findingCount, "all findings are faults");
 
-    unsigned int again = 0;
-    const std::vector<zelkInsightFault> few = lint(settings, string, language, count / 2, again);
-    require(again == count, "the room does not change the count");
-    for (std::size_t i = 0; i < few.size(); ++i) {
-        require(few[i].rule == all[i].rule && few[i].offset == all[i].offset, "the first faults are stored");
+    if ((how & 0x1CU) == 0) {
+        unsigned int again = 0;
+        const std::vector<zelkInsightFault> few = lint(settings, string, language, count / 2, again);
+        require(again == count, "the room does not change the count");
+        for (std::size_t i = 0; i < few.size(); ++i) {
+            require(few[i].rule == all[i].rule && few[i].offset == all[i].offset, "the first faults are stored");
+        }
     }
 
     zelkInsightSettings overridden = settings;
