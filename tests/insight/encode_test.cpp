@@ -258,6 +258,12 @@ TEST(InsightEncode, TakesSettingsAsTheyAre) {
     EXPECT_EQ(encode("Éàü", {static_cast<dvbCharSet_t>(99), 0, 0}).string.empty(), false);
     // A tabulator is a control that the default table drops.
     EXPECT_EQ(decode(encode("a\tb").string), "a\tb");
+    EXPECT_EQ(encode("a\tb", only(ZelkInsightFormUtf8)).string, "\x15"
+                                                                "a\tb");
+    EXPECT_EQ(encode("a\bb", only(ZelkInsightFormUtf8)).about.unsaid, 1U);
+    // A byte that is no UTF-8 is not ASCII either.
+    EXPECT_EQ(encode("a\x80", {DvbCharSetStandard, 0, ZelkInsightPreferUtf8}).string, bytes("15 61 3F"));
+    EXPECT_EQ(encode("a", {DvbCharSetStandard, 0, ZelkInsightPreferUtf8}).string, "a");
     // What is preferred has to be among the forms.
     EXPECT_EQ(encode("é", only(1U << 5U, ZelkInsightPreferUtf8)).string, bytes("01 3F"));
     EXPECT_EQ(encode(std::string("a\x01") + "b", only(ZelkInsightFormUtf8)).about.unsaid, 1U);
