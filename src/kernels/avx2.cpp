@@ -14,6 +14,7 @@ ZELK_TARGET_BEGIN("avx2,bmi,bmi2,popcnt")
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
+#include "kernels/scan/collation_by_lines.h"
 #include "kernels/scan/wildcard_parts.h"
 #include "kernels/scan/wildcards.h"
 #include "kernels/scan/xml.h"
@@ -38,8 +39,8 @@ const Kernels avx2Kernels = {
     .wellFormedUtf8 = avx2::wellFormedUtf8,
     .copyCleanUtf8 = avx2::copyCleanUtf8,
     .measureUtf8 = avx2::measureUtf8,
-    .passShared = avx2::plain::passShared,
-    .alikeBytes = avx2::plain::alikeBytes,
+    .passShared = avx2::passShared,
+    .alikeBytes = avx2::alikeBytes,
     .matchWildcards = avx2::matchWildcards,
     .matchWildcardsInAnyCase = avx2::matchWildcardsInAnyCase,
     .escapeXml = avx2::escapeXml,

@@ -13,6 +13,7 @@
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
+#include "kernels/scan/collation_by_lines.h"
 #include "kernels/scan/wildcard_parts.h"
 #include "kernels/scan/wildcards.h"
 #include "kernels/scan/xml.h"
@@ -37,8 +38,8 @@ const Kernels neonKernels = {
     .wellFormedUtf8 = neon::wellFormedUtf8,
     .copyCleanUtf8 = neon::copyCleanUtf8,
     .measureUtf8 = neon::measureUtf8,
-    .passShared = neon::plain::passShared,
-    .alikeBytes = neon::plain::alikeBytes,
+    .passShared = neon::passShared,
+    .alikeBytes = neon::alikeBytes,
     .matchWildcards = neon::matchWildcards,
     .matchWildcardsInAnyCase = neon::matchWildcardsInAnyCase,
     .escapeXml = neon::escapeXml,

@@ -14,6 +14,7 @@ ZELK_TARGET_BEGIN("sse4.1,popcnt")
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
+#include "kernels/scan/collation_by_lines.h"
 #include "kernels/scan/wildcard_parts.h"
 #include "kernels/scan/wildcards.h"
 #include "kernels/scan/xml.h"
@@ -38,8 +39,8 @@ const Kernels sse41Kernels = {
     .wellFormedUtf8 = sse41::wellFormedUtf8,
     .copyCleanUtf8 = sse41::copyCleanUtf8,
     .measureUtf8 = sse41::measureUtf8,
-    .passShared = sse41::plain::passShared,
-    .alikeBytes = sse41::plain::alikeBytes,
+    .passShared = sse41::passShared,
+    .alikeBytes = sse41::alikeBytes,
     .matchWildcards = sse41::matchWildcards,
     .matchWildcardsInAnyCase = sse41::matchWildcardsInAnyCase,
     .escapeXml = sse41::escapeXml,

@@ -13,6 +13,7 @@
 #include "kernels/move/sets_by_shuffle.h"
 #include "kernels/move/units_to_utf8.h"
 #include "kernels/move/utf8_to_units.h"
+#include "kernels/scan/collation_by_lines.h"
 #include "kernels/scan/wildcard_parts.h"
 #include "kernels/scan/wildcards.h"
 #include "kernels/scan/xml.h"
@@ -37,8 +38,8 @@ const Kernels wasmKernels = {
     .wellFormedUtf8 = wasm::wellFormedUtf8,
     .copyCleanUtf8 = wasm::copyCleanUtf8,
     .measureUtf8 = wasm::measureUtf8,
-    .passShared = wasm::plain::passShared,
-    .alikeBytes = wasm::plain::alikeBytes,
+    .passShared = wasm::passShared,
+    .alikeBytes = wasm::alikeBytes,
     .matchWildcards = wasm::matchWildcards,
     .matchWildcardsInAnyCase = wasm::plain::matchWildcardsInAnyCase,
     .escapeXml = wasm::escapeXml,

@@ -55,7 +55,10 @@ ZELK_STAGE TextPlaces passShared(const unsigned char *a, const unsigned char *b)
     return {a + shared, b + shared};
 }
 
-ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
+// Equal bytes are passed by another function.
+template <TextPlaces pass(const unsigned char *, const unsigned char *)>
+ZELK_OPERATION std::size_t alikeBytesBy(const unsigned char *a, const unsigned char *b,
+                                        LesserDifferences &differences) {
     constexpr int promising = 4; // equal bytes in a row: many more may be
     int equal = 0;
     for (std::size_t passed = 0;; ++passed) {
@@ -66,7 +69,7 @@ ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b
                 return passed;
             }
             if (++equal == promising) {
-                passed += sharedBytes(a + passed, b + passed) - 1;
+                passed = static_cast<std::size_t>(pass(a + passed, b + passed).left - a) - 1;
                 equal = 0;
             }
             continue;
@@ -82,6 +85,10 @@ ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b
         }
         differences.note(leftKey, rightKey);
     }
+}
+
+ZELK_STAGE std::size_t alikeBytes(const unsigned char *a, const unsigned char *b, LesserDifferences &differences) {
+    return alikeBytesBy<passShared>(a, b, differences);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET::plain
