@@ -18,41 +18,55 @@ namespace zelk::detail {
 namespace {
 
 using tables::Step;
-using tables::usedBits;
+using tables::StepMachine;
 using tables::usedMask;
 
-constexpr unsigned int batch = 56 / tables::stepBits;
-constexpr std::size_t batchesKept = 8;
+constexpr unsigned int batch = 56 / tables::mostBits;
+constexpr unsigned int mostOfBatch = 2 * batch; // characters
 
-// Where a step leads: without mark and low bits it is the offset of a state.
-static_assert(tables::placeSteps * sizeof(Step) == 1U << usedBits);
-const char *stateAfter(const Step *states, unsigned int step) {
-    const char *state = reinterpret_cast<const char *>(states) + (step & tables::placeMask);
-    __asm__("" : "+r"(state)); // the place in the state is known last, and to be added last
-    return state;
-}
+// Steps that are kept, so that those inside the last code, which may be long, can be taken back.
+constexpr std::size_t longestCode = 30 / tables::fewestBits; // steps, for bits of the longest escape and a literal
+constexpr std::size_t stepsKept = 64;
+static_assert(stepsKept > longestCode + batch);
+
+// Where a machine is: in the state that the last step leads to.
+struct State {
+    const char *steps;
+    Step lead;
+
+    static State after(const StepMachine &machine, Step lead) {
+        constexpr unsigned int scale = tables::placeAt - std::bit_width(tables::placeSteps * sizeof(Step)) + 1;
+        constexpr unsigned int mask = (tables::placeCount - 1) << (tables::placeAt - scale);
+        return {reinterpret_cast<const char *>(machine.steps) + (lead >> scale & mask), lead};
+    }
+
+    Step step(std::uint64_t bits) const {
+        Step step = 0;
+        std::memcpy(&step, steps + (bits >> (lead >> tables::shiftAt & usedMask)) * sizeof(Step), sizeof step);
+        return step;
+    }
+};
 
 struct Batch {
-    unsigned int count; // of steps, less than a batch in front of one that gives no character
+    unsigned int count; // of steps, less than a batch in front of a stop
     unsigned int bits;  // that they use
-    Step last;          // that step
+    Step last;          // the stop
 };
 
 // Takes the steps for the next bits of the text, zeros after its end.
-inline Batch takeSteps(const Step *states, const char *&state, std::uint64_t bits, Step *steps) {
-    constexpr std::uint64_t places = (tables::stateSteps - 1) * sizeof(Step);
+inline Batch takeSteps(const StepMachine &machine, State &state, std::uint64_t bits, Step *steps) {
     Batch taken{0, 0, 0};
-    bits = std::rotl(bits, tables::stepBits + 1);
 #pragma GCC unroll 16
     for (; taken.count < batch; ++taken.count) {
-        std::memcpy(&taken.last, state + (bits & places), sizeof taken.last);
-        if (taken.last >= tables::noCharacter) [[unlikely]] {
+        const Step step = state.step(bits);
+        taken.last = step;
+        if (step >= tables::stop) [[unlikely]] {
             break;
         }
-        steps[taken.count] = taken.last;
-        bits = std::rotl(bits, static_cast<int>(taken.last & usedMask));
-        taken.bits += taken.last;
-        state = stateAfter(states, taken.last);
+        steps[taken.count] = step;
+        bits <<= step & usedMask;
+        taken.bits += step;
+        state = State::after(machine, step);
     }
     taken.bits &= usedMask; // no sum of the low bits reaches beyond them
     return taken;
@@ -67,46 +81,36 @@ void endWithText(Batch &taken, const Step *steps, unsigned int left) {
     }
 }
 
-// Tells where the character ends. Each step is written, and the next one upon it if it has given nothing yet.
-inline unsigned char *putCharacter(unsigned char *out, Step step) {
-    *out = static_cast<unsigned char>(step >> usedBits);
-    return out + (tables::givesCharacter(step) ? 1 : 0);
+// Returns where the characters end. Each is written, and the next one upon it if it was none.
+inline unsigned char *putCharacters(unsigned char *out, Step step, const StepMachine &machine) {
+    const unsigned int first = tables::firstOf(step);
+    const unsigned int last = machine.lastOf(step);
+    *out = static_cast<unsigned char>(first);
+    out += first != 0 ? 1 : 0;
+    *out = static_cast<unsigned char>(last);
+    return out + (last != 0 ? 1 : 0);
 }
 
-inline unsigned char *putBatch(unsigned char *out, const Step *steps) {
+inline unsigned char *putBatch(unsigned char *out, const Step *steps, const StepMachine &machine) {
 #pragma GCC unroll 16
     for (unsigned int i = 0; i < batch; ++i) {
-        out = putCharacter(out, steps[i]);
+        out = putCharacters(out, steps[i], machine);
     }
     return out;
 }
 
-inline unsigned char *putSome(unsigned char *out, const Step *steps, unsigned int count) {
+inline unsigned char *putSome(unsigned char *out, const Step *steps, unsigned int count, const StepMachine &machine) {
 #pragma GCC unroll 1 // rare: not worth its bytes
     for (unsigned int i = 0; i < count; ++i) {
-        out = putCharacter(out, steps[i]);
+        out = putCharacters(out, steps[i], machine);
     }
     return out;
-}
-
-// The character as it is after an escape, if a state follows it: those that have no code in their context are common
-// enough to go on after them. Else 0, and the window stays.
-inline unsigned int takeLiteral(BitWindow &window, Step escape, const tables::CharacterSet &characters) {
-    BitWindow after = window;
-    after.drop(escape & usedMask);
-    const auto literal = static_cast<unsigned int>(after.bits() >> 56U);
-    after.drop(8);
-    if (after.left() < 0 || literal == 0 || !characters.holds(literal)) {
-        return 0;
-    }
-    window = after;
-    return literal;
 }
 
 // The bits after the last character, of steps inside a code.
-unsigned int bitsInCode(const Step *begin, const Step *end) {
+unsigned int bitsInCode(const Step *begin, const Step *end, const StepMachine &machine) {
     unsigned int bits = 0;
-    for (; end != begin && !tables::givesCharacter(end[-1]); --end) {
+    for (; end != begin && !machine.gives(end[-1]); --end) {
         bits += end[-1] & usedMask;
     }
     return bits;
@@ -125,60 +129,57 @@ unsigned int bitsInCode(const Step *begin, const Step *end) {
         window.drop(1);
     }
     const unsigned int character = branch - leafFlag;
-    const bool given = window.left() >= 0 && machine_.characters->holds(character); // no state follows an escape
-    return {given ? character : 0, window.position(window.left())};
+    const bool given =
+        window.left() >= 0 && machine_.mayFollow(character) && character != 0; // no state follows an escape
+    return {given ? character : 0, character == 0 && window.left() >= 0, window.position(window.left())};
 }
 
 unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
-    const Step *const states = machine_.states;
-    std::array<Step, batchesKept * batch + 1> steps; // the last ones
+    const StepMachine machine = machine_;
+    std::array<Step, stepsKept + 1> steps; // the last ones
     Step *end = steps.data();
     unsigned char *to = out;
     BitWindow window(bytes_, count_, at_);
-    const char *state = stateAfter(states, character_ << usedBits);
+    State state = State::after(machine, machine.steps[character_]);
     endBits_ = 0;
-    bool ended = false;
-    while (room - static_cast<unsigned int>(to - out) > batch) {
-        if (static_cast<std::size_t>(end - steps.data()) > steps.size() - batch - 1) {
-            end = std::copy(end - batch, end, steps.data()); // more than the longest code takes
+    while (room - static_cast<unsigned int>(to - out) > mostOfBatch) {
+        if (static_cast<std::size_t>(end - steps.data()) > stepsKept - batch) {
+            end = std::copy(end - longestCode, end, steps.data());
         }
-        Batch taken = takeSteps(states, state, window.bits(), end);
-        ended = static_cast<int>(taken.bits) > window.left();
+        Batch taken = takeSteps(machine, state, window.bits(), end);
+        const bool ended = static_cast<int>(taken.bits) > window.left();
         if (ended) [[unlikely]] {
             endWithText(taken, end, static_cast<unsigned int>(window.left()));
         }
-        to = taken.count == batch ? putBatch(to, end) : putSome(to, end, taken.count);
+        to = taken.count == batch ? putBatch(to, end, machine) : putSome(to, end, taken.count, machine);
         end += taken.count;
         window.drop(taken.bits);
         if (ended) {
-            break;
+            break; // perhaps with a character that only one of two steps would have given
         }
         if (taken.count < batch) [[unlikely]] {
-            if (taken.last >> usedBits == tables::endOfText) {
-                const unsigned int used = taken.last & usedMask;
+            const unsigned int used = taken.last & usedMask;
+            if (taken.last - used == tables::endOfText) {
                 endBits_ = static_cast<int>(used) <= window.left() ? used : 0;
                 break;
             }
-            unsigned int character = 0;
-            if (taken.last >> usedBits == tables::escape) {
-                character = takeLiteral(window, taken.last, *machine_.characters);
-            } else {
-                const int left = window.left() + static_cast<int>(bitsInCode(steps.data(), end));
-                const RareCode code = byTree(window.position(left), to == out ? character_ : to[-1]);
-                character = code.character;
-                window = character != 0 ? BitWindow(bytes_, count_, code.end) : window;
+            const int left = window.left() + static_cast<int>(bitsInCode(steps.data(), end, machine));
+            const RareCode code = byTree(window.position(left), to == out ? character_ : to[-1]);
+            if (code.isEnd) {
+                endBits_ = static_cast<unsigned int>(code.end - window.position(window.left()));
             }
-            if (character == 0) {
+            if (code.character == 0) {
                 break;
             }
-            *to++ = static_cast<unsigned char>(character);
-            *end++ = static_cast<Step>(character << usedBits);
-            state = stateAfter(states, character << usedBits);
+            window = BitWindow(bytes_, count_, code.end);
+            *to++ = static_cast<unsigned char>(code.character);
+            *end++ = machine.steps[code.character];
+            state = State::after(machine, machine.steps[code.character]);
         }
         window.fill();
     }
-    const unsigned int inCode = bitsInCode(steps.data(), end);
-    at_ = ended ? std::uint64_t{8} * count_ : window.position(window.left() + static_cast<int>(inCode));
+    const unsigned int inCode = bitsInCode(steps.data(), end, machine);
+    at_ = window.position(window.left() + static_cast<int>(inCode));
     endBits_ += endBits_ != 0 ? inCode : 0;
     if (to != out) {
         character_ = to[-1];

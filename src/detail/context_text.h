@@ -1,8 +1,8 @@
 // Reads a whole text in a context-tree code, at two speeds.
 //
 // next() gives one character by the exact rule: it walks the published tree. run() gives many graphic characters by
-// wide steps (context_text.cpp). Whatever is rare makes run() stop at the end of a character, and next() goes on. Where
-// the text ends run() knows already, and next() only says so.
+// wide steps (context_text.cpp). Whatever is rare makes run() stop at the end of a character, and next() goes on. The
+// code of the end of a text run() knows already, and next() only says so.
 #pragma once
 
 #include "tables/context_steps.h"
@@ -29,7 +29,7 @@ public:
     // Writes characters of 0x20 to 0x7F and returns their number, at most `room`. Nothing follows from a 0: next() may
     // still give such a character.
     unsigned int run(unsigned char *out, unsigned int room) {
-        const bool mayBegin = machine_.states != nullptr && machine_.characters->holds(character_);
+        const bool mayBegin = machine_.steps != nullptr && machine_.mayFollow(character_);
         return mayBegin && at_ / 8 < count_ ? runBySteps(out, room) : 0;
     }
 
@@ -59,6 +59,7 @@ private:
 
     struct RareCode {
         unsigned int character; // 0 for none
+        bool isEnd;             // of the text
         std::uint64_t end;
     };
     RareCode byTree(std::uint64_t at, unsigned int before) const;

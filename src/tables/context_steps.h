@@ -1,79 +1,80 @@
 // A context-tree code as a machine of states, for decoding by several bits at once: what the next bits of a text mean
 // after a character, or inside a longer code. Derived from the published tables, by the compiler.
 //
-// A state holds a step for each value of the next bits: how many of them it uses, and where the next state is. A state
-// that follows a character (20 to 7F, hexadecimal) has its place by the value of that character, the start of a text
-// has place 0, and states inside codes lie at all other places, with a mark in the steps to them: so a step without the
-// mark gives the character of its place, and no published code gives another graphic one.
+// A state looks at as many bits as it is frequent: twice as frequent, a bit more. It holds a step for each of their
+// values: how many of them it uses, where the next state is, how many bits that one looks at, and the first character
+// where the bits give two. The last one is the character that the next state follows, none if it lies inside a code;
+// the eight bits of an escape are a code, too.
 //
 // What is rarer than one state in 2^rarestState, in text that is as the code expects it, has no state: the tree is
-// walked there. The largest code has more states than places.
+// walked there.
 #pragma once
 
 #include "detail/context_tree.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
 namespace zelk::tables {
 
-// Wider steps are fewer, and take more memory: 80 KiB for all four codes with five bits, 47 KiB with four, which take
-// up to a quarter more time. A library of one set of kernels is for machines with little memory. Measured with names
-// and descriptions: states down to 2^-13 alone, 28 KiB, take up to twice the time, for codes that are rare in their own
-// kind of text are common in another; steps that give two characters were up to 70 % faster with 140 KiB of tables.
+// More bits make fewer steps, and take more memory: 89 KiB for all four codes, 48 KiB in a library of one set of
+// kernels, which is for machines with little. Steps of five bits, of one character each, took 78 KiB and up to a third
+// more time.
 #if defined(ZELK_KERNELS_ONLY)
-inline constexpr unsigned int stepBits = 4;
-inline constexpr unsigned int rarestState = 20;
-inline constexpr unsigned int rarestStateOfLargest = 18;
+inline constexpr unsigned int bitsOfAllText = 11; // that a state would look at which comes always
+inline constexpr unsigned int fewestBits = 2;
+inline constexpr unsigned int literalBits = 3; // of an escape's eight, that are looked at first
+inline constexpr unsigned int rarestState = 18;
+inline constexpr unsigned int rarestStateOfLargest = 12;
 #else
-inline constexpr unsigned int stepBits = 5;
+inline constexpr unsigned int bitsOfAllText = 12;
+inline constexpr unsigned int fewestBits = 3;
+inline constexpr unsigned int literalBits = 8;
 inline constexpr unsigned int rarestState = 24;
 inline constexpr unsigned int rarestStateOfLargest = 20;
 #endif
+inline constexpr unsigned int mostBits = 8;
 
-// A step: the bits used in its low six bits, above them the place of the next state, and a mark.
-using Step = std::uint16_t;
+// A step, from its lowest bit on:
+//   6 bits    how many bits it uses
+//   6         64 less the number that the next state looks at
+//   12        the place of the next state, which is that of its first step in fours
+//   7         the first of two characters, else 0
+//   1         a stop: what follows is not for the machine to say. Its place says what is known.
+using Step = std::uint32_t;
 inline constexpr unsigned int usedBits = 6;
 inline constexpr unsigned int usedMask = (1U << usedBits) - 1;
-inline constexpr unsigned int placeCount = 0x200;
-inline constexpr unsigned int placeMask = (placeCount - 1) << usedBits;
-inline constexpr unsigned int insideCode = placeCount << usedBits;
+inline constexpr unsigned int shiftAt = usedBits;
+inline constexpr unsigned int placeAt = 12;
+inline constexpr unsigned int placeCount = 0x1000;
+inline constexpr unsigned int placeSteps = 4;
+inline constexpr unsigned int firstAt = 24;
+inline constexpr Step stop = 1U << 31U;
+inline constexpr Step treeWalk = stop;
+inline constexpr Step endOfText = stop | 1U << placeAt;
 
-inline constexpr std::size_t stateSteps = std::size_t{1} << stepBits;
-inline constexpr std::size_t placeSteps = (std::size_t{1} << usedBits) / sizeof(Step); // from one place to the next
+constexpr unsigned int placeOf(Step step) {
+    return step >> placeAt & (placeCount - 1);
+}
+constexpr unsigned int firstOf(Step step) {
+    return step >> firstAt;
+}
 
 inline constexpr unsigned int firstGraphic = 0x20;
 inline constexpr unsigned int firstAfterGraphic = 0x80;
 
-// Marked places that hold no state: what follows is not for the machine to say. These steps are not below the first.
-inline constexpr unsigned int treeWalk = 0x3FD;
-inline constexpr unsigned int endOfText = 0x3FE;
-inline constexpr unsigned int escape = 0x3FF;
-inline constexpr unsigned int noCharacter = treeWalk << usedBits;
-inline constexpr unsigned int placesOfStates = treeWalk - placeCount;
-
-// What a step gives: a character (its place), or nothing yet.
-constexpr bool givesCharacter(unsigned int step) {
-    return step < insideCode;
-}
-
-class CharacterSet {
-public:
-    constexpr void add(unsigned int character) { words_[character / 32] |= 1U << character % 32; }
-    constexpr bool holds(unsigned int character) const {
-        return character < firstAfterGraphic && (words_[character / 32] >> character % 32 & 1U) != 0;
-    }
-
-private:
-    std::array<std::uint32_t, firstAfterGraphic / 32> words_{};
-};
-
-// What a decoder gets: the state at place 0, and the characters (0 is the start of a text) that a state follows.
+// What a decoder gets.
 struct StepMachine {
-    const Step *states = nullptr;
-    const CharacterSet *characters = nullptr;
+    const Step *steps = nullptr;              // first those that lead to the state after a character; 0 begins a text
+    const std::uint8_t *characters = nullptr; // by place: the character that the state there follows
+
+    bool mayFollow(unsigned int character) const { return character < firstAfterGraphic && steps[character] < stop; }
+    // What a step gives at its end, 0 for nothing yet.
+    unsigned int lastOf(Step step) const { return characters[placeOf(step)]; }
+    bool gives(Step step) const { return (firstOf(step) | lastOf(step)) != 0; }
 };
 
 // Never defined: a code that the machine cannot hold calls one of these while it is expanded.
@@ -84,7 +85,8 @@ void codeGivesControlCharacter();
 // comes once in 2^n times. Characters of an escape are taken as equally frequent.
 class ContextWeights {
 public:
-    static constexpr std::uint64_t one = std::uint64_t{1} << 40U;
+    static constexpr unsigned int bits = 40;
+    static constexpr std::uint64_t one = std::uint64_t{1} << bits;
 
     template <std::size_t Size>
     constexpr explicit ContextWeights(const std::array<unsigned char, Size> &table) {
@@ -105,9 +107,9 @@ public:
 
     constexpr std::uint64_t operator[](unsigned int context) const { return weights_[context]; }
 
-private:
     static constexpr std::uint64_t shortText = 64; // characters: no code says how often texts begin
 
+private:
     template <std::size_t Size>
     constexpr void follow(const std::array<unsigned char, Size> &table, unsigned int tree, unsigned int node,
                           std::uint64_t weight) {
@@ -129,59 +131,136 @@ private:
     std::array<std::uint64_t, firstAfterGraphic> next_{};
 };
 
+template <std::size_t Steps>
 struct StepStates {
-    std::array<std::array<Step, stateSteps>, placesOfStates> at{};
-    std::size_t places = firstAfterGraphic;
-    CharacterSet characters;
+    alignas(64) std::array<Step, Steps> steps{};
+    std::array<std::uint8_t, Steps / placeSteps> characters{};
 };
 
+template <std::size_t Size>
 class StepBuilder {
 public:
-    template <std::size_t Size>
     constexpr StepBuilder(const std::array<unsigned char, Size> &table, unsigned int rarest)
-        : leastWeight_(ContextWeights::one >> rarest) {
+        : table_(table), leastWeight_(ContextWeights::one >> rarest) {
         const ContextWeights weights(table);
+        std::fill_n(result_.steps.begin(), firstAfterGraphic, stop);
         for (unsigned int character = 0; character < firstAfterGraphic; ++character) {
+            const unsigned int tree = detail::treeAfter(table.data(), character);
             if ((character == 0 || character >= firstGraphic) && weights[character] >= leastWeight_) {
-                result_.characters.add(character);
+                const Step lead = stepToNewState(bitsFor(weights[character], tree, tree));
+                result_.characters[placeOf(lead)] = static_cast<std::uint8_t>(character);
+                result_.steps[character] = lead;
             }
         }
+        fillLiterals();
         for (unsigned int character = 0; character < firstAfterGraphic; ++character) {
-            if (result_.characters.holds(character)) {
+            if (const Step lead = result_.steps[character]; lead < stop) {
                 const unsigned int tree = detail::treeAfter(table.data(), character);
-                expand(table, character, tree, tree, weights[character]);
+                fill(lead, tree, tree, weights[character], weights[character]);
             }
         }
     }
 
-    constexpr const StepStates &result() const { return result_; }
+    constexpr std::size_t size() const { return size_; }
+
+    template <std::size_t Steps>
+    constexpr StepStates<Steps> result() const {
+        StepStates<Steps> states;
+        std::copy_n(result_.steps.begin(), Steps, states.steps.begin());
+        std::copy_n(result_.characters.begin(), states.characters.size(), states.characters.begin());
+        return states;
+    }
 
 private:
-    // Fills the state at `place`, which stands for `node`, and all states that codes reach through it.
-    template <std::size_t Size>
-    constexpr void expand(const std::array<unsigned char, Size> &table, std::size_t place, unsigned int tree,
-                          unsigned int node, std::uint64_t weight) {
-        for (unsigned int bits = 0; bits < stateSteps; ++bits) {
-            unsigned int end = node;
-            int left = stepBits - 1;
-            const unsigned int leaf = detail::walkTree(table.data(), tree, end, bits, left);
-            std::size_t next = treeWalk;
-            if (leaf >= detail::leafFlag) {
-                next = placeAfter(leaf);
-            } else if (weight >> stepBits >= leastWeight_) {
-                const std::size_t inner = newPlace();
-                expand(table, inner, tree, end, weight >> stepBits);
-                next = placeCount + inner;
+    // The eight bits of an escape, at once or by three and five.
+    constexpr void fillLiterals() {
+        constexpr unsigned int groupBits = 8 - literalBits;
+        constexpr unsigned int group = 1U << groupBits;
+        for (unsigned int bits = 0; bits < 1U << literalBits; ++bits) {
+            const bool isGraphic = bits >= firstGraphic / group && bits < firstAfterGraphic / group;
+            Step step = treeWalk;
+            if (isGraphic && group == 1) {
+                step = std::min(result_.steps[bits], treeWalk);
+            } else if (isGraphic) {
+                step = stepToNewState(groupBits);
+                for (unsigned int place = 0; place < group; ++place) {
+                    result_.steps[placeSteps * placeOf(step) + place] =
+                        std::min(result_.steps[group * bits + place], treeWalk) + groupBits;
+                }
             }
-            const auto used = static_cast<unsigned int>(static_cast<int>(stepBits) - 1 - left);
-            result_.at[place][bits] = static_cast<Step>(next << usedBits | used);
+            result_.steps[placeSteps * placeOf(literal_) + bits] = step + literalBits;
         }
     }
 
-    constexpr unsigned int placeAfter(unsigned int leaf) const {
+    constexpr unsigned int depth(unsigned int tree, unsigned int node) const {
+        unsigned int deepest = 0;
+        for (const unsigned int branch : {0U, 1U}) {
+            const unsigned int step = table_[node + branch];
+            deepest = std::max(deepest, step >= detail::leafFlag ? 1 : 1 + depth(tree, tree + 2 * step));
+        }
+        return deepest;
+    }
+
+    // How many bits a state looks at: no more than its codes have for the sake of the fewest.
+    constexpr unsigned int bitsFor(std::uint64_t weight, unsigned int tree, unsigned int node) const {
+        const auto wanted = static_cast<int>(std::bit_width(weight >> (ContextWeights::bits - bitsOfAllText))) - 1;
+        const auto bits = static_cast<unsigned int>(std::max(wanted, 0));
+        return std::max(std::clamp(bits, std::min(fewestBits, depth(tree, node)), mostBits), 2U);
+    }
+
+    constexpr Step stepToNewState(unsigned int bits) {
+        const std::size_t place = size_ / placeSteps;
+        size_ += std::size_t{1} << bits;
+        if (size_ > result_.steps.size()) {
+            tooManyStepStates();
+        }
+        return static_cast<Step>(place << placeAt) | (64 - bits) << shiftAt;
+    }
+
+    constexpr bool mayEnd(unsigned int tree, unsigned int node) const {
+        for (const unsigned int branch : {0U, 1U}) {
+            const unsigned int step = table_[node + branch];
+            if (step == detail::leafFlag || (step < detail::leafFlag && mayEnd(tree, tree + 2 * step))) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    // How often a state inside a code comes. The code of the end is long, but every text comes there; and a letter that
+    // is common after a common one may have a code that is much too long (an h after a blank has one of 18 bits).
+    constexpr std::uint64_t innerWeight(std::uint64_t byCode, std::uint64_t context, bool mayBeEnd) const {
+        constexpr unsigned int tooLong = 14; // bits
+        return std::max({byCode, context >> tooLong, mayBeEnd ? context / ContextWeights::shortText : 0});
+    }
+
+    // Fills the state that a step leads to, which stands for `node`, and all states that codes reach through it.
+    constexpr void fill(Step lead, unsigned int tree, unsigned int node, std::uint64_t weight, std::uint64_t context) {
+        const unsigned int width = 64 - (lead >> shiftAt & usedMask);
+        for (unsigned int bits = 0; bits < 1U << width; ++bits) {
+            unsigned int end = node;
+            int left = static_cast<int>(width) - 1;
+            const unsigned int leaf = detail::walkTree(table_.data(), tree, end, bits, left);
+            Step step = treeWalk;
+            if (leaf >= detail::leafFlag) {
+                step = afterLeaf(leaf, bits, left);
+            } else {
+                const std::uint64_t inner = innerWeight(weight >> width, context, mayEnd(tree, end));
+                if (inner >= leastWeight_) {
+                    step = stepToNewState(bitsFor(inner, tree, end));
+                    fill(step, tree, end, inner, context);
+                }
+            }
+            const auto used = static_cast<unsigned int>(static_cast<int>(width) - 1 - left);
+            result_.steps[placeSteps * placeOf(lead) + bits] = step | used;
+        }
+    }
+
+    // The step after a code, and after another one if the bits that are left hold it.
+    constexpr Step afterLeaf(unsigned int leaf, unsigned int bits, int &left) const {
         const unsigned int character = leaf - detail::leafFlag;
         if (leaf == detail::escapeLeaf) {
-            return escape;
+            return literal_;
         }
         if (character == 0) {
             return endOfText;
@@ -189,50 +268,33 @@ private:
         if (character < firstGraphic) {
             codeGivesControlCharacter();
         }
-        return result_.characters.holds(character) ? character : treeWalk;
+        const Step step = result_.steps[character];
+        if (step >= stop || left < 0) {
+            return step;
+        }
+        const unsigned int tree = detail::treeAfter(table_.data(), character);
+        unsigned int end = tree;
+        int leftAfter = left;
+        const unsigned int second = detail::walkTree(table_.data(), tree, end, bits, leftAfter);
+        if (second <= detail::leafFlag || second == detail::escapeLeaf ||
+            result_.steps[second - detail::leafFlag] >= stop) {
+            return step;
+        }
+        left = leftAfter;
+        return result_.steps[second - detail::leafFlag] | character << firstAt;
     }
 
-    // The places of characters without a state first: of the controls, which no code gives, and of rare ones.
-    constexpr std::size_t newPlace() {
-        while (++lastPlace_ < firstAfterGraphic) {
-            if (!result_.characters.holds(lastPlace_)) {
-                return lastPlace_;
-            }
-        }
-        if (result_.places == placesOfStates) {
-            tooManyStepStates();
-        }
-        return result_.places++;
-    }
-
-    StepStates result_;
+    const std::array<unsigned char, Size> &table_;
     std::uint64_t leastWeight_;
-    unsigned int lastPlace_ = 0;
+    StepStates<std::size_t{placeSteps} * placeCount> result_;
+    std::size_t size_ = firstAfterGraphic;
+    Step literal_ = stepToNewState(literalBits);
 };
 
-// The machines of two codes: in each place a state of both where there is room for them, else one after the other.
-template <std::size_t Places>
-struct StepPair {
-    alignas(64) std::array<Step, Places * placeSteps> steps;
-    std::array<CharacterSet, 2> characters;
-    std::size_t second; // the place 0 of the second one
-};
-
-template <const auto &first, const auto &second, unsigned int rarestOfSecond>
-consteval auto stepPair() {
-    constexpr std::array<StepStates, 2> states{StepBuilder(first, rarestState).result(),
-                                               StepBuilder(second, rarestOfSecond).result()};
-    constexpr bool sidewise = 2 * stateSteps <= placeSteps;
-    constexpr std::size_t after = states[0].places * placeSteps;
-    constexpr std::size_t places =
-        sidewise ? std::max(states[0].places, states[1].places) : states[0].places + states[1].places;
-    StepPair<places> pair{{}, {states[0].characters, states[1].characters}, sidewise ? stateSteps : after};
-    for (std::size_t code = 0; code < states.size(); ++code) {
-        for (std::size_t place = 0; place < states[code].places; ++place) {
-            std::ranges::copy(states[code].at[place], &pair.steps[code * pair.second + place * placeSteps]);
-        }
-    }
-    return pair;
+template <const auto &table, unsigned int rarest>
+consteval auto stepStates() {
+    constexpr std::size_t size = StepBuilder(table, rarest).size();
+    return StepBuilder(table, rarest).template result<size>();
 }
 
 // The machine of one of the four published tables, or none for a table of the caller's own.

@@ -85,27 +85,29 @@ StepMachine stepsOf(const unsigned char * /*table*/) {
 
 namespace {
 
-constexpr auto dvbSteps = stepPair<zelkDvbTable1, zelkDvbTable2, rarestStateOfLargest>();
-constexpr auto guideSteps = stepPair<zelkTitleTable, zelkDescriptionTable, rarestState>();
+constexpr auto dvbSteps1 = stepStates<zelkDvbTable1, rarestState>();
+constexpr auto dvbSteps2 = stepStates<zelkDvbTable2, rarestStateOfLargest>();
+constexpr auto titleSteps = stepStates<zelkTitleTable, rarestState>();
+constexpr auto descriptionSteps = stepStates<zelkDescriptionTable, rarestState>();
 
-StepMachine machineOf(const auto &pair, unsigned int code) {
-    return {pair.steps.data() + code * pair.second, &pair.characters[code]};
+StepMachine machineOf(const auto &states) {
+    return {states.steps.data(), states.characters.data()};
 }
 
 } // namespace
 
 StepMachine stepsOf(const unsigned char *table) {
     if (table == HuffmanDecodeTable_1) {
-        return machineOf(dvbSteps, 0);
+        return machineOf(dvbSteps1);
     }
     if (table == HuffmanDecodeTable_2) {
-        return machineOf(dvbSteps, 1);
+        return machineOf(dvbSteps2);
     }
     if (table == _title_dec_table) {
-        return machineOf(guideSteps, 0);
+        return machineOf(titleSteps);
     }
     if (table == _desc_dec_table) {
-        return machineOf(guideSteps, 1);
+        return machineOf(descriptionSteps);
     }
     return {};
 }
