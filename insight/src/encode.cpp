@@ -132,11 +132,10 @@ Sequence composedSequence(unsigned int codePoint) {
         const auto place = static_cast<unsigned int>(at - begin);
         const unsigned int row = place / set.columns + 1;
         const unsigned int column = place % set.columns + 1;
-        const auto *const mark = std::find(set.columnOf.begin(), set.columnOf.end(), column);
-        const auto *const base = std::find(set.rowOf.begin(), set.rowOf.end(), row);
-        if (mark != set.columnOf.end() && base != set.rowOf.end()) {
-            return sequenceOf(static_cast<unsigned int>(mark - set.columnOf.begin()),
-                              static_cast<unsigned int>(base - set.rowOf.begin()));
+        const auto mark = static_cast<unsigned int>(std::ranges::find(set.columnOf, column) - set.columnOf.begin());
+        const auto base = static_cast<unsigned int>(std::ranges::find(set.rowOf, row) - set.rowOf.begin());
+        if (mark != set.columnOf.size() && base != set.rowOf.size()) {
+            return sequenceOf(mark, base);
         }
     }
     return {};
