@@ -319,6 +319,18 @@ TEST(InsightDecode, TellsOfPreparedPairs) {
     }
 }
 
+// Prepared text keeps its controls, which are those of ASCII and of ISO 8859-1.
+TEST(InsightDecode, TellsControlsFromText) {
+    const Decoded decoded = decode(bytes("1D 1F 20 7E 7F C280 C29F C2A0"));
+    const zelkInsightStepKind kinds[] = {ZelkInsightStepSelector, ZelkInsightStepControl, ZelkInsightStepText,
+                                         ZelkInsightStepText,     ZelkInsightStepControl, ZelkInsightStepControl,
+                                         ZelkInsightStepControl,  ZelkInsightStepText};
+    ASSERT_EQ(decoded.steps.size(), std::size(kinds));
+    for (std::size_t i = 0; i < std::size(kinds); ++i) {
+        EXPECT_EQ(decoded.steps[i].kind, kinds[i]) << i;
+    }
+}
+
 // Without a count a zero ends the text: two zeros that of two-byte text, and its code that of compressed text.
 TEST(InsightDecode, FindsTheEndWithoutACount) {
     EXPECT_EQ(decode(bytes("11 0041 0100"), standard, 4096, false).text, "A\xC4\x80");
