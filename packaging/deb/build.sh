@@ -1,7 +1,7 @@
 #!/bin/sh
 # Runs inside the root of the build: builds the source package and its binary packages twice, in folders, a time zone
-# and a file mode mask of their own, and compares all that is shipped. /source.tar holds the tree; /packages receives
-# the result.
+# and a file mode mask of their own, and compares all that is shipped. The last part of the folders' paths is the same,
+# for dpkg-source writes it into the source package. /source.tar holds the tree; /packages receives the result.
 set -eu
 
 build() {
@@ -10,7 +10,7 @@ build() {
 }
 
 (umask 022 && TZ=UTC build /build/one/murn-zelk)
-(umask 002 && TZ=Asia/Kathmandu build /srv/quite/another/place/source)
+(umask 002 && TZ=Asia/Kathmandu build /srv/quite/another/place/murn-zelk)
 
 mkdir /packages
 cp /build/one/murn-zelk_* /build/one/*.deb /packages
