@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
 namespace zelk::tool {
 
@@ -78,6 +79,15 @@ const CharacterSet *findSet(const std::string &name) {
                            [&wanted](const char *other) { return plainName(other) == wanted; });
     });
     return found == characterSets.end() ? nullptr : &*found;
+}
+
+// Of a name that is one.
+const CharacterSet &setOf(const std::string &name) {
+    const CharacterSet *const set = findSet(name);
+    if (set == nullptr) {
+        throw std::logic_error("no set is called " + name);
+    }
+    return *set;
 }
 
 bool isWritten(const CharacterSet &set) {
@@ -268,7 +278,7 @@ public:
                 const std::size_t own = countMarks(utf8) + marksOf(source.set, rest);
                 if (marks > own && strict_) {
                     out.resize(before);
-                    failUnread(source, *findSet("utf8"), utf8, offset, out);
+                    failUnread(source, setOf("utf8"), utf8, offset, out);
                     failUnread(source, source.set, rest, offset + prefix, out);
                 }
                 count_ += marks - std::min(own, marks);
@@ -339,14 +349,14 @@ ExitStatus run(const ConvertOptions &options) {
     if (options.from.empty()) {
         failInput("expected --from SET; 'zelk convert --list' lists the sets");
     }
-    const CharacterSet &set = *findSet(options.from);
+    const CharacterSet &set = setOf(options.from);
     if ((options.checked || options.tolerant) && set.family != Family::Iso) {
         failInput("expected --checked and --tolerant only with an ISO 8859 set");
     }
     if (options.checked && options.tolerant) {
         failInput("expected only one of --checked and --tolerant");
     }
-    const CharacterSet &target = *findSet(options.to);
+    const CharacterSet &target = setOf(options.to);
     if (options.dvbGiven && set.family != Family::Dvb && target.family != Family::Dvb) {
         failInput("expected --region, --default-code, --extra and --keep-emphasis only with --from dvb");
     }
@@ -414,7 +424,7 @@ ExitStatus run(const ConvertOptions &options) {
         if (options.checked) {
             bool valid = false;
             Input spooled = spool(input, valid);
-            convert(spooled, valid ? *findSet("utf8") : set);
+            convert(spooled, valid ? setOf("utf8") : set);
         } else {
             convert(input, set);
         }

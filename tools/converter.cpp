@@ -299,7 +299,7 @@ Converter fromIsoTolerant(unsigned int part, Utf8Prefix &prefix) {
             },
             [&] {
                 if (prefix.bytes == std::string_view::npos) {
-                    keep(std::string_view("", 1));
+                    keep(std::string_view("\0", 1));
                 } else {
                     out.push_back('\0');
                 }

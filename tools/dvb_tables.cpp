@@ -34,7 +34,7 @@ Seconds timeOfDay(Cursor &from, unsigned int hourLimit) {
     const auto hours = fromBcd(from.byte(), hourLimit);
     const auto minutes = fromBcd(from.byte(), 60);
     const auto seconds = fromBcd(from.byte(), 60);
-    return hours && minutes && seconds ? Seconds{*hours} * 3600 + *minutes * 60 + *seconds : unknownTime;
+    return hours && minutes && seconds ? Seconds{*hours} * 3600 + Seconds{*minutes} * 60 + *seconds : unknownTime;
 }
 
 // Modified Julian Date and time of day.
@@ -311,10 +311,12 @@ void readTime(const Section &section, SectionRecords &records) {
 
 bool readDvbSection(const Section &section, SectionRecords &records) {
     const std::uint8_t table = section.table;
-    if (table == tableTime || table == tableTimeOffset) {
-        readTime(section, records);
-    } else if (!section.longForm) {
+    const bool isTime = table == tableTime || table == tableTimeOffset;
+    if (!isTime && !section.longForm) {
         return false;
+    }
+    if (isTime) {
+        readTime(section, records);
     } else if (table == tableNetworkActual || table == tableNetworkOther || table == tableBouquet) {
         readGroup(section, records);
     } else if (isServiceTable(table)) {

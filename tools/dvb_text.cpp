@@ -39,14 +39,15 @@ std::string byInsight(const zelkInsightSettings &settings, const std::string &by
 // As the library's converter class reads it, selector bytes and all and up to the first zero byte; but where iconv
 // stops, one byte is passed over, so that the text after it is read too.
 std::string fromGb2312(const std::string &bytes) {
-    const iconv_t descriptor = iconv_open("utf-8", "gb2312");
+    iconv_t descriptor = iconv_open("utf-8", "gb2312");
+    const bool isOpen = reinterpret_cast<std::intptr_t>(descriptor) != -1; // as POSIX says
     std::string out(3 * bytes.size() + 4, '\0');
     char *to = out.data();
     std::size_t room = out.size();
     char *from = const_cast<char *>(bytes.data()); // iconv does not write there
     std::size_t left = bytes.find('\0') == std::string::npos ? bytes.size() : bytes.find('\0');
     while (left != 0) {
-        if (descriptor != reinterpret_cast<iconv_t>(-1)) {
+        if (isOpen) {
             (void)iconv(descriptor, &from, &left, &to, &room);
         }
         if (left != 0) {
@@ -56,7 +57,7 @@ std::string fromGb2312(const std::string &bytes) {
             --left;
         }
     }
-    if (descriptor != reinterpret_cast<iconv_t>(-1)) {
+    if (isOpen) {
         (void)iconv_close(descriptor);
     }
     out.resize(out.size() - room);

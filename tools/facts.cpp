@@ -138,7 +138,7 @@ Json Facts::of(std::uint16_t id, const NamedGroup &group) const {
     return record;
 }
 
-Json Facts::of(const StreamKey &key, const Stream &stream) const {
+Json Facts::of(const StreamKey &key, const Stream &stream) {
     Json record = {{"group", key.bouquet ? "bouquet" : "network"},
                    {"id", key.group},
                    {"original_network", key.originalNetwork},

@@ -16,7 +16,7 @@ public:
         : found_(found), reader_(reader), evidence_(evidence) {}
 
     Json of(std::uint16_t id, const NamedGroup &group) const;
-    Json of(const StreamKey &key, const Stream &stream) const;
+    static Json of(const StreamKey &key, const Stream &stream);
     Json of(const ServiceKey &key, const Service &service) const;
     Json of(const ChannelKey &key, const Channel &channel) const;
     Json of(const EventKey &key, const Event &event) const;

@@ -181,7 +181,7 @@ void keepNew(const LintOptions &options, std::vector<LintedText> &texts) {
     for (LintedText &text : texts) {
         const std::string bytes = hex(text.bytes);
         std::erase_if(text.faults, [&](const zelkInsightFault &fault) {
-            return known.count({ruleOf(fault.rule).name, bytes}) != 0;
+            return known.contains({ruleOf(fault.rule).name, bytes});
         });
     }
 }
