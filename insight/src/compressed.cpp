@@ -114,11 +114,25 @@ void recordContextText(Recorder &recorder, const Reading &reading, unsigned int 
     Bits bits(reading);
     unsigned int before = 0;
     unsigned int recent = 0; // the last bytes
+    // The first bytes of the character after a surrogate that waits: where the two are a pair, they are parts of it.
+    struct Piece {
+        Span span;
+        unsigned int byte;
+    };
+    std::array<Piece, 2> pieces{};
+    unsigned int pieceCount = 0;
+    const auto settle = [&] {
+        units.flush();
+        for (unsigned int i = 0; i < pieceCount; ++i) {
+            recorder.silent(ZelkInsightStepPiece, pieces[i].span, pieces[i].byte);
+        }
+        pieceCount = 0;
+    };
     for (;;) {
         const std::uint64_t first = bits.at();
         const int byte = nextByte(bits, table, before);
         if (byte == inputEnded) {
-            units.flush();
+            settle();
             recordCut(recorder, first, bits.end());
             return;
         }
@@ -129,30 +143,36 @@ void recordContextText(Recorder &recorder, const Reading &reading, unsigned int 
         const unsigned int character = answer & 0xFFFFU;
         const Span span = spanOf(first, bits.at());
         if (character == textEnded) {
-            units.flush();
+            settle();
             recorder.silent(ZelkInsightStepEnd, span);
             recordRest(recorder, reading, bits);
             return;
         }
         if (answer != character) {
-            units.flush();
+            settle();
             recorder.found(ZelkInsightUtf8Malformed, {span.offset, 0});
         }
         if (character == byteSkipped) {
-            units.flush();
+            settle();
             const std::uint64_t after = bits.at() + 8 < bits.end() ? bits.at() + 8 : bits.end();
             bits.moveTo(after);
             const Span skipped = spanOf(first, after);
             recorder.silent(ZelkInsightStepDropped, skipped, before, ZelkInsightUtf8Malformed);
             recorder.found(ZelkInsightUtf8Malformed, skipped);
+        } else if (character == 0 && units.waits() && pieceCount < pieces.size()) {
+            pieces[pieceCount++] = {span, before};
         } else if (character == 0) {
-            units.flush();
+            settle();
             recorder.silent(ZelkInsightStepPiece, span, before);
         } else if (character == replacement && !(inside && recent == replacementBytes)) {
-            units.flush();
+            settle();
             recorder.malformed(ZelkInsightUtf8Malformed, span, before, 1);
         } else {
+            if (!units.waits() || !isLowSurrogate(character)) {
+                settle();
+            }
             units.unit(character, span, before);
+            pieceCount = 0;
         }
     }
 }

@@ -264,6 +264,19 @@ TEST(InsightDecode, TellsOfUnicodeInCompressedText) {
            "A",
            "surrogate-lone ");
     expect("EDA0BD", "\xEF\xBF\xBD", "surrogate-lone ");
+    // A pair is one character; what only begins like its second half is not.
+    expect("41 EDA0BD EDB880 42",
+           "A\xF0\x9F\x98\x80"
+           "B",
+           "");
+    expect("EDA0BD EDA0BD EDB880", "\xEF\xBF\xBD\xF0\x9F\x98\x80", "surrogate-lone ");
+    expect("EDA0BD E282AC", "\xEF\xBF\xBD\xE2\x82\xAC", "surrogate-lone ");
+    expect("EDA0BD C3A9", "\xEF\xBF\xBD\xC3\xA9", "surrogate-lone ");
+    expect("EDA0BD EDB8", "\xEF\xBF\xBD", "surrogate-lone ");
+    expect("EDB880 41",
+           "\xEF\xBF\xBD"
+           "A",
+           "surrogate-lone ");
     expect("41 C3 42", "AB", "utf8-malformed ");
 }
 
