@@ -626,7 +626,7 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
     for (unsigned int i = 0; i < found && i < room && guesses != nullptr; ++i) {
         const Weighed &now = weighed[order[i]];
         guesses[i].table = candidates[order[i]].table;
-        guesses[i].confidence = static_cast<unsigned int>(std::lround(share[i] / sum * ZELK_INSIGHT_CERTAIN));
+        guesses[i].confidence = static_cast<unsigned int>(std::nearbyint(share[i] / sum * ZELK_INSIGHT_CERTAIN));
         std::memcpy(guesses[i].language, models::guessLanguages[now.language].bibliographic, 4);
         guesses[i].announced = announcedPlace != candidateCount && now.text == weighed[announcedPlace].text ? 1 : 0;
     }
