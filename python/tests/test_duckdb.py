@@ -126,6 +126,7 @@ def test_channels_and_events_of_atsc(db: duckdb.DuckDBPyConnection, tool: Path) 
     assert ("channel", "long_name", "Harbor One") in texts and ("event", "ratings", "TV-G") in texts
 
 
+@pytest.mark.rate
 def test_decoding_costs_no_more_than_hexadecimal_digits(
     db: duckdb.DuckDBPyConnection, measured: Callable[[str], None]
 ) -> None:

@@ -128,6 +128,7 @@ def test_streams_are_spread_and_broken_ones_are_told(
     assert "Γαλάζιο Κανάλι" in names
 
 
+@pytest.mark.rate
 def test_decoding_costs_little_more_than_handing_rows_over(
     spark: SparkSession, measured: Callable[[str], None]
 ) -> None:
