@@ -4,10 +4,12 @@
 
 #include "helpers/guarded.h"
 #include "helpers/text.h"
+#include "reference/single_byte.h"
+#include "reference/utf8_model.h"
 
 #include <gtest/gtest.h>
-#include <iconv.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -16,19 +18,19 @@ namespace {
 
 using namespace zelk_test;
 
-// By the system's iconv, so that the library's tables are not asked about themselves.
-std::string converted(const std::string &text, const char *set) {
-    iconv_t handle = iconv_open(set, "UTF-8");
-    std::string in = text;
-    std::string out(4 * text.size() + 4, '\0');
-    char *from = in.data();
-    char *to = out.data();
-    std::size_t inLeft = in.size();
-    std::size_t outLeft = out.size();
-    EXPECT_EQ(iconv(handle, &from, &inLeft, &to, &outLeft), 0U) << text << ' ' << set;
-    iconv_close(handle);
-    out.resize(out.size() - outLeft);
-    return out;
+// By the system's sets, so that the library's tables are not asked about themselves.
+std::string converted(const std::string &text, const std::string &set) {
+    if (set == "UTF-8") {
+        return text;
+    }
+    const reference::Set codes = reference::systemSet(set);
+    std::string bytes;
+    for (const Utf8Character &character : utf8CharactersModel(text, TextEnd::Count)) {
+        const auto found = std::find(codes.begin(), codes.end(), character.character);
+        EXPECT_NE(found, codes.end()) << text << ' ' << set;
+        bytes += static_cast<char>(found - codes.begin());
+    }
+    return bytes;
 }
 
 std::string decodedByGuess(const std::string &string, zelkInsightReason &reason) {
