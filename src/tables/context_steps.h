@@ -218,13 +218,10 @@ private:
     }
 
     constexpr bool mayEnd(unsigned int tree, unsigned int node) const {
-        for (const unsigned int branch : {0U, 1U}) {
-            const unsigned int step = table_[node + branch];
-            if (step == detail::leafFlag || (step < detail::leafFlag && mayEnd(tree, tree + 2 * step))) {
-                return true;
-            }
-        }
-        return false;
+        const auto leadsToEnd = [&](unsigned int step) {
+            return step == detail::leafFlag || (step < detail::leafFlag && mayEnd(tree, tree + 2 * step));
+        };
+        return leadsToEnd(table_[node]) || leadsToEnd(table_[node + 1]);
     }
 
     // How often a state inside a code comes. The code of the end is long, but every text comes there; and a letter that
@@ -284,9 +281,9 @@ private:
         return result_.steps[second - detail::leafFlag] | character << firstAt;
     }
 
+    StepStates<std::size_t{placeSteps} * placeCount> result_;
     const std::array<unsigned char, Size> &table_;
     std::uint64_t leastWeight_;
-    StepStates<std::size_t{placeSteps} * placeCount> result_;
     std::size_t size_ = firstAfterGraphic;
     Step literal_ = stepToNewState(literalBits);
 };
