@@ -33,7 +33,7 @@ def run(programs: list[str], folder: Path, tool: Path, extension: Path, sample: 
 def test_readme(tmp_path: Path, tool: Path, extension: Path, sample: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     import duckdb
 
-    programs = blocks(ROOT / "README.md", "python", "## By the million")
+    programs = blocks(ROOT / "README.md", "python", "## Whole columns")
     assert len(programs[0].splitlines()) <= 10
     run(programs[:1], tmp_path, tool, extension, sample, monkeypatch)
     (rows,) = duckdb.sql("select count(*), count(text), count(faults) from 'texts.parquet'").fetchall()
