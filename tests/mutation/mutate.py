@@ -53,7 +53,7 @@ TESTS = [
     (r"^insight/.*/compressed", ["insight_decode_test", "insight_encode_test"]),
     (r"^insight/.*/(encode|context_encoder)", ["insight_encode_test"]),
     (r"^insight/.*/(guess|repair)", ["insight_guess_test"]),
-    (r"^insight/.*/(lint|text_watch|names)", ["insight_lint_test", "insight_decode_test"]),
+    (r"^insight/.*/(lint|text_watch|names)", ["insight_lint_test", "insight_decode_test", "insight_composition_test"]),
     (r"^insight/.*/overrides", ["insight_overrides_test"]),
     (r"^insight/.*/(text|utf8)\.", ["insight_text_test", "insight_encode_test"]),
     (r"packet", ["packet_test", "allocation_test"]),
