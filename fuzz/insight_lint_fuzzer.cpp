@@ -92,8 +92,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const zelkInsightOrigin origin = {1, 2, 3, "fre", "FR"};
     const unsigned int line =
         zelkInsightFindOverride(fuzz::block(entries, 0).get(), static_cast<int>(entries.size()), &origin, &overridden);
-    require((line != 0) == (((overridden.options ^ settings.options) & ZelkInsightOverridden) != 0 ||
-                            (line != 0 && (settings.options & ZelkInsightOverridden) != 0)),
-            "what is overridden is told");
+    const auto isNew = [&](unsigned int option) { return (overridden.options & ~settings.options & option) != 0; };
+    require(line != 0 || overridden.options == settings.options, "without an entry nothing is overridden");
+    require(overridden.charSet == settings.charSet || (overridden.options & ZelkInsightRegionOverridden) != 0,
+            "a region that is overridden is told");
+    require(overridden.defaultCode == settings.defaultCode || (overridden.options & ZelkInsightOverridden) != 0,
+            "a default code that is overridden is told");
+    require(!isNew(ZelkInsightIgnoreSelector) || (overridden.options & ZelkInsightSelectorOverridden) != 0,
+            "a selector that is ignored is told");
     return 0;
 }

@@ -108,8 +108,12 @@ typedef enum zelkInsightReason ZELK_INT_ENUM {
 /** The bits of zelkInsightSettings::options. */
 enum {
     ZelkInsightIgnoreSelector = 1, /**< a selector is skipped, and the defaults decide */
-    ZelkInsightOverridden = 2,     /**< the settings come from an override: for the reason that is reported */
-    ZelkInsightGuessTable = 4 /**< another table is taken where the bytes make it likely: zelkInsightGuessTables() */
+    ZelkInsightGuessTable = 4, /**< another table is taken where the bytes make it likely: zelkInsightGuessTables() */
+
+    /* Which settings come from an override: they change the reason that is reported, and not the text. */
+    ZelkInsightOverridden = 2,         /**< the default code */
+    ZelkInsightRegionOverridden = 8,   /**< the regional setting */
+    ZelkInsightSelectorOverridden = 16 /**< ZelkInsightIgnoreSelector */
 };
 
 /** How a string is read: the arguments of zelk_dvb8ToUtf8() and what goes beyond them. */
@@ -303,7 +307,7 @@ typedef struct zelkInsightOrigin {
  * @param overrides the text; null for none
  * @param length    its bytes; negative: up to the zero byte
  * @param origin    not null
- * @param settings  what is not overridden stays; ZelkInsightOverridden is added to the options. Not null
+ * @param settings  what is not overridden stays; bits of the options say what was. Not null
  * @return the line of the entry, from 1; 0 where none counts, and nothing is changed then
  */
 unsigned int zelkInsightFindOverride(const char *overrides, int length, const zelkInsightOrigin *origin,

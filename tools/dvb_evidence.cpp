@@ -5,16 +5,6 @@
 
 namespace zelk::tool {
 
-namespace {
-
-std::string reasonName(zelkInsightReason reason) {
-    constexpr std::array<const char *, 6> names = {"default", "default-code", "selector",
-                                                   "region",  "override",     "guess"};
-    return names.at(static_cast<std::size_t>(reason));
-}
-
-} // namespace
-
 DvbEvidence evidenceOf(const DvbReader &reader, const std::string &bytes) {
     const zelkInsightSettings &settings = reader.insight();
     const auto length = static_cast<int>(bytes.size());
@@ -30,13 +20,24 @@ DvbEvidence evidenceOf(const DvbReader &reader, const std::string &bytes) {
     result.code = evidence.code;
     result.extra = evidence.extra;
     result.table = zelkInsightTableName(evidence.table);
-    result.reason = reasonName(evidence.reason);
-    result.override = overrideFor(reader, evidence.reason);
     if (reader.readsGb2312(bytes)) { // which the library of evidence leaves to the system
         result.table = "GB 2312";
         result.findings.clear();
+        evidence.reason = gb2312Reason(reader);
     }
+    result.reason = reasonName(evidence.reason);
+    result.override = overrideFor(reader, evidence.reason);
     return result;
+}
+
+std::string reasonName(zelkInsightReason reason) {
+    constexpr std::array<const char *, 6> names = {"default", "default-code", "selector",
+                                                   "region",  "override",     "guess"};
+    return names.at(static_cast<std::size_t>(reason));
+}
+
+zelkInsightReason gb2312Reason(const DvbReader &reader) {
+    return (reader.insight().options & ZelkInsightRegionOverridden) != 0 ? ZelkInsightByOverride : ZelkInsightByRegion;
 }
 
 const OverrideEntry *overrideFor(const DvbReader &reader, zelkInsightReason reason) {

@@ -246,6 +246,13 @@ std::string sentenceOf(const zelkInsightFinding &finding) {
 
 // ---- Explaining ----
 
+void nameOverride(const DvbReader &reader, zelkInsightReason reason, Explanation &result) {
+    result.override = overrideFor(reader, reason);
+    if (result.override != nullptr) {
+        result.reason += fmt::format(", overridden by {}", result.override->text());
+    }
+}
+
 void explainByEvidence(const DvbReader &reader, const std::string &bytes, Explanation &result) {
     const zelkInsightSettings &settings = reader.insight();
     const int count = static_cast<int>(bytes.size());
@@ -268,10 +275,8 @@ void explainByEvidence(const DvbReader &reader, const std::string &bytes, Explan
                            ? fmt::format("Huffman code of encoding type {}", evidence.extra)
                            : zelkInsightTableName(evidence.table);
     result.reason = reasonOf(reader, evidence, bytes.substr(0, evidence.selectorLength));
-    result.override = overrideFor(reader, evidence.reason);
-    if (result.override != nullptr) {
-        result.reason += fmt::format(", overridden by {}", result.override->text());
-    } else if (evidence.reason == ZelkInsightByGuess) {
+    nameOverride(reader, evidence.reason, result);
+    if (evidence.reason == ZelkInsightByGuess) {
         result.reason += ", guessed from the bytes";
     }
 }
@@ -281,6 +286,7 @@ void explainGb2312(const DvbReader &reader, const std::string &bytes, Explanatio
     const DvbConverter converter = reader.settings().converter();
     result.tableName = "GB 2312, read by the system's converter";
     result.reason = "no selector: the default table";
+    nameOverride(reader, gb2312Reason(reader), result);
     const auto add = [&result](zelkInsightStepKind kind, std::size_t offset, std::size_t length,
                                const std::string &text, int finding) {
         const unsigned int character = text.empty() ? 0U : units(text).front();

@@ -1,6 +1,7 @@
 // zelk lint: DVB strings against the rules of the library of evidence, and against each other.
 #include "command.h"
 #include "commands.h"
+#include "dvb_evidence.h"
 #include "dvb_text.h"
 #include "lint_broadcast.h"
 #include "lint_report.h"
@@ -128,6 +129,8 @@ void check(const LintOptions &options, DvbReader &reader, LintedText &text) {
     text.text.resize(zelkInsightDecode(&settings, text.text.data(), static_cast<int>(text.text.size()),
                                        text.bytes.c_str(), length, &evidence));
     text.table = evidence.table;
+    text.reason = evidence.reason;
+    text.override = overrideFor(reader, evidence.reason);
     text.settings = settings;
     std::erase_if(text.faults, [&options](const zelkInsightFault &fault) {
         return std::find(options.ignored.begin(), options.ignored.end(), ruleOf(fault.rule).name) !=
@@ -199,8 +202,8 @@ ExitStatus run(const LintOptions &options) {
         write(options.json ? rulesInJson() : rulesInTable());
         return ExitOk;
     }
-    std::vector<LintedText> texts;
     DvbReader reader(options.settings);
+    std::vector<LintedText> texts; // which name entries of the reader's overrides
     const auto take = [&](LintedText text) {
         check(options, reader, text);
         texts.push_back(std::move(text));

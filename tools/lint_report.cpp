@@ -1,5 +1,6 @@
 #include "lint_report.h"
 
+#include "dvb_evidence.h"
 #include "stream.h"
 #include "text.h"
 
@@ -75,6 +76,12 @@ std::string wholePlace(const LintedText &text) {
     return text.member.empty() ? text.place : fmt::format("{} {}", text.place, text.member);
 }
 
+void addOverride(const LintedText &text, Json &object) {
+    if (text.override != nullptr) {
+        object["override"] = toJson(*text.override);
+    }
+}
+
 // ---- SARIF ----
 
 // A relative reference (RFC 3986): what has another meaning there is escaped.
@@ -116,6 +123,11 @@ Json sarifResult(const LintedText &text, const zelkInsightFault &fault) {
             location["physicalLocation"]["region"] = {{"startLine", text.line}};
         }
     }
+    Json properties = {
+        {"offset", fault.offset},           {"length", fault.length}, {"textOffset", fault.textOffset},
+        {"textLength", fault.textLength},   {"text", text.text},      {"table", zelkInsightTableName(text.table)},
+        {"reason", reasonName(text.reason)}};
+    addOverride(text, properties);
     const auto index = static_cast<std::size_t>(&rule - allRules().data());
     return {{"ruleId", rule.name},
             {"ruleIndex", index},
@@ -123,12 +135,7 @@ Json sarifResult(const LintedText &text, const zelkInsightFault &fault) {
             {"message", {{"text", sentenceOf(text, fault)}}},
             {"locations", Json::array({std::move(location)})},
             {"partialFingerprints", {{"bytes/v1", hex(text.bytes)}}},
-            {"properties",
-             {{"offset", fault.offset},
-              {"length", fault.length},
-              {"textOffset", fault.textOffset},
-              {"textLength", fault.textLength},
-              {"text", text.text}}}};
+            {"properties", std::move(properties)}};
 }
 
 } // namespace
@@ -177,10 +184,12 @@ std::string rulesInJson() {
 void writeText(const std::vector<LintedText> &texts, std::size_t count) {
     std::array<std::size_t, 3> faults{};
     for (const LintedText &text : texts) {
+        const std::string overriddenBy =
+            text.override == nullptr ? "" : fmt::format(" The table is overridden by {}.", text.override->text());
         for (const zelkInsightFault &fault : text.faults) {
             const Rule &rule = ruleOf(fault.rule);
-            write(fmt::format("{}: offset {}: {}: {}: {}\n", wholePlace(text), fault.offset, wordOf(rule.severity),
-                              rule.name, sentenceOf(text, fault)));
+            write(fmt::format("{}: offset {}: {}: {}: {}{}\n", wholePlace(text), fault.offset, wordOf(rule.severity),
+                              rule.name, sentenceOf(text, fault), overriddenBy));
             ++faults.at(static_cast<std::size_t>(rule.severity));
         }
     }
@@ -203,6 +212,8 @@ void writeJson(const std::vector<LintedText> &texts) {
         object["input"] = hex(text.bytes);
         object["text"] = text.text;
         object["table"] = zelkInsightTableName(text.table);
+        object["reason"] = reasonName(text.reason);
+        addOverride(text, object);
         object["faults"] = Json::array();
         for (const zelkInsightFault &fault : text.faults) {
             const Rule &rule = ruleOf(fault.rule);

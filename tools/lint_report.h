@@ -1,6 +1,8 @@
 // The rules of zelk lint, and what it found in each of its forms.
 #pragma once
 
+#include "overrides.h"
+
 #include "zelk_insight.h"
 
 #include <cstddef>
@@ -49,6 +51,8 @@ struct LintedText {
     std::string text; // as it is read by the settings
     zelkInsightSettings settings{};
     zelkInsightTable table = ZelkInsightTableDefault;
+    zelkInsightReason reason = ZelkInsightByDefault;
+    const OverrideEntry *override = nullptr; // what gave the reason
     std::vector<zelkInsightFault> faults;
 
     zelkInsightOrigin origin() const { return {network, stream, service, language.c_str(), nullptr}; }

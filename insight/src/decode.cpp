@@ -75,12 +75,14 @@ unsigned int endOf(const unsigned char *text, unsigned int begin, DvbCode_t code
     reading.table = tableOf(reading.charSet, reading.code);
 
     const bool ignored = (settings.options & ZelkInsightIgnoreSelector) != 0;
-    const bool overridden = (settings.options & ZelkInsightOverridden) != 0;
     const bool saysNothing = reading.code == DvbCodeNone || reading.code == DvbCodeReserved17;
+    const auto overridden = [&settings](unsigned int options) { return (settings.options & options) != 0; };
     if (reading.begin != 0 && !ignored) {
         const bool byRegion = saysNothing || reading.table != tableOf(DvbCharSetStandard, reading.code);
-        reading.reason = !byRegion ? ZelkInsightBySelector : overridden ? ZelkInsightByOverride : ZelkInsightByRegion;
-    } else if (overridden && (settings.defaultCode != DvbCodeNone || reading.begin != 0)) {
+        reading.reason = !byRegion                                 ? ZelkInsightBySelector
+                         : overridden(ZelkInsightRegionOverridden) ? ZelkInsightByOverride
+                                                                   : ZelkInsightByRegion;
+    } else if (overridden(ZelkInsightOverridden) || (reading.begin != 0 && overridden(ZelkInsightSelectorOverridden))) {
         reading.reason = ZelkInsightByOverride;
     } else {
         reading.reason = settings.defaultCode != DvbCodeNone ? ZelkInsightByDefaultCode : ZelkInsightByDefault;

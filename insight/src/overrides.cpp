@@ -60,10 +60,12 @@ void readWord(std::string_view word, const zelkInsightOrigin &origin, Entry &ent
         match(isText(origin.country), 1);
     } else if (key == "r" && number) {
         entry.settings.charSet = static_cast<dvbCharSet_t>(*number);
+        entry.settings.options |= ZelkInsightRegionOverridden;
     } else if (key == "d" && number) {
         entry.settings.defaultCode = static_cast<DvbCode_t>(*number);
+        entry.settings.options |= ZelkInsightOverridden;
     } else if (word == "i") {
-        entry.settings.options |= ZelkInsightIgnoreSelector;
+        entry.settings.options |= ZelkInsightIgnoreSelector | ZelkInsightSelectorOverridden;
     } else {
         entry.applies = false;
     }
@@ -96,7 +98,6 @@ unsigned int zelkInsightFindOverride(const char *overrides, int length, const ze
             best = line;
             bestWeight = entry.weight;
             *settings = entry.settings;
-            settings->options |= ZelkInsightOverridden;
         }
     }
     return best;

@@ -45,8 +45,10 @@ TEST(InsightOverrides, TakesTheNarrowestEntry) {
     EXPECT_EQ(find({318, 2, 7, "fre", "FR"}, settings), 6U);
     EXPECT_EQ(settings.charSet, DvbCharSetIso8859_15);
     EXPECT_EQ(settings.defaultCode, DvbCodeNone);
+    EXPECT_EQ(settings.options, static_cast<unsigned int>(ZelkInsightRegionOverridden));
     EXPECT_EQ(find({318, 2, 8, "fre", "FR"}, settings), 7U);
-    EXPECT_EQ(settings.options, static_cast<unsigned int>(ZelkInsightOverridden) | ZelkInsightIgnoreSelector);
+    EXPECT_EQ(settings.options, static_cast<unsigned int>(ZelkInsightOverridden) | ZelkInsightIgnoreSelector |
+                                    ZelkInsightSelectorOverridden);
     EXPECT_EQ(find({318, 2, 9, "fre", "FR"}, settings), 5U);
     EXPECT_EQ(find({1, 2, 3, nullptr, "DE"}, settings), 10U); // the later of two alike
 }
@@ -74,7 +76,10 @@ TEST(InsightOverrides, KeepsWhatIsNotOverridden) {
     EXPECT_EQ(settings.defaultCode, DvbCodeIso8859_2);
     EXPECT_EQ(settings.defaultExtra, 3);
     EXPECT_EQ(settings.flags, 1U);
-    EXPECT_EQ(settings.options, static_cast<unsigned int>(ZelkInsightGuessTable) | ZelkInsightOverridden);
+    EXPECT_EQ(settings.options, static_cast<unsigned int>(ZelkInsightGuessTable) | ZelkInsightRegionOverridden);
+    // An entry that gives nothing takes a wider one back.
+    const std::string nothing = "zelk-overrides 1\nn=318 d=5 r=2 i\nn=318 t=2\n";
+    EXPECT_EQ(zelkInsightFindOverride(nothing.c_str(), -1, &origin, &settings), 3U);
 }
 
 zelkInsightReason reasonOf(const std::string &string, const zelkInsightSettings &settings) {
@@ -86,13 +91,22 @@ zelkInsightReason reasonOf(const std::string &string, const zelkInsightSettings 
 
 TEST(InsightOverrides, AreInTheEvidence) {
     constexpr unsigned int overridden = ZelkInsightOverridden;
+    constexpr unsigned int region = ZelkInsightRegionOverridden;
+    constexpr unsigned int selector = ZelkInsightIgnoreSelector | ZelkInsightSelectorOverridden;
     EXPECT_EQ(reasonOf("\xE9", {DvbCharSetStandard, DvbCodeIso8859_1, 0, 0, overridden}), ZelkInsightByOverride);
     EXPECT_EQ(reasonOf("\x05\xE9", {DvbCharSetStandard, DvbCodeIso8859_1, 0, 0, overridden}), ZelkInsightBySelector);
     EXPECT_EQ(reasonOf("\x05\xE9", {DvbCharSetStandard, DvbCodeNone, 0, 0, overridden | ZelkInsightIgnoreSelector}),
               ZelkInsightByOverride);
-    EXPECT_EQ(reasonOf("\x12\xE9", {DvbCharSetIso8859_2, DvbCodeNone, 0, 0, overridden}), ZelkInsightByOverride);
+    EXPECT_EQ(reasonOf("\x12\xE9", {DvbCharSetIso8859_2, DvbCodeNone, 0, 0, region}), ZelkInsightByOverride);
+    EXPECT_EQ(reasonOf("\x12\xE9", {DvbCharSetIso8859_2, DvbCodeIso8859_1, 0, 0, overridden}), ZelkInsightByRegion);
     EXPECT_EQ(reasonOf("\x12\xE9", {DvbCharSetIso8859_2, DvbCodeNone, 0, 0, 0}), ZelkInsightByRegion);
-    EXPECT_EQ(reasonOf("\xE9", {DvbCharSetIso8859_2, DvbCodeNone, 0, 0, overridden}), ZelkInsightByDefault);
+    EXPECT_EQ(reasonOf("\xE9", {DvbCharSetIso8859_2, DvbCodeNone, 0, 0, region}), ZelkInsightByDefault);
+    EXPECT_EQ(reasonOf("\xE9", {DvbCharSetIso8859_2, DvbCodeIso8859_1, 0, 0, region}), ZelkInsightByDefaultCode);
+    EXPECT_EQ(reasonOf("\xE9", {DvbCharSetStandard, DvbCodeNone, 0, 0, overridden}), ZelkInsightByOverride);
+    EXPECT_EQ(reasonOf("\x05\xE9", {DvbCharSetStandard, DvbCodeIso8859_1, 0, 0, selector}), ZelkInsightByOverride);
+    EXPECT_EQ(reasonOf("\xE9", {DvbCharSetStandard, DvbCodeIso8859_1, 0, 0, selector}), ZelkInsightByDefaultCode);
+    EXPECT_EQ(reasonOf("\x05\xE9", {DvbCharSetStandard, DvbCodeIso8859_1, 0, 0, ZelkInsightIgnoreSelector}),
+              ZelkInsightByDefaultCode);
 }
 
 TEST(InsightOverrides, TakesAnyText) {
@@ -113,7 +127,7 @@ TEST(InsightOverrides, TakesAnyText) {
         settings = standard;
         const unsigned int line =
             zelkInsightFindOverride(text.data(), static_cast<int>(text.size()), &origin, &settings);
-        EXPECT_EQ(line != 0, (settings.options & ZelkInsightOverridden) != 0);
+        EXPECT_TRUE(line != 0 || settings.options == 0) << text;
     }
 }
 

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+
 namespace {
 
 using namespace zelk_test;
@@ -195,6 +197,92 @@ TEST(OverrideLayers, AreInTheEvidence) {
     EXPECT_NE(overridden, 0U);
     EXPECT_EQ(run({"scan", "--no-overrides", "--evidence", sample}, {}, layers.environment).out,
               run({"scan", "--evidence", sample}).out);
+}
+
+// An entry is named for what it gives alone: a selector without a table is read by the region, a string without a
+// selector by the default code.
+TEST(OverrideLayers, AreInTheEvidenceOfWhatTheyDecide) {
+    const Layers layers;
+    layers.write(layers.user, entry("language = \"fre\"", "default-code = \"iso8859-1\"", "a") +
+                                  entry("language = \"pol\"", "region = \"iso8859-2\"", "b") +
+                                  entry("language = \"eng\"", "ignore-selector = true", "c") +
+                                  entry("language = \"ger\"", "ignore-selector = false", "d") +
+                                  entry("language = \"chi\"", "region = \"gb2312\"", "e"));
+    const auto reasonOf = [&layers](const std::string &language, const std::string &string,
+                                    std::vector<std::string> options = {}) {
+        options.insert(options.begin(), {"decode", "--json", "--language", language});
+        options.push_back(string);
+        const json line = json::parse(run(options, {}, layers.environment).out);
+        options[0] = "explain";
+        const json explained = json::parse(run(options, {}, layers.environment).out);
+        EXPECT_EQ(explained["override"].is_null(), !line.contains("override")) << string;
+        EXPECT_EQ(line.contains("override"), line["reason"] == "override") << string;
+        return line["reason"].get<std::string>() +
+               (line.contains("override") ? " " + line["override"]["source"].get<std::string>() : "");
+    };
+    const std::vector<std::string> greek = {"--default-code", "iso8859-7"};
+    for (const char *const reserved : {"0D E9", "12 E9", "1E E9"}) {
+        EXPECT_EQ(reasonOf("fre", reserved), "region") << reserved;
+        EXPECT_EQ(reasonOf("pol", reserved), "override b") << reserved;
+        EXPECT_EQ(reasonOf("eng", reserved), "override c") << reserved;
+    }
+    EXPECT_EQ(reasonOf("fre", "E9"), "override a");
+    EXPECT_EQ(reasonOf("fre", "05 E9"), "selector");
+    EXPECT_EQ(reasonOf("pol", "E9"), "default");
+    EXPECT_EQ(reasonOf("pol", "E9", greek), "default-code");
+    EXPECT_EQ(reasonOf("eng", "05 E9", greek), "override c");
+    EXPECT_EQ(reasonOf("eng", "E9", greek), "default-code");
+    EXPECT_EQ(reasonOf("ger", "E9", greek), "default-code");
+    EXPECT_EQ(reasonOf("ger", "05 E9"), "selector");
+    EXPECT_EQ(reasonOf("chi", "D6 D0"), "override e");
+    EXPECT_EQ(reasonOf("ita", "D6 D0", {"--region", "gb2312"}), "region");
+}
+
+// Lint names it in each of its forms, in the words of decode and explain.
+TEST(OverrideLayers, AreInTheFaults) {
+    const Layers layers;
+    layers.write(layers.user, entry("language = \"fre\"", "default-code = \"iso8859-1\"", "a capture"));
+    const json named = {
+        {"layer", "user"}, {"file", layers.user}, {"line", 2}, {"source", "a capture"}, {"date", "2026-11-05"}};
+    const auto lint = [&layers](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"lint", "--language", "fre"});
+        return run(arguments, {}, layers.environment).out;
+    };
+    EXPECT_EQ(lint({"E9 8A"}),
+              "argument 1: offset 1: warning: control-trailing: Control codes are the last thing in the "
+              "string. The table is overridden by " +
+                  layers.user + ":2, a capture, 2026-11-05.\n");
+    const json fault = json::parse(lint({"--json", "E9 8A"}));
+    EXPECT_EQ(fault["override"], named);
+    EXPECT_EQ(fault["reason"], "override");
+    EXPECT_EQ(fault["table"], "ISO 8859-1");
+    const json properties = json::parse(lint({"--sarif", "E9 8A"}))["runs"][0]["results"][0]["properties"];
+    EXPECT_EQ(properties["override"], named);
+    EXPECT_EQ(properties["reason"], "override");
+    EXPECT_EQ(properties["table"], "ISO 8859-1");
+
+    // The string says its table itself.
+    EXPECT_EQ(lint({"05 E9 8A"}).find("overridden"), std::string::npos);
+    const json announced = json::parse(lint({"--json", "05 E9 8A"}));
+    EXPECT_FALSE(announced.contains("override"));
+    EXPECT_EQ(announced["reason"], "selector");
+    const json plain = json::parse(lint({"--sarif", "05 E9 8A"}))["runs"][0]["results"][0]["properties"];
+    EXPECT_FALSE(plain.contains("override"));
+    EXPECT_EQ(plain["reason"], "selector");
+
+    // By the service that sends it, whose selector names no table.
+    layers.write(layers.user, entry("service = 0xe1", "region = \"iso8859-2\"", "a capture"));
+    std::istringstream lines(lint({"--json", "--stream", ZELK_TOOL_SOURCES "/../samples/multiplex.ts"}));
+    std::size_t overridden = 0;
+    for (std::string line; std::getline(lines, line);) {
+        const json object = json::parse(line);
+        EXPECT_EQ(object.contains("override"), object["reason"] == "override") << object;
+        if (object.contains("override")) {
+            EXPECT_NE(object["place"].get<std::string>().find(".00e1"), std::string::npos) << object;
+            ++overridden;
+        }
+    }
+    EXPECT_NE(overridden, 0U);
 }
 
 TEST(Overrides, AreExplained) {
