@@ -130,7 +130,7 @@ bool readUtf8(const unsigned char *bytes, unsigned int count, Characters &charac
     for (unsigned int at = 0; at < count;) {
         const Utf8Character character = utf8Read(bytes + at, count - at);
         if (!character.valid) {
-            return at + 4 > count && count == longestLook && at != 0;
+            return at + 4 > count && count == longestLook;
         }
         characters.add(character.codePoint > 0xFFFD ? 0xFFFDU : character.codePoint);
         at += character.length;
@@ -146,7 +146,8 @@ unsigned int characterOf(zelkInsightTable number, const tables::CodePoints &set,
     }
     const bool markAlone = marks && tables::dvbMarks.sets[tables::latinMarks].columnOf[byte] != 0;
     const unsigned int character = set[byte];
-    return !markAlone && (character != tables::unassigned || byte < 0x80) ? character : missingCharacter;
+    // The default table has no control codes below 0x20; all others have.
+    return !markAlone && character != tables::unassigned ? character : byte < 0x80 ? lostCharacter : missingCharacter;
 }
 
 void readBytes(zelkInsightTable number, const unsigned char *bytes, unsigned int count, Characters &characters) {
@@ -584,17 +585,20 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
         announcedPlace = table == announced ? i : announcedPlace;
         order[found++] = i;
     }
-    // What the string says of itself counts for all candidates that say the same.
-    if (marked && announcedPlace != candidateCount) {
-        const std::uint64_t text = weighed[announcedPlace].text;
+    // What the string says of itself counts for all candidates that say the same. Of these it names the most usual one.
+    if (announcedPlace != candidateCount) {
+        Weighed &own = weighed[announcedPlace];
         for (unsigned int i = 0; i < found; ++i) {
-            weighed[order[i]].cost += weighed[order[i]].text == text ? 0 : announcedGain;
+            Weighed &other = weighed[order[i]];
+            if (other.text == own.text) {
+                own.cost = std::min(own.cost, other.cost);
+            } else if (marked) {
+                other.cost += announcedGain;
+            }
         }
     }
     const auto isBefore = [&](unsigned int a, unsigned int b) {
-        const bool announcedFirst = a == announcedPlace && weighed[a].text == weighed[b].text;
-        return announcedFirst ||
-               (weighed[a].cost < weighed[b].cost && !(b == announcedPlace && weighed[a].text == weighed[b].text));
+        return weighed[a].cost < weighed[b].cost || (weighed[a].cost == weighed[b].cost && a == announcedPlace);
     };
     // By insertion: the standard library's stable sort may allocate.
     for (unsigned int i = 1; i < found; ++i) {

@@ -4,6 +4,7 @@
 
 #include "helpers/guarded.h"
 #include "helpers/text.h"
+#include "reference/guess_model.h"
 #include "reference/single_byte.h"
 #include "reference/utf8_model.h"
 
@@ -138,6 +139,90 @@ TEST(InsightGuess, RanksTables) {
     EXPECT_EQ(zelkInsightGuessTables(nullptr, nullptr, 4, nullptr, guesses, 1), 1U);
     EXPECT_EQ(zelkInsightGuessTables(nullptr, "\x11\x65\xB0", 3, nullptr, guesses, 1), 1U); // not doubted
     EXPECT_EQ(guesses[0].table, ZelkInsightTableTwoByte);
+}
+
+// Selectors and default codes with the numbers of their tables in zelkInsightTable.
+struct Announcement {
+    const char *selector;
+    DvbCode_t defaultCode;
+    unsigned int table;
+};
+
+const Announcement announcements[] = {
+    {"", DvbCodeNone, 0},        {"", DvbCodeIso8859_1, 2},      {"", DvbCodeIso8859_9, 10},
+    {"", DvbCodeIso8859_14, 14}, {"", DvbCodeUtf8, 64},          {"\x01", DvbCodeNone, 6},
+    {"\x05", DvbCodeNone, 10},   {"\x0A", DvbCodeIso8859_1, 14}, {"\x15", DvbCodeNone, 64},
+};
+
+struct Hint {
+    const char *code;
+    std::vector<std::string> languages;
+};
+
+std::string listed(const std::vector<ModelGuess> &guesses) {
+    std::string list;
+    for (const ModelGuess &guess : guesses) {
+        list += std::to_string(guess.table) + (guess.announced ? "=" : ":") + std::to_string(guess.confidence) + ":" +
+                guess.language + " ";
+    }
+    return list;
+}
+
+void expectTheModels(const std::string &body, const Announcement &announcement, const Hint &hint) {
+    const zelkInsightSettings settings = {DvbCharSetStandard, announcement.defaultCode, 0, 0, 0};
+    const std::string string = announcement.selector + body + '\0';
+    zelkInsightGuess guesses[ZELK_INSIGHT_MOST_GUESSES];
+    const unsigned int count = zelkInsightGuessTables(&settings, string.data(), static_cast<int>(string.size()) - 1,
+                                                      hint.code, guesses, ZELK_INSIGHT_MOST_GUESSES);
+    std::vector<ModelGuess> told;
+    for (unsigned int i = 0; i < count; ++i) {
+        told.push_back({static_cast<unsigned int>(guesses[i].table), guesses[i].confidence, guesses[i].language,
+                        guesses[i].announced != 0});
+    }
+    EXPECT_EQ(listed(told),
+              listed(GuessModel::guesses(body, announcement.table, *announcement.selector != 0, hint.languages)))
+        << testing::PrintToString(string) << " hint " << (hint.code == nullptr ? "none" : hint.code);
+}
+
+// Every guess, its confidence and its language: of the titles whole, cut, in capitals, one after another, and changed
+// at random.
+TEST(InsightGuess, IsTheModels) {
+    const Hint hints[] = {{nullptr, {}},          {"fre", {"fre"}},       {"pol", {"pol"}},
+                          {"sq", {"alb"}},        {"ces", {"cze"}},       {"CH", {"ger", "fre", "ita"}},
+                          {"MK", {"mac", "alb"}}, {"XK", {"alb", "srp"}}, {"", {}}};
+    std::vector<std::string> strings;
+    for (const Title &title : titles()) {
+        for (const char *const set : title.sets) {
+            strings.push_back(converted(title.text, set));
+        }
+    }
+    std::string all;
+    for (const std::string &string : strings) {
+        for (std::size_t i = 0; i < std::size(announcements); ++i) {
+            expectTheModels(string, announcements[i], hints[i]);
+        }
+        all += string;
+    }
+    expectTheModels(all, announcements[0], hints[0]);
+    Random random(17);
+    for (int round = 0; round < 200; ++round) {
+        const std::string &one = strings[random.below(static_cast<std::uint32_t>(strings.size()))];
+        std::string string = one.substr(random.below(static_cast<std::uint32_t>(one.size() / 2)));
+        string.resize(1 + random.below(static_cast<std::uint32_t>(string.size())));
+        for (std::uint32_t changes = random.below(4); changes > 0; --changes) {
+            const auto byte =
+                static_cast<char>(random.below(8) == 0 ? 1 + random.below(255) : 0x80 + random.below(128));
+            string[random.below(static_cast<std::uint32_t>(string.size()))] = byte;
+        }
+        if (string.front() < 0x20 && string.front() > 0) {
+            string.front() = ' '; // no selector
+        }
+        if (std::all_of(string.begin(), string.end(), [](char byte) { return byte > 0; })) {
+            string += '\xE9';
+        }
+        expectTheModels(string, announcements[random.below(std::size(announcements))],
+                        hints[random.below(std::size(hints))]);
+    }
 }
 
 // Any bytes of any length: no guess goes astray, and confidences are shares.
