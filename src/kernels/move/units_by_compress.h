@@ -35,6 +35,15 @@ ZELK_OPERATION Block unitsAt(const unsigned char *text, std::size_t count, UnitF
     return inNativeOrder(cleanOf(form) == Clean::Any ? loadInLine(text, bytes) : load(text, bytes), orderOf(form));
 }
 
+// The same with spaces after them: units that stop nothing, and of one byte each.
+ZELK_OPERATION Block unitsBeforeSpaces(const unsigned char *text, std::size_t count, UnitForm form) {
+    const Mask bytes = firstBytes(2 * count);
+    const Block spaces = orderOf(form) == UnitOrder::LowFirst ? everyUnit<0x0020>() : everyUnit<0x2000>();
+    return inNativeOrder(cleanOf(form) == Clean::Any ? loadInLineOver(spaces, text, bytes)
+                                                     : loadOver(spaces, text, bytes),
+                         orderOf(form));
+}
+
 // The units that stop a conversion.
 ZELK_OPERATION UnitMask stopsAmong(Block units, Clean clean) {
     if (clean == Clean::Any) {
@@ -51,6 +60,14 @@ ZELK_OPERATION UnitMask stopsAmong(Block units, Clean clean) {
 // line before. Such a block may be read when the one before it has no zero.
 ZELK_OPERATION std::size_t bytesOfFirstLine(const unsigned char *text) {
     return bytesInLine(text) & ~std::size_t{1};
+}
+
+// Whether the units of a text's first line, of `bytes` bytes at most, have no zero. Looked at as a line, because masked
+// loads are more work for the two ports that everything here waits for.
+ZELK_OPERATION bool firstLineGoesOn(const unsigned char *text, std::size_t bytes) {
+    const Mask zeros = zerosInLine(text);
+    constexpr Mask firstOfUnits = 0x5555555555555555;
+    return (zeros & zeros >> 1U & firstOfUnits & firstBytes(bytes)) == 0;
 }
 
 // Whether so many lines of a text, 255 bytes at most, have no zero: then it may be read to its end, if that is in the
@@ -167,14 +184,14 @@ ZELK_OPERATION std::size_t putTriples(char *out, Block units, const Triples &tri
 
 // Up to 32 units that may be read, and fit.
 ZELK_OPERATION Progress encodeBlock(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
-    Block units = unitsAt(text, count, form);
-    const UnitMask stops = stopsAmong(units, cleanOf(form)) & static_cast<UnitMask>(firstBytes(count));
+    const Block units = unitsBeforeSpaces(text, count, form);
+    const UnitMask stops = stopsAmong(units, cleanOf(form));
     if (stops != 0) [[unlikely]] {
         count = firstOf(stops);
-        units = _mm512_maskz_mov_epi8(firstBytes(2 * count), units);
+    } else if (ofThreeBytes(units) == 0) [[likely]] {
+        return {count, putPairs<Reach::Exact>(out, units, count)};
     }
-    return {count,
-            ofThreeBytes(units) == 0 ? putPairs<Reach::Exact>(out, units, count) : putTriples(out, units, triples())};
+    return {count, putTriples(out, _mm512_maskz_mov_epi8(firstBytes(2 * count), units), triples())};
 }
 
 // The same with little room: all of a block or nothing.
@@ -385,8 +402,9 @@ ZELK_STAGE Progress encodeSeveral(const unsigned char *text, std::size_t count, 
 
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    return count <= blockUnits && room >= detail::longestSequence * count &&
-                   (clean == Clean::NoControls || goOn<1>(text, 2 * count))
+    const bool isOneBlock = count - 1 < blockUnits; // none is no block: not even its line may be read
+    return isOneBlock && room >= detail::longestSequence * count &&
+                   (clean == Clean::NoControls || firstLineGoesOn(text, 2 * count))
                ? encodeBlock(text, count, out, formOf(order, clean))
                : encodeSeveral<order, clean>(text, count, out, room);
 }

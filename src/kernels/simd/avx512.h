@@ -100,6 +100,10 @@ ZELK_OPERATION Block load(const void *from, Mask bytes) {
     return _mm512_maskz_loadu_epi8(bytes, from);
 }
 
+ZELK_OPERATION Block loadOver(Block block, const void *from, Mask bytes) {
+    return _mm512_mask_loadu_epi8(block, bytes, from);
+}
+
 ZELK_OPERATION Block load(const void *from) {
     return _mm512_loadu_si512(from);
 }

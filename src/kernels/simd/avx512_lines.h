@@ -15,13 +15,17 @@ ZELK_OPERATION Block loadInLine(const void *from, Mask bytes) {
     return block;
 }
 
-// The same, and ones in place of the other bytes: they are no end.
-ZELK_OPERATION Block loadInLineBeforeOnes(const void *from, Mask bytes) {
-    Block block = _mm512_set1_epi8(-1);
+// The same, over the bytes of another block.
+ZELK_OPERATION Block loadInLineOver(Block block, const void *from, Mask bytes) {
     __asm__("vmovdqu8 %1, %0%{%2%}"
             : "+v"(block)
             : "m"(*static_cast<const unsigned char(*)[blockBytes]>(from)), "Yk"(bytes));
     return block;
+}
+
+// The same, and ones in place of the other bytes: they are no end.
+ZELK_OPERATION Block loadInLineBeforeOnes(const void *from, Mask bytes) {
+    return loadInLineOver(_mm512_set1_epi8(-1), from, bytes);
 }
 
 // All of a block of such a text: a line, or one together with bytes of the line before it.
