@@ -233,6 +233,14 @@ ZELK_OPERATION void storeHalves(char *out, std::size_t count, Bytes bytes) {
     }
 }
 
+ZELK_OPERATION void storeFirstHalf(char *out, Bytes bytes) {
+    if constexpr (blockLanes == 2) {
+        store(out, laneOf<0>(bytes));
+    } else {
+        store(out, std::bit_cast<std::array<std::uint64_t, blockBytes / wordBytes>>(bytes)[0]);
+    }
+}
+
 // Eight units and more of ASCII.
 ZELK_OPERATION void putAscii(const unsigned char *text, std::size_t count, char *out, UnitOrder order) {
     if (count < blockUnits) {
@@ -357,12 +365,45 @@ ZELK_STAGE Progress encodeSteps(const unsigned char *text, std::size_t count, ch
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress encodeLong(const unsigned char *text, std::size_t count, char *out, std::size_t room);
 
-template <UnitOrder order, Clean clean>
-ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
-    constexpr UnitForm form = formOf(order, clean);
-    if (count > stretchUnits || room < detail::longestSequence * count) {
-        return encodeLong<order, clean>(text, count, out, room);
+// The units of ASCII that 33 to 128 of them begin with (AVX2; 17 to 128 of smaller blocks), in one go: at the front and
+// at the end blocks that overlap, between them steps. Where a zero may end the text, these are aligned, and so is what
+// the last step is looked at for before it is read.
+ZELK_OPERATION std::size_t encodeAsciiFirst(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
+    const bool mayEnd = cleanOf(form) == Clean::Any;
+    const auto hasZero = [mayEnd](const unsigned char *block, std::size_t before) {
+        return mayEnd &&
+               placesOf(asBytes(equalUnits(asUnits(loadAligned(block)), Units{}))) >> before * bitsPerPlace != 0;
+    };
+    std::size_t done = 0;
+    if (mayEnd) {
+        const std::size_t place = placeInBlock(text);
+        if (hasZero(text - place, place)) [[unlikely]] {
+            return 0;
+        }
+        const Units front = unitsAt(text, 0, orderOf(form));
+        const Bytes bytes = packed(front, front);
+        if (!areAscii(bytes, cleanOf(form))) {
+            return 0;
+        }
+        storeFirstHalf(out, bytes);
+        done = (blockBytes - place) / 2;
     }
+    done += encodeAscii(text + 2 * done, count - done, out + done, form);
+    const std::size_t left = count - done;
+    if (left != 0 && left < stepUnits && !(left > blockUnits && hasZero(text + 2 * done, 0))) {
+        const Bytes bytes = packedAt(text, count - stepUnits, count - blockUnits, orderOf(form));
+        if (areAscii(bytes, cleanOf(form))) {
+            store(out + (count - stepUnits), bytes);
+            return count;
+        }
+    }
+    return done;
+}
+
+// Up to 128 units that are sure to fit.
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress encodeStretch(const unsigned char *text, std::size_t count, char *out) {
+    constexpr UnitForm form = formOf(order, clean);
     if (count < laneUnits) {
         return encodeSingly(text, count, out, form);
     }
@@ -375,7 +416,7 @@ ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, cha
     }
     const Stretch stretch = count >= blockUnits ? stretchOf(text, count, form) : stretchOfLanes(text, count, form);
     if (stretch.count != count) [[unlikely]] {
-        return ucs2ToUtf8<order, clean>(text, stretch.count, out, room);
+        return encodeStretch<order, clean>(text, stretch.count, out);
     }
     if (areBelow(stretch, 0x80)) {
         putAscii(text, stretch.count, out, order);
@@ -383,6 +424,24 @@ ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, cha
     }
     return areBelow(stretch, 0x800) ? encodeLanes<Pairs, order>(text, stretch.count, out)
                                     : encodeLanes<Triples, order>(text, stretch.count, out);
+}
+
+template <UnitOrder order, Clean clean>
+ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
+    constexpr UnitForm form = formOf(order, clean);
+    if (count > stretchUnits || room < detail::longestSequence * count) {
+        return encodeLong<order, clean>(text, count, out, room);
+    }
+    if (sparesNoCode && count > stepUnits && unitAt(text, 0, order) < 0x80 &&
+        (clean == Clean::NoControls || placeInBlock(text) % 2 == 0)) {
+        const std::size_t ascii = encodeAsciiFirst(text, count, out, form);
+        if (ascii == count) {
+            return {count, count};
+        }
+        const Progress rest = encodeStretch<order, clean>(text + 2 * ascii, count - ascii, out + ascii);
+        return {ascii + rest.read, ascii + rest.written};
+    }
+    return encodeStretch<order, clean>(text, count, out);
 }
 
 template <UnitOrder order, Clean clean>
