@@ -496,6 +496,43 @@ TEST(Utf8EncodeStream, TakesEveryUnit) {
     EXPECT_EQ(stream.output, expected);
 }
 
+namespace {
+
+struct Source {
+    int left;
+
+    static int get(void *context) {
+        auto *source = static_cast<Source *>(context);
+        return source->left-- > 0 ? 'a' : -1;
+    }
+};
+
+struct Sink {
+    int answer;
+    int offered = 0;
+
+    static int put(unsigned int unit, void *context) {
+        auto *sink = static_cast<Sink *>(context);
+        EXPECT_EQ(unit, 'a');
+        ++sink->offered;
+        return sink->answer;
+    }
+};
+
+} // namespace
+
+// Each function gets the context that came with it.
+TEST(Utf8Streams, GoOnWhileThePutterIsNotNegative) {
+    for (const auto stream : {zelkUtf8EncodeStream, zelkUtf8DecodeStream}) {
+        for (const int answer : {0, 1, 255, INT_MAX, -1, -2, INT_MIN}) {
+            Source source{3};
+            Sink sink{answer};
+            EXPECT_EQ(stream(Source::get, &source, Sink::put, &sink), answer < 0 ? 0 : 3) << answer;
+            EXPECT_EQ(sink.offered, answer < 0 ? 1 : 3) << answer;
+        }
+    }
+}
+
 TEST(Utf8Encoder, HandsOutPendingBytesForZero) {
     Utf8EncoderState state{5, {6, 7}};
     zelkInitUtf8Encoder(&state);
@@ -514,6 +551,15 @@ TEST(Utf8Encoder, HandsOutPendingBytesForZero) {
     EXPECT_EQ(state.pendingCount, 1);
     EXPECT_EQ(zelkUtf8Encode(&state, 0), 0xA9U);
     EXPECT_EQ(zelkUtf8Encode(&state, 0), 0U);
+}
+
+TEST(Utf8Encoder, DoesNotMaskAUnitOfMoreThanSixteenBits) {
+    Utf8EncoderState state;
+    zelkInitUtf8Encoder(&state);
+    EXPECT_EQ(zelkUtf8Encode(&state, 0x10000), 0xF0U);
+    EXPECT_EQ(zelkUtf8Encode(&state, 0xFFFFFFFF), 0x1000DFU);
+    EXPECT_EQ(zelkUtf8Encode(&state, 0), 0xBFU);
+    EXPECT_EQ(zelkUtf8Encode(&state, 0), 0xBFU);
 }
 
 TEST(Utf8Decoder, KeepsItsStateAsDocumented) {
@@ -556,6 +602,33 @@ TEST(Utf8Decoder, KeepsItsStateAsDocumented) {
         EXPECT_EQ(state.remaining, 0U);
         EXPECT_EQ(state.tooSmall, 0);
         EXPECT_EQ(state.value, 0);
+    }
+}
+
+// What the record holds after each kind of byte; `tooSmall` and `value` stay where nothing needs them any more.
+TEST(Utf8Decoder, SetsItsRecordByteByByte) {
+    struct Row {
+        const char *bytes;
+        unsigned int remaining;
+        bool tooSmall;
+        unsigned short value;
+    };
+    const Row rows[] = {
+        {"C3", 1, false, 0x03},      {"DF", 1, false, 0x1F},      {"E2", 2, false, 0x02},
+        {"EF BF", 1, false, 0x03FF}, {"E0 9F", 1, true, 0x1F},    {"E0 A0", 1, false, 0x20},
+        {"41", 0, false, 0},         {"80", 0, false, 0},         {"E2 82 41", 0, false, 0x82},
+        {"E0 81 41", 0, true, 0x01}, {"C3 41", 0, false, 0x03},   {"E0 81 F0", 0, false, 0x01},
+        {"E2 FF", 0, false, 0x02},   {"E0 81 E3", 2, false, 0x3}, {"E0 81 C4", 1, false, 0x04},
+    };
+    for (const Row &row : rows) {
+        Utf8DecoderState state;
+        zelkInitUtf8Decoder(&state);
+        for (const char byte : bytes(row.bytes)) {
+            zelkUtf8Decode(&state, static_cast<unsigned char>(byte));
+        }
+        EXPECT_EQ(state.remaining, row.remaining) << row.bytes;
+        EXPECT_EQ(state.tooSmall != 0, row.tooSmall) << row.bytes;
+        EXPECT_EQ(state.value, row.value) << row.bytes;
     }
 }
 
