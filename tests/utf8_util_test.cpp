@@ -335,6 +335,21 @@ TEST(Utf8QuotedPackets, HoldTheQuotedBytesOrAreNull) {
     EXPECT_EQ(hiyo->length, 4);
     EXPECT_STREQ(hiyo->chars, "hiyo");
 
+    // The length ends the text, not the terminator; a quote of several bytes is one step of it.
+    const auto shortened = [](const char *text, unsigned short length, unsigned short open, unsigned short close) {
+        const auto packet = Narrow::newPacket(0, text);
+        packet->length = length;
+        return Owned<CharPacket>(zelkUtf8GetQuoted(packet.get(), open, close));
+    };
+    EXPECT_EQ(shortened("\"xy\"", 0, 0x22, 0x22), nullptr);
+    EXPECT_EQ(shortened("\"xy\"", 1, 0x22, 0x22), nullptr);
+    EXPECT_EQ(textOf(shortened("\"xy\"", 2, 0x22, 0x22)), units<Narrow>("x"));
+    const auto steps = shortened("\xC2\xAB"
+                                 "xyz",
+                                 3, 0xAB, 0xBB);
+    EXPECT_EQ(textOf(steps), units<Narrow>("xy"));
+    EXPECT_EQ(steps->capacity, 3);
+
     const auto longest = quoted(("\"" + std::string(65533, 'x')).c_str());
     EXPECT_EQ(longest->capacity, 65534);
     EXPECT_EQ(longest->length, 65533);
@@ -534,4 +549,27 @@ TEST(Utf8Substring, CountsCharacters) {
     EXPECT_EQ(zelkUtf8Substr(nullptr, 0, 1, nullptr), nullptr);
     const Owned<CharPacket> sized(zelkUtf8Substr(text.get(), 1, 99, nullptr));
     EXPECT_EQ(sized->capacity, 7); // the count is turned into bytes before the packet is made
+}
+
+// Characters are looked for up to the terminator; then the packet's length ends the text, as for bytes.
+TEST(Utf8Substring, OfAPacketWhoseLengthIsNotThatOfItsText) {
+    const auto text = Narrow::newPacket(0, "a\xC3\xA9"
+                                           "b");
+    text->length = 2;
+    const Owned<CharPacket> cut(zelkUtf8Substr(text.get(), 1, 1, nullptr));
+    ASSERT_NE(cut, nullptr);
+    EXPECT_EQ(textOf(cut), units<Narrow>("\xC3"));
+    EXPECT_EQ(cut->capacity, 3);
+    EXPECT_EQ(zelkUtf8Substr(text.get(), 2, 1, nullptr), nullptr);
+
+    const auto zeroInside = Narrow::newPacket(0, "abcde");
+    zeroInside->chars[2] = 0;
+    for (const unsigned int start : {2U, 3U, unbounded}) {
+        const Owned<CharPacket> empty(zelkUtf8Substr(zeroInside.get(), start, 2, nullptr));
+        ASSERT_NE(empty, nullptr);
+        EXPECT_EQ(empty->capacity, 1);
+        EXPECT_EQ(empty->length, 0);
+    }
+    const Owned<CharPacket> replaced(zelkUtf8Substr(zeroInside.get(), 9, 9, "X"));
+    EXPECT_EQ(textOf(replaced), units<Narrow>(std::string_view("abX\0de", 6)));
 }
