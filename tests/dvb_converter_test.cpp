@@ -186,6 +186,20 @@ TEST(DvbConverter, TheChineseRegionReadsUnmarkedTextAsGb2312) {
     EXPECT_EQ(otherCode.convertDvb8ToUtf8(bytes("C4")), "Ä");
 }
 
+// A sample without a selector makes the region the standard one; null and a sample with a selector leave it.
+TEST(DvbConverter, ASampleDecidesWhetherTheRegionStaysTheChineseOne) {
+    const std::string text = bytes("C4 E3");
+    EXPECT_EQ(DvbConverter(DvbCharSetGb2312, nullptr, 0).convertDvb8ToUtf8(text), "你");
+    EXPECT_EQ(DvbConverter(DvbCharSetGb2312, "Sample", 0).convertDvb8ToUtf8(text), "~ª");
+    EXPECT_EQ(DvbConverter(DvbCharSetGb2312, "", 0).convertDvb8ToUtf8(text), "~ª");
+    const DvbConverter turkish(DvbCharSetGb2312,
+                               "\x05"
+                               "Sample",
+                               0);
+    EXPECT_EQ(turkish.convertDvb8ToUtf8(bytes("FD")), "ı");
+    EXPECT_EQ(turkish.convertDvb8ToUtf8(bytes("10 00 00") + text), "\x10") << "through iconv, with its selector";
+}
+
 TEST(DvbConverter, OnlyTheDefaultTablesCodeGoesThroughIconv) {
     const DvbConverter converter(DvbCharSetGb2312, 0);
     EXPECT_EQ(converter.convertDvb8ToUtf8(bytes("13 C2 65")), "é");  // the GB 2312 selector: default table

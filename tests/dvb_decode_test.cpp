@@ -693,6 +693,32 @@ TEST(DvbBounds, OfUtf8) {
     EXPECT_EQ(bound(bytes("1F 05 41"), 0), 0);
 }
 
+TEST(DvbBounds, FollowTheDefaultCode) {
+    struct Row {
+        const char *in;
+        DvbCode_t code;
+        int extra;
+        int ucs2;          // without a count
+        int utf8;          // without a count
+        int countedOfUtf8; // with one
+    };
+    const Row rows[] = {
+        {"41 42 43 44", DvbCodeNone, 0, 4, 12, 12},         {"41 42 43 44", DvbCodeIso8859_9, 0, 4, 12, 12},
+        {"41 42 43 44", DvbCodeUtf8, 0, 4, 4, 4},           {"41 42 43 44", DvbCodeUtf8Prepared, 0, 4, 12, 12},
+        {"41 42 43 44", DvbCodeUcs2, 0, 2, 6, 12},          {"3A E0", DvbCodeCompressed, 1, 0, 0, 2}, // TV
+        {"F5 28 80 00", DvbCodeCompressed, 2, 0, 0, 2},     {"41 42 43 44", DvbCodeCompressed, 3, 0, 0, 0},
+        {"41 42 43 44", DvbCodeCompressed, 5, 0, 511, 511}, {"41 42 43 44", DvbCodeCompressed, 6, 0, 511, 511},
+    };
+    for (const Row &row : rows) {
+        const std::string in = bytes(row.in) + std::string(2, '\0');
+        const int count = static_cast<int>(in.size()) - 2;
+        EXPECT_EQ(zelk_dvb8ToUnicodeMaxLength(in.data(), -1, row.code, row.extra, 0), row.ucs2) << row.in;
+        EXPECT_EQ(zelk_dvb8ToUnicodeMaxLength(in.data(), count, row.code, row.extra, 0), count) << row.in;
+        EXPECT_EQ(zelk_dvb8ToUtf8MaxLength(in.data(), -1, row.code, row.extra), row.utf8) << row.in;
+        EXPECT_EQ(zelk_dvb8ToUtf8MaxLength(in.data(), count, row.code, row.extra), row.countedOfUtf8) << row.in;
+    }
+}
+
 // Not even for a selector.
 TEST(DvbBounds, NoByteIsReadForACountOfZero) {
     GuardPages pages(16);

@@ -1,7 +1,7 @@
 // The prepared form of DVB strings: the marker, then what zelk_dvb8ToUtf8() gives.
 #include "helpers/guarded.h"
 #include "helpers/text.h"
-#include "zelk.h"
+#include "zelk.hpp"
 
 #include <gtest/gtest.h>
 
@@ -170,6 +170,47 @@ TEST(DvbPrepare, BackInPlace) {
                        "Abc";
     EXPECT_EQ(zelk_dvbPrep8ToUtf8(text.data(), 5, text.data(), -1), 3U);
     EXPECT_STREQ(text.c_str(), "Abc");
+}
+
+TEST(DvbPrepare, FollowsAllSettings) {
+    struct Row {
+        dvbCharSet_t charSet;
+        DvbCode_t code;
+        int extra;
+        unsigned int flags;
+        const char *in;
+        const char *text;
+        int size; // with marker and terminator
+    };
+    const Row rows[] = {
+        {DvbCharSetStandard, DvbCodeNone, 0, 0, "12 B1", "±", 8},
+        {DvbCharSetIso8859_2, DvbCodeNone, 0, 0, "12 B1", "ą", 8},
+        {DvbCharSetStandard, DvbCodeIso8859_5, 0, 0, "B1", "Б", 5},
+        {DvbCharSetStandard, DvbCodeUcs2, 0, 0, "00 41", "A", 8},
+        {DvbCharSetStandard, DvbCodeUtf8, 0, 0, "C3 A9", "é", 4},
+        {DvbCharSetStandard, DvbCodeCompressed, 1, 0, "3A E0", "TV", 4},
+        {DvbCharSetStandard, DvbCodeCompressed, 2, 0, "F5 28 80 00", "TV", 4},
+        {DvbCharSetStandard, DvbCodeCompressed, 6, 0, "8C", " a", 513},
+        {DvbCharSetStandard, DvbCodeNone, 0, 0, "86 41", "A", 8},
+        {DvbCharSetStandard, DvbCodeNone, 0, 1, "86 41", "\xC2\x86\x41", 8},
+    };
+    for (const Row &row : rows) {
+        const std::string in = bytes(row.in);
+        const int count = static_cast<int>(in.size());
+        const std::string expected = marker + std::string(row.text);
+        EXPECT_EQ(zelk_dvb8PrepUtf8Buffersize(in.c_str(), count, row.code, row.extra), row.size) << row.in;
+        Guarded<char> out(513);
+        const unsigned int length =
+            zelk_dvb8PrepUtf8(row.charSet, out.data(), row.size, in.c_str(), count, row.code, row.extra, row.flags);
+        EXPECT_EQ(std::string(out.data(), length), expected) << row.in;
+        const Packet packet(
+            zelkPreprocessDvbStringToUtf8(row.charSet, in.c_str(), count, row.code, row.extra, row.flags));
+        ASSERT_NE(packet, nullptr);
+        EXPECT_EQ(packet->capacity, row.size + 1) << row.in;
+        EXPECT_EQ(std::string(packet->chars, packet->length), expected) << row.in;
+        const zelk::DvbConverter converter(row.charSet, row.code, row.extra, row.flags);
+        EXPECT_EQ(converter.preprocessDvbStringToUtf8(in), expected) << row.in;
+    }
 }
 
 TEST(DvbPrepare, RandomStringsGoThereAndBack) {
