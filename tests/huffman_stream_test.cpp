@@ -83,12 +83,15 @@ TEST(HuffmanStream, InitSetsModeContextAndTable) {
     EXPECT_EQ(state.mode, 0);
     EXPECT_EQ(state.value, 0);
     EXPECT_EQ(state.table, HuffmanDecodeTable_2);
+    EXPECT_EQ(state.treeOffset, 0xA7A7) << "the first byte sets it";
+    EXPECT_EQ(static_cast<unsigned int>(state.bitIndex), 0xA7A7A7A7U) << "and this";
 }
 
 TEST(HuffmanStream, UnknownTableIsUnusableForGood) {
     for (const unsigned int tableId : {0U, 3U, 4U, 5U, 6U, 255U, 257U, UINT_MAX}) {
         HuffmanStreamState state = initialised(tableId);
         EXPECT_EQ(state.mode, -1);
+        EXPECT_EQ(state.value, 0);
         for (unsigned int byte = 0; byte < 0x100; ++byte) {
             EXPECT_EQ(zelkHuffmanDecode(&state, byte), textEnd);
         }
@@ -149,7 +152,12 @@ TEST(HuffmanStream, ModesFollowTheInput) {
     EXPECT_EQ(zelkHuffmanDecode(&state, valueOf(longCode.substr(0, 8))), nextByte);
     EXPECT_EQ(state.mode, 1);
     EXPECT_EQ(state.bitIndex, 7);
-    EXPECT_GE(state.value, state.treeOffset);
+    EXPECT_EQ(state.treeOffset, 256);
+    unsigned int node = 0;
+    for (const char bit : longCode.substr(0, 8)) {
+        node = HuffmanDecodeTable_2[256 + 2 * node + (bit == '1' ? 1 : 0)];
+    }
+    EXPECT_EQ(state.value, 256 + 2 * node) << "where the code goes on";
 }
 
 std::string escapeOf(unsigned int tableId, unsigned char context) {
@@ -199,9 +207,14 @@ TEST(HuffmanStream, EscapeThatEndsItsByteMakesTheNextByteTheLiteral) {
         }
         EXPECT_EQ(state.mode, 3);
         EXPECT_EQ(state.bitIndex, -1);
+        EXPECT_EQ(state.value, static_cast<unsigned char>(first.back())) << "the byte is saved";
         EXPECT_EQ(zelkHuffmanDecode(&state, 'q'), 'q');
         EXPECT_EQ(state.mode, 2);
+        EXPECT_EQ(state.value, 'q');
+        EXPECT_EQ(state.bitIndex, -1);
         EXPECT_EQ(zelkHuffmanDecode(&state, 'q'), nextByte);
+        EXPECT_EQ(state.mode, 2);
+        EXPECT_EQ(state.bitIndex, 7);
         EXPECT_EQ(decoded(tableId, first + 'q'), text + 'q');
     }
 }
