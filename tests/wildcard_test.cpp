@@ -7,6 +7,7 @@
 
 #include <cctype>
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -159,6 +160,7 @@ TEST(WildcardMatch, ResultIsTheByteThatDiffersOrIsLeftOver) {
 TEST(WildcardMatch, ByteBehindAStarStandsForItself) {
     EXPECT_NE(zelk_patternWildcardMatch("abc", "**c"), 0);
     EXPECT_EQ(zelk_patternWildcardMatch("ab*c", "**c"), 0);
+    EXPECT_EQ(zelk_patternWildcardMatch("a*bc", "**c"), 0) << "a star that was found is a wildcard again";
     EXPECT_EQ(zelk_patternWildcardMatch("ab*c", "****c"), 0) << "one star of the text serves the whole row";
     EXPECT_NE(zelk_patternWildcardMatch("ab", "*?"), 0);
     EXPECT_EQ(zelk_patternWildcardMatch("a?b", "*?b"), 0);
@@ -215,6 +217,58 @@ TEST(WildcardMatch, EveryPairOfBytesByTheLowerCaseTable) {
         }
     }
 }
+
+#if defined(__GLIBC__)
+// While it lives, this thread's C library has other character tables, as in a locale where 0xDD is the capital of i, in
+// which the letter x is a control.
+class OtherCharacterTables {
+public:
+    OtherCharacterTables() {
+        for (int code = -128; code < 256; ++code) {
+            lower_[code + 128] = ownLower_[code];
+            classes_[code + 128] = ownClasses_[code];
+        }
+        lower_[0xDD + 128] = 'i';
+        classes_['x' + 128] = _IScntrl;
+        *__ctype_tolower_loc() = lower_ + 128;
+        *__ctype_b_loc() = classes_ + 128;
+    }
+    ~OtherCharacterTables() {
+        *__ctype_tolower_loc() = ownLower_;
+        *__ctype_b_loc() = ownClasses_;
+    }
+    OtherCharacterTables(const OtherCharacterTables &) = delete;
+    OtherCharacterTables &operator=(const OtherCharacterTables &) = delete;
+
+private:
+    const std::int32_t *ownLower_ = *__ctype_tolower_loc();
+    const unsigned short *ownClasses_ = *__ctype_b_loc();
+    std::int32_t lower_[384];
+    unsigned short classes_[384];
+};
+
+TEST(WildcardMatch, CaseAndControlsAreThoseOfTheLocale) {
+    const char *const capital = "a\xDD";
+    const char *const withX = "axi\xF8"; // 0xF8 is x by its low seven bits
+    int results[8];
+    {
+        const OtherCharacterTables tables;
+        results[0] = zelk_patternWildcardMatchIgnoreCase(capital, "*i");
+        results[1] = zelk_patternWildcardMatchIgnoreCaseAndControlChars(capital, "A*xi");
+        results[2] = zelk_patternCompareIgnoreCaseAndControlChars(capital, "AI");
+        results[3] = zelk_patternWildcardMatchIgnoreControlChars(withX, "a?");
+        results[4] = zelk_patternCompareIgnoreControlChars(withX, "ai");
+        results[5] = zelk_patternWildcardMatch(capital, "ai");
+        results[6] = zelk_patternWildcardMatch(withX, "ai");
+        results[7] = zelk_patternWildcardMatchIgnoreCase(withX, "ai");
+    }
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(results[i] == 0, i < 5) << i;
+    }
+    EXPECT_NE(zelk_patternWildcardMatchIgnoreCase(capital, "*i"), 0);
+    EXPECT_NE(zelk_patternCompareIgnoreControlChars(withX, "ai"), 0);
+}
+#endif
 
 // The two facts the single pass rests on, the odd star rules included, are put to the proof on every short input.
 TEST(WildcardMatch, AllShortInputsAsTheRecursiveMatcher) {
