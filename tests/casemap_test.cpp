@@ -189,6 +189,24 @@ TEST(CharClass, Examples) {
     EXPECT_EQ(zelkcharGetClass(0x20F1), 0U);
 }
 
+TEST(CharClass, BitsHaveTheirNames) {
+    EXPECT_EQ(CharClassDigit, 0x0001);
+    EXPECT_EQ(CharClassLetter, 0x0002);
+    EXPECT_EQ(CharClassPunctuation, 0x0004);
+    EXPECT_EQ(CharClassSpace, 0x0008);
+    EXPECT_EQ(CharClassOpening, 0x0010);
+    EXPECT_EQ(CharClassClosing, 0x0020);
+    EXPECT_EQ(CharClassBreak, 0x0040);
+    EXPECT_EQ(CharClassStop, 0x0080);
+    EXPECT_EQ(CharClassSymbol, 0x0100);
+    EXPECT_EQ(CharClassMark, 0x0200);
+    EXPECT_EQ(CharClassModifier, 0x0400);
+    EXPECT_EQ(CharClassFormat, 0x0800);
+    EXPECT_EQ(CharClassSubscript, 0x2000);
+    EXPECT_EQ(CharClassSuperscript, 0x4000);
+    EXPECT_EQ(CharClassControl, 0x8000);
+}
+
 TEST(CharClass, ClosedBlocksAndGapsAreKept) {
     for (unsigned int code = 0x0100; code <= 0x02AF; ++code) {
         EXPECT_EQ(zelkcharGetClass(code), 0x0002U) << std::hex << code;

@@ -33,6 +33,13 @@ if(listing MATCHES "R(UN)?PATH" AND NOT ALSO_NEEDED)
   list(APPEND defects "a search path is built in")
 endif()
 
+# The name that programs are linked with: that of the file, with the major version alone.
+get_filename_component(file ${LIBRARY} NAME)
+string(REGEX MATCH "^lib[-a-z]+\\.so\\.[0-9]+" wanted ${file})
+if(NOT listing MATCHES "\\(SONAME\\)[^\n]*\\[${wanted}\\]" OR NOT wanted)
+  list(APPEND defects "the SONAME is not the major version's of ${file}")
+endif()
+
 string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" needed "${listing}")
 foreach(line IN LISTS needed)
   if(NOT line MATCHES "\\[(libc|libm|libstdc\\+\\+|libgcc_s|ld[-0-9a-z_]*)\\.so\\.[0-9]+\\]"

@@ -11,6 +11,11 @@ static_assert(sizeof(zelk::_BitReaderPos_t) == 8, "bit and byte index");
 static_assert(!std::is_polymorphic_v<zelk::DvbConverter> && !std::is_polymorphic_v<zelk::HuffmanDecoder>,
               "no virtual operations");
 static_assert(std::is_same_v<std::underlying_type_t<zelk::UErrorCode>, int>, "a signed 32-bit status");
+static_assert(std::is_convertible_v<zelk::UErrorCode, int>, "and no scoped one");
+static_assert(!std::is_convertible_v<unsigned int, zelk::IsoConverter>, "a number alone is no converter");
+static_assert(!std::is_constructible_v<zelk::HuffmanDecoder, const unsigned char *, unsigned int>,
+              "its tables are chosen by those who derive from it");
+static_assert(std::is_copy_constructible_v<zelk::HuffmanDecoder>, "a copy is open to all");
 
 int main() {
     const zelk::IsoConverter euro(15);
