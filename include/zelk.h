@@ -23,7 +23,8 @@
  *   its value, inside the stated size too.
  * - Overlap. Input and output are different memory, unless the comment says that they may be the same.
  * - Null. A null input text gives an empty output and 0, or a null packet. A null output is not accepted.
- * - Errors. There are none: whatever cannot be converted becomes U+FFFD, and no byte sequence is refused.
+ * - Errors. There are none: what cannot be converted becomes U+FFFD (or nothing, where a comment says so), and no byte
+ *   sequence is refused.
  * - Packets. A function that returns a CharPacket or WideCharPacket returns one block of malloc; release it with
  *   free(). Null means that the input was null or that there was no memory.
  * - Threads. No function keeps state between calls: all may run on any number of threads at once. Records that a caller
@@ -112,8 +113,8 @@ typedef struct HuffmanStreamState {
  * and all that give DvbCodeNone).
  *
  * A string without a selector is read in the DVB default table, whatever the region, and where a default code is given
- * the region has no effect. Values without a name are accepted everywhere and read every single-byte text after a
- * selector as ISO 8859-9.
+ * the region has no effect. (Only GB 2312 differs in both, by zelk::DvbConverter.) Values without a name are accepted
+ * everywhere and read every single-byte text after a selector as ISO 8859-9.
  */
 typedef enum dvbCharSet_t ZELK_INT_ENUM {
     DvbCharSetIso8859_9 = 0,    /**< ISO 8859-9 */
@@ -122,7 +123,7 @@ typedef enum dvbCharSet_t ZELK_INT_ENUM {
     DvbCharSetIso8859_7 = 3,    /**< ISO 8859-7 */
     DvbCharSetIso8859_9Alt = 4, /**< as 0 */
     DvbCharSetIso8859_15 = 5,   /**< ISO 8859-15, with 0xC1 to 0xCF as non-spacing marks where they compose */
-    DvbCharSetGb2312 = 6        /**< GB 2312, by zelk::DvbConverter; else each table is the DVB default table */
+    DvbCharSetGb2312 = 6        /**< GB 2312, by zelk::DvbConverter; else all single-byte tables are the default one */
 } dvbCharSet_t;
 
 /** What a DVB string is coded in, as its selector bytes say (ETSI EN 300 468 Annex A). */
@@ -403,9 +404,9 @@ unsigned int zelkFilterWideString(unsigned short *dst, int size, const unsigned 
  * @param count       characters in the stretch; cut at the end of the text
  * @param replacement null: the result is the stretch, in a packet whose capacity follows the `count` asked for.
  *                    Otherwise the result is the whole text with the stretch replaced by this zero-terminated text.
- * @return a new packet; null for null, for a start after the text, for a replaced text of more than 65535 characters,
- *         for a `count` whose value modulo 65536 is less than the length of the stretch where there is no replacement,
- *         or when there is no memory
+ * @return a new packet; null when `text` is null, when `start` is after the text, when there is no memory, and
+ *         - with a replacement: when the result has more than 65535 characters,
+ *         - without one: when `count` modulo 65536 is less than the length of the stretch
  */
 CharPacket *zelkSubstr(const CharPacket *text, unsigned int start, unsigned int count, const char *replacement);
 
@@ -540,7 +541,7 @@ void zelkInitUtf8Encoder(Utf8EncoderState *state);
 /**
  * Encodes a unit byte by byte: returns its first byte; call again with 0 for the following bytes, until 0 comes back.
  * A unit of two or three bytes passed while bytes are pending replaces them; a unit up to 0x7F leaves them for later.
- * A unit above 0xFFFF is not masked: its first result is then no byte of UTF-8.
+ * A unit above 0xFFFF is not masked: its first result is 0xF0 or more, which begins no character here.
  */
 unsigned int zelkUtf8Encode(Utf8EncoderState *state, unsigned int unit);
 
@@ -553,8 +554,8 @@ void zelkInitUtf8Decoder(Utf8DecoderState *state);
  * @param byte 0 to 255; any larger value counts as a byte that begins no sequence
  * @return up to two units: the high 16 bits come first (U+FFFD for a sequence that a byte up to 0x7F breaks off, else 0
  *         for none), then the low 16 bits (0 for none yet). For a byte of 0 the low half is the character U+0000. A
- *         lead that breaks a sequence off gives U+FFFD and begins its own; any other rejected byte gives one U+FFFD,
- *         together with a sequence that it breaks off.
+ *         lead that breaks a sequence off gives U+FFFD and begins its own; any other rejected byte gives one U+FFFD for
+ *         itself and for the sequence that it breaks off.
  */
 unsigned int zelkUtf8Decode(Utf8DecoderState *state, unsigned int byte);
 
@@ -659,8 +660,8 @@ int zelkUtf8GetFilteredStringLength(const unsigned char *text, zelkCharFilter fi
  *
  * - A kept character is copied as it was read, an invalid byte included. One that does not fit ends the text.
  * - After a replacement the input moves by the length of the replacement, not of the character read: this is right
- *   for maps that keep the length, and callers rely on it. One that does not fit, or that would pass the terminator,
- *   ends the text.
+ *   for maps that keep the length, and callers rely on it. A replacement that does not fit ends the text and is not
+ *   written. One that would move the input past the terminator is written and ends the text.
  * - `out` may be `text` where no replacement is longer than what it replaces.
  *
  * @param size   bytes in `out`, the terminator included; the length of `text` + 4 suffices, and
@@ -671,8 +672,9 @@ int zelkUtf8GetFilteredStringLength(const unsigned char *text, zelkCharFilter fi
 unsigned int zelkUtf8FilterString(unsigned char *out, int size, const unsigned char *text, zelkCharFilter filter);
 
 /**
- * As zelkSubstr(), with `start` and `count` in characters, which are looked for up to the first zero byte: a `start`
- * after the text is its end and gives an empty stretch, and the capacity follows the bytes found.
+ * As zelkSubstr(), with `start` and `count` in characters. They are looked for up to the first zero byte, also where
+ * the packet's `length` is another: a `start` after that byte means its place. The capacity follows the bytes that were
+ * found.
  */
 CharPacket *zelkUtf8Substr(const CharPacket *text, unsigned int start, unsigned int count, const char *replacement);
 
@@ -687,9 +689,9 @@ CharPacket *zelkUtf8Substr(const CharPacket *text, unsigned int start, unsigned 
 
 /*
  * `part` is the number in the standard's name: 1 for ISO 8859-1. The tables are those of ISO/IEC 8859 with these
- * choices: parts 6, 8, 11, 12 and all above 16 are ASCII only; part 7 is the first edition with the euro sign at 0xA4;
- * 0xFF of part 16 is unassigned. Unassigned positions give U+FFFD. A zero byte ends the text, counted or not, and is
- * never written.
+ * choices: parts 0, 6, 8, 11, 12 and all above 16 are ASCII only; part 7 is the first edition with the euro sign at
+ * 0xA4; 0xFF of part 16 is unassigned. Unassigned positions give U+FFFD. A zero byte ends the text, counted or not, and
+ * is never written.
  */
 
 /** Gives the combining mode of a table number (0 to 12): 1 for table 6 (part 7), 2 for table 7 (part 9), else -1. */
@@ -766,8 +768,8 @@ CharPacket *zelkConvertIsoToUtf8Tolerant(unsigned int part, const char *in, int 
 /*
  * A text is named by a code page (1250, 1251, 1252, 1253, 1254, 1257) and by the character-set identifier of a Windows
  * font description. A specific identifier wins: 238 Eastern European (1250), 204 Russian (1251), 1 default (1252), 161
- * Greek (1253), 162 Turkish (1254), 186 Baltic (1257); 2 (symbol) is ASCII only; with 0, 3, 255 and any other the code
- * page decides. The tables are Microsoft's; what they leave undefined, and 0xFF of 1257, is U+FFFD.
+ * Greek (1253), 162 Turkish (1254), 186 Baltic (1257); 2 (symbol) and 0xFFFFFFFF are ASCII only; with 0, 3, 255 and any
+ * other the code page decides. The tables are Microsoft's; what they leave undefined, and 0xFF of 1257, is U+FFFD.
  */
 
 /**
@@ -855,8 +857,12 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
  *   the zero unit, in compressed text up to the code's end of text, which must then be there;
  * - flags: 0 or ZELK_KEEP_EMPHASIS; the other bits have no effect.
  *
- * Of the controls, tab and line feed stay, except in the default table; 0x8A becomes a line feed, also as the U+E08A
- * of two-byte text; all others are dropped. What a caller must guarantee for hostile input:
+ * Of the controls 00 to 1F and 80 to 9F, tab and line feed stay, except in the default table; 8A becomes a line feed;
+ * all others are dropped. In two-byte, UTF-8 and compressed text U+E080 to U+E09F are controls, too. Two more things
+ * are dropped: the bytes of the default table that have no character (A6, C0, C9, CC, D8 to DB, E5); and, in UTF-8 and
+ * compressed text, a sequence that ASCII or the end of the text breaks off. Prepared text passes as it is.
+ *
+ * What a caller must guarantee for hostile input:
  *
  * - with a positive count, one byte after the string must be readable (a mark looks at its letter);
  * - with a negative count, a string that begins 10 00 must have a third byte and what ends a text after that.
@@ -866,9 +872,9 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
  * Reads the selector bytes of a DVB string.
  *
  * 01 to 0B give ISO 8859-5 to -15, 0C gives ISO 8859-16; 10 00 n gives code n up to 10; 11 and 14 two-byte text; 15 and
- * 16 UTF-8; 1D and 0F prepared text; 1F t compressed text of type t = 1, 2, 5 or 6. 0D gives DvbCodeReserved17. All
- * others up to 1F give DvbCodeNone and are skipped like the rest: a 10 by itself when no 00 follows, else with its two
- * bytes, a 1F with its type.
+ * 16 UTF-8; 1D and 0F prepared text; 1F t compressed text of type t = 1, 2, 5 or 6. 0D gives DvbCodeReserved17.
+ *
+ * All others up to 1F give DvbCodeNone and are skipped, too: three bytes of 10 00 n, two of 1F t, one of any other.
  *
  * @param text         the string, or null for the default
  * @param charSet      set to DvbCharSetStandard when a default code is given or a string has no selector; not null
@@ -927,15 +933,24 @@ unsigned int zelk_dvb8ToUtf8(dvbCharSet_t charSet, char *out, int outSize, const
 
 /**
  * Gives the units that zelk_dvb8ToUnicode() needs at most, the terminator not counted: the count where there is one;
- * else by the text's length, and 0 for compressed text, which therefore needs a count. Null gives 0.
+ * else by the text's length. Null gives 0.
+ *
+ * Compressed text may be longer than this bound, which is 0 without a count: then it is cut in a buffer of that size.
+ * It needs eight units for each byte at most.
  */
 int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra, unsigned int flags);
 
 /**
- * Gives the bytes that zelk_dvb8ToUtf8() needs at most, the terminator not counted: by the code, three for each byte of
- * the count (or, without one, for each character), or one for each byte of UTF-8; 511 for compressed text of types 5
- * and 6; the decoded bytes for types 1 and 2 (0 without a count). Bytes of UTF-8 that are rejected grow to U+FFFD, and
- * a text full of them is cut. Null gives 0. At most 2147483647.
+ * Gives the bytes that zelk_dvb8ToUtf8() needs at most, the terminator not counted. Null gives 0, and no result is
+ * above 2147483647. By the code:
+ *
+ * - UTF-8: the count, or the text's length without one;
+ * - compressed text of types 1 and 2: the decoded bytes; 0 without a count;
+ * - compressed text of types 5 and 6: 511;
+ * - any other: three for each byte of the count; without one, for each byte or two-byte unit of the text.
+ *
+ * A text is cut where that is too little: for bytes of UTF-8 that are rejected, which grow to U+FFFD, and for a long
+ * text of types 5 and 6.
  *
  * A buffer that holds any text whole has three bytes for each byte of the string, and for compressed text twenty-four,
  * and one for the terminator.
@@ -974,9 +989,9 @@ CharPacket *zelkPreprocessDvbStringToUtf8(dvbCharSet_t charSet, const char *in, 
                                           int defaultExtra, unsigned int flags);
 
 /**
- * zelk_dvb8ToUnicode() in a new packet made for the bound + 1 units (a capacity of the bound + 2). Where that is more
- * than 65535, capacity and length hold the low 16 bits while the block holds the whole text, terminated. Null for a
- * null string or without memory.
+ * zelk_dvb8ToUnicode() in a new packet made for the bound + 1 units (a capacity of the bound + 2). What the bound is
+ * too small for is cut. Where the capacity is more than 65535, capacity and length hold their low 16 bits while the
+ * block holds the whole text, terminated. Null for a null string or without memory.
  */
 WideCharPacket *zelkConvertDvb8ToUnicode(dvbCharSet_t charSet, const char *in, int inLen, DvbCode_t defaultCode,
                                          int defaultExtra, unsigned int flags);
@@ -1028,8 +1043,8 @@ unsigned short zelkHuffmanDecode(HuffmanStreamState *state, unsigned int byte);
  * most of them are provisional, and real broadcasts of types 5 and 6 do not decode.
  *
  * A bit with which no code continues is an escape: the next 8 bits are a character of ISO 8859-1, U+0000 where fewer
- * are left. Where the bits of the code before it are seven 1 bits, or 0 bits and then seven 1 bits, and the bit is a 1,
- * it ends the text. A code that the input cuts off gives nothing.
+ * are left. There is one exception: after seven 1 bits of an unfinished code, with or without 0 bits before them, a
+ * further 1 bit with which no code continues ends the text. A code that the input cuts off gives nothing.
  *
  * @param tableId   6 for the Malay table, any other value for the English one
  * @param src       the compressed bytes after the selector, or null for an empty text
@@ -1101,9 +1116,12 @@ int zelkCollate(int selector, const char *a, const char *b);
 /**
  * Matches a text against a pattern, byte by byte: `*` stands for any bytes, `?` for one.
  *
- * The byte after a `*` stands for itself, whatever it is: `*?` looks for a question mark and `**` for a star. Stars
- * that end the pattern match any rest. The time grows at most with the length of the text times that of the pattern;
- * with one star it is linear. The stack does not grow.
+ * The byte after a `*` must be in the text as it is, also where it is a wildcard: `*?` looks for a question mark and
+ * `**` for a star. A star that was found is then a wildcard again: `**c` matches "a*c" and "a*bc", but not "abc". Stars
+ * that end the pattern match any rest.
+ *
+ * The time grows at most with the length of the text times that of the pattern; with one star it is linear. The stack
+ * does not grow.
  *
  * @param text,pattern zero-terminated; null is not accepted
  * @return 0 for a match, else a value other than 0
@@ -1178,7 +1196,7 @@ unsigned int zelk_unxml(char *out, int outSize, const char *in, int inLen);
  */
 CharPacket *zelkXmlify(const char *in, int inLen);
 
-/** zelk_unxml() in a new packet whose capacity is `inLen` + 1, modulo 65536, as in zelkXmlify(). */
+/** zelk_unxml() in a new packet. Its capacity is the count, or the text's length without one, + 1, modulo 65536. */
 CharPacket *zelkUnXml(const char *in, int inLen);
 
 #ifdef __cplusplus

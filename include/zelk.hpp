@@ -121,7 +121,7 @@ public:
     std::string convertIsoToUnicode(const char *text, int length) const;
     std::string convertIsoToUnicode(const std::string &text) const;
 
-    /** The scratch holds 3 * length bytes: a last character of three bytes is dropped when all before it were too. */
+    /** The scratch holds 3 * length bytes: where every character takes three bytes, the last one is dropped. */
     std::string convertIsoToUtf8(const char *text, int length) const;
     std::string convertIsoToUtf8(const std::string &text) const;
 
@@ -161,7 +161,8 @@ public:
 
     /**
      * Takes the default code from the selector of a sample string, as zelk_dvbGetDvbCode() reads it. Null, or a string
-     * without a selector, gives the DVB default table; the latter also makes the region DvbCharSetStandard.
+     * without a selector, gives the DVB default table. A string without a selector also makes the region
+     * DvbCharSetStandard; in all other cases the region stays.
      */
     DvbConverter(dvbCharSet_t charSet, const char *sample, unsigned int flags);
 
@@ -171,7 +172,8 @@ public:
     void ResetConverter(dvbCharSet_t charSet, DvbCode_t code, int extra);
 
     /**
-     * The result is the units in native byte order and one zero byte: 2 * units + 1 bytes.
+     * The result is the units in native byte order and one zero byte: 2 * units + 1 bytes. The scratch has
+     * zelk_dvb8ToUnicodeMaxLength() units: compressed text that is longer is cut there.
      *
      * @throws std::bad_array_new_length for a count of 0x3FFFFFFF and more
      */
@@ -197,7 +199,7 @@ public:
 
     /**
      * Converts with the system's iconv, between any sets that it knows; the result ends at its first zero byte. Where
-     * that fails the result is the input. Traces input and output.
+     * that fails the result is the input. Traces input and output of a conversion as convertDvb8ToUtf8() traces a code.
      *
      * @throws std::logic_error for a null `in` with a `len` other than 0
      */
@@ -234,8 +236,8 @@ public:
      * The code has no end: a decoded zero is a character, and the input alone ends the text (a last byte of zero is a
      * terminator and not decoded).
      *
-     * @param dst       receives the bytes after the skipped ones and a zero, as many as fit; untouched, without a
-     *                  zero too, where `*dstLength` becomes 0
+     * @param dst       receives the bytes after the skipped ones and a zero, as many of them as fit; where
+     *                  `*dstLength` becomes 0 nothing is written, not even the zero
      * @param dstLength on entry the capacity of `dst`; receives the size needed: bytes, terminator and one to spare; 0
      *                  when nothing was decoded, or less than is to be skipped
      * @return 0; -1 for bad arguments, with `*dstLength` untouched; -2 when `dst` is too small

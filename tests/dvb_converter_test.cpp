@@ -283,6 +283,19 @@ TEST(DvbPackets, CompressedTextWithoutACountIsEmptyInUcs2) {
     EXPECT_GT(counted->length, 0);
 }
 
+TEST(DvbPackets, CompressedTextIsCutAtItsCountInUcs2) {
+    const std::string text = bytes("1F 01 C7 0B 5F ED 6C D0 EF 99 F3 5F 8B 82 13 98"); // "Formula Drift Series 2017"
+    const int count = static_cast<int>(text.size());
+    const Wide packet(zelkConvertDvb8ToUnicode(DvbCharSetStandard, text.data(), count, DvbCodeNone, 0, 0));
+    EXPECT_EQ(packet->capacity, 16 + 2);
+    const Units units(packet->chars, packet->chars + packet->length);
+    EXPECT_EQ(std::string(units.begin(), units.end()), "Formula Drift Se");
+    EXPECT_EQ(unitsOf(DvbConverter(DvbCharSetStandard, 0).convertDvb8ToUnicode(text)), units);
+    Units whole(8 * 16 + 1);
+    EXPECT_EQ(zelk_dvb8ToUnicode(DvbCharSetStandard, whole.data(), 8 * 16 + 1, text.data(), count, DvbCodeNone, 0, 0),
+              25U);
+}
+
 TEST(DvbPackets, ABoundAbove65535IsTruncatedWhileTheBlockHoldsAll) {
     for (const unsigned int length : {21844U, 21845U, 65533U, 65534U, 65535U, 65536U, 70000U, 140000U}) {
         const std::string text(length, 'x');
