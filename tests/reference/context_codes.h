@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <limits>
 #include <map>
 #include <string>
 #include <string_view>
@@ -56,7 +57,7 @@ struct DecodedCharacter {
 
 // All characters that the bits hold, end-of-text characters among them; an unfinished one is dropped.
 inline std::vector<DecodedCharacter> decodeContextBits(const ContextCodes &codes, std::string_view bits) {
-    constexpr std::size_t longest = std::size_t{1} << 32U; // beyond any code
+    constexpr std::size_t longest = std::numeric_limits<std::size_t>::max() / 2; // beyond any code
     std::vector<DecodedCharacter> text;
     unsigned char before = 0;
     std::size_t at = 0;
