@@ -290,8 +290,8 @@ private:
 
 template <const auto &table, unsigned int rarest>
 consteval auto stepStates() {
-    constexpr std::size_t size = StepBuilder(table, rarest).size();
-    return StepBuilder(table, rarest).template result<size>();
+    constexpr StepBuilder builder(table, rarest);
+    return builder.template result<builder.size()>();
 }
 
 // The machine of one of the four published tables, or none for a table of the caller's own.
