@@ -4,8 +4,8 @@
 #include "fuzz.h"
 #include "helpers/sections.h"
 #include "tools/broadcast.h"
-#include "tools/command.h"
 #include "tools/dvb_tables.h"
+#include "tools/failure.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #include "broadcast.h"
 
-#include "command.h"
+#include "failure.h"
 
 namespace zelk::tool {
 

@@ -1,13 +1,11 @@
 #include "command.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 #include <system_error>
 
 namespace zelk::tool {
-
-void failSystem(const std::string &subject, int error) {
-    throw Failure(ExitInputOutput, fmt::format("{}: {}", subject, std::generic_category().message(error)));
-}
 
 CLI::Validator oneOf(const std::vector<std::string> &words) {
     const auto check = [words](const std::string &value) -> std::string {

@@ -1,7 +1,7 @@
 // Every command of the tool, in the order of `zelk --help`.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "cli_names.h"
 
 namespace zelk::tool {
 

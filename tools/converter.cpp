@@ -1,6 +1,6 @@
 #include "converter.h"
 
-#include "command.h"
+#include "failure.h"
 #include "text.h"
 
 #include <algorithm>

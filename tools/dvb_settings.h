@@ -1,12 +1,11 @@
 // The settings of a receiver that decide how a DVB string is read, as command-line options.
 #pragma once
 
+#include "cli_names.h"
 #include "overrides.h"
 
 #include "zelk.hpp"
 #include "zelk_insight.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cstddef>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "dvb_writer.h"
 
-#include "command.h"
+#include "failure.h"
 
 namespace zelk::tool {
 

@@ -1,7 +1,7 @@
 #include "overrides.h"
 
-#include "command.h"
 #include "dvb_settings.h"
+#include "failure.h"
 #include "stream.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 // Which records a scan writes.
 #pragma once
 
+#include "cli_names.h"
 #include "facts.h"
 
 #include <optional>

@@ -1,6 +1,6 @@
 #include "stream.h"
 
-#include "command.h"
+#include "failure.h"
 
 #include <algorithm>
 #include <cerrno>

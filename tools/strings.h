@@ -1,7 +1,7 @@
 // Short broadcast strings as input: one per argument or per line, in hexadecimal or as raw bytes.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "cli_names.h"
 
 #include <cstddef>
 #include <functional>

@@ -1,9 +1,9 @@
 // How text is shown: code points, display width, columns, colour, JSON.
 #pragma once
 
+#include "cli_names.h"
 #include "unicode.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/color.h>
 #include <nlohmann/json.hpp>
 
