@@ -94,11 +94,15 @@ public:
         constexpr int enough = 12;
         for (int round = 0; round < enough; ++round) {
             next_ = {};
+            escaped_ = 0;
             for (unsigned int context = 0; context < firstAfterGraphic; ++context) {
                 if (weights_[context] != 0) {
                     const unsigned int tree = detail::treeAfter(table.data(), context);
                     follow(table, tree, tree, weights_[context]);
                 }
+            }
+            for (unsigned int character = firstGraphic; character < firstAfterGraphic; ++character) {
+                next_[character] += escaped_;
             }
             weights_ = next_;
         }
@@ -118,9 +122,7 @@ private:
             if (step < detail::leafFlag) {
                 follow(table, tree, tree + 2 * step, weight / 2);
             } else if (step == detail::escapeLeaf) {
-                for (unsigned int character = firstGraphic; character < firstAfterGraphic; ++character) {
-                    next_[character] += weight / 2 / (firstAfterGraphic - firstGraphic);
-                }
+                escaped_ += weight / 2 / (firstAfterGraphic - firstGraphic);
             } else {
                 next_[step - detail::leafFlag] += weight / 2;
             }
@@ -129,6 +131,7 @@ private:
 
     std::array<std::uint64_t, firstAfterGraphic> weights_{};
     std::array<std::uint64_t, firstAfterGraphic> next_{};
+    std::uint64_t escaped_ = 0; // what each graphic character gets by escapes
 };
 
 template <std::size_t Steps>

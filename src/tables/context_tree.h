@@ -145,7 +145,11 @@ private:
     }
 
     constexpr std::string_view word() {
-        const std::string_view result = rest_.substr(0, rest_.find_first_of(" \n"));
+        std::size_t length = 0; // counted singly: the compiler takes twice as long over find_first_of()
+        while (length < rest_.size() && rest_[length] != ' ' && rest_[length] != '\n') {
+            ++length;
+        }
+        const std::string_view result = rest_.substr(0, length);
         rest_.remove_prefix(result.size());
         return result;
     }
