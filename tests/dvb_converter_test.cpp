@@ -91,6 +91,13 @@ TEST(DvbConverter, AResetKeepsTheFlags) {
     DvbConverter without(DvbCharSetStandard, DvbCodeIso8859_5, 0, 0);
     without.ResetConverter(DvbCharSetIso8859_9Alt, DvbCodeNone, 0);
     EXPECT_EQ(without.convertDvb8ToUtf8(bytes("12 86 FD")), "ı"); // an unknown selector is read by the region
+    without.ResetConverter(DvbCharSetStandard, DvbCodeCompressed, 2);
+    EXPECT_EQ(without.convertDvb8ToUtf8(bytes("F5 28 80 00")), "TV"); // of the encoding type that was set
+    DvbConverter fromSample(DvbCharSetStandard, "\x01", 1);
+    EXPECT_EQ(fromSample.convertDvb8ToUtf8(bytes("86 B1")), "\xC2\x86"
+                                                            "Б");
+    fromSample.ResetConverter(DvbCharSetStandard, DvbCodeNone, 0);
+    EXPECT_EQ(fromSample.convertDvb8ToUtf8(bytes("86 B1")), "\xC2\x86±");
 }
 
 TEST(DvbConverter, EmptyAndNullArguments) {

@@ -457,6 +457,25 @@ TEST(IsoPacket, EmptyText) {
     }
 }
 
+TEST(IsoPacket, EveryPart) {
+    const std::string text = allBytes(); // no UTF-8
+    for (const unsigned int part : someParts()) {
+        SCOPED_TRACE(part);
+        const auto characters = reference::charactersOf(setOf(part), text);
+        const Owned<WideCharPacket> wide(zelkConvertIsoToUnicode(part, text.c_str(), -1));
+        EXPECT_EQ(textOf(wide), reference::ucs2Text(characters, 256));
+        int flag = 0;
+        const Owned<CharPacket> packets[] = {
+            Owned<CharPacket>(zelkConvertIsoToUtf8(part, text.c_str(), -1)),
+            Owned<CharPacket>(zelkConvertIsoToUtf8Checked(part, text.c_str(), -1)),
+            Owned<CharPacket>(zelkConvertIsoToUtf8Tolerant(part, text.c_str(), -1, &flag)),
+        };
+        for (const auto &packet : packets) {
+            EXPECT_EQ(std::string(packet->chars, packet->length), reference::utf8Text(characters));
+        }
+    }
+}
+
 // Capacities count modulo 65536: a longer text is cut to what the stored capacity holds.
 TEST(IsoPacket, Capacities) {
     for (const unsigned int length :

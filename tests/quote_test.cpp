@@ -223,6 +223,9 @@ TYPED_TEST(Quotes, InPacketsGiveANewPacketOrNone) {
     EXPECT_EQ(quoted->capacity, 3);
     EXPECT_EQ(terminatedTextOf(quoted), this->text("xy"));
 
+    const auto sections = TypeParam::newPacket(0, withZero(this->text("f(ab)c)d(e")).data());
+    EXPECT_EQ(terminatedTextOf(getQuoted(sections.get(), this->unit('('), this->unit(')'))), this->text("abe"));
+
     packet->length = 2; // the length ends the text, not the terminator
     EXPECT_EQ(terminatedTextOf(getQuoted(packet.get(), star, star)), this->text("x"));
 }

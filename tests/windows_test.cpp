@@ -260,6 +260,18 @@ TEST(WindowsPacket, NullAndEmptyText) {
     }
 }
 
+TEST(WindowsPacket, EveryName) {
+    const std::string text = allBytes();
+    for (const Name &name : names()) {
+        SCOPED_TRACE(testing::Message() << name.codePage << ' ' << name.identifier);
+        const auto characters = reference::charactersOf(setOf(name), text);
+        const Owned<WideCharPacket> wide(zelkConvertWindowsToUnicode(name.codePage, name.identifier, text.c_str(), -1));
+        EXPECT_EQ(textOf(wide), reference::ucs2Text(characters, 256));
+        const Owned<CharPacket> packet(zelkConvertWindowsToUtf8(name.codePage, name.identifier, text.c_str(), -1));
+        EXPECT_EQ(std::string(packet->chars, packet->length), reference::utf8Text(characters));
+    }
+}
+
 // Capacities count modulo 65536: a longer text is cut to what the stored capacity holds.
 TEST(WindowsPacket, Capacities) {
     for (const unsigned int length :
