@@ -9,7 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <fstream>
 #include <iterator>
 #include <map>
 #include <set>
@@ -163,9 +165,49 @@ TEST(InsightLint, NamesRules) {
             EXPECT_EQ(name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-"), std::string::npos) << name;
         }
     }
-    EXPECT_STREQ(zelkInsightRuleName(ZelkInsightRuleUtf8Unannounced), "utf8-unannounced");
+    EXPECT_STREQ(zelkInsightRuleName(ZelkInsightRuleFirst - 1), "unknown");
+    EXPECT_STREQ(zelkInsightRuleName(ZelkInsightRuleEnd), "unknown");
     EXPECT_STREQ(zelkInsightRuleName(0xFFFFFFFF), "unknown");
     EXPECT_EQ(zelkInsightRuleSeverity(0xFFFFFFFF), ZelkInsightNote);
+}
+
+// Word for word as docs/lint.md has them, but for a rule of the tool alone there and one of decoding alone here.
+TEST(InsightLint, SaysWhatIsDocumented) {
+    using Row = std::array<std::string, 4>;
+    std::vector<Row> documented;
+    std::ifstream page(ZELK_TABLE_DATA "/../../../docs/lint.md");
+    for (std::string line; std::getline(page, line);) {
+        if (line.rfind("| `", 0) == 0) {
+            Row row;
+            std::size_t begin = 2;
+            for (std::string &cell : row) {
+                const std::size_t end = line.find(" | ", begin);
+                ASSERT_NE(end, std::string::npos) << line;
+                cell = line.substr(begin, end - begin);
+                begin = end + 3;
+            }
+            documented.push_back(row);
+        }
+    }
+    ASSERT_FALSE(documented.empty());
+    EXPECT_EQ(documented.back()[0], "`table-unusual`");
+    documented.pop_back();
+
+    std::vector<Row> rows;
+    for (unsigned int rule = 0; rule < ZelkInsightRuleEnd; ++rule) {
+        const std::string name = zelkInsightRuleName(rule);
+        const std::string clause = zelkInsightRuleClause(rule);
+        const char *const severities[] = {"note", "warning", "error"};
+        if (name != "unknown" && rule != ZelkInsightTextCut) {
+            rows.push_back({"`" + name + "`", severities[zelkInsightRuleSeverity(rule)], clause.empty() ? "-" : clause,
+                            zelkInsightRuleMeaning(rule)});
+        }
+    }
+    EXPECT_EQ(rows, documented);
+    EXPECT_STREQ(zelkInsightRuleName(ZelkInsightTextCut), "text-cut");
+    EXPECT_STREQ(zelkInsightRuleMeaning(ZelkInsightTextCut), "The text does not fit the output.");
+    EXPECT_STREQ(zelkInsightRuleClause(ZelkInsightTextCut), "");
+    EXPECT_EQ(zelkInsightRuleSeverity(ZelkInsightTextCut), ZelkInsightError);
 }
 
 // "rule@offset+length>textOffset+textLength:value"

@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -55,6 +57,70 @@ TEST(InsightCase, AgreesWithTheReceiversTables) {
         }
         if (code != 0x03C2 && zelk2lowerChar(zelk2upperChar(code)) == code) {
             EXPECT_EQ(capital, utf8EncodeModel(zelk2upperChar(code))) << code;
+        }
+    }
+}
+
+// Well-formed sequences, and how much of others is replaced at once: the rows of table 3-7 of the Unicode Standard.
+struct SequenceRow {
+    unsigned int firstLead;
+    unsigned int lastLead;
+    unsigned int least; // of the second byte
+    unsigned int last;
+    unsigned int length;
+};
+
+constexpr SequenceRow sequenceRows[] = {
+    {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3}, {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3},
+    {0xEE, 0xEF, 0x80, 0xBF, 3}, {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
+};
+
+// The text in small letters, what is malformed as U+FFFD.
+std::string loweredModel(const std::string &text) {
+    std::string result;
+    for (std::size_t at = 0; at < text.size();) {
+        const auto byteAt = [&text](std::size_t place) { return static_cast<unsigned char>(text[place]); };
+        const auto *const row = std::find_if(std::begin(sequenceRows), std::end(sequenceRows), [&](const auto &one) {
+            return byteAt(at) >= one.firstLead && byteAt(at) <= one.lastLead;
+        });
+        const bool single = row == std::end(sequenceRows);
+        const std::size_t length = single ? 1 : row->length;
+        std::size_t good = 1;
+        while (good < length && at + good < text.size() && byteAt(at + good) >= (good == 1 ? row->least : 0x80) &&
+               byteAt(at + good) <= (good == 1 ? row->last : 0xBF)) {
+            ++good;
+        }
+        unsigned int code = single ? byteAt(at) : byteAt(at) % (1U << (7 - length));
+        for (std::size_t i = 1; i < good; ++i) {
+            code = 64 * code + byteAt(at + i) % 64;
+        }
+        const bool valid = good == length && (!single || code < 0x80);
+        result += !valid           ? "\xEF\xBF\xBD"
+                  : code < 0x10000 ? utf8EncodeModel(zelk2lowerChar(code))
+                                   : text.substr(at, length);
+        at += good;
+    }
+    return result;
+}
+
+TEST(InsightCase, ReadsUtf8AsUnicodeSays) {
+    constexpr unsigned int bytes[] = {0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC2, 0xE1, 0xF4};
+    for (unsigned int lead = 0x80; lead < 0x100; ++lead) {
+        std::string text;
+        for (const unsigned int second : bytes) {
+            for (const unsigned int third : bytes) {
+                for (const unsigned int fourth : bytes) {
+                    for (const unsigned int byte : {lead, second, third, fourth}) {
+                        text += static_cast<char>(byte);
+                    }
+                    text += ' ';
+                }
+            }
+        }
+        EXPECT_EQ(mapped(zelkInsightLower, text), loweredModel(text)) << lead;
+        for (std::size_t length = 1; length < 5; ++length) { // an end inside a sequence
+            const std::string cut = std::string(1, static_cast<char>(lead)) + std::string(length - 1, '\x90');
+            EXPECT_EQ(mapped(zelkInsightLower, cut), loweredModel(cut)) << lead;
         }
     }
 }
