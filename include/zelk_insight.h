@@ -270,7 +270,8 @@ typedef struct zelkInsightRepaired {
  * lost.
  *
  * @param out      receives the text and a zero
- * @param outSize  bytes in `out`; three times those of the text and 1 always suffice
+ * @param outSize  bytes in `out`; three times those of the text and 1 always suffice; with less the text ends at
+ *                 the first character that does not fit
  * @param in       UTF-8, or null for an empty text; a zero byte ends a text that is not repaired
  * @param language as for zelkInsightGuessTables()
  * @param repaired what was done; may be null

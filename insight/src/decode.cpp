@@ -616,6 +616,7 @@ unsigned int decodeAs(zelkInsightTable table, char *out, int outSize, const unsi
     reading.counted = true;
     reading.ends = true;
     Recorder recorder(out, outSize, nullptr);
+    recorder.stopAtCut();
     recordBody(recorder, reading, 0);
     return recorder.finish(length);
 }

@@ -268,6 +268,72 @@ TEST(InsightRepair, GivesTextBack) {
     EXPECT_EQ(zelkInsightRepair(one, 1, nullptr, 5, nullptr, nullptr), 0U);
 }
 
+// The text of bytes by a set of the system, as whoever takes them for that set shows it.
+std::string readBy(const std::string &bytes, const std::string &set) {
+    const reference::Set codes = reference::systemSet(set);
+    std::string text;
+    for (const char byte : bytes) {
+        text += utf8EncodeModel(codes[static_cast<unsigned char>(byte)]);
+    }
+    return text;
+}
+
+// From each table that texts are wrongly read with.
+TEST(InsightRepair, KnowsWrongTables) {
+    struct Misread {
+        const char *text;
+        const char *sent;
+        const char *read;
+        unsigned int right; // by the numbers of zelkInsightTable
+        unsigned int wrong;
+    };
+    const Misread all[] = {
+        {"Güneşin doğduğu şehir ve çocukları", "ISO-8859-9", "ISO-8859-1", 10, 2},
+        {"Það er gaman að þekkja söguna", "ISO-8859-1", "ISO-8859-9", 2, 10},
+        {"Późny październik i dźwięk źródła", "ISO-8859-2", "ISO-8859-15", 3, 15},
+        {"La pièce où le père à côté rêve", "ISO-8859-1", "ISO-8859-2", 2, 3},
+        {"Новости дня и погода на завтра", "CP1251", "ISO-8859-5", 33, 6},
+        {"Der kühne Räuber und die schöne Müllerin", "ISO-8859-1", "ISO-8859-7", 2, 8},
+    };
+    for (const Misread &one : all) {
+        zelkInsightRepaired about{};
+        const std::string wrong = readBy(converted(one.text, one.sent), one.read);
+        ASSERT_NE(wrong, one.text);
+        EXPECT_EQ(repaired(wrong, &about), one.text) << wrong;
+        EXPECT_EQ(static_cast<unsigned int>(about.wrong), one.wrong) << wrong;
+        EXPECT_EQ(static_cast<unsigned int>(about.right), one.right) << wrong;
+        EXPECT_GE(about.confidence, 7000U);
+        EXPECT_LE(about.confidence, static_cast<unsigned int>(ZELK_INSIGHT_CERTAIN));
+    }
+}
+
+// Up to the length that is stated, and into any room.
+TEST(InsightRepair, TakesTheLongestTextAndAnyRoom) {
+    const std::string wrong = "RØalisØ par le dØputØ ";
+    const std::string right = "Réalisé par le député ";
+    std::string longest;
+    std::string expected;
+    while (longest.size() + wrong.size() <= ZELK_INSIGHT_LONGEST_REPAIR) {
+        longest += wrong;
+        expected += right;
+    }
+    expected.resize(expected.size() + ZELK_INSIGHT_LONGEST_REPAIR - longest.size(), '.');
+    longest.resize(ZELK_INSIGHT_LONGEST_REPAIR, '.');
+    EXPECT_EQ(repaired(longest), expected);
+    EXPECT_EQ(repaired(longest + "."), longest + ".");
+    for (int room = 1; room <= static_cast<int>(right.size()) + 1; ++room) {
+        Guarded<char> out(static_cast<std::size_t>(room));
+        const unsigned int length =
+            zelkInsightRepair(out.data(), room, wrong.data(), static_cast<int>(wrong.size()), nullptr, nullptr);
+        // What fits of whole characters.
+        std::size_t fits = 0;
+        for (std::size_t i = 0; i <= right.size() && static_cast<int>(i) < room; ++i) {
+            fits = i == right.size() || (static_cast<unsigned char>(right[i]) & 0xC0U) != 0x80 ? i : fits;
+        }
+        EXPECT_EQ(std::string(out.data(), length), right.substr(0, fits)) << room;
+    }
+}
+
 TEST(InsightGuess, CountsWithoutAnArray) {
     const std::string text = "R\xE9"
                              "alis\xE9 par";

@@ -1,7 +1,8 @@
-# Installs the build into a fresh prefix and moves that, then builds and runs the outside project twice: by find_package
-# and by pkg-config; runs the tool, where one was built. cmake -DBUILD=... -DSOURCE=... -DWORK=... -DC=... -DCXX=... -DGENERATOR=... -P check_package.cmake
+# Installs the build into a fresh prefix and moves that to a path with a blank, then builds and runs the outside project
+# twice: by find_package and by pkg-config; runs the tool, where one was built.
+# cmake -DBUILD=... -DSOURCE=... -DWORK=... -DC=... -DCXX=... -DGENERATOR=... -P check_package.cmake
 file(REMOVE_RECURSE ${WORK})
-set(prefix ${WORK}/prefix)
+set(prefix "${WORK}/a place/prefix")
 
 function(run)
   execute_process(COMMAND ${ARGV} OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
@@ -13,6 +14,7 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/elsewhere)
+file(MAKE_DIRECTORY "${WORK}/a place")
 file(RENAME ${WORK}/elsewhere ${prefix})
 file(GLOB_RECURSE license ${prefix}/share/doc/*/LICENSE)
 if(NOT license)
