@@ -1,5 +1,6 @@
 // UTF-8 checked, copied and measured.
 //
+//   16 to 64 bytes       where they are measured, ASCII first: by the blocks that are looked through for a zero anyway
 //   up to 17 bytes       character by character
 //   18 to 64 bytes       four lanes that overlap as far as needed: no branch depends on the length
 //   more                 aligned blocks, from the one that holds the first byte to the one that holds the last
@@ -375,6 +376,10 @@ ZELK_STAGE Progress measureLong(const unsigned char *text, std::size_t length) {
 }
 
 ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
+    if (sparesNoCode && length >= laneBytes && length <= ShortText::most &&
+        bytesBefore<ZerosAndOthersThanAscii>(text, length) == length) {
+        return {length, length};
+    }
     if (length > ShortText::most + 1 + longestSequence) {
         return measureLong(text, length);
     }
