@@ -194,7 +194,7 @@ TEST(DvbConverter, TheChineseRegionReadsUnmarkedTextAsGb2312) {
 }
 
 // A sample without a selector makes the region the standard one; null and a sample with a selector leave it.
-TEST(DvbConverter, ASampleDecidesWhetherTheRegionStaysTheChineseOne) {
+TEST(DvbConverter, ASampleDecidesWhetherGb2312Stays) {
     const std::string text = bytes("C4 E3");
     EXPECT_EQ(DvbConverter(DvbCharSetGb2312, nullptr, 0).convertDvb8ToUtf8(text), "你");
     EXPECT_EQ(DvbConverter(DvbCharSetGb2312, "Sample", 0).convertDvb8ToUtf8(text), "~ª");
