@@ -215,6 +215,31 @@ TEST(DvbDecode, ControlCodes) {
     EXPECT_EQ(ucs2Of(bytes("05 41 09 0A 0D 42")), Characters({'A', 0x09, 0x0A, 'B'}));
 }
 
+TEST(DvbDecode, EmphasisStaysHoweverTheCodeIsNamed) {
+    struct Row {
+        const char *selector;
+        const char *text; // A, emphasis on and off, line break
+        int code;
+    };
+    const Row rows[] = {{"05", "41 86 87 8A", DvbCodeIso8859_9},
+                        {"11", "00 41 00 86 E0 87 00 8A", DvbCodeUcs2},
+                        {"15", "41 C2 86 EE 82 87 C2 8A", DvbCodeUtf8}};
+    for (const Row &row : rows) {
+        for (const bool counted : {true, false}) {
+            for (const unsigned int flags : {0U, 1U}) {
+                const Characters expected = flags == 0 ? Characters({'A', '\n'}) : Characters({'A', 0x86, 0x87, '\n'});
+                const Input named(bytes(row.selector) + bytes(row.text), counted, 3);
+                EXPECT_EQ(toUcs2(named, 9, {.flags = flags}), expected) << row.selector;
+                EXPECT_EQ(toUtf8(named, 9, {.flags = flags}), zelk_test::modelUtf8(expected, 9)) << row.selector;
+                const Settings settings{.defaultCode = row.code, .flags = flags};
+                const Input unnamed(bytes(row.text), counted, 3);
+                EXPECT_EQ(toUcs2(unnamed, 9, settings), expected) << row.selector;
+                EXPECT_EQ(toUtf8(unnamed, 9, settings), zelk_test::modelUtf8(expected, 9)) << row.selector;
+            }
+        }
+    }
+}
+
 TEST(DvbDecode, ACountedTextGoesOnBehindAZeroByte) {
     EXPECT_EQ(ucs2Of(bytes("41 00 42")), Characters({'A', 'B'}));
     EXPECT_EQ(toUcs2(Input(bytes("41 00 42"), false), 9), Characters({'A'}));
@@ -522,8 +547,10 @@ TEST(DvbCompressed, EveryAsciiPairAndTheControls) {
             ASSERT_EQ(toUtf8(Input(compressed(type, text), true, 0), 400), text);
         }
         EXPECT_EQ(toUtf8(Input(compressed(type, "A\tB\x0D\nC\xC2\x86\xC2\x8A\xEE\x82\x87"), true, 0), 99), "A\tB\nC\n");
-        EXPECT_EQ(toUtf8(Input(compressed(type, "\xC2\x86\xEE\x82\x87"), true, 0), 99, {.flags = 1}),
-                  "\xC2\x86\xC2\x87");
+        const Input emphasis(compressed(type, "\xC2\x86\xEE\x82\x87"), true, 0);
+        EXPECT_EQ(toUtf8(emphasis, 99, {.flags = 1}), "\xC2\x86\xC2\x87");
+        EXPECT_EQ(toUcs2(emphasis, 99), Characters());
+        EXPECT_EQ(toUcs2(emphasis, 99, {.flags = 1}), Characters({0x86, 0x87}));
     }
 }
 

@@ -188,6 +188,7 @@ TEST(DvbPrepare, FollowsAllSettings) {
         {DvbCharSetStandard, DvbCodeIso8859_5, 0, 0, "B1", "Б", 5},
         {DvbCharSetStandard, DvbCodeUcs2, 0, 0, "00 41", "A", 8},
         {DvbCharSetStandard, DvbCodeUtf8, 0, 0, "C3 A9", "é", 4},
+        {DvbCharSetStandard, DvbCodeUtf8, 0, 0, "FF FF", "", 4}, // the bound is too small for U+FFFD
         {DvbCharSetStandard, DvbCodeCompressed, 1, 0, "3A E0", "TV", 4},
         {DvbCharSetStandard, DvbCodeCompressed, 2, 0, "F5 28 80 00", "TV", 4},
         {DvbCharSetStandard, DvbCodeCompressed, 6, 0, "8C", " a", 513},

@@ -123,6 +123,7 @@ TEST(Utf8UtilitiesClass, CopiesQuoted) {
 
 TEST(Utf8UtilitiesClass, RemovesQuotesAndKeepsTheTerminatorThatFits) {
     EXPECT_EQ(Utf8Utilities::RemoveQuotes(bytes("22 61 62 22"), 0x22, 0x22), bytes("61 62 00"));
+    EXPECT_EQ(Utf8Utilities::RemoveQuotes(bytes("C2 AB 61 62 C2 BB"), 0xAB, 0xBB), bytes("61 62 00"));
     EXPECT_EQ(Utf8Utilities::RemoveQuotes("ab", 0x22, 0x22), "ab");
     EXPECT_EQ(Utf8Utilities::RemoveQuotes("\"", 0x22, 0x22), std::string(1, '\0'));
     EXPECT_EQ(Utf8Utilities::RemoveQuotes("", 0x22, 0x22), "");
