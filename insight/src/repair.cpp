@@ -24,10 +24,10 @@ constexpr WrongTable wrongTables[] = {
     {7, static_cast<zelkInsightTable>(8)},
 };
 
-unsigned int copied(char *out, int outSize, const char *in, unsigned int length) {
-    const auto *const bytes = reinterpret_cast<const unsigned char *>(in);
-    return zelk::insight::decodeAs(ZelkInsightTableUtf8Prepared, out, outSize, bytes, length);
-}
+struct Body {
+    const unsigned char *bytes;
+    unsigned int length;
+};
 
 } // namespace
 
@@ -38,38 +38,31 @@ unsigned int zelkInsightRepair(char *out, int outSize, const char *in, int inLen
                                       : static_cast<unsigned int>(inLen);
     zelkInsightRepaired best{ZelkInsightTableDefault, ZelkInsightTableDefault, 0};
     std::array<char, ZELK_INSIGHT_LONGEST_REPAIR + 5> string;
-    for (const WrongTable &wrong : wrongTables) {
-        const zelkInsightEncodeSettings settings = {DvbCharSetStandard, 1U << wrong.form, 0};
-        zelkInsightEncoded encoded{};
+    zelkInsightEncoded encoded{};
+    // The bytes of the text as it was sent in the wrong table, without a selector.
+    const auto encode = [&](unsigned int form) -> Body {
+        const zelkInsightEncodeSettings settings = {DvbCharSetStandard, 1U << form, 0};
         const unsigned int bytes = zelkInsightEncode(&settings, string.data(), static_cast<int>(string.size()), in,
                                                      static_cast<int>(length), &encoded);
-        if (length == 0 || length > ZELK_INSIGHT_LONGEST_REPAIR || encoded.unsaid != 0 || encoded.used != length) {
+        return {reinterpret_cast<const unsigned char *>(string.data()) + encoded.selectorLength,
+                bytes - encoded.selectorLength};
+    };
+    unsigned int form = 0; // of the best one
+    for (const WrongTable &wrong : wrongTables) {
+        const Body body = encode(wrong.form);
+        if (length > ZELK_INSIGHT_LONGEST_REPAIR || encoded.unsaid != 0 || encoded.used != length) {
             continue;
         }
-        const auto *const body = reinterpret_cast<const unsigned char *>(string.data()) + encoded.selectorLength;
         zelkInsightGuess guess{};
-        zelk::insight::guessTables(body, bytes - encoded.selectorLength, wrong.table, false, language, &guess, 1);
+        zelk::insight::guessTables(body.bytes, body.length, wrong.table, false, language, &guess, 1);
         if (guess.announced == 0 && guess.confidence >= sureEnough && guess.confidence > best.confidence) {
             best = {wrong.table, guess.table, guess.confidence};
+            form = wrong.form;
         }
     }
-    unsigned int written = 0;
-    if (best.confidence == 0) {
-        written = length == 0 ? copied(out, outSize, "", 0) : copied(out, outSize, in, length);
-    } else {
-        for (const WrongTable &wrong : wrongTables) {
-            if (wrong.table == best.wrong) {
-                const zelkInsightEncodeSettings settings = {DvbCharSetStandard, 1U << wrong.form, 0};
-                zelkInsightEncoded encoded{};
-                const unsigned int bytes = zelkInsightEncode(&settings, string.data(), static_cast<int>(string.size()),
-                                                             in, static_cast<int>(length), &encoded);
-                written = zelk::insight::decodeAs(best.right, out, outSize,
-                                                  reinterpret_cast<const unsigned char *>(string.data()) +
-                                                      encoded.selectorLength,
-                                                  bytes - encoded.selectorLength);
-            }
-        }
-    }
+    const Body body = best.confidence == 0 ? Body{reinterpret_cast<const unsigned char *>(in), length} : encode(form);
+    const zelkInsightTable table = best.confidence == 0 ? ZelkInsightTableUtf8Prepared : best.right;
+    const unsigned int written = zelk::insight::decodeAs(table, out, outSize, body.bytes, body.length);
     if (repaired != nullptr) {
         *repaired = best;
     }
