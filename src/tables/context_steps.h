@@ -20,7 +20,7 @@
 
 namespace zelk::tables {
 
-// More bits make fewer steps, and take more memory: 89 KiB for all four codes, 48 KiB in a library of one set of
+// More bits make fewer steps, and take more memory: 86 KiB for all four codes, 48 KiB in a library of one set of
 // kernels, which is for machines with little. Steps of five bits, of one character each, took 78 KiB and up to a third
 // more time.
 #if defined(ZELK_KERNELS_ONLY)
@@ -34,7 +34,7 @@ inline constexpr unsigned int bitsOfAllText = 12;
 inline constexpr unsigned int fewestBits = 3;
 inline constexpr unsigned int literalBits = 8;
 inline constexpr unsigned int rarestState = 24;
-inline constexpr unsigned int rarestStateOfLargest = 20;
+inline constexpr unsigned int rarestStateOfLargest = 18;
 #endif
 inline constexpr unsigned int mostBits = 8;
 
