@@ -11,7 +11,8 @@ function(run)
   set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-set(options -G ${GENERATOR} -DCMAKE_C_COMPILER=${C} -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_BUILD_TYPE=Release)
+# What is looked at is the same at every level: the quickest to compile is taken.
+set(options -G ${GENERATOR} -DCMAKE_C_COMPILER=${C} -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_BUILD_TYPE=Debug)
 
 # By add_subdirectory and by FetchContent.
 foreach(way IN ITEMS add fetch)
