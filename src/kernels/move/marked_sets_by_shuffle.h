@@ -1,6 +1,9 @@
-// DVB text of a table with marks: graphic ASCII by blocks, the last one overlapping, or in two halves of a block; the
-// rest as plain/marked_sets.h has it. By vectors that was slower: the place of the next mark comes from them later than
-// from a word.
+// DVB text of a table with marks, by blocks:
+//
+//   graphic ASCII      blocks, the last one overlapping, or two halves of a block
+//   others             a block as it is, then each character of it that is no graphic ASCII and what follows it once
+//                      more; into a buffer, as plain/marked_sets.h has it
+//   two last blocks    by words, as there: what follows a character cannot be read as a block
 #pragma once
 
 #include "kernels/move/units_to_utf8.h"
@@ -32,10 +35,9 @@ ZELK_OPERATION void putHalvesOfAscii(unsigned short *out, std::size_t length, By
     store(out + (length - blockUnits), backUnits(text));
 }
 
-// The graphic ASCII that a text begins with, by blocks.
-struct AsciiByBlocks {
+struct StepsByBlocks {
     template <class Unit>
-    static std::size_t put(const unsigned char *in, std::size_t length, Unit *out) {
+    static std::size_t putAscii(const unsigned char *in, std::size_t length, Unit *out) {
         if (length >= blockBytes) {
             std::size_t done = 0;
             while (done != length) {
@@ -58,16 +60,51 @@ struct AsciiByBlocks {
         }
         return 0;
     }
+
+    static constexpr std::size_t surplus = blockBytes;
+
+    template <class Form>
+    static plain::MarkedPart<typename Form::Unit> putPart(const tables::CodePoints &codePoints, const Form &form,
+                                                          typename Form::Unit *at, const unsigned char *in,
+                                                          std::size_t length) {
+        std::size_t place = 0;
+        while (sparesNoCode && place < plain::bufferedText && length - place > 2 * blockBytes) {
+            const Bytes text = load(in + place);
+            std::uint64_t others = signBits(notGraphicAscii(text));
+            putBlockOfAscii(at, text);
+            std::size_t next = 0; // byte of the block, that which `at` is for
+            while (others != 0) {
+                const auto other = static_cast<std::size_t>(std::countr_zero(others));
+                at += other - next;
+                const std::size_t taken =
+                    plain::putMarked(codePoints, form, at, in + place + other, length - place - other);
+                if (taken == 0) {
+                    return {place + other, at, true};
+                }
+                next = other + taken; // one more than a block where a mark is its last byte
+                putBlockOfAscii(at, load(in + place + next));
+                others = others >> next << next;
+            }
+            // Not by std::max(): the next block would have to wait for this one's last character.
+            if (next <= blockBytes) [[likely]] {
+                at += blockBytes - next;
+                place += blockBytes;
+            } else {
+                place += next;
+            }
+        }
+        return plain::putMarkedPart(codePoints, form, at, in, length, place);
+    }
 };
 
 ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                  std::size_t room) {
-    return plain::convertMarked<plain::Utf8Form, AsciiByBlocks>(set, text, plain::fittingBytes(length, room), out);
+    return plain::convertMarked<plain::Utf8Form, StepsByBlocks>(set, text, plain::fittingBytes(length, room), out);
 }
 
 ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
                                  unsigned short *out, std::size_t room) {
-    return plain::convertMarked<plain::Ucs2Form, AsciiByBlocks>(set, text, std::min(length, room), out);
+    return plain::convertMarked<plain::Ucs2Form, StepsByBlocks>(set, text, std::min(length, room), out);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

@@ -8,10 +8,12 @@
 //   fewer than 8 bytes             character by character
 //   8 to 15                        their first and their last 8
 //   16 to 31, in blocks of 32      their first and their last 16
-//   more                           blocks, ASCII copied, the last one over bytes that the block before has converted
+//   more                           ASCII with few others: blocks as they are, and each other character by a table
+//                                  dense: blocks by shuffles
+//                                  the last block over bytes that the block before has converted
 //
-// To UCS-2 the same, but by the table of code points where shuffles are slower: with blocks of 16 bytes on x86, and in
-// texts of fewer than 32.
+// To UCS-2 the same, but dense blocks by the table of code points where shuffles are slower: with blocks of 16 bytes on
+// x86, and in texts of fewer than 32.
 #pragma once
 
 #include "kernels/move/units_to_utf8.h"
@@ -49,23 +51,6 @@ ZELK_STAGE void widen(const unsigned char *in, std::size_t length, unsigned shor
     store(out + (length - blockUnits), backUnits(text));
 }
 
-// A block or more.
-ZELK_STAGE void putUnitsByShuffle(tables::ByteSet set, const unsigned char *in, std::size_t length,
-                                  unsigned short *out) {
-    std::size_t done = 0;
-    while (done != length) {
-        const std::size_t at = std::min(done, length - blockBytes);
-        const Bytes text = load(in + at);
-        if (anySignBit(text)) {
-            storeUnits(out + at, unitBytes(set, text));
-        } else {
-            store(out + at, frontUnits(text));
-            store(out + at + blockUnits, backUnits(text));
-        }
-        done = at + blockBytes;
-    }
-}
-
 // ASCII in front of other characters, by blocks.
 ZELK_OPERATION std::size_t widenAscii(const unsigned char *in, std::size_t length, unsigned short *out) {
     std::size_t at = 0;
@@ -78,6 +63,49 @@ ZELK_OPERATION std::size_t widenAscii(const unsigned char *in, std::size_t lengt
         store(out + at + blockUnits, backUnits(text));
     }
     return at;
+}
+
+// Up to so many characters of a block that are no ASCII cost less one by one.
+inline constexpr std::size_t fewCharacters = 4;
+
+// Whether a text whose ASCII in front has been converted goes on by the table of code points: where shuffles are
+// slower, by its next block.
+ZELK_OPERATION bool takesCodePoints(const unsigned char *in, std::size_t length) {
+    return !sparesNoCode || (!hasFastTables && length >= blockBytes && countOf(signBits(load(in))) > fewCharacters);
+}
+
+// A block or more.
+ZELK_STAGE void putUnitsByBlocks(tables::ByteSet set, const unsigned char *in, std::size_t length,
+                                 unsigned short *out) {
+    const tables::CodePoints &codePoints = tables::codePointsOf(set);
+    std::size_t done = widenAscii(in, length, out);
+    if (takesCodePoints(in + done, length - done)) {
+        plain::putUnits(set, out + done, in + done, length - done);
+        return;
+    }
+    while (done != length) {
+        const std::size_t at = std::min(done, length - blockBytes);
+        const Bytes text = load(in + at);
+        std::uint64_t upper = signBits(text);
+        done = at + blockBytes;
+        if (countOf(upper) > fewCharacters) {
+            if constexpr (hasFastTables) {
+                storeUnits(out + at, unitBytes(set, text));
+            } else {
+#pragma GCC unroll 4
+                for (std::size_t four = at; four != done; four += 4) {
+                    plain::putFour(out + four, codePoints, in + four);
+                }
+            }
+            continue;
+        }
+        store(out + at, frontUnits(text));
+        store(out + at + blockUnits, backUnits(text));
+        for (; upper != 0; upper &= upper - 1) {
+            const auto place = at + static_cast<std::size_t>(std::countr_zero(upper));
+            out[place] = codePoints[in[place]];
+        }
+    }
 }
 
 // ---- To UTF-8
@@ -159,26 +187,50 @@ ZELK_OPERATION std::size_t copyAscii(const unsigned char *in, std::size_t length
     return done;
 }
 
+// Blocks of ASCII with few others, as long as a whole block follows: the block as it is, then each of the others and
+// what follows it once more.
+ZELK_STAGE Progress putMostlyAscii(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out) {
+    const tables::PackedUtf8 packed = tables::packedUtf8Of(set);
+    Progress done;
+    while (length - done.read >= 2 * blockBytes) {
+        const unsigned char *const from = in + done.read;
+        const Bytes text = load(from);
+        std::uint64_t upper = signBits(text);
+        if (countOf(upper) > fewCharacters) {
+            break;
+        }
+        char *to = out + done.written; // of the block's first byte, and then of those after each of the others
+        store(to, text);
+        for (; upper != 0; upper &= upper - 1) {
+            const auto place = static_cast<std::size_t>(std::countr_zero(upper));
+            to = plain::putEntry(to + place, packed[from[place]]) - (place + 1);
+            store(to + (place + 1), load(from + (place + 1)));
+        }
+        done.read += blockBytes;
+        done.written = static_cast<std::size_t>(to - out) + blockBytes;
+    }
+    return done;
+}
+
 // A block or more.
 ZELK_STAGE std::size_t putBlocks(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out) {
     std::size_t done = copyAscii(in, length, out);
     std::size_t written = done;
-    bool wasAscii = false;
     while (length - done >= blockBytes) {
         const Bytes text = load(in + done);
-        if (!anySignBit(text)) {
+        const std::uint64_t upper = signBits(text);
+        if (upper == 0) {
             store(out + written, text);
             written += blockBytes;
             done += blockBytes;
-            if (wasAscii) {
-                const std::size_t ascii = copyAscii(in + done, length - done, out + written);
-                done += ascii;
-                written += ascii;
-            }
-            wasAscii = !wasAscii;
             continue;
         }
-        wasAscii = false;
+        if (sparesNoCode && countOf(upper) <= fewCharacters && length - done >= 2 * blockBytes) {
+            const Progress some = putMostlyAscii(set, in + done, length - done, out + written);
+            done += some.read;
+            written += some.written;
+            continue;
+        }
         const TwoBytes bytes = utf8Bytes(set, text);
         if (anyBit(bytes.wide)) [[unlikely]] {
             const std::size_t count = std::min(length - done, wideStretch);
@@ -316,11 +368,8 @@ ZELK_OPERATION Progress putUnits(tables::ByteSet set, const unsigned char *text,
     }
     if (set == tables::ByteSet::Iso8859_1) {
         widen(text, length, out);
-    } else if (hasFastTables) {
-        putUnitsByShuffle(set, text, length, out);
     } else {
-        const std::size_t ascii = widenAscii(text, length, out);
-        plain::putUnits(set, out + ascii, text + ascii, length - ascii);
+        putUnitsByBlocks(set, text, length, out);
     }
     return {length, length};
 }

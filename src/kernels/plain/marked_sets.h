@@ -41,18 +41,6 @@ inline void putWord(unsigned short *out, const unsigned char *in) {
     std::memcpy(out, inOrder, sizeof inOrder);
 }
 
-// The graphic ASCII that a text begins with, by words.
-struct AsciiByWords {
-    template <class Unit>
-    static std::size_t put(const unsigned char *in, std::size_t length, Unit *out) {
-        std::size_t done = 0;
-        for (; length - done >= wordBytes && graphicAsciiBytes(in + done) == wordBytes; done += wordBytes) {
-            putWord(out + done, in + done);
-        }
-        return done;
-    }
-};
-
 // How a character is put into a buffer. The place in it is no member: the compiler would store it after each character.
 struct Utf8Form {
     using Unit = char;
@@ -113,11 +101,11 @@ struct MarkedPart {
     bool stopped;
 };
 
+// From a place of the text on.
 template <class Form>
 inline MarkedPart<typename Form::Unit> putMarkedPart(const tables::CodePoints &codePoints, const Form &form,
                                                      typename Form::Unit *at, const unsigned char *in,
-                                                     std::size_t length) {
-    std::size_t place = 0;
+                                                     std::size_t length, std::size_t place = 0) {
     while (place < length && place < bufferedText) {
         if (length - place >= wordBytes) {
             const std::size_t ascii = graphicAsciiBytes(in + place);
@@ -137,21 +125,43 @@ inline MarkedPart<typename Form::Unit> putMarkedPart(const tables::CodePoints &c
     return {place, at, false};
 }
 
-template <class Form, class Ascii>
+// The steps of a conversion: by words here, by blocks where a set has them.
+struct StepsByWords {
+    // The graphic ASCII that a text begins with.
+    template <class Unit>
+    static std::size_t putAscii(const unsigned char *in, std::size_t length, Unit *out) {
+        std::size_t done = 0;
+        for (; length - done >= wordBytes && graphicAsciiBytes(in + done) == wordBytes; done += wordBytes) {
+            putWord(out + done, in + done);
+        }
+        return done;
+    }
+
+    // What a buffer gets. A step may take `surplus` bytes more than it should, and write as many units too far.
+    static constexpr std::size_t surplus = wordBytes;
+    template <class Form>
+    static MarkedPart<typename Form::Unit> putPart(const tables::CodePoints &codePoints, const Form &form,
+                                                   typename Form::Unit *at, const unsigned char *in,
+                                                   std::size_t length) {
+        return putMarkedPart(codePoints, form, at, in, length);
+    }
+};
+
+template <class Form, class Steps>
 inline Progress convertMarked(tables::ByteSet set, const unsigned char *in, std::size_t length,
                               typename Form::Unit *out) {
     const tables::CodePoints &codePoints = tables::codePointsOf(set);
     const Form form(set);
-    typename Form::Unit buffer[Form::most * bufferedText + 2 * wordBytes];
+    typename Form::Unit buffer[Form::most * (bufferedText + Steps::surplus) + Steps::surplus];
     Progress done;
     for (bool stopped = false; !stopped;) {
-        const std::size_t ascii = Ascii::put(in + done.read, length - done.read, out + done.written);
+        const std::size_t ascii = Steps::putAscii(in + done.read, length - done.read, out + done.written);
         done.read += ascii;
         done.written += ascii;
         if (done.read == length) {
             break;
         }
-        const auto part = putMarkedPart(codePoints, form, buffer, in + done.read, length - done.read);
+        const auto part = Steps::putPart(codePoints, form, buffer, in + done.read, length - done.read);
         const auto count = static_cast<std::size_t>(part.end - buffer);
         std::copy_n(buffer, count, out + done.written);
         done.read += part.read;
@@ -168,12 +178,12 @@ constexpr std::size_t fittingBytes(std::size_t length, std::size_t room) {
 
 ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                  std::size_t room) {
-    return convertMarked<Utf8Form, AsciiByWords>(set, text, fittingBytes(length, room), out);
+    return convertMarked<Utf8Form, StepsByWords>(set, text, fittingBytes(length, room), out);
 }
 
 ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
                                  unsigned short *out, std::size_t room) {
-    return convertMarked<Ucs2Form, AsciiByWords>(set, text, std::min(length, room), out);
+    return convertMarked<Ucs2Form, StepsByWords>(set, text, std::min(length, room), out);
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET::plain

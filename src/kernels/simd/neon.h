@@ -258,8 +258,7 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 // Whether tables of 128 bytes are faster by shuffles than by loads.
 inline constexpr bool hasFastTables = true;
 
-// Whether code that only saves time on UCS-2 and on ASCII that is measured is worth its size: a module for the web is
-// fetched by its users.
+// Whether code that only saves time is worth its size: a module for the web is fetched by its users.
 inline constexpr bool sparesNoCode = true;
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET
