@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -342,6 +343,20 @@ private:
               codePointName(character), hex(utf8(character)));
 }
 
+// Files are read while the output is written: what is both would lose what has not been read.
+void refuseInputAsOutput(const ConvertOptions &options) {
+    std::error_code failed; // and then they are not the same
+    if (!std::filesystem::is_regular_file(options.output, failed)) {
+        return;
+    }
+    const std::vector<std::string> standardInput = {"-"};
+    for (const std::string &name : options.files.empty() ? standardInput : options.files) {
+        if (std::filesystem::equivalent(name == "-" ? "/dev/stdin" : name, options.output, failed)) {
+            failInput("{}: expected an output file that is not read, too", options.output);
+        }
+    }
+}
+
 ExitStatus run(const ConvertOptions &options) {
     if (options.list) {
         return writeList();
@@ -358,8 +373,9 @@ ExitStatus run(const ConvertOptions &options) {
     }
     const CharacterSet &target = setOf(options.to);
     if (options.dvbGiven && set.family != Family::Dvb && target.family != Family::Dvb) {
-        failInput("expected --region, --default-code, --extra and --keep-emphasis only with --from dvb");
+        failInput("expected the options of DVB text only with --from dvb or --to dvb");
     }
+    refuseInputAsOutput(options);
 
     for (const CharacterSet *const used : {&set, &target}) {
         if (isAsciiOnly(*used)) {
@@ -373,11 +389,13 @@ ExitStatus run(const ConvertOptions &options) {
     reader.from(options.origin.origin());
     Watch watch(options.strict, reader);
     std::size_t unsaid = 0;
-    std::optional<OutputFile> file;
-    if (!options.output.empty()) {
-        file.emplace(options.output);
-    }
-    const auto put = [&file](std::string_view text) { file ? file->write(text) : write(text); };
+    std::optional<OutputFile> file; // from the first text on: an input that is not there costs no output
+    const auto put = [&](std::string_view text) {
+        if (!options.output.empty() && !file) {
+            file.emplace(options.output);
+        }
+        file ? file->write(text) : write(text);
+    };
     const CharacterTable targetCharacters =
         isSingleByte(target) ? charactersOf(fromSingleByte(target)) : CharacterTable{};
     const auto convert = [&](Input &input, const CharacterSet &from) {
@@ -429,6 +447,7 @@ ExitStatus run(const ConvertOptions &options) {
             convert(input, set);
         }
     });
+    put({});
     if (file) {
         file->close();
     }

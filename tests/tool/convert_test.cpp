@@ -100,6 +100,28 @@ TEST(Convert, TakesTheOptionsOfIconv) {
               failure(3, "zelk convert: /no/such/file: No such file or directory"));
 }
 
+// A file that is written while it is read would lose what has not been read.
+TEST(Convert, LeavesAnInputThatIsTheOutputAsItIs) {
+    const File file("\xE9\n");
+    const File other("a\n");
+    const Result refused =
+        failure(2, "zelk convert: " + file.path() + ": expected an output file that is not read, too");
+    EXPECT_EQ(run({"convert", "-f", "latin1", "-o", file.path(), file.path()}), refused);
+    EXPECT_EQ(run({"convert", "-f", "latin1", "-o", file.path(), other.path(), file.path()}), refused);
+    const std::string redirected = "\"$0\" convert -f latin1 -o \"$1\" < \"$1\"";
+    EXPECT_EQ(runProgram("sh", {"-c", redirected, ZELK_TOOL, file.path()}), refused);
+    EXPECT_EQ(run({"convert", "-f", "latin1", file.path()}), success("\xC3\xA9\n"));
+}
+
+TEST(Convert, LeavesTheOutputAsItIsWithoutAnInput) {
+    const File out("kept\n");
+    EXPECT_EQ(run({"convert", "-f", "latin1", "-o", out.path(), "/no/such/file"}),
+              failure(3, "zelk convert: /no/such/file: No such file or directory"));
+    EXPECT_EQ(run({"convert", "-f", "ascii", out.path()}), success("kept\n"));
+    EXPECT_EQ(run({"convert", "-f", "latin1", "-o", out.path()}), success("")); // of nothing, nothing
+    EXPECT_EQ(run({"convert", "-f", "ascii", out.path()}), success(""));
+}
+
 TEST(Convert, WarnsOfSetsThatAreAsciiAlone) {
     for (const char *set : {"iso8859-6", "iso8859-8", "iso8859-11"}) {
         EXPECT_EQ(convert(set, "A"),
@@ -441,8 +463,7 @@ TEST(Convert, SaysWhatIsWrong) {
     EXPECT_EQ(run({"convert", "--from", "1", "--checked", "--tolerant"}),
               failure(2, "zelk convert: expected only one of --checked and --tolerant"));
     EXPECT_EQ(run({"convert", "--from", "1", "--region", "standard"}),
-              failure(2, "zelk convert: expected --region, --default-code, --extra and --keep-emphasis only "
-                         "with --from dvb"));
+              failure(2, "zelk convert: expected the options of DVB text only with --from dvb or --to dvb"));
     EXPECT_EQ(convert("ucs2", bytes("00 41 00")),
               (Result{2, "A", "zelk convert: standard input: expected two bytes for each character\n"}));
     EXPECT_EQ(convert("dvb", std::string(65536, 'x')),
