@@ -30,7 +30,8 @@ void declare(CLI::App &command, SortOptions &options) {
     command.add_option("-k,--key", options.key, "Sort by a field, from 1, and those after it; fields end at a tab")
         ->type_name("FIELD")
         ->check(numberFrom(1, 1000000));
-    command.add_flag("-u,--unique", options.unique, "Write one of the lines that compare equal, the first");
+    command.add_flag("-u,--unique", options.unique,
+                     "Write the first of the lines that are the same, or whose keys are");
     command.add_option("-o,--output", options.output, "Write to a file, which may be one that is read")
         ->type_name("FILE");
 }
@@ -83,8 +84,15 @@ ExitStatus run(const SortOptions &options) {
             lines.push_back({line, options.natural ? naturalKey(keyOf(line, options.key)) : std::string()});
         }
     });
+    // The order of letters knows no Arabic and no punctuation: for --unique, what differs in these is not the same.
     const auto compare = [&options](const Line &a, const Line &b) {
-        return options.natural ? a.key.compare(b.key) : collate(keyOf(a.text, options.key), keyOf(b.text, options.key));
+        if (options.natural) {
+            return a.key.compare(b.key);
+        }
+        const std::string_view first = keyOf(a.text, options.key);
+        const std::string_view second = keyOf(b.text, options.key);
+        const int order = collate(first, second);
+        return order == 0 && options.unique ? first.compare(second) : order;
     };
     std::stable_sort(lines.begin(), lines.end(), [&](const Line &a, const Line &b) {
         return options.reverse ? compare(a, b) > 0 : compare(a, b) < 0;

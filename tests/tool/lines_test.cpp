@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 using namespace zelk_test;
@@ -49,9 +51,24 @@ TEST(Sort, TakesAFieldForItsKey) {
     EXPECT_EQ(run({"sort", "-k", "0"}, "").status, 2);
 }
 
-TEST(Sort, WritesOneOfEqualLines) {
-    EXPECT_EQ(run({"sort", "-u"}, "b\na-b\nab\nb\n"), success("a-b\nb\n"));
+TEST(Sort, WritesOneOfTheSameLines) {
+    EXPECT_EQ(run({"sort", "-u"}, "b\na-b\nab\nb\na-b\n"), success("a-b\nab\nb\n"));
     EXPECT_EQ(run({"sort", "--unique", "--reverse"}, "a\nb\na\n"), success("b\na\n"));
+    EXPECT_EQ(run({"sort", "-u", "-k", "2"}, "1\tb\n2\ta\n3\tb\n"), success("2\ta\n1\tb\n"));
+}
+
+// Letters that have no place in the order compare equal to each other, and still are not the same.
+TEST(Sort, KeepsDifferentNamesOfEveryScript) {
+    const std::string names = "\xD7\xA7\xD7\xA9\xD7\xAA\n"                 // Hebrew
+                              "\xD8\xA7\xD9\x84\xD8\xB9\xD8\xB1\xD8\xA8\n" // Arabic
+                              "\xD8\xA7\xD9\x84\xD8\xAC\xD8\xB2\xD8\xA7\n"
+                              "\xE0\xB9\x84\xE0\xB8\x97\xE0\xB8\xA2\n" // Thai
+                              "\xE5\xB1\xB1\xE5\x9F\x8E\n"             // Chinese
+                              "\xE6\xB5\xB7\xE5\xB2\xB8\n";
+    for (const char *const option : {"-u", "-un"}) {
+        const Result sorted = run({"sort", option}, names + names);
+        EXPECT_EQ(std::count(sorted.out.begin(), sorted.out.end(), '\n'), 6) << option << sorted;
+    }
 }
 
 TEST(Sort, WritesToAFileThatItReads) {

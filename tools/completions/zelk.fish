@@ -86,7 +86,7 @@ complete -c zelk -n '__fish_seen_subcommand_from convert' -l list -d 'List the c
 complete -c zelk -n '__fish_seen_subcommand_from sort' -s r -l reverse -d 'Sort the last line first'
 complete -c zelk -n '__fish_seen_subcommand_from sort' -s n -l natural -d 'Sort numbers by their value'
 complete -c zelk -n '__fish_seen_subcommand_from sort' -s k -l key -x -d 'Sort by a field'
-complete -c zelk -n '__fish_seen_subcommand_from sort' -s u -l unique -d 'Write one of equal lines'
+complete -c zelk -n '__fish_seen_subcommand_from sort' -s u -l unique -d 'Write the first of lines that are the same'
 complete -c zelk -n '__fish_seen_subcommand_from sort' -s o -l output -r -d 'Write to a file'
 
 complete -c zelk -n '__fish_seen_subcommand_from match' -s i -l ignore-case -d 'Let small and capital letters match'
