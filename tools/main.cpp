@@ -2,6 +2,7 @@
 #include "command.h"
 #include "commands.h"
 #include "stream.h"
+#include "text.h"
 
 #include "zelk.h"
 
@@ -9,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <new>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -26,7 +28,8 @@ std::string programName(const CLI::App &app) {
 }
 
 int fail(const std::string &program, const std::string &message, int status) {
-    (void)std::fputs((program + ": " + message + '\n').c_str(), stderr); // nobody may be there to read it
+    const std::string line = onOneLine(program + ": " + message) + '\n';
+    (void)std::fputs(line.c_str(), stderr); // nobody may be there to read it
     return status;
 }
 
@@ -46,12 +49,18 @@ int failUsage(const CLI::App &app, std::string message) {
 
 int run(CLI::App &app, int argc, char **argv) {
     try {
-        app.parse(argc, argv);
-        return ExitOk;
-    } catch (const CLI::RuntimeError &end) {
-        return end.get_exit_code();
-    } catch (const CLI::Success &help) { // --help, --version
-        return app.exit(help);
+        int status = ExitOk;
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::RuntimeError &end) {
+            status = end.get_exit_code();
+        } catch (const CLI::Success &help) { // --help, --version
+            std::ostringstream text;
+            status = app.exit(help, text, text);
+            write(text.str());
+        }
+        flushOutput();
+        return status;
     } catch (const CLI::ParseError &error) {
         return failUsage(app, error.what());
     } catch (const Failure &failure) {
@@ -87,9 +96,7 @@ int runTool(int argc, char **argv) {
     addValidateCommand(app);
     app.footer(std::string(statuses) + "\n'zelk COMMAND --help' tells more about a command.");
 
-    const int status = run(app, argc, argv);
-    flushOutput();
-    return status;
+    return run(app, argc, argv);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "dvb_settings.h"
 #include "failure.h"
 #include "stream.h"
+#include "text.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -166,7 +167,7 @@ std::string dateOf(const toml::value &entry) {
 } // namespace
 
 std::string OverrideEntry::text() const {
-    return fmt::format("{}:{}, {}, {}", file, line, source, date);
+    return fmt::format("{}:{}, {}, {}", onOneLine(file), line, onOneLine(source), date);
 }
 
 void Overrides::readDefaults() {

@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "overrides.h"
 #include "stream.h"
+#include "text.h"
 
 namespace zelk::tool {
 
@@ -28,7 +29,7 @@ std::string describe(const OverrideLayer &layer) {
     const std::string state = !layer.readable      ? "not there"
                               : layer.entries == 1 ? "1 entry"
                                                    : fmt::format("{} entries", layer.entries);
-    return fmt::format("{}: {}: {}\n", layer.name, layer.file, state);
+    return fmt::format("{}: {}: {}\n", layer.name, onOneLine(layer.file), state);
 }
 
 // Each layer by its path, the last one counts first.
@@ -49,7 +50,7 @@ ExitStatus run(const OverridesOptions &options) {
         overrides.read(file);
     }
     for (const std::string &problem : overrides.problems()) {
-        fmt::print(stderr, "zelk overrides: {}\n", problem);
+        fmt::print(stderr, "zelk overrides: {}\n", onOneLine(problem));
     }
     if (!overrides.problems().empty()) {
         return ExitNegative;

@@ -1,6 +1,7 @@
 #include "stream.h"
 
 #include "failure.h"
+#include "text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -79,7 +80,7 @@ void endInputOnSignals() {
     (void)sigaction(SIGTERM, &action, nullptr);
 }
 
-Input::Input(const std::string &name) : name_(name == "-" ? "standard input" : name), file_(stdin) {
+Input::Input(const std::string &name) : name_(name == "-" ? "standard input" : onOneLine(name)), file_(stdin) {
     if (name != "-") {
         file_ = std::fopen(name.c_str(), "rb");
         if (file_ == nullptr) {
@@ -131,6 +132,7 @@ std::size_t Input::read(char *buffer, std::size_t size) {
     }
     for (;;) {
         if (!wait(descriptor)) {
+            stopped_ = true;
             return 0;
         }
         const ssize_t count = ::read(descriptor, buffer, size);

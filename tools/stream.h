@@ -51,13 +51,14 @@ public:
     // Takes the file over.
     Input(std::FILE *file, std::string name) : name_(std::move(name)), file_(file) {}
     Input(Input &&other) noexcept
-        : name_(std::move(other.name_)), file_(std::exchange(other.file_, stdin)), end_(other.end_) {}
+        : name_(std::move(other.name_)), file_(std::exchange(other.file_, stdin)), end_(other.end_),
+          stopped_(other.stopped_) {}
     ~Input();
     Input(const Input &) = delete;
     Input &operator=(const Input &) = delete;
     Input &operator=(Input &&) = delete;
 
-    // The name for messages: the file's name or "standard input".
+    // The name for messages: the file's name in printable characters, or "standard input".
     const std::string &name() const { return name_; }
 
     // What there is, up to `size` bytes; waits for the first of them, having written all output. 0 is the end of the
@@ -69,12 +70,16 @@ public:
     // At this time the input ends, whatever would still come.
     void endAt(Clock::time_point end) { end_ = end; }
 
+    // Whether it ended by time or a signal, before its own end.
+    bool stopped() const { return stopped_; }
+
 private:
     bool wait(int descriptor) const;
 
     std::string name_;
     std::FILE *file_;
     Clock::time_point end_ = Clock::time_point::max();
+    bool stopped_ = false;
 };
 
 // Bytes that Input and the converters handle at a time.

@@ -30,6 +30,24 @@ bool isShown(utf8proc_int32_t codePoint) {
     }
 }
 
+std::string escaped(std::string_view text, bool backslashes) {
+    std::string result;
+    forEachCharacter(text, [&](utf8proc_int32_t codePoint, std::string_view bytes) {
+        if (codePoint < 0) {
+            fmt::format_to(std::back_inserter(result), "\\x{:02X}", static_cast<unsigned char>(bytes.front()));
+        } else if (codePoint == '\n') {
+            result += "\\n";
+        } else if (codePoint == '\\' && backslashes) {
+            result += "\\\\";
+        } else if (!isShown(codePoint)) {
+            fmt::format_to(std::back_inserter(result), "\\u{:04X}", codePoint);
+        } else {
+            result += bytes;
+        }
+    });
+    return result;
+}
+
 constexpr std::size_t gap = 2; // between columns
 
 // Takes columns one by one from the widest of some, while they are too many and the widest has more than `least`.
@@ -103,21 +121,11 @@ std::size_t terminalWidth() {
 }
 
 std::string printable(std::string_view text) {
-    std::string result;
-    forEachCharacter(text, [&result](utf8proc_int32_t codePoint, std::string_view bytes) {
-        if (codePoint < 0) {
-            fmt::format_to(std::back_inserter(result), "\\x{:02X}", static_cast<unsigned char>(bytes.front()));
-        } else if (codePoint == '\n') {
-            result += "\\n";
-        } else if (codePoint == '\\') {
-            result += "\\\\";
-        } else if (!isShown(codePoint)) {
-            fmt::format_to(std::back_inserter(result), "\\u{:04X}", codePoint);
-        } else {
-            result += bytes;
-        }
-    });
-    return result;
+    return escaped(text, true);
+}
+
+std::string onOneLine(std::string_view text) {
+    return escaped(text, false);
 }
 
 void addColourOption(CLI::App &command, Colour &colour) {

@@ -39,6 +39,9 @@ std::size_t terminalWidth();
 // as escapes (\n, \u0085, \xE9), a backslash as two.
 std::string printable(std::string_view text);
 
+// The same without the second backslash, for names and messages.
+std::string onOneLine(std::string_view text);
+
 enum class Colour { Auto, Always, Never };
 
 // --color auto|always|never
