@@ -87,8 +87,12 @@ std::size_t encode(const EncodeOptions &options, const std::string &text) {
         };
         EncodeOptions forPieces = options;
         const int limit = options.limit != 0 ? options.limit : longestDescriptorText;
-        zelkInsightEncodePieces(&settings, limit, text.data(), static_cast<int>(text.size()), take, &forPieces,
-                                &encoded);
+        const unsigned int pieces = zelkInsightEncodePieces(&settings, limit, text.data(),
+                                                            static_cast<int>(text.size()), take, &forPieces, &encoded);
+        if (encoded.used < text.size()) {
+            failInput("expected a --limit that holds a selector and any one character, found {} after piece {}", limit,
+                      pieces);
+        }
     } else if (options.limit != 0) {
         std::string string(static_cast<std::size_t>(options.limit) + 1, '\0');
         string.resize(zelkInsightEncode(&settings, string.data(), static_cast<int>(string.size()), text.data(),

@@ -20,6 +20,13 @@ TEST(Encode, KeepsTheLimit) {
     EXPECT_EQ(run({"encode", "--limit", "4", "--pieces", "Caf\xC3\xA9"}), success("43 61 66\nC2 65\n"));
 }
 
+// What the limit has no room for is not left out in silence.
+TEST(Encode, RefusesPiecesThatHoldNoCharacter) {
+    EXPECT_EQ(run({"encode", "--limit", "1", "--pieces", "\xC3\xA9"}).status, 2);
+    EXPECT_EQ(run({"encode", "--limit", "1", "--pieces", ""}), success(""));
+    EXPECT_EQ(run({"encode", "--limit", "2", "--pieces", "\xC3\xA9"}), success("C2 65\n"));
+}
+
 TEST(Encode, TellsWhatCannotBeSaid) {
     const Result result = run({"encode", "--code", "iso8859-9", "\xD0\x96"});
     EXPECT_EQ(result, (Result{1, "05 3F\n", "zelk encode: 1 character written as a question mark\n"}));
