@@ -47,6 +47,10 @@ CLI::Validator oneOf(const std::vector<std::string> &words);
 // A whole number in decimal, from `first` to `last`.
 CLI::Validator numberFrom(int first, int last);
 
+// A code of ISO 639 or 3166, of so many letters: small ones after it, or capitals. `form` is what a refusal expects.
+CLI::Validator smallLetters(std::size_t least, std::size_t most, const std::string &form);
+CLI::Validator capitals(std::size_t count, const std::string &form);
+
 // Names of character sets compare in this form: letter case, hyphens, underscores and blanks make no difference, so
 // that ISO_8859-15, iso-8859-15 and ISO885915 are one.
 std::string plainName(const std::string &name);

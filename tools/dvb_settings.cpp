@@ -130,7 +130,8 @@ std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &setting
         "Read no overrides but the given files: not those of the system and of its user");
     CLI::Option *const country =
         command.add_option("--country", settings.country, "Country of the broadcast, for overrides: FR")
-            ->type_name("CODE");
+            ->type_name("CODE")
+            ->transform(capitals(2, "a country of two letters such as FR"));
     return {region, code, extra, emphasis, guess, overrides, noOverrides, country};
 }
 
@@ -143,7 +144,8 @@ zelkInsightOrigin OriginOptions::origin() const {
 std::vector<CLI::Option *> addOriginOptions(CLI::App &command, OriginOptions &options) {
     CLI::Option *const language =
         command.add_option("--language", options.language, "Language of the strings, for overrides: fre")
-            ->type_name("CODE");
+            ->type_name("CODE")
+            ->transform(smallLetters(3, 3, "a language of three letters such as fre"));
     CLI::Option *const service =
         command
             .add_option_function<std::string>(

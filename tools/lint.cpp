@@ -41,7 +41,8 @@ void declare(CLI::App &command, LintOptions &options) {
         ->type_name("FILE")
         ->allow_extra_args(false);
     command.add_option("--language", options.language, "Language of texts that come without one: eng, or en")
-        ->type_name("CODE");
+        ->type_name("CODE")
+        ->transform(smallLetters(2, 3, "a language of two or three letters such as eng"));
     command.add_option("--severity", options.severity, "The least severity that is told: note, warning, error [note]")
         ->type_name("LEVEL")
         ->check(oneOf(severityNames));

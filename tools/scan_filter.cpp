@@ -91,7 +91,8 @@ void addFilterOptions(CLI::App &command, FilterOptions &options) {
         ->allow_extra_args(false);
     command.add_option("--language", options.languages, "Only events in a language, as deu")
         ->type_name("LANGUAGE")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->transform(smallLetters(3, 3, "a language of three letters such as deu"));
 }
 
 bool Filter::choosesEvents() const {
@@ -152,7 +153,9 @@ bool Filter::passes(const EventKey &key, const Event &event) const {
             return false;
         }
     }
-    const auto spoken = [&key](const std::string &language) { return lower(language) == key.language; };
+    const auto spoken = [language = oneLanguageCode(key.language)](const std::string &wanted) {
+        return oneLanguageCode(wanted) == language;
+    };
     return (options_.languages.empty() || std::any_of(options_.languages.begin(), options_.languages.end(), spoken)) &&
            (options_.genres.empty() || hasGenre(key.service.system, event)) && passes(key.service);
 }

@@ -94,6 +94,12 @@ const char *streamContentName(const Component &component) {
     }
 }
 
+// ISO 639-2: where the codes for terminology and bibliography differ, in this order.
+constexpr const char *languagesOfTwoCodes[][2] = {
+    {"bod", "tib"}, {"ces", "cze"}, {"cym", "wel"}, {"deu", "ger"}, {"ell", "gre"}, {"eus", "baq"}, {"fas", "per"},
+    {"fra", "fre"}, {"hye", "arm"}, {"isl", "ice"}, {"kat", "geo"}, {"mkd", "mac"}, {"mri", "mao"}, {"msa", "may"},
+    {"mya", "bur"}, {"nld", "dut"}, {"ron", "rum"}, {"slk", "slo"}, {"sqi", "alb"}, {"zho", "chi"}};
+
 } // namespace
 
 std::string genreName(System system, const Genre &genre) {
@@ -120,6 +126,15 @@ std::string runningStatusName(std::uint8_t status) {
 std::string componentName(const Component &component) {
     const char *const name = streamContentName(component);
     return *name != 0 ? name : fmt::format("stream content {:x}", component.content);
+}
+
+std::string oneLanguageCode(const std::string &code) {
+    for (const auto &[terminology, bibliographic] : languagesOfTwoCodes) {
+        if (code == terminology) {
+            return bibliographic;
+        }
+    }
+    return code;
 }
 
 } // namespace zelk::tool

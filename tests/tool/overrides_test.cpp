@@ -32,6 +32,7 @@ const std::string known = "version = 1\n"
 TEST(Overrides, ChangeHowStringsAreRead) {
     const File file(known);
     EXPECT_EQ(run({"decode", "--overrides", file.path(), "--country", "FR", "E9"}), success("é\n"));
+    EXPECT_EQ(run({"decode", "--overrides", file.path(), "--country", "fr", "E9"}), success("é\n"));
     EXPECT_EQ(run({"decode", "--overrides", file.path(), "--country", "DE", "E9"}), success("Ø\n"));
     EXPECT_EQ(run({"decode", "--overrides", file.path(), "--service", "3201.0001.0065", "05 C3 A9"}), success("é\n"));
     EXPECT_EQ(run({"decode", "--overrides", file.path(), "--service", "3201.0001.0066", "05 C3 A9"}), success("Ã©\n"));

@@ -87,7 +87,9 @@ TEST(Usage, OutputThatCannotBeWrittenIsAnError) {
     Environment full;
     full.outputFile = "/dev/full";
     EXPECT_EQ(run({"decode", "41"}, {}, full), failure(3, "zelk decode: standard output: No space left on device"));
+    EXPECT_EQ(run({"explain", "41"}, {}, full), failure(3, "zelk explain: standard output: No space left on device"));
     EXPECT_EQ(run({"--help"}, {}, full), failure(3, "zelk: standard output: No space left on device"));
+    EXPECT_EQ(run({"--version"}, {}, full), failure(3, "zelk: standard output: No space left on device"));
     const std::string much(300000, 'x');
     EXPECT_EQ(run({"convert", "--from", "1"}, much, full),
               failure(3, "zelk convert: standard output: No space left on device"));
@@ -112,6 +114,17 @@ TEST(Usage, BrokenPipesAreQuiet) {
     EXPECT_EQ(run({"decode"}, "41\n", closed), success(""));
 }
 
+// What a file is called, or an argument is, neither moves the cursor nor breaks the line nor the encoding.
+TEST(Usage, MessagesAreOneLineOfPrintableText) {
+    EXPECT_EQ(run({"sort", "no\x1B[2J\nsuch\xFF"}),
+              failure(3, "zelk sort: no\\u001B[2J\\nsuch\\xFF: No such file or directory"));
+    EXPECT_EQ(run({"no\xFF"}), failure(2, "zelk: unknown command 'no\\xFF'; see 'zelk --help'"));
+    EXPECT_EQ(run({"scan", "--pid", "\x1B"}).error.find('\x1B'), std::string::npos);
+    const Directory directory;
+    const std::string odd = directory.put("a\xFF", "a\n");
+    EXPECT_EQ(run({"validate", odd}), success(directory.path() + "/a\\xFF: valid\n"));
+}
+
 // Every command, used wrongly in each of the ways that it knows: one line on standard error, "zelk COMMAND: what: ...",
 // that begins with a small letter, ends without a full stop and says what was expected or what the system said.
 TEST(Usage, MessagesHaveOneForm) {
@@ -126,6 +139,11 @@ TEST(Usage, MessagesHaveOneForm) {
         {"encode", "--code", "klingon", "a"},
         {"lint", "--severity", "grave", "41"},
         {"lint", "--stream", "/no/such/file"},
+        {"lint", "--language", "english", "41"},
+        {"decode", "--language", "en", "41"},
+        {"decode", "--country", "france", "41"},
+        {"scan", "--language", "d1u"},
+        {"encode", "--pieces", "--limit", "1", "\xC3\xA9"},
         {"scan", "/no/such/file"},
         {"scan", "/dev/null"},
         {"scan", "--from", "soon"},
