@@ -315,6 +315,11 @@ bool readDvbSection(const Section &section, SectionRecords &records) {
     if (!isTime && !section.longForm) {
         return false;
     }
+    // Without a checksum, nothing but its length tells a time from what follows damage.
+    constexpr std::size_t timeSize = 5;
+    if (table == tableTime && (section.longForm || section.payload.size() != timeSize)) {
+        return false;
+    }
     if (isTime) {
         readTime(section, records);
     } else if (table == tableNetworkActual || table == tableNetworkOther || table == tableBouquet) {

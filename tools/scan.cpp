@@ -28,7 +28,6 @@ struct ScanOptions {
     bool wide = false;
     bool follow = false;
     bool evidence = false;
-    std::size_t limit = 0;    // records; 0 is all
     unsigned int seconds = 0; // 0 is to the end
     Colour colour = Colour::Auto;
 };
@@ -133,20 +132,28 @@ ExitStatus runScan(const ScanOptions &options) {
     SignalReader signal(options.dvb);
     const Facts facts(found, signal, options.evidence);
     const Filter filter(options.filter, facts);
-    LiveWriter writer({options.ndjson, options.follow, options.limit}, facts, filter);
+    LiveWriter writer({options.ndjson, options.follow}, facts, filter);
+    std::size_t chosen = 0; // records of a document
     if (live) {
         found.watch([&writer](const Announcement &said) { writer.take(said); });
+    } else if (filter.limit() != 0) {
+        found.watch([&](const Announcement &said) { chosen += said.isNew && filter.passes(said.kind, said.key); });
     }
     BroadcastReader reader(input, found);
     reader.open();
-    readAll(reader, options.file,
-            [&] { return live ? writer.full() : options.limit != 0 && found.records() >= options.limit; });
-    found.finish();
+    const auto full = [&] { return live ? writer.full() : filter.limit() != 0 && chosen >= filter.limit(); };
+    readAll(reader, options.file, full);
+    const bool toTheEnd = !full() && !input.stopped();
+    if (toTheEnd) { // else what is not complete was broken off here
+        found.finish();
+    }
     if (!live) {
         writeFound(options, facts, filter);
     }
     flushOutput();
-    report(input.name(), reader.counts(), found.counts());
+    StreamCounts counts = reader.counts();
+    counts.truncatedBytes = toTheEnd ? counts.truncatedBytes : 0;
+    report(input.name(), counts, found.counts());
     reportUnread("scan", input.name(), signal.unread());
     if (found.counts().sections == 0) {
         fmt::print(stderr, "zelk scan: {}: found no service information; seen: {}; missing: {}\n", input.name(),
@@ -191,7 +198,7 @@ void declareScan(CLI::App &command, ScanOptions &options) {
     command.add_flag("--wide", options.wide, "Do not cut the table to the terminal");
     command.add_flag("--evidence", options.evidence, "Add to each text its bytes, its table and what was found in it");
     command.add_flag("--follow", options.follow, "Write only what a later version of a table brings or changes");
-    command.add_option("--limit", options.limit, "End after COUNT records")
+    command.add_option("--limit", options.filter.limit, "End after COUNT records")
         ->type_name("COUNT")
         ->check(numberFrom(1, 1000000000));
     command.add_option("--duration", options.seconds, "End after SECONDS")

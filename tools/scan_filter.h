@@ -4,6 +4,7 @@
 #include "cli_names.h"
 #include "facts.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@ struct FilterOptions {
     std::optional<Seconds> until;
     bool now = false;
     bool next = false;
+    std::size_t limit = 0; // records; 0 is all
 };
 
 // --service, --genre, --language, --from, --until, --now, --next
@@ -31,6 +33,9 @@ public:
     bool passes(RecordKind kind, const RecordKey &key) const;
 
     bool passes(const EventKey &key, const Event &event) const;
+
+    // How many records are wanted; 0 is all.
+    std::size_t limit() const { return options_.limit; }
 
 private:
     bool choosesEvents() const;

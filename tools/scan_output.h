@@ -24,7 +24,6 @@ public:
     struct Options {
         bool json = false;
         bool follow = false;
-        std::size_t limit = 0; // records; 0 is all
     };
 
     LiveWriter(const Options &options, const Facts &facts, const Filter &filter)
@@ -32,7 +31,7 @@ public:
 
     void take(const Announcement &said);
 
-    bool full() const { return options_.limit != 0 && written_ >= options_.limit; }
+    bool full() const { return filter_.limit() != 0 && written_ >= filter_.limit(); }
 
 private:
     Json describe(const Announcement &said) const;
@@ -45,15 +44,17 @@ private:
     std::size_t written_ = 0;
 };
 
-// Calls use(kind, key, record) for every record that passes: networks, bouquets, their streams, services, channels,
-// events in the order of a viewer, times.
+// Calls use(kind, key, record) for every record that passes, up to the filter's limit: networks, bouquets, their
+// streams, services, channels, events in the order of a viewer, times.
 template <class Use>
 void forEachRecord(const Facts &facts, const Filter &filter, Use use) {
     const ServiceInformation &found = facts.found();
+    std::size_t used = 0;
+    const auto wanted = [&](bool passes) { return passes && (filter.limit() == 0 || used++ < filter.limit()); };
     const auto visit = [&](RecordKind kind, const auto &records) {
         for (const auto &[key, record] : records) {
             const RecordKey any(std::in_place_type<std::decay_t<decltype(key)>>, key);
-            if (filter.passes(kind, any)) {
+            if (wanted(filter.passes(kind, any))) {
                 use(kind, key, record);
             }
         }
@@ -64,7 +65,7 @@ void forEachRecord(const Facts &facts, const Filter &filter, Use use) {
     visit(RecordKind::Service, found.services());
     visit(RecordKind::Channel, found.channels());
     for (const auto *entry : inOrder(found)) {
-        if (filter.passes(entry->first, entry->second)) {
+        if (wanted(filter.passes(entry->first, entry->second))) {
             use(RecordKind::Event, entry->first, entry->second);
         }
     }

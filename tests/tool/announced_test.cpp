@@ -175,6 +175,12 @@ TEST(Announced, TimeAndItsOffsets) {
     EXPECT_NE(result.error.find("1 section with a wrong checksum"), std::string::npos) << result;
 }
 
+// A time has no checksum: what damage makes of other bytes has not its length.
+TEST(Announced, TimeHasItsLength) {
+    const std::string longer = "\x70\x70\x06" + std::string(6, '\xFF');
+    EXPECT_EQ(scan({}, time() + longer)["times"], json::parse(R"([{"table": "TDT", "utc": "2026-03-01T18:45:12Z"}])"));
+}
+
 // An event that is no longer present stays as long as the schedule lists it, and no longer.
 TEST(Announced, WhatIsNoLongerAnnouncedIsForgotten) {
     const auto eit = [](const SectionHead &head, const std::string &events) {
@@ -427,6 +433,7 @@ TEST(Announced, FiltersChooseEvents) {
     EXPECT_EQ(events({"--next"}), (Names{"Apres"}));
     EXPECT_EQ(events({"--now", "--next", "--language", "FRA"}), (Names{"Nom", "Apres"}));
     EXPECT_EQ(events({"--language", "deu", "--language", "eng"}), (Names{"Name"}));
+    EXPECT_EQ(events({"--language", "ger"}), (Names{"Name"})); // the other code of the language
     EXPECT_EQ(events({"--genre", "comedy"}), (Names{"Name", "Nom"}));
     EXPECT_EQ(events({"--genre", "0x10"}), (Names{"Name", "Nom"}));
     EXPECT_EQ(events({"--genre", "0x11"}), Names{});

@@ -117,6 +117,29 @@ TEST(Live, LimitEndsAfterSoManyRecords) {
               failure(2, "zelk scan: expected --follow alone or with --ndjson"));
 }
 
+// Of the records that are chosen; and to end before the stream does is no damage.
+TEST(Live, LimitCountsWhatIsChosen) {
+    const std::string sample = samples + "multiplex.ts";
+    const Result found = run({"scan", "--json", "--limit", "3", "--service", "103", sample});
+    EXPECT_EQ(found.error, "");
+    const json document = json::parse(found.out);
+    ASSERT_EQ(document["services"].size(), 1U);
+    EXPECT_EQ(document["services"][0]["name"], "Tele Collina");
+    EXPECT_EQ(document["events"].size(), 2U);
+    const std::string rows = run({"scan", "--text", "--limit", "1", "--language", "cze", sample}).out;
+    EXPECT_EQ(rows.substr(0, 6), "event\n");
+    EXPECT_EQ(rows.find("\n\n"), std::string::npos);
+    EXPECT_EQ(run({"scan", "--ndjson", "--limit", "1", "--now", sample}).error, "");
+}
+
+TEST(Live, WhatTheTimeBreaksOffIsNoDamage) {
+    const std::string part = content(samples + "multiplex.ts").substr(0, 5000);
+    EXPECT_NE(run({"scan", "--json"}, part).error, "");
+    const File file(part);
+    const Result result = converse("scan --json --duration 2", "cat '" + file.path() + "' >&7\ncat <&8 >/dev/null");
+    EXPECT_EQ(result.error, "");
+}
+
 // In the sample some events change their names with the second version of the schedule; nothing else changes.
 TEST(Live, FollowTellsWhatChanged) {
     const json programmes = json::parse(content(samples + "programmes.json"));
