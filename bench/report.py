@@ -6,6 +6,8 @@
       docs/benchmarks.md.
   report.py --build build/bench --compare OLD NEW [WORD...]
       two builds side by side, without rivals
+  report.py --build build/bench --evidence --library NAME=PATH... [WORD...]
+      what evidence costs over plain decoding, for builds of libzelk-insight
   report.py --build build/bench --page
       docs/benchmarks.md anew, from BUILD/results.tsv and, where bench/arm.py has left it, BUILD/arm.tsv
 
@@ -33,6 +35,7 @@ FAMILIES = ("sets", "dvb", "utf8", "huffman", "collation", "wildcard", "xml")
 FULL = {"processes": 3, "repetitions": 10, "seconds": 0.001}
 QUICK = {"processes": 2, "repetitions": 6, "seconds": 0.0005}
 COMPARE = {"processes": 5, "repetitions": 30, "seconds": 0.0005}
+EVIDENCE = {"processes": 3, "repetitions": 20, "seconds": 0.0005}
 
 
 def run(program, effort, arguments, environment):
@@ -62,9 +65,9 @@ def locale_environment(build):
     return {"LOCPATH": str(folder)}
 
 
-def measure(build, effort, arguments, words):
+def measure(build, effort, arguments, words, families=FAMILIES):
     measured = results.Results()
-    for family in FAMILIES:
+    for family in families:
         print(f"{family} ...", file=sys.stderr)
         program = build / "bench" / f"{family}_bench"
         for number, line in run(program, effort, [*arguments, *words], locale_environment(build)):
@@ -94,6 +97,28 @@ def compare(build, old, new, words):
     return 1 if measured.notes else 0
 
 
+def evidence(build, libraries, words):
+    """A process has one build: of two, the second would be linked with the first one's libmurn-zelk."""
+    measured = {}
+    for library in libraries:
+        measured[library.split("=")[0]] = measure(build, EVIDENCE, [f"--library={library}"], words, ("evidence",))
+    print(f"{'work':38}{'text':46}{'length':8}" + "".join(f"{kernels:>20}" for kernels in measured))
+    missed = 0
+    for key in next(iter(measured.values())).cells:
+        line = f"{key[0]:38}{key[1]:46}{key[2]:8}"
+        for kernels, found in measured.items():
+            cell = found.cells[key]
+            ratio = cell.ratio("evidence", kernels)
+            missed += ratio > targets.EVIDENCE
+            line += f"{page.number(cell.nanoseconds(kernels)):>11} ns {ratio:5.2f}{'*' if ratio > targets.EVIDENCE else ' '}"
+        print(line)
+    print("Beside the time of plain decoding what evidence takes, in multiples of it; "
+          f"*: more than {targets.EVIDENCE:g}, of which there are {missed}")
+    for found in measured.values():
+        print_notes(found)
+    return 1 if any(found.notes for found in measured.values()) else 0
+
+
 def print_cells(measured, sets):
     """Every cell: each set's time, its ratio to the fastest rival, and what it is to reach."""
     missed = judged = 0
@@ -120,11 +145,14 @@ def main():
     parser.add_argument("--library", action="append", default=[], metavar="NAME=PATH", help="a build of the library")
     parser.add_argument("--quick", action="store_true", help="run briefly, print, write nothing")
     parser.add_argument("--compare", nargs=2, metavar=("OLD", "NEW"), help="two libmurn-zelk.so")
+    parser.add_argument("--evidence", action="store_true", help="the builds are of libzelk-insight; writes nothing")
     parser.add_argument("--page", action="store_true", help="write the document from the figures that are there")
     parser.add_argument("words", nargs="*", metavar="WORD", help="only the cells whose name contains one; writes nothing")
     options = parser.parse_args()
     if options.compare:
         return compare(options.build, *options.compare, options.words)
+    if options.evidence:
+        return evidence(options.build, options.library, options.words)
     if not options.page:
         started = time.monotonic()
         arguments = [f"--library={library}" for library in options.library]

@@ -11,6 +11,9 @@ START = "ec0553d"
 START_PORTABLE = "start portable"
 START_AVX512 = "start avx512"
 
+# The most that decoding with evidence may take of text without findings, in times of plain decoding.
+EVIDENCE = 2
+
 LENGTHS = ("name", "desc", "64K")
 
 # What each set needs of an x86-64 processor includes what those before it need.
