@@ -1,17 +1,19 @@
 // The counts of clean.h: 16 bytes at a time in the vectors that compilers have for every machine, and 64 with AVX-512,
 // since libmurn-zelk decodes with it and the counts must not take longer than that.
 #include "clean.h"
+#include "byte_tables.h"
 #include "decode.h"
 #include "reading.h"
 
-#include "detail/dvb_select.h"
 #include "tables/byte_set_definitions.h"
 #include "tables/dvb_marks.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #if defined(__x86_64__) && defined(__gnu_linux__) && !defined(ZELK_INSIGHT_PORTABLE)
 #define ZELK_INSIGHT_AVX512 1
@@ -56,21 +58,41 @@ Lanes onesOf(Signed holds) {
 constexpr std::size_t blockSize = sizeof(Lanes);
 constexpr std::size_t mostBlocks = 255; // that a lane of eight bits can count
 
+// What is left of a text of `total` bytes after whole blocks, `count` bytes at `at`, filled up.
+Lanes lastBlock(const unsigned char *at, std::size_t count, std::size_t total, unsigned char filler) {
+    Lanes block;
+    if (compact || total < blockSize) {
+        std::memset(&block, filler, sizeof block);
+        std::memcpy(&block, at, count);
+        return block;
+    }
+    static constexpr auto steps = []() { // bytes that are taken, after as many that are not
+        std::array<std::uint8_t, 2 * blockSize> bytes{};
+        std::fill(bytes.begin() + blockSize, bytes.end(), std::uint8_t{0xFF});
+        return bytes;
+    }();
+    Lanes taken;
+    std::memcpy(&taken, steps.data() + count, sizeof taken);
+    std::memcpy(&block, at + count - blockSize, sizeof block);
+    return (block & taken) | (filler & ~taken);
+}
+
 // Calls visit(block) for all blocks, the last one filled up, and flush() before a lane overflows and at the end.
 template <class Visit, class Flush>
 void forEachBlock(const void *bytes, std::size_t count, unsigned char filler, Visit visit, Flush flush) {
     const auto *at = static_cast<const unsigned char *>(bytes);
-    while (count != 0) {
-        for (std::size_t blocks = 0; blocks < mostBlocks && count != 0; ++blocks) {
+    for (std::size_t left = count; left != 0;) {
+        for (std::size_t blocks = 0; blocks < mostBlocks && left != 0; ++blocks) {
+            const std::size_t used = left < blockSize ? left : blockSize;
             Lanes block;
-            const std::size_t used = count < blockSize ? count : blockSize;
-            if (used < blockSize) {
-                std::memset(&block, filler, sizeof block);
+            if (used == blockSize) [[likely]] {
+                std::memcpy(&block, at, sizeof block);
+            } else {
+                block = lastBlock(at, used, count, filler);
             }
-            std::memcpy(&block, at, used);
             visit(block);
             at += used;
-            count -= used;
+            left -= used;
         }
         flush();
     }
@@ -93,13 +115,100 @@ Bytes kindOfPortable(const unsigned char *bytes, std::size_t count) {
     return !anyOf(beyond) ? Bytes::Ascii : !anyOf(other) ? Bytes::Graphic : Bytes::Other;
 }
 
-Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count, tables::ByteSet /*set*/,
-                        bool /*marks*/) {
-    const Bytes kind = kindOfPortable(bytes, count);
-    if (kind == Bytes::Ascii) { // another text may be shorter, and what follows it keeps its value
-        std::memcpy(out, bytes, count);
+// Copies blocks of ASCII up to the first other one, or nearly to the end. Returns their bytes. They are the beginning
+// of the text in any case.
+std::size_t copyAsciiBlocks(char *out, const unsigned char *bytes, std::size_t count) {
+    constexpr std::size_t stride = 4 * blockSize;
+    std::size_t at = 0;
+    for (; count - at > stride; at += stride) {
+        Lanes blocks[4];
+        std::memcpy(blocks, bytes + at, sizeof blocks);
+        Signed beyond{};
+        for (const Lanes block : blocks) {
+            beyond |= block - 0x20 >= 0x5F;
+        }
+        if (anyOf(beyond)) {
+            break;
+        }
+        std::memcpy(out + at, blocks, sizeof blocks);
     }
-    return kind;
+    return at;
+}
+
+// The places of bytes of 0x80 and more among at most 64, the first in the lowest bit.
+std::uint64_t highBytes(const unsigned char *bytes, std::size_t count) {
+    // The highest bit of the n-th byte goes to place n of the highest byte, and no two to one place.
+    constexpr bool little = std::endian::native == std::endian::little;
+    constexpr std::uint64_t gather = little ? 0x0102040810204080 : 0x8040201008040201;
+    const auto gathered = [](std::uint64_t word) { return (word >> 7U & 0x0101010101010101) * gather >> 56U; };
+    std::uint64_t word = 0;
+    std::uint64_t places = 0;
+    std::size_t at = 0;
+    for (; !compact && count - at >= sizeof word; at += sizeof word) {
+        std::memcpy(&word, bytes + at, sizeof word);
+        places |= gathered(word) << at;
+    }
+    for (; at < count; ++at) {
+        places |= static_cast<std::uint64_t>(bytes[at] >> 7U) << at;
+    }
+    return places;
+}
+
+// Whether a set has a character in every place from 0xA0 on.
+constexpr auto fullSets = []() {
+    std::array<bool, tables::byteSetCount> result{};
+    constexpr auto pool = tables::expandByteSets();
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        result[i] = std::find(pool[i].begin() + 0xA0, pool[i].end(), tables::unassigned) == pool[i].end();
+    }
+    return result;
+}();
+
+// Of graphic bytes: whether each has a character, and each mark a letter that wears it. Graphic where that is quicker
+// to find out otherwise.
+Bytes wholenessOf(const unsigned char *bytes, std::size_t count, tables::DvbTable table) {
+    constexpr std::size_t shortText = 64;
+    constexpr int mostBytes = 8; // that are looked at one by one
+    if (table.marks == tables::noMarks) {
+        return fullSets[static_cast<std::size_t>(table.set)] ? Bytes::Whole : Bytes::Graphic;
+    }
+    if (compact || count > shortText) {
+        return Bytes::Graphic;
+    }
+    const tables::CodePoints &set = tables::codePointsOf(table.set);
+    const std::uint8_t *const columns = tables::dvbMarks.sets[table.marks].columnOf.data();
+    int looks = 0;
+    for (std::uint64_t rest = highBytes(bytes, count); rest != 0; rest &= rest - 1) {
+        if (looks++ == mostBytes) {
+            return Bytes::Graphic;
+        }
+        const auto at = static_cast<std::size_t>(std::countr_zero(rest));
+        const unsigned int byte = bytes[at];
+        if (byte <= 0xCF && columns[byte] != 0) {
+            const bool last = at + 1 == count;
+            const unsigned int next = last ? 0 : bytes[at + 1];
+            const unsigned int composed = tables::composeIn(tables::dvbMarks, table.marks, next, byte);
+            if (composed != 0 && (composed != next || next == ' ') && next < 0x80) {
+                continue;
+            }
+            if (composed != 0 || last || table.set == tables::ByteSet::DvbDefault) {
+                return Bytes::Faulty;
+            }
+        }
+        if (set[byte] == tables::unassigned) {
+            return Bytes::Faulty;
+        }
+    }
+    return Bytes::Whole;
+}
+
+Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count, tables::DvbTable table) {
+    const std::size_t copied = compact ? 0 : copyAsciiBlocks(out, bytes, count);
+    const Bytes kind = kindOfPortable(bytes + copied, count - copied);
+    if (kind == Bytes::Ascii) { // another text may be shorter, and what follows it keeps its value
+        std::memcpy(out + copied, bytes + copied, count - copied);
+    }
+    return kind == Bytes::Graphic ? wholenessOf(bytes + copied, count - copied, table) : kind;
 }
 
 bool isPlainTwoBytePortable(const unsigned char *bytes, std::size_t count) {
@@ -119,16 +228,67 @@ bool isPlainTwoBytePortable(const unsigned char *bytes, std::size_t count) {
     return !anyOf(reinterpret_cast<Signed>(other));
 }
 
-std::uint64_t highBytesPortable(const unsigned char *bytes, std::size_t count) {
-    std::uint64_t places = 0;
-    for (std::size_t at = 0; at < count; ++at) {
-        places |= static_cast<std::uint64_t>(bytes[at] >> 7U) << at;
+// Only ASCII: whether other text is well formed its decoding tells more quickly.
+bool copyUtf8Portable(char *out, const unsigned char *bytes, std::size_t count) {
+    constexpr std::size_t shortText = 64;
+    if (compact) {
+        return false;
     }
-    return places;
+    const std::size_t copied = copyAsciiBlocks(out, bytes, count);
+    const bool ascii = count - copied <= shortText && kindOfPortable(bytes + copied, count - copied) == Bytes::Ascii;
+    if (ascii) {
+        std::memcpy(out + copied, bytes + copied, count - copied);
+    }
+    return ascii;
 }
 
-bool copyUtf8Portable(char * /*out*/, const unsigned char * /*bytes*/, std::size_t /*count*/) {
-    return false;
+// Copies as many characters as a block has lanes, twice as many or half as many.
+template <std::size_t Count>
+bool copyTwoByteBlocks(char *out, const unsigned char *bytes) {
+    constexpr std::size_t blocks = (2 * Count + blockSize - 1) / blockSize;
+    constexpr Lanes upper = {0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0};
+    Lanes in[blocks];
+    Lanes text[(blocks + 1) / 2];
+    std::memcpy(in, bytes, sizeof in);
+    Lanes high{};
+    Signed other{};
+    for (std::size_t i = 0; i < blocks; i += 2) {
+        const Lanes second = in[blocks == 1 ? 0 : i + 1];
+        const Lanes lower =
+            __builtin_shufflevector(in[i], second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+        high |= in[i] | second;
+        other |= lower - 0x20 >= 0x5F;
+        text[i / 2] = lower;
+    }
+    if (anyOf(((high & upper) != 0) | other)) {
+        return false;
+    }
+    std::memcpy(out, text, Count);
+    return true;
+}
+
+bool copyTwoByteAsciiPortable(char *out, const unsigned char *bytes, std::size_t count) {
+    constexpr std::size_t characters = blockSize;
+    const auto copied = [=]<std::size_t Count>(std::integral_constant<std::size_t, Count>, std::size_t at) {
+        return copyTwoByteBlocks<Count>(out + at, bytes + 2 * at);
+    };
+    constexpr std::integral_constant<std::size_t, characters / 2> half;
+    constexpr std::integral_constant<std::size_t, characters> one;
+    constexpr std::integral_constant<std::size_t, 2 * characters> two;
+    const std::size_t length = count / 2;
+    if (compact || length < half) {
+        return false;
+    }
+    if (length < one) {
+        return copied(half, 0) && copied(half, length - half);
+    }
+    std::size_t at = 0;
+    for (; length - at > two; at += two) {
+        if (!copied(two, at)) {
+            return false;
+        }
+    }
+    return (length - at < one || copied(one, at)) && copied(one, length - one);
 }
 
 // Of the bytes of a string in a single-byte table.
@@ -154,7 +314,7 @@ StringCounts countStringPortable(const unsigned char *bytes, std::size_t count) 
     forEachBlock(
         bytes, count, graphicFiller,
         [&](Lanes block) {
-            high += block >> 7;
+            high += onesOf(reinterpret_cast<Signed>(block) < 0);
             marks += onesOf(block - 0xC1 < 0x0F);
             controls |= (block < 0x20) | (block == 0x7F);
         },
@@ -167,6 +327,8 @@ StringCounts countStringPortable(const unsigned char *bytes, std::size_t count) 
     return counts;
 }
 
+// Without `all` only the continuations and whether any is rare.
+template <bool all>
 TextCounts countTextPortable(const char *bytes, std::size_t count) {
     TextCounts counts;
     Lanes continuations{};
@@ -176,16 +338,21 @@ TextCounts countTextPortable(const char *bytes, std::size_t count) {
     forEachBlock(
         bytes, count, graphicFiller,
         [&](Lanes block) {
-            continuations += onesOf(block - 0x80 < 0x40);
-            high += block >> 7;
-            controls += onesOf(block < 0x20);
+            continuations += onesOf(reinterpret_cast<Signed>(block) < -0x40);
             rare |= (block | 2) == 0xEF;
+            if constexpr (all) {
+                high += onesOf(reinterpret_cast<Signed>(block) < 0);
+                controls += onesOf(block < 0x20);
+            }
         },
         [&] {
             counts.continuations += sumOf(continuations);
-            counts.high += sumOf(high);
-            counts.controls += sumOf(controls);
-            continuations = high = controls = Lanes{};
+            continuations = Lanes{};
+            if constexpr (all) {
+                counts.high += sumOf(high);
+                counts.controls += sumOf(controls);
+                high = controls = Lanes{};
+            }
         });
     counts.rare = anyOf(rare);
     return counts;
@@ -206,17 +373,94 @@ inline bool isWhole(const TextCounts &out, std::size_t length, std::size_t count
 
 bool isWholeTableTextPortable(const unsigned char *bytes, std::size_t count, const char *text, std::size_t length,
                               bool marks) {
-    return isWhole(countTextPortable(text, length), length, count, marks,
-                   [=] { return countStringPortable(bytes, count); });
+    return isWhole(compact || marks ? countTextPortable<true>(text, length) : countTextPortable<false>(text, length),
+                   length, count, marks, [=] { return countStringPortable(bytes, count); });
 }
 
 bool isWholeTextPortable(const char *text, std::size_t length, std::size_t characters) {
-    const TextCounts out = countTextPortable(text, length);
+    const TextCounts out = countTextPortable<compact>(text, length);
     return !out.rare && length - out.continuations == characters;
 }
 
-bool isSameUtf8Portable(const unsigned char *bytes, const char *text, std::size_t count) {
-    return std::memcmp(bytes, text, count) == 0 && std::memchr(text, 0xED, count) == nullptr;
+// Whether a text may hold a surrogate or U+FFFD.
+bool hasRarePortable(const char *text, std::size_t count) {
+    Signed rare{};
+    forEachBlock(
+        text, count, graphicFiller, [&](Lanes block) { rare |= (block | 2) == 0xEF; }, [] {});
+    return anyOf(rare);
+}
+
+// Whether `written` bytes of text are all there is to say of two-byte text or UTF-8 without codes for emphasis.
+[[gnu::always_inline]] inline bool isConfirmed(const Reading &reading, const char *out, unsigned int written) {
+    const unsigned char *const body = reading.text + reading.begin;
+    const std::size_t count = reading.end - reading.begin;
+    return reading.table == ZelkInsightTableUtf8
+               ? written == count && isSameUtf8(body, out, count)
+               : count % 2 == 0 && (isWholeText(out, written, count / 2) || isPlainTwoByte(body, count));
+}
+
+// What decodeUsualBy() leaves, by itself, so that the quick way keeps what it reads out of the memory.
+template <bool given>
+[[gnu::noinline]] unsigned int decodeKind(Bytes kind, const zelkInsightSettings &settings, char *out, int outSize,
+                                          const char *in, int inLen, zelkInsightEvidence &evidence) {
+    Reading reading;
+    return readUsual<given>(settings, in, inLen, reading)
+               ? decodeRead(reading, kind, settings, out, outSize, in, inLen, &evidence)
+               : decodeAny(settings, out, outSize, in, inLen, &evidence);
+}
+
+// `judge(table, body, count)` gives the kind of what follows a selector; where that is Ascii, it has copied the text.
+template <bool given, bool confirms, class Judge>
+[[gnu::always_inline]] inline unsigned int decodeUsualBy(const zelkInsightSettings &settings, char *out, int outSize,
+                                                         const char *in, int inLen, zelkInsightEvidence &evidence,
+                                                         Judge judge) {
+    const auto decodePlainly = [&] {
+        return zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, given ? settings.defaultCode : DvbCodeNone,
+                               given ? settings.defaultExtra : 0, settings.flags);
+    };
+    Reading reading;
+    const bool usual = readUsual<given>(settings, in, inLen, reading);
+    const unsigned int count = reading.end - reading.begin;
+    Bytes kind = Bytes::Unknown;
+    if (usual && outSize >= 0 && static_cast<std::size_t>(outSize) > std::size_t{3} * count) {
+        kind = judge(reading.table, reading.text + reading.begin, count);
+    }
+    const bool twoByte = reading.table == ZelkInsightTableTwoByte;
+    if (kind != Bytes::Ascii && kind != Bytes::Whole) {
+        if (confirms && kind == Bytes::Other && (twoByte || reading.table == ZelkInsightTableUtf8) &&
+            (settings.flags & 1U) == 0) {
+            const unsigned int written = decodePlainly();
+            if (isConfirmed(reading, out, written)) {
+                beginEvidence(evidence, reading);
+                return written;
+            }
+        }
+        return decodeKind<given>(kind, settings, out, outSize, in, inLen, evidence);
+    }
+    beginEvidence(evidence, reading);
+    if (kind == Bytes::Ascii) {
+        const unsigned int characters = twoByte ? count / 2 : count;
+        out[characters] = 0;
+        return characters;
+    }
+    return decodePlainly();
+}
+
+template <bool given>
+unsigned int decodeUsualPortable(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
+                                 zelkInsightEvidence &evidence) {
+    return decodeUsualBy<given, true>(settings, out, outSize, in, inLen, evidence,
+                                      [out](zelkInsightTable table, const unsigned char *body, std::size_t count) {
+                                          if (table == ZelkInsightTableUtf8) {
+                                              return copyUtf8Portable(out, body, count) ? Bytes::Ascii : Bytes::Other;
+                                          }
+                                          if (table == ZelkInsightTableTwoByte) {
+                                              return count % 2 == 0 && copyTwoByteAsciiPortable(out, body, count)
+                                                         ? Bytes::Ascii
+                                                         : Bytes::Other;
+                                          }
+                                          return copyAsciiPortable(out, body, count, byteTable(table));
+                                      });
 }
 
 #if defined(ZELK_INSIGHT_AVX512)
@@ -374,36 +618,76 @@ copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::By
 }
 
 [[ZELK_INSIGHT_TARGET]] Bytes copyAsciiAvx512(char *out, const unsigned char *bytes, std::size_t count,
-                                              tables::ByteSet set, bool marks) {
-    const Bytes kind = copyIfAscii(out, bytes, count, set, marks);
-    return kind == Bytes::Other ? kindOfAvx512(bytes, count) : kind;
+                                              tables::DvbTable table) {
+    Bytes kind = copyIfAscii(out, bytes, count, table.set, table.marks == tables::latinMarks);
+    if (kind == Bytes::Other) {
+        kind = kindOfAvx512(bytes, count);
+    }
+    return kind == Bytes::Graphic ? wholenessOf(bytes, count, table) : kind;
 }
 
-[[ZELK_INSIGHT_TARGET]] std::uint64_t highBytesAvx512(const unsigned char *bytes, std::size_t count) {
-    const std::uint64_t valid = count < 64 ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
-    return _mm512_movepi8_mask(_mm512_maskz_loadu_epi8(valid, bytes));
-}
-
-// By unit of two bytes, high byte first. ASCII, up to U+D7FF, and from U+E0A0: what is between the last two is not
-// worth a look of its own.
-[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint32_t plainUnits(__m512i block) {
-    const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
+// Of units: ASCII, up to U+D7FF, and from U+E0A0: what is between the last two is not worth a look of its own.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint32_t plainUnits(__m512i units) {
     return _mm512_cmplt_epu16_mask(_mm512_sub_epi16(units, allUnits(0x20)), allUnits(0x5F)) |
            _mm512_cmplt_epu16_mask(_mm512_sub_epi16(units, allUnits(0xA0)), allUnits(0xD760)) |
            _mm512_cmpge_epu16_mask(units, allUnits(0xE0A0));
 }
 
-[[ZELK_INSIGHT_TARGET]] inline bool isPlainTwoByteAvx512(const unsigned char *bytes, std::size_t count) {
-    std::uint64_t other = 0;
-    for (; count > sizeof(__m512i); count -= sizeof(__m512i), bytes += sizeof(__m512i)) {
-        other |= static_cast<std::uint32_t>(~plainUnits(_mm512_loadu_si512(bytes)));
+// Ascii, which is copied, Whole, or Other where that is not known.
+[[ZELK_INSIGHT_TARGET, gnu::noinline]] Bytes copyTwoByteAvx512(char *out, const unsigned char *bytes,
+                                                               std::size_t count) {
+    std::uint32_t beyond = 0;
+    std::uint32_t other = 0;
+    for (std::size_t at = 0; at < count; at += sizeof(__m512i)) {
+        const std::uint64_t valid = firstOnes(count - at);
+        const __m512i block = _mm512_maskz_loadu_epi8(valid, bytes + at);
+        const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
+        const auto characters = static_cast<std::uint32_t>(firstOnes((count - at) / 2));
+        beyond |=
+            _mm512_mask_cmpge_epu16_mask(characters, _mm512_sub_epi16(units, allUnits(0x20)), allUnits(graphicPlaces));
+        if (beyond == 0) {
+            _mm512_mask_storeu_epi8(out + at / 2, characters, _mm512_castsi256_si512(_mm512_cvtepi16_epi8(units)));
+        } else {
+            other |= characters & ~plainUnits(units);
+        }
     }
-    const __m512i block = _mm512_maskz_loadu_epi8(firstOnes(count), bytes);
-    return (other | (~std::uint64_t{plainUnits(block)} & firstOnes(count / 2))) == 0;
+    return beyond == 0 ? Bytes::Ascii : other == 0 ? Bytes::Whole : Bytes::Other;
 }
 
-// Leads and the bytes that they ask for, as bits; what a block asks of the next one is carried over.
+[[ZELK_INSIGHT_TARGET]] bool copyTwoByteAsciiAvx512(char *out, const unsigned char *bytes, std::size_t count) {
+    return copyTwoByteAvx512(out, bytes, count) == Bytes::Ascii;
+}
+
+[[ZELK_INSIGHT_TARGET]] bool isPlainTwoByteAvx512(const unsigned char *bytes, std::size_t count) {
+    std::uint64_t other = 0;
+    forEachWideBlock(
+        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
+            const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
+            const std::uint64_t characters = firstOnes(static_cast<std::size_t>(__builtin_popcountll(valid)) / 2);
+            other |= characters & ~std::uint64_t{plainUnits(units)};
+            return true;
+        });
+    return other == 0;
+}
+
+// Leads and the bytes that they ask for, as bits; what a block asks of the next one is carried over. Of long text only
+// ASCII: whether other text is well formed its decoding tells more quickly.
 [[ZELK_INSIGHT_TARGET, gnu::noinline]] bool copyUtf8Avx512(char *out, const unsigned char *bytes, std::size_t count) {
+    constexpr std::size_t longText = 1024;
+    if (count > longText) {
+        bool ascii = true;
+        forEachWideBlock(
+            bytes,
+            count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
+                ascii = (valid & beyondAscii(block)) == 0;
+                if (ascii) {
+                    _mm512_mask_storeu_epi8(out, valid, block);
+                    out += sizeof block;
+                }
+                return ascii;
+            });
+        return ascii;
+    }
     std::uint64_t wanted = 0;
     std::uint64_t atC2 = 0; // whether the byte before the block is this one
     std::uint64_t atE0 = 0;
@@ -411,6 +695,11 @@ copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::By
     forEachWideBlock(
         bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
             const std::uint64_t high = _mm512_movepi8_mask(block);
+            if ((high | wanted) == 0) {
+                other |= valid & beyondAscii(block);
+                atC2 = atE0 = 0;
+                return true;
+            }
             const std::uint64_t continuation = _mm512_cmplt_epi8_mask(block, all(0xC0));
             const std::uint64_t lead = high & ~continuation;
             const std::uint64_t lead3 = _mm512_mask_cmpge_epu8_mask(lead, block, all(0xE0));
@@ -468,17 +757,14 @@ copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::By
     return counts;
 }
 
-[[ZELK_INSIGHT_TARGET]] bool isSameUtf8Avx512(const unsigned char *bytes, const char *text, std::size_t count) {
-    std::uint64_t other = 0;
-    const char *rest = text;
+[[ZELK_INSIGHT_TARGET]] bool hasRareAvx512(const char *text, std::size_t count) {
+    std::uint64_t rare = 0;
     forEachWideBlock(
-        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
-            const __m512i same = _mm512_maskz_loadu_epi8(valid, rest);
-            rest += 64;
-            other |= _mm512_cmpneq_epi8_mask(block, same) | _mm512_cmpeq_epi8_mask(block, all(0xED));
-            return true;
+        text, count, [&](__m512i block, std::uint64_t /*valid*/) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
+            rare = _mm512_cmpeq_epi8_mask(_mm512_or_si512(block, all(0x02)), all(0xEF));
+            return rare == 0;
         });
-    return other == 0;
+    return rare != 0;
 }
 
 [[ZELK_INSIGHT_TARGET]] bool isWholeTableTextAvx512(const unsigned char *bytes, std::size_t count, const char *text,
@@ -493,59 +779,23 @@ copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::By
     return !out.rare && length - out.continuations == characters;
 }
 
-// What most strings begin with: a graphic character, a selector of ISO 8859 in three bytes, or one of these.
-constexpr std::uint32_t knownSelectors = 0x00220EFE; // 0x01 to 0x07, 0x09 to 0x0B, 0x11 and 0x15
-
+template <bool given>
 [[ZELK_INSIGHT_TARGET]] unsigned int decodeUsualAvx512(const zelkInsightSettings &settings, char *out, int outSize,
                                                        const char *in, int inLen, zelkInsightEvidence &evidence) {
-    const auto first = static_cast<unsigned char>(*in);
-    unsigned int selected = 0;
-    unsigned int code = DvbCodeTable00;
-    bool known = true;
-    if (first <= detail::lastDvbSelector) {
-        const bool isLong = first == 0x10 && inLen > 3 && in[1] == 0;
-        selected = isLong ? 3 : 1;
-        code = isLong ? static_cast<unsigned char>(in[2]) : detail::dvbSelectorCodes[first];
-        known = isLong ? code - 1 < 15 && code != 12 : (knownSelectors >> first & 1U) != 0;
-    }
-    const auto *const body = reinterpret_cast<const unsigned char *>(in) + selected;
-    const std::size_t count = static_cast<std::size_t>(inLen) - selected;
-    if (!known || outSize < 0 || static_cast<std::size_t>(outSize) <= 3 * count) {
-        return decodeAny(settings, out, outSize, in, inLen, &evidence);
-    }
-    const dvbCharSet_t charSet = selected != 0 ? settings.charSet : DvbCharSetStandard;
-    const zelkInsightTable table = tableOf(charSet, static_cast<DvbCode_t>(code));
-    Bytes kind = Bytes::Other;
-    if (table == ZelkInsightTableUtf8) {
-        kind = copyUtf8Avx512(out, body, count) ? Bytes::Ascii : Bytes::Other;
-    } else if (table == ZelkInsightTableTwoByte) {
-        kind = count % 2 == 0 && isPlainTwoByteAvx512(body, count) ? Bytes::Whole : Bytes::Other;
-    } else {
-        const tables::DvbTable bytes = tables::dvbTables[static_cast<unsigned int>(table)];
-        kind = copyIfAscii(out, body, count, bytes.set, bytes.marks == tables::latinMarks);
-    }
-    if (kind == Bytes::Other) {
-        return decodeAny(settings, out, outSize, in, inLen, &evidence);
-    }
-    if (evidence.findings == nullptr) {
-        evidence.findingRoom = 0;
-    }
-    evidence.findingCount = 0;
-    evidence.stepCount = 0;
-    evidence.severity = ZelkInsightNote;
-    evidence.charSet = charSet;
-    evidence.code = static_cast<DvbCode_t>(code);
-    evidence.extra = 0;
-    evidence.table = table;
-    evidence.reason = selected == 0                                         ? ZelkInsightByDefault
-                      : table != tableOf(DvbCharSetStandard, evidence.code) ? ZelkInsightByRegion
-                                                                            : ZelkInsightBySelector;
-    evidence.selectorLength = selected;
-    if (kind == Bytes::Ascii) {
-        out[count] = 0;
-        return static_cast<unsigned int>(count);
-    }
-    return zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, DvbCodeNone, 0, settings.flags);
+    return decodeUsualBy<given, false>(
+        settings, out, outSize, in, inLen, evidence,
+        [out](zelkInsightTable table, const unsigned char *body, std::size_t count)
+            __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
+                if (table == ZelkInsightTableUtf8) {
+                    return copyUtf8Avx512(out, body, count) ? Bytes::Ascii : Bytes::Other;
+                }
+                if (table == ZelkInsightTableTwoByte) {
+                    return count % 2 == 0 ? copyTwoByteAvx512(out, body, count) : Bytes::Other;
+                }
+                const tables::DvbTable bytes = tables::dvbTables[static_cast<unsigned int>(table)];
+                const Bytes kind = copyIfAscii(out, body, count, bytes.set, bytes.marks == tables::latinMarks);
+                return kind == Bytes::Other ? Bytes::Unknown : kind;
+            });
 }
 
 // GCOVR_EXCL_BR_START: as above
@@ -558,18 +808,24 @@ constexpr std::uint32_t knownSelectors = 0x00220EFE; // 0x01 to 0x07, 0x09 to 0x
 
 } // namespace
 
-Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count, tables::ByteSet set, bool marks) {
-    return ZELK_INSIGHT_CHOOSE(copyAscii, out, bytes, count, set, marks);
+Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count, tables::DvbTable table) {
+    return ZELK_INSIGHT_CHOOSE(copyAscii, out, bytes, count, table);
 }
 
 unsigned int decodeUsual(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
                          zelkInsightEvidence &evidence) {
+    if (compact) {
+        return decodeAny(settings, out, outSize, in, inLen, &evidence);
+    }
+    const bool given = settings.defaultCode != DvbCodeNone;
 #if defined(ZELK_INSIGHT_AVX512)
     if (hasAvx512()) { // GCOVR_EXCL_BR_LINE: as above
-        return decodeUsualAvx512(settings, out, outSize, in, inLen, evidence);
+        return given ? decodeUsualAvx512<true>(settings, out, outSize, in, inLen, evidence)
+                     : decodeUsualAvx512<false>(settings, out, outSize, in, inLen, evidence);
     }
 #endif
-    return decodeAny(settings, out, outSize, in, inLen, &evidence);
+    return given ? decodeUsualPortable<true>(settings, out, outSize, in, inLen, evidence)
+                 : decodeUsualPortable<false>(settings, out, outSize, in, inLen, evidence);
 }
 
 Bytes kindOf(const unsigned char *bytes, std::size_t count) {
@@ -580,12 +836,12 @@ bool copyUtf8(char *out, const unsigned char *bytes, std::size_t count) {
     return ZELK_INSIGHT_CHOOSE(copyUtf8, out, bytes, count);
 }
 
-bool isPlainTwoByte(const unsigned char *bytes, std::size_t count) {
-    return ZELK_INSIGHT_CHOOSE(isPlainTwoByte, bytes, count);
+bool copyTwoByteAscii(char *out, const unsigned char *bytes, std::size_t count) {
+    return ZELK_INSIGHT_CHOOSE(copyTwoByteAscii, out, bytes, count);
 }
 
-std::uint64_t highBytes(const unsigned char *bytes, std::size_t count) {
-    return ZELK_INSIGHT_CHOOSE(highBytes, bytes, count);
+bool isPlainTwoByte(const unsigned char *bytes, std::size_t count) {
+    return ZELK_INSIGHT_CHOOSE(isPlainTwoByte, bytes, count);
 }
 
 bool isWholeTableText(const unsigned char *bytes, std::size_t count, const char *text, std::size_t length, bool marks) {
@@ -596,8 +852,13 @@ bool isWholeText(const char *text, std::size_t length, std::size_t characters) {
     return ZELK_INSIGHT_CHOOSE(isWholeText, text, length, characters);
 }
 
+bool hasRare(const char *text, std::size_t count) {
+    return ZELK_INSIGHT_CHOOSE(hasRare, text, count);
+}
+
 bool isSameUtf8(const unsigned char *bytes, const char *text, std::size_t count) {
-    return ZELK_INSIGHT_CHOOSE(isSameUtf8, bytes, text, count);
+    // Nothing but U+FFFD for what is malformed makes a text longer: without it, text of the same length is the same.
+    return !hasRare(text, count) || (std::memcmp(bytes, text, count) == 0 && std::memchr(text, 0xED, count) == nullptr);
 }
 
 } // namespace zelk::insight

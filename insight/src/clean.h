@@ -4,35 +4,43 @@
 // is without its character, and every mark has taken a letter. Then nothing has to be looked at one by one.
 #pragma once
 
-#include "tables/byte_sets.h"
+#include "tables/dvb_tables.h"
 
 #include "zelk_insight.h"
 
 #include <cstddef>
-#include <cstdint>
 
 namespace zelk::insight {
 
+// What is sent to its users does without a part of the quick ways.
+#if defined(ZELK_COMPACT)
+inline constexpr bool compact = true;
+#else
+inline constexpr bool compact = false;
+#endif
+
 enum class Bytes {
+    Unknown,
     Ascii,   // the graphic characters of ASCII alone, which stand for themselves in every table
     Whole,   // those and bytes of 0xA0 and more, each with its character, each mark with a letter that wears it
     Graphic, // the same, but it is not known whether they are whole
+    Faulty,  // the same, and they are not
     Other
 };
 
-// Of a string in the set `set`, with the marks of ISO/IEC 6937 or without any. ASCII is copied, which is all there is
-// to do for it: `out` has room for all of it.
-Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count, tables::ByteSet set, bool marks);
+// Of a string in a table of bytes. ASCII is copied, which is all there is to do for it: `out` has room for all of it.
+Bytes copyAscii(char *out, const unsigned char *bytes, std::size_t count, tables::DvbTable table);
 
-// What copyAscii() says, without a copy and without Whole.
+// What copyAscii() says, without a copy, without Whole and Faulty.
 Bytes kindOf(const unsigned char *bytes, std::size_t count);
 
-// The places of bytes of 0x80 and more among at most 64, the first in the lowest bit.
-std::uint64_t highBytes(const unsigned char *bytes, std::size_t count);
-
 // Copies UTF-8 that has no control codes and nothing above U+FFFF. False where it may have, or where it is quicker to
-// find out otherwise, and then nothing is written; `out` has room for all.
+// find out otherwise; `out` has room for all, and what is written then is the beginning of the text.
 bool copyUtf8(char *out, const unsigned char *bytes, std::size_t count);
+
+// Copies two-byte characters that all are graphic ones of ASCII. False where one is not, and then a part of those
+// before it may be written, which are the text's in any case; `out` has room for all.
+bool copyTwoByteAscii(char *out, const unsigned char *bytes, std::size_t count);
 
 // Whether a whole number of two-byte characters has no control code, none of their images and no surrogate.
 bool isPlainTwoByte(const unsigned char *bytes, std::size_t count);
@@ -44,11 +52,14 @@ bool isWholeTableText(const unsigned char *bytes, std::size_t count, const char 
 // Whether a text of `characters` characters in UTF-8 may hold neither a surrogate nor U+FFFD.
 bool isWholeText(const char *text, std::size_t length, std::size_t characters);
 
-// Whether two texts of UTF-8 are equal and may hold no surrogate.
+// Whether a text in UTF-8 may hold a surrogate or U+FFFD.
+bool hasRare(const char *text, std::size_t count);
+
+// Whether a text of UTF-8 is the string that it was decoded from, `count` bytes each, and may hold no surrogate.
 bool isSameUtf8(const unsigned char *bytes, const char *text, std::size_t count);
 
-// decodeAny(), quick for most strings that have nothing to say, where the processor can see that at once. The string
-// has a count of two bytes or more, the settings neither options nor a default code, and the evidence no steps.
+// decodeAny(), quick for most strings that have nothing to say. The string has a count of two bytes or more, the
+// settings have no options, the evidence no steps.
 unsigned int decodeUsual(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
                          zelkInsightEvidence &evidence);
 

@@ -407,45 +407,26 @@ bool hasEmphasis(const unsigned char *body, std::size_t count) {
     return std::memchr(body, 0x86, count) != nullptr || std::memchr(body, 0x87, count) != nullptr;
 }
 
-// Whether a set has a character in every place from 0xA0 on.
-bool isFull(tables::ByteSet set) {
-    static constexpr auto full = []() {
-        std::array<bool, tables::byteSetCount> result{};
-        constexpr auto pool = tables::expandByteSets();
-        for (std::size_t i = 0; i < result.size(); ++i) {
-            result[i] = std::find(pool[i].begin() + 0xA0, pool[i].end(), tables::unassigned) == pool[i].end();
+// Whether bytes are characters of Unicode alone.
+bool isUtf8(const unsigned char *at, std::size_t count) {
+    constexpr std::uint64_t highest = 0x8080808080808080;
+    while (count != 0) {
+        std::uint64_t high = highest;
+        if (count >= sizeof high) {
+            std::memcpy(&high, at, sizeof high);
+            high &= highest;
         }
-        return result;
-    }();
-    return full[static_cast<std::size_t>(set)];
-}
-
-constexpr std::size_t shortText = 64;
-constexpr int fewHighBytes = 8; // that are looked at one by one
-
-// Whether each byte of `high`, places of short text, has a character, and each mark a letter that wears it. All are
-// graphic.
-bool isWholeString(const Reading &reading, tables::DvbTable table, const unsigned char *body, std::size_t count,
-                   std::uint64_t high) {
-    const tables::CodePoints &set = tables::codePointsOf(table.set);
-    const std::uint8_t *const columns =
-        table.marks == tables::noMarks ? nullptr : tables::dvbMarks.sets[table.marks].columnOf.data();
-    for (std::uint64_t rest = high; rest != 0; rest &= rest - 1) {
-        const auto at = static_cast<std::size_t>(std::countr_zero(rest));
-        const unsigned int byte = body[at];
-        if (columns != nullptr && byte <= 0xCF && columns[byte] != 0) {
-            const bool last = at + 1 == count;
-            const unsigned int next = last ? 0 : body[at + 1];
-            const unsigned int composed = tables::composeIn(tables::dvbMarks, table.marks, next, byte);
-            if (composed != 0 && (composed != next || next == ' ') && next < 0x80) {
-                continue;
-            }
-            if (composed != 0 || last || reading.table == ZelkInsightTableDefault) {
+        const int before = std::endian::native == std::endian::little ? std::countr_zero(high) : std::countl_zero(high);
+        const std::size_t skipped = count >= sizeof high ? static_cast<std::size_t>(before) / 8 : 0;
+        at += skipped;
+        count -= skipped;
+        if (skipped < sizeof high) {
+            const Utf8Character character = utf8Read(at, count);
+            if (!character.valid) {
                 return false;
             }
-        }
-        if (set[byte] == tables::unassigned) {
-            return false;
+            at += character.length;
+            count -= character.length;
         }
     }
     return true;
@@ -455,82 +436,94 @@ bool isWholeString(const Reading &reading, tables::DvbTable table, const unsigne
 // string is seen to be whole beforehand or two sums of the text tell afterwards (clean.cpp).
 class CleanDecoder {
 public:
-    CleanDecoder(const Reading &reading, const zelkInsightSettings &settings, char *out, int outSize, const char *in,
-                 int inLen)
-        : reading_(reading), settings_(settings), out_(out), outSize_(outSize), in_(in), inLen_(inLen),
+    CleanDecoder(const Reading &reading, Bytes kind, const zelkInsightSettings &settings, char *out, int outSize,
+                 const char *in, int inLen)
+        : reading_(reading), kind_(kind), settings_(settings), out_(out), outSize_(outSize), in_(in), inLen_(inLen),
           body_(reading.text + reading.begin), count_(reading.end - reading.begin),
           room_(outSize < 0 ? 0 : static_cast<std::size_t>(outSize)) {}
 
     bool decode(unsigned int &written) {
-        const bool clean = reading_.table == ZelkInsightTableUtf8      ? decodeUtf8()
-                           : reading_.table == ZelkInsightTableTwoByte ? decodeTwoByte()
-                                                                       : decodeTable();
+        const bool clean = reading_.table == ZelkInsightTableUtf8                       ? decodeUtf8()
+                           : reading_.table == ZelkInsightTableTwoByte                  ? decodeTwoByte()
+                           : !compact && reading_.table == ZelkInsightTableUtf8Prepared ? decodePrepared()
+                                                                                        : decodeTable();
         written = written_;
         return clean;
     }
 
 private:
     bool isAmple() const { return room_ > 3 * count_; }
-    bool keepsEmphasis() const { return (settings_.flags & 1U) != 0; }
+    bool keepsEmphasis() const { return (settings_.flags & 1U) != 0 && hasEmphasis(body_, count_); }
 
+    // By a count, too, where there is none: the string is measured already.
     void decodePlainly() {
-        written_ = zelk_dvb8ToUtf8(settings_.charSet, out_, outSize_, in_, inLen_, settings_.defaultCode,
+        const int length = reading_.end <= INT_MAX ? static_cast<int>(reading_.end) : inLen_;
+        written_ = zelk_dvb8ToUtf8(settings_.charSet, out_, outSize_, in_, length, settings_.defaultCode,
                                    settings_.defaultExtra, settings_.flags);
     }
 
-    void endCopy() {
-        out_[count_] = 0;
-        written_ = static_cast<unsigned int>(count_);
+    void endCopy(std::size_t length) {
+        out_[length] = 0;
+        written_ = static_cast<unsigned int>(length);
     }
 
     // Of the tables of bytes alone.
     bool decodeTable() {
         // NOLINTBEGIN(clang-analyzer-core.CallAndMessage): it takes the others to come here
         const tables::DvbTable table = byteTable(reading_.table);
-        const Bytes kind = room_ > count_ ? copyAscii(out_, body_, count_, table.set, table.marks == tables::latinMarks)
-                                          : kindOf(body_, count_);
-        if (kind == Bytes::Ascii && room_ > count_) {
-            endCopy();
+        if (kind_ == Bytes::Unknown) {
+            kind_ = room_ > count_ ? copyAscii(out_, body_, count_, table) : kindOf(body_, count_);
+        }
+        if (kind_ == Bytes::Ascii && room_ > count_) {
+            endCopy(count_);
             return true;
         }
-        if (kind == Bytes::Whole && isAmple()) {
-            decodePlainly();
-            return true;
-        }
-        const bool marks = table.marks != tables::noMarks;
-        const bool full = !marks && isFull(table.set);
-        // NOLINTEND(clang-analyzer-core.CallAndMessage)
-        bool seen = kind == Bytes::Graphic && isAmple();
-        if (seen && !full) {
-            const std::uint64_t high = count_ <= shortText ? highBytes(body_, count_) : 0;
-            seen = high != 0 && std::popcount(high) <= fewHighBytes;
-            if (seen && !isWholeString(reading_, table, body_, count_, high)) {
-                return false;
-            }
+        if (kind_ == Bytes::Faulty) {
+            return false;
         }
         decodePlainly();
-        const bool emphasis = keepsEmphasis() && kind == Bytes::Other && hasEmphasis(body_, count_);
+        const bool marks = table.marks != tables::noMarks;
+        if (isAmple() &&
+            (kind_ == Bytes::Whole || (!compact && kind_ == Bytes::Graphic && !marks && !hasRare(out_, written_)))) {
+            return true;
+        }
+        // NOLINTEND(clang-analyzer-core.CallAndMessage)
+        const bool emphasis = kind_ == Bytes::Other && keepsEmphasis();
         const bool markAtEnd = reading_.counted && body_[count_ - 1] >= 0xC1 && body_[count_ - 1] <= 0xCF;
-        return seen || (!emphasis && table.marks != tables::greekMarks && !(marks && markAtEnd) &&
-                        isWholeTableText(body_, count_, out_, written_, marks));
+        return !emphasis && table.marks != tables::greekMarks && !(marks && markAtEnd) &&
+               isWholeTableText(body_, count_, out_, written_, marks);
     }
 
     bool decodeUtf8() {
-        if (room_ > count_ && copyUtf8(out_, body_, count_)) {
-            endCopy();
+        if (kind_ == Bytes::Unknown && room_ > count_ && copyUtf8(out_, body_, count_)) {
+            endCopy(count_);
             return true;
         }
         decodePlainly();
-        return !keepsEmphasis() && written_ == count_ && isSameUtf8(body_, out_, count_);
+        return written_ == count_ && isSameUtf8(body_, out_, count_) && !keepsEmphasis();
     }
 
     bool decodeTwoByte() {
-        const bool plain = count_ % 2 == 0 && isAmple() && isPlainTwoByte(body_, count_);
+        if (count_ % 2 != 0) {
+            return false;
+        }
+        if (kind_ == Bytes::Unknown && room_ > count_ / 2 && copyTwoByteAscii(out_, body_, count_)) {
+            endCopy(count_ / 2);
+            return true;
+        }
         decodePlainly();
-        return plain || (count_ % 2 == 0 && !keepsEmphasis() && isWholeText(out_, written_, count_ / 2));
+        return (isWholeText(out_, written_, count_ / 2) && !keepsEmphasis()) ||
+               (isAmple() && isPlainTwoByte(body_, count_));
+    }
+
+    // It passes as it is; nothing is said of control codes.
+    bool decodePrepared() {
+        decodePlainly();
+        return written_ == count_ && isUtf8(body_, count_);
     }
 
     const Reading &reading_;
+    Bytes kind_;
     const zelkInsightSettings &settings_;
     char *out_;
     int outSize_;
@@ -545,7 +538,7 @@ private:
 bool mayBeClean(const Reading &reading, const zelkInsightSettings &settings) {
     const bool selectorIgnored = (settings.options & ZelkInsightIgnoreSelector) != 0 && reading.begin != 0;
     return !selectorIgnored && reading.begin == reading.selectorWanted && reading.begin < reading.end &&
-           reading.table != ZelkInsightTableCompressed && reading.table != ZelkInsightTableUtf8Prepared &&
+           reading.table != ZelkInsightTableCompressed && !(compact && reading.table == ZelkInsightTableUtf8Prepared) &&
            (reading.begin == 0 || selectorFinding(reading.text, reading.begin) == noFinding);
 }
 
@@ -563,19 +556,12 @@ void guessReading(Reading &reading) {
     }
 }
 
-void begin(zelkInsightEvidence &evidence, const Reading &reading) {
-    if (evidence.findings == nullptr) {
-        evidence.findingRoom = 0;
-    }
-    evidence.findingCount = 0;
-    evidence.stepCount = 0;
-    evidence.severity = ZelkInsightNote;
-    evidence.charSet = reading.charSet;
-    evidence.code = reading.code;
-    evidence.extra = reading.extra;
-    evidence.table = reading.table;
-    evidence.reason = reading.reason;
-    evidence.selectorLength = reading.begin;
+// By itself, so that text without findings does not pay for what it keeps.
+[[gnu::noinline]] unsigned int decodeBySteps(const Reading &reading, unsigned int flags, char *out, int outSize,
+                                             zelkInsightEvidence *evidence) {
+    Recorder recorder(out, outSize, evidence);
+    record(recorder, reading, flags);
+    return recorder.finish(reading.end);
 }
 
 } // namespace
@@ -586,17 +572,21 @@ unsigned int decodeAny(const zelkInsightSettings &settings, char *out, int outSi
     if ((settings.options & ZelkInsightGuessTable) != 0) {
         guessReading(reading);
     }
+    return decodeRead(reading, Bytes::Unknown, settings, out, outSize, in, inLen, evidence);
+}
+
+unsigned int decodeRead(const Reading &reading, Bytes kind, const zelkInsightSettings &settings, char *out, int outSize,
+                        const char *in, int inLen, zelkInsightEvidence *evidence) {
     unsigned int written = 0;
     if (evidence != nullptr) {
-        begin(*evidence, reading);
+        beginEvidence(*evidence, reading);
     }
     if ((evidence == nullptr || evidence->steps == nullptr) && reading.reason != ZelkInsightByGuess &&
-        mayBeClean(reading, settings) && CleanDecoder(reading, settings, out, outSize, in, inLen).decode(written)) {
+        mayBeClean(reading, settings) &&
+        CleanDecoder(reading, kind, settings, out, outSize, in, inLen).decode(written)) {
         return written;
     }
-    Recorder recorder(out, outSize, evidence);
-    record(recorder, reading, settings.flags);
-    return recorder.finish(reading.end);
+    return decodeBySteps(reading, settings.flags, out, outSize, evidence);
 }
 
 bool isSelectorFaulty(const Reading &reading) {
@@ -628,8 +618,7 @@ unsigned int zelkInsightDecode(const zelkInsightSettings *settings, char *out, i
     using namespace zelk::insight;
     const bool missing = in == nullptr;
     const zelkInsightSettings &how = settings == nullptr ? standardSettings : *settings;
-    if (evidence != nullptr && evidence->steps == nullptr && how.options == 0 && how.defaultCode == DvbCodeNone &&
-        !missing && inLen > 1) {
+    if (evidence != nullptr && evidence->steps == nullptr && how.options == 0 && !missing && inLen > 1) {
         return decodeUsual(how, out, outSize, in, inLen, *evidence);
     }
     return decodeAny(how, out, outSize, missing ? "" : in, missing ? 0 : inLen, evidence);

@@ -1,6 +1,7 @@
 // What decoding with evidence is made of, for those that decode to another end.
 #pragma once
 
+#include "clean.h"
 #include "reading.h"
 #include "recorder.h"
 
@@ -33,5 +34,9 @@ unsigned int decodeAs(zelkInsightTable table, char *out, int outSize, const unsi
 // zelkInsightDecode() of a string that is there.
 unsigned int decodeAny(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
                        zelkInsightEvidence *evidence);
+
+// The same of a string that is read already, and of whose text proper `kind` is known.
+unsigned int decodeRead(const Reading &reading, Bytes kind, const zelkInsightSettings &settings, char *out, int outSize,
+                        const char *in, int inLen, zelkInsightEvidence *evidence);
 
 } // namespace zelk::insight

@@ -1,9 +1,12 @@
 // How one string is read: its selector weighed against the settings.
 #pragma once
 
+#include "detail/dvb_select.h"
 #include "tables/dvb_tables.h"
 
 #include "zelk_insight.h"
+
+#include <cstdint>
 
 namespace zelk::insight {
 
@@ -44,5 +47,54 @@ struct Reading {
     bool ends;                   // false for compressed text without a count: its code alone ends it
     unsigned int selectorWanted; // bytes that the selector asks for; more than `begin` where the string is too short
 };
+
+// Reads what most strings begin with: a graphic character, a selector of ISO 8859 in three bytes, or one of
+// `usualSelectors`. False for all else. The string has a count of two bytes or more; the settings have no options, and
+// a default code only if `given`.
+template <bool given>
+[[gnu::always_inline]] inline bool readUsual(const zelkInsightSettings &settings, const char *in, int inLen,
+                                             Reading &reading) {
+    constexpr std::uint32_t usualSelectors = 0x00220EFE; // 0x01 to 0x07, 0x09 to 0x0B, 0x11 and 0x15
+    const auto first = static_cast<unsigned char>(*in);
+    unsigned int selected = 0;
+    unsigned int code = given ? static_cast<unsigned int>(settings.defaultCode) : 0U;
+    bool known = !given || code <= DvbCodeIso8859_11 || code == DvbCodeUcs2 || code == DvbCodeUtf8;
+    if (first <= detail::lastDvbSelector) {
+        const bool isLong = first == 0x10 && inLen > 3 && in[1] == 0;
+        selected = isLong ? 3 : 1;
+        code = isLong ? static_cast<unsigned char>(in[2]) : detail::dvbSelectorCodes[first];
+        known = isLong ? code - 1 < 15 && code != 12 : (usualSelectors >> first & 1U) != 0;
+    }
+    reading.code = static_cast<DvbCode_t>(code);
+    reading.charSet = selected != 0 && !given ? settings.charSet : DvbCharSetStandard;
+    reading.table = tableOf(reading.charSet, reading.code);
+    reading.extra = given ? settings.defaultExtra : 0;
+    reading.reason = selected == 0 ? given ? ZelkInsightByDefaultCode : ZelkInsightByDefault
+                     : reading.table != tableOf(DvbCharSetStandard, reading.code) ? ZelkInsightByRegion
+                                                                                  : ZelkInsightBySelector;
+    reading.text = reinterpret_cast<const unsigned char *>(in);
+    reading.begin = selected;
+    reading.end = static_cast<unsigned int>(inLen);
+    reading.counted = true;
+    reading.ends = true;
+    reading.selectorWanted = selected;
+    return known;
+}
+
+// What evidence says before anything is found.
+[[gnu::always_inline]] inline void beginEvidence(zelkInsightEvidence &evidence, const Reading &reading) {
+    if (evidence.findings == nullptr) {
+        evidence.findingRoom = 0;
+    }
+    evidence.findingCount = 0;
+    evidence.stepCount = 0;
+    evidence.severity = ZelkInsightNote;
+    evidence.charSet = reading.charSet;
+    evidence.code = reading.code;
+    evidence.extra = reading.extra;
+    evidence.table = reading.table;
+    evidence.reason = reading.reason;
+    evidence.selectorLength = reading.begin;
+}
 
 } // namespace zelk::insight

@@ -167,6 +167,11 @@ TEST(InsightDecode, TellsOfUnicode) {
     EXPECT_EQ(findingsOf("11 0041 00"), "two-byte-odd@3+1>1+0:0");
     EXPECT_EQ(findingsOf("11 D800 0041"), "surrogate-lone@1+2>0+3:55296");
     EXPECT_EQ(findingsOf("11 DC00"), "surrogate-lone@1+2>0+3:56320");
+    EXPECT_EQ(findingsOf("11 D800 DBFF"), "surrogate-lone@1+2>0+3:55296 surrogate-lone@3+2>3+3:56319");
+    EXPECT_EQ(findingsOf("11 D800 E000"), "surrogate-lone@1+2>0+3:55296");
+    EXPECT_EQ(findingsOf("11 DFFF DC00"), "surrogate-lone@1+2>0+3:57343 surrogate-lone@3+2>3+3:56320");
+    EXPECT_EQ(decode(bytes("11 D800 DC00")).text, "\xF0\x90\x80\x80");
+    EXPECT_EQ(decode(bytes("11 DBFF DFFF")).text, "\xF4\x8F\xBF\xBF");
     EXPECT_EQ(decode(bytes("11 D83D DE00")).text, "\xF0\x9F\x98\x80");
     EXPECT_EQ(findingsOf("11 D83D DE00"), "");
     EXPECT_EQ(decode(bytes("15 EDA0BD EDB880")).text, "\xF0\x9F\x98\x80");
@@ -616,6 +621,62 @@ TEST(InsightDecode, EvidenceIsTheSameWithStepsAndWithout) {
         for (const unsigned int low : {0x00U, 0x1FU, 0x20U, 0x7EU, 0x7FU, 0x9FU, 0xA0U, 0xFFU}) {
             compareAll("\x11", {static_cast<char>(high), static_cast<char>(low)});
         }
+    }
+}
+
+// The same by a default code, with a count and without, and of every length that a block, two and four of them have
+// limits in.
+TEST(InsightDecode, EvidenceIsTheSameByADefaultCode) {
+    for (unsigned int code = 0; code <= 21; ++code) {
+        const zelkInsightSettings settings = {DvbCharSetIso8859_15, static_cast<DvbCode_t>(code), 5, code % 2, 0};
+        for (const char *const hex : {"41", "41 42", "C8 61 E9", "01 C8 61", "10 00 02 E9", "11 00 41 00 E9",
+                                      "15 C3 A9", "00 41 00 42", "C3 A9 41", "C3 41", "A4 AE FF", "41 0A 86 42 87"}) {
+            for (const bool counted : {true, false}) {
+                decode(bytes(hex), settings, 4096, counted);
+            }
+        }
+    }
+}
+
+TEST(InsightDecode, EvidenceIsTheSameAtEveryLength) {
+    const std::pair<std::string, std::string> kinds[] = {
+        // a string of these, and what stands in one place
+        {"", "a"},
+        {"", "\xC3"},
+        {"\x03", "\xAE"},
+        {"\x01", "\xE9"},
+        {"\x11", {'\0', 'a'}},
+        {"\x11", {'\x20', '\xAC'}},
+        {"\x11", {'\0', '\x1F'}},
+        {"\x11", {'\xFF', '\x0C'}},
+        {"\x15", "\xC3\xA9"},
+        {"\x15", "\xEF\xBC\x8C"},
+        {"\x15", "\xED\xA0\x80"},
+        {"\x15", "\xC3"},
+        {"\x1D", "\xF0\x9F\x98\x80"},
+        {"\x1D", "\xC0\x80"},
+    };
+    for (const auto &[head, odd] : kinds) {
+        const std::string unit = head == "\x11" ? std::string{'\0', 'b'} : "b";
+        for (std::size_t length = 0; length < 140; ++length) {
+            for (const std::size_t at : {std::size_t{0}, length / 2, length}) {
+                std::string string = head;
+                for (std::size_t i = 0; i <= length; ++i) {
+                    string += i == at ? odd : unit;
+                }
+                decode(string);
+                decode(string, {DvbCharSetStandard, DvbCodeNone, 0, 1, 0}, 4096, head == "\x11");
+                decode(string, standard, static_cast<int>(length));
+            }
+        }
+    }
+    for (const char *const odd : {"", "\xC3\xA9", "\xEF\xBC\x8C", "\xEF\xBF\xBD", "\xED\xA0\x80", "\xC3", "\x01"}) {
+        std::string accents;
+        for (int i = 0; i < 600; ++i) {
+            accents += "\xC3\xA9";
+        }
+        decode("\x15" + accents + odd + "b");
+        decode("\x15" + std::string(1000, 'a') + odd + accents.substr(0, 40));
     }
 }
 
