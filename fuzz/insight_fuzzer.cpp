@@ -98,7 +98,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const unsigned int options = input.byte() & 7U;
     const std::string text = input.rest();
     const fuzz::DvbSelected selected(s, text);
-    const bool counted = coin || selected.compressed() || s.code == DvbCodeCompressed; // its end must be there
+    // The end of compressed text must be there, and of two-byte text after a selector that reaches into the zeros.
+    const bool ignoring = (options & ZelkInsightIgnoreSelector) != 0;
+    const bool counted = coin || selected.compressed() || s.code == DvbCodeCompressed ||
+                         (ignoring && s.code == DvbCodeUcs2 && selected.consumed > text.size());
     const fuzz::DvbString string(text, counted);
     const zelkInsightSettings settings = {s.region, s.code, s.extra, s.flags, options};
 
@@ -116,7 +119,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
             "a string is read alike with steps and without");
     require(cut.text.size() <= quick.text.size() || cut.evidence.findingCount != 0, "what is cut is told");
 
-    const bool ignored = (options & ZelkInsightIgnoreSelector) != 0 && quick.evidence.selectorLength != 0;
+    const bool ignored = ignoring && quick.evidence.selectorLength != 0;
     const bool guessed = quick.evidence.reason == ZelkInsightByGuess;
     if (!ignored && !guessed) {
         const std::string plain = string.utf8(s, string.ample);
