@@ -68,7 +68,7 @@ struct StepsByBlocks {
                                                           typename Form::Unit *at, const unsigned char *in,
                                                           std::size_t length) {
         std::size_t place = 0;
-        while (sparesNoCode && place < plain::bufferedText && length - place > 2 * blockBytes) {
+        while (putsFewSingly && place < plain::bufferedText && length - place > 2 * blockBytes) {
             const Bytes text = load(in + place);
             std::uint64_t others = signBits(notGraphicAscii(text));
             putBlockOfAscii(at, text);

@@ -68,10 +68,14 @@ ZELK_OPERATION std::size_t widenAscii(const unsigned char *in, std::size_t lengt
 // Up to so many characters of a block that are no ASCII cost less one by one.
 inline constexpr std::size_t fewCharacters = 4;
 
+ZELK_OPERATION bool hasMany(Bytes text) {
+    return putsFewSingly ? countOf(signBits(text)) > fewCharacters : anySignBit(text);
+}
+
 // Whether a text whose ASCII in front has been converted goes on by the table of code points: where shuffles are
 // slower, by its next block.
 ZELK_OPERATION bool takesCodePoints(const unsigned char *in, std::size_t length) {
-    return !sparesNoCode || (!hasFastTables && length >= blockBytes && countOf(signBits(load(in))) > fewCharacters);
+    return !hasFastTables && (!putsFewSingly || (length >= blockBytes && hasMany(load(in))));
 }
 
 // A block or more.
@@ -86,9 +90,8 @@ ZELK_STAGE void putUnitsByBlocks(tables::ByteSet set, const unsigned char *in, s
     while (done != length) {
         const std::size_t at = std::min(done, length - blockBytes);
         const Bytes text = load(in + at);
-        std::uint64_t upper = signBits(text);
         done = at + blockBytes;
-        if (countOf(upper) > fewCharacters) {
+        if (hasMany(text)) {
             if constexpr (hasFastTables) {
                 storeUnits(out + at, unitBytes(set, text));
             } else {
@@ -101,7 +104,7 @@ ZELK_STAGE void putUnitsByBlocks(tables::ByteSet set, const unsigned char *in, s
         }
         store(out + at, frontUnits(text));
         store(out + at + blockUnits, backUnits(text));
-        for (; upper != 0; upper &= upper - 1) {
+        for (std::uint64_t upper = putsFewSingly ? signBits(text) : 0; upper != 0; upper &= upper - 1) {
             const auto place = at + static_cast<std::size_t>(std::countr_zero(upper));
             out[place] = codePoints[in[place]];
         }
@@ -195,13 +198,12 @@ ZELK_STAGE Progress putMostlyAscii(tables::ByteSet set, const unsigned char *in,
     while (length - done.read >= 2 * blockBytes) {
         const unsigned char *const from = in + done.read;
         const Bytes text = load(from);
-        std::uint64_t upper = signBits(text);
-        if (countOf(upper) > fewCharacters) {
+        if (hasMany(text)) {
             break;
         }
         char *to = out + done.written; // of the block's first byte, and then of those after each of the others
         store(to, text);
-        for (; upper != 0; upper &= upper - 1) {
+        for (std::uint64_t upper = signBits(text); upper != 0; upper &= upper - 1) {
             const auto place = static_cast<std::size_t>(std::countr_zero(upper));
             to = plain::putEntry(to + place, packed[from[place]]) - (place + 1);
             store(to + (place + 1), load(from + (place + 1)));
@@ -216,16 +218,23 @@ ZELK_STAGE Progress putMostlyAscii(tables::ByteSet set, const unsigned char *in,
 ZELK_STAGE std::size_t putBlocks(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out) {
     std::size_t done = copyAscii(in, length, out);
     std::size_t written = done;
+    bool wasAscii = false;
     while (length - done >= blockBytes) {
         const Bytes text = load(in + done);
-        const std::uint64_t upper = signBits(text);
-        if (upper == 0) {
+        if (!anySignBit(text)) {
             store(out + written, text);
             written += blockBytes;
             done += blockBytes;
+            if (wasAscii) {
+                const std::size_t ascii = copyAscii(in + done, length - done, out + written);
+                done += ascii;
+                written += ascii;
+            }
+            wasAscii = !putsFewSingly && !wasAscii; // else putMostlyAscii() takes what follows
             continue;
         }
-        if (sparesNoCode && countOf(upper) <= fewCharacters && length - done >= 2 * blockBytes) {
+        wasAscii = false;
+        if (putsFewSingly && !hasMany(text) && length - done >= 2 * blockBytes) {
             const Progress some = putMostlyAscii(set, in + done, length - done, out + written);
             done += some.read;
             written += some.written;

@@ -215,6 +215,10 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 // Whether tables of 128 bytes are faster by shuffles than by loads.
 inline constexpr bool hasFastTables = true;
 
+// Whether the few other characters of a block of ASCII are put one by one: where a number of their places is cheap, and
+// the code worth its size.
+inline constexpr bool putsFewSingly = true;
+
 // Whether code that only saves time is worth its size: a module for the web is fetched by its users.
 inline constexpr bool sparesNoCode = true;
 
