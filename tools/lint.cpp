@@ -78,7 +78,7 @@ KnownFaults readBaseline(const std::string &name) {
     LineReader lines(input);
     std::string line;
     while (lines.next(line)) {
-        if (line.empty() || line.front() == '#') {
+        if (line.find_first_not_of(" \t\r") == std::string::npos || line.front() == '#') {
             continue;
         }
         const std::size_t blank = std::min(line.find(' '), line.size());
@@ -86,7 +86,7 @@ KnownFaults readBaseline(const std::string &name) {
         if (findRule(rule) == nullptr) {
             failInput("{}: expected a rule and bytes, found '{}'", lines.place(), printable(line.substr(0, 40)));
         }
-        known.emplace(rule, line.substr(std::min(blank + 1, line.size())));
+        known.emplace(rule, hex(parseHex(line.substr(blank), lines.place())));
     }
     return known;
 }

@@ -2,6 +2,7 @@
 
 #include "broadcast.h"
 #include "facts.h"
+#include "failure.h"
 #include "signal_text.h"
 
 namespace zelk::tool {
@@ -31,6 +32,9 @@ void forEachBroadcastText(const std::string &file, const std::function<void(Lint
     while (reader.next()) {
     }
     found.finish();
+    if (found.counts().sections == 0) {
+        failInput("{}: expected service information, found {}", input.name(), reader.inventory().seen());
+    }
     // The rules are those of DVB text.
     const auto at = [&](const std::string &place, const ServiceKey *service = nullptr) {
         return [&use, &file, &input, place, service](const char *member, const std::string &language,

@@ -24,7 +24,8 @@ int digitValue(char character) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-// Words of digit pairs between blanks; a word may begin with 0x.
+} // namespace
+
 std::string parseHex(std::string_view text, const std::string &place) {
     std::string bytes;
     std::size_t at = 0;
@@ -48,8 +49,6 @@ std::string parseHex(std::string_view text, const std::string &place) {
     }
     return bytes;
 }
-
-} // namespace
 
 void addStringOptions(CLI::App &command, StringOptions &options) {
     command.add_option("strings", options.strings, "Strings as hexadecimal bytes, blanks and 0x allowed")

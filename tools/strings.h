@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zelk::tool {
@@ -15,6 +16,10 @@ struct StringOptions {
     std::vector<std::string> files;
     bool raw = false;
 };
+
+// The bytes of words of digit pairs between blanks; a word may begin with 0x. Throws Failure, with the place, for
+// others.
+std::string parseHex(std::string_view text, const std::string &place);
 
 // STRING..., --file, --raw
 void addStringOptions(CLI::App &command, StringOptions &options);

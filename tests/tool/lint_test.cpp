@@ -146,6 +146,10 @@ TEST(Lint, KnownFaultsAreNotTold) {
     EXPECT_EQ(rest, "control-trailing 41 8A\nselector-needless 05 41\n");
     EXPECT_EQ(run({"lint", "--baseline", baseline.path(), "41 8A", "05 41"}), success(""));
     EXPECT_EQ(run({"lint", "--baseline", baseline.path(), "41 8A", "42 8A"}).status, 1);
+    const File byHand("\r\ncontrol-trailing 418a\r\nselector-needless 0x0541\r\n"); // any form of hexadecimal
+    EXPECT_EQ(run({"lint", "--baseline", byHand.path(), "41 8A", "05 41"}), success(""));
+    const File broken("control-trailing 41 8\n");
+    EXPECT_EQ(run({"lint", "--baseline", broken.path(), "41"}).status, 2);
     const File wrong("no-rule 41\n");
     EXPECT_EQ(run({"lint", "--baseline", wrong.path(), "41"}).status, 2);
     EXPECT_EQ(run({"lint", "--baseline", "/no/such/file", "41"}).status, 3);

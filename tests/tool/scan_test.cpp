@@ -154,6 +154,11 @@ TEST(Scan, SaysWhatThereIsWhereNothingIsFound) {
     EXPECT_EQ(result, (Result{1, "",
                               "zelk scan: standard input: found no service information; seen: PID 0x0000: PAT; 1 PID "
                               "without tables; missing: NIT, BAT, SDT, EIT\n"}));
+    // Nothing that could be wrong is not the same as nothing wrong.
+    EXPECT_EQ(run({"lint", "--stream", "-"}, programmes + video),
+              failure(2,
+                      "zelk lint: standard input: expected service information, found PID 0x0000: PAT; 1 PID without "
+                      "tables"));
 }
 
 TEST(Scan, RefusesWhatIsNoTransportStream) {
