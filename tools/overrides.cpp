@@ -32,6 +32,15 @@ std::string contentOf(const std::string &file) {
     return content;
 }
 
+// The line of a fault. Of a date that does not exist the parser knows the text alone.
+std::size_t lineOf(const toml::source_location &fault, const std::string &content) {
+    const bool apart = fault.line() == 1 && !content.starts_with(fault.line_str());
+    const std::size_t at = apart ? content.find(fault.line_str()) : std::string::npos;
+    return at == std::string::npos
+               ? fault.line()
+               : 1 + static_cast<std::size_t>(std::count(content.data(), content.data() + at, '\n'));
+}
+
 // The directories that a variable of the XDG Base Directory Specification names, the most important first; relative
 // ones count for nothing.
 std::vector<std::string> directoriesOf(const char *variable, const std::string &otherwise) {
@@ -190,12 +199,13 @@ void Overrides::read(OverrideLayer layer) {
 
 void Overrides::readEntries(const OverrideLayer &layer) {
     const std::string &file = layer.file;
-    std::istringstream content(contentOf(file));
+    const std::string content = contentOf(file);
     std::optional<toml::value> document;
     try {
-        document = toml::parse(content, file);
+        std::istringstream stream(content);
+        document = toml::parse(stream, file);
     } catch (const toml::exception &error) {
-        problems_.push_back(fmt::format("{}:{}: expected TOML", file, error.location().line()));
+        problems_.push_back(fmt::format("{}:{}: expected TOML", file, lineOf(error.location(), content)));
         return;
     }
     const toml::value &root = *document;

@@ -301,6 +301,7 @@ TEST(Overrides, AreChecked) {
         {"", ":1: expected 'version = 1'"},
         {"version = 2\n", ":1: expected 'version = 1'"},
         {"version = 1\n[[override]\n", ":2: expected TOML"},
+        {"version = 1\n[[override]]\ndate = 2026-02-30\n", ":3: expected TOML"},
         {"version = 1\nfoo = 2\n", ":2: expected [[override]], found 'foo'"},
         {"version = 1\n[[override]]\nnetwork = 70000\n", ":3: expected a number from 0 to 65535"},
         {"version = 1\n[[override]]\ncountry = \"fr\"\n", "expected a country as in ISO 3166"},
