@@ -4,6 +4,10 @@
 
 namespace zelk::tool {
 
+std::string textOfLine(std::string_view line) {
+    return std::string(line.substr(0, line.size() - (line.ends_with('\r') ? 1 : 0)));
+}
+
 std::string encodeDvb(const zelkInsightEncodeSettings &settings, const std::string &text, zelkInsightEncoded &encoded) {
     constexpr std::size_t mostSelectorBytes = 3;
     std::string string(4 * text.size() + mostSelectorBytes + 1, '\0');
@@ -21,9 +25,9 @@ Converter toDvb(dvbCharSet_t region, bool strict, const std::string &name, std::
             if (end == std::string_view::npos && !last) {
                 break;
             }
-            const std::string line(in.substr(done, end == std::string_view::npos ? end : end - done));
+            const std::string_view line = in.substr(done, end == std::string_view::npos ? end : end - done);
             zelkInsightEncoded encoded{};
-            out += encodeDvb(settings, line, encoded);
+            out += encodeDvb(settings, textOfLine(line), encoded);
             ++number;
             if (strict && encoded.unsaid != 0) {
                 failInput("{}:{}: expected a character that DVB text can say, found one that it cannot at byte {}",

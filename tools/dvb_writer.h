@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace zelk::tool {
 
@@ -14,6 +15,9 @@ namespace zelk::tool {
 // compressed text may hold any byte, and 0x0A is the selector of ISO 8859-14.
 inline constexpr unsigned int lineForms =
     ZelkInsightFormsStandard & ~(static_cast<unsigned int>(ZelkInsightFormTwoByte) | 1U << 14U);
+
+// A line that ends with CR LF is the text before both.
+std::string textOfLine(std::string_view line);
 
 // The whole text in one string.
 std::string encodeDvb(const zelkInsightEncodeSettings &settings, const std::string &text, zelkInsightEncoded &encoded);

@@ -106,7 +106,7 @@ std::size_t encode(const EncodeOptions &options, const std::string &text) {
 
 ExitStatus run(const EncodeOptions &options) {
     std::size_t unsaid = 0;
-    forEachString(options.texts, [&](const std::string &text) { unsaid += encode(options, text); });
+    forEachString(options.texts, [&](const std::string &text) { unsaid += encode(options, textOfLine(text)); });
     flushOutput();
     reportUnsaid("encode", unsaid);
     return unsaid == 0 ? ExitOk : ExitNegative;

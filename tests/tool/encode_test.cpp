@@ -15,6 +15,12 @@ TEST(Encode, WritesTheShortestString) {
     EXPECT_EQ(run({"encode", "--compress", "The News"}).out.substr(0, 4), "1F 0");
 }
 
+// A list from another system ends its lines with CR LF.
+TEST(Encode, TakesLinesOfBothKinds) {
+    EXPECT_EQ(run({"encode"}, "News\r\nCaf\xC3\xA9\r\n\r\n"), success("4E 65 77 73\n43 61 66 C2 65\n\n"));
+    EXPECT_EQ(run({"convert", "-f", "utf8", "-t", "dvb"}, "News\r\n"), success("News\n"));
+}
+
 TEST(Encode, KeepsTheLimit) {
     EXPECT_EQ(run({"encode", "--limit", "4", "Caf\xC3\xA9"}), success("43 61 66\n"));
     EXPECT_EQ(run({"encode", "--limit", "4", "--pieces", "Caf\xC3\xA9"}), success("43 61 66\nC2 65\n"));
