@@ -58,12 +58,12 @@ Lanes onesOf(Signed holds) {
 constexpr std::size_t blockSize = sizeof(Lanes);
 constexpr std::size_t mostBlocks = 255; // that a lane of eight bits can count
 
-// What is left of a text of `total` bytes after whole blocks, `count` bytes at `at`, filled up.
-Lanes lastBlock(const unsigned char *at, std::size_t count, std::size_t total, unsigned char filler) {
+// What is left of a text of `total` bytes after whole blocks, `left` bytes at `at`, filled up.
+Lanes lastBlock(const unsigned char *at, std::size_t left, std::size_t total, unsigned char filler) {
     Lanes block;
     if (compact || total < blockSize) {
         std::memset(&block, filler, sizeof block);
-        std::memcpy(&block, at, count);
+        std::memcpy(&block, at, left);
         return block;
     }
     static constexpr auto steps = []() { // bytes that are taken, after as many that are not
@@ -72,8 +72,8 @@ Lanes lastBlock(const unsigned char *at, std::size_t count, std::size_t total, u
         return bytes;
     }();
     Lanes taken;
-    std::memcpy(&taken, steps.data() + count, sizeof taken);
-    std::memcpy(&block, at + count - blockSize, sizeof block);
+    std::memcpy(&taken, steps.data() + left, sizeof taken);
+    std::memcpy(&block, at + left - blockSize, sizeof block);
     return (block & taken) | (filler & ~taken);
 }
 
