@@ -225,6 +225,121 @@ TEST(InsightGuess, IsTheModels) {
     }
 }
 
+// Characters at the limits of what a guess tells apart: controls, each sign, the first letters after a script.
+TEST(InsightGuess, IsTheModelsAtLimits) {
+    const std::string texts[] = {
+        converted("Un élève {a} @ [b] `c`", "ISO-8859-1"),
+        converted("Ein\tGruß\naus Köln\n", "ISO-8859-1"),
+        "Ein Gru\xDF\x01 aus\x1F K\xF6ln\x7F",
+        "Le fran\xE7"
+        "ais\x0A\x0A\x0A",
+        "a\xC9\x8F b\xC9\x90 c\xC9\x91o",
+        "R\xC3\xA9 \xEF\xBF\xBD r\xC3\xA9 \xEF\xBF\xBE r\xC3\xA9 \xEF\xBF\xBF",
+        "R\xC3\xA9 \xC4\x80 \xC3\xBF \xC4\x81",
+    };
+    for (const std::string &text : texts) {
+        for (const Announcement &announcement : announcements) {
+            expectTheModels(text, announcement, {nullptr, {}});
+        }
+    }
+    for (unsigned int byte = 0x80; byte < 0x100; ++byte) {
+        const auto sign = static_cast<char>(byte);
+        for (const std::string &text :
+             {std::string{'L', 'a', ' ', sign, ' ', 'm', '\xE9'}, std::string{sign, 'a', sign, 'o', ' ', '5', sign}}) {
+            expectTheModels(text, announcements[0], {nullptr, {}});
+        }
+    }
+    // A look ends after 512 bytes: what it cuts off is no fault, what is wrong before that is one.
+    for (const char *const last : {"\xFF", "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xF0\x9F\x98\x80"}) {
+        for (std::size_t before = 507; before <= 512; ++before) {
+            std::string text = before % 2 == 0 ? "" : "a";
+            while (text.size() < before) {
+                text += "\xC3\xA9";
+            }
+            text += last;
+            expectTheModels(text + "aaaa", announcements[0], {nullptr, {}});
+        }
+    }
+}
+
+// Each country (ISO 3166) with the languages of its broadcasts (ISO 639-2/B).
+TEST(InsightGuess, KnowsTheLanguagesOfCountries) {
+    const Hint countries[] = {
+        {"AD", {"cat", "spa", "fre"}},
+        {"AE", {"ara"}},
+        {"AL", {"alb"}},
+        {"AT", {"ger"}},
+        {"AU", {"eng"}},
+        {"BA", {"hrv", "srp"}},
+        {"BE", {"dut", "fre", "ger"}},
+        {"BG", {"bul"}},
+        {"BR", {"por"}},
+        {"BY", {"bel", "rus"}},
+        {"CH", {"ger", "fre", "ita"}},
+        {"CY", {"gre", "tur"}},
+        {"CZ", {"cze"}},
+        {"DE", {"ger"}},
+        {"DK", {"dan"}},
+        {"DZ", {"ara", "fre"}},
+        {"EE", {"est", "rus"}},
+        {"EG", {"ara"}},
+        {"ES", {"spa", "cat", "glg"}},
+        {"FI", {"fin", "swe"}},
+        {"FR", {"fre"}},
+        {"GB", {"eng"}},
+        {"GR", {"gre"}},
+        {"HR", {"hrv"}},
+        {"HU", {"hun"}},
+        {"IE", {"eng", "gle"}},
+        {"IL", {"heb", "ara"}},
+        {"IS", {"ice"}},
+        {"IT", {"ita", "ger"}},
+        {"LI", {"ger"}},
+        {"LT", {"lit"}},
+        {"LU", {"fre", "ger"}},
+        {"LV", {"lav", "rus"}},
+        {"MA", {"ara", "fre"}},
+        {"MD", {"rum", "rus"}},
+        {"ME", {"srp"}},
+        {"MK", {"mac", "alb"}},
+        {"NL", {"dut"}},
+        {"NO", {"nor"}},
+        {"NZ", {"eng"}},
+        {"PL", {"pol"}},
+        {"PT", {"por"}},
+        {"RO", {"rum", "hun"}},
+        {"RS", {"srp"}},
+        {"RU", {"rus"}},
+        {"SA", {"ara"}},
+        {"SE", {"swe"}},
+        {"SI", {"slv"}},
+        {"SK", {"slo", "hun"}},
+        {"TH", {"tha"}},
+        {"TN", {"ara", "fre"}},
+        {"TR", {"tur"}},
+        {"UA", {"ukr", "rus"}},
+        {"XK", {"alb", "srp"}},
+    };
+    for (const Hint &country : countries) {
+        for (const char *const text : {"\xE9l\xE8", "\xD5\xE1 \xB9\xE6"}) {
+            expectTheModels(text, announcements[0], country);
+        }
+    }
+}
+
+// Of all guesses as many as there is room for.
+TEST(InsightGuess, LeavesWhatIsAfterTheRoom) {
+    const std::string text = "R\xE9"
+                             "alis\xE9 par";
+    for (unsigned int room = 1; room < 4; ++room) {
+        zelkInsightGuess guesses[5] = {};
+        ASSERT_GT(zelkInsightGuessTables(nullptr, text.data(), static_cast<int>(text.size()), nullptr, guesses, room),
+                  4U);
+        EXPECT_STRNE(guesses[room - 1].language, "");
+        EXPECT_STREQ(guesses[room].language, "") << room;
+    }
+}
+
 // Any bytes of any length: no guess goes astray, and confidences are shares.
 TEST(InsightGuess, TakesAnyBytes) {
     Random random(11);
