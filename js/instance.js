@@ -48,7 +48,7 @@ const guessBytes = 16;
 const mostGuesses = 32;
 const encodedWords = 8;
 
-const stringsInChunk = 1 << 14;
+const stringsInChunk = 1 << 13;
 const bytesInChunk = 1 << 20;
 const blockBytes = 16; // what batches read and write beyond
 const mostInput = 0x2000000; // so that every size stays a number of 31 bits
@@ -236,6 +236,7 @@ export class Zelk {
     if (!(bytes instanceof Uint8Array) || !(ends instanceof Uint32Array)) {
       throw new TypeError('packed strings are a Uint8Array and a Uint32Array of where they end');
     }
+    const { length } = bytes;
     let from = 0;
     let begin = 0;
     let least = 0; // the room that the string at `from` asks for
@@ -243,9 +244,12 @@ export class Zelk {
       let count = 0;
       const most = Math.min(stringsInChunk, ends.length - from);
       let last = begin;
-      while (count < most && (count === 0 || ends[from + count] - begin <= bytesInChunk)) {
+      while (count < most) {
         const end = ends[from + count];
-        if (end < last || end > bytes.length || end - last > mostInput) {
+        if (end - begin > bytesInChunk && count !== 0) {
+          break;
+        }
+        if (end < last || end > length || end - last > mostInput) {
           throw new RangeError(`string ${from + count} ends at ${end}`);
         }
         last = end;
