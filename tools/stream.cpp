@@ -1,7 +1,7 @@
 #include "stream.h"
 
 #include "failure.h"
-#include "text.h"
+#include "unicode.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -34,7 +34,7 @@ extern "C" void noteSignal(int /*signal*/) {
 } // namespace
 
 void write(std::string_view bytes) {
-    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) {
+    if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) {
         failOutput();
     }
 }
@@ -58,7 +58,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::write(std::string_view bytes) {
-    if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) {
+    if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) {
         failSystem(name_, errno);
     }
 }

@@ -17,37 +17,6 @@ namespace zelk::tool {
 
 namespace {
 
-bool isShown(utf8proc_int32_t codePoint) {
-    switch (utf8proc_category(codePoint)) {
-    case UTF8PROC_CATEGORY_CC:
-    case UTF8PROC_CATEGORY_CF:
-    case UTF8PROC_CATEGORY_CS:
-    case UTF8PROC_CATEGORY_ZL:
-    case UTF8PROC_CATEGORY_ZP:
-        return false;
-    default:
-        return true;
-    }
-}
-
-std::string escaped(std::string_view text, bool backslashes) {
-    std::string result;
-    forEachCharacter(text, [&](utf8proc_int32_t codePoint, std::string_view bytes) {
-        if (codePoint < 0) {
-            fmt::format_to(std::back_inserter(result), "\\x{:02X}", static_cast<unsigned char>(bytes.front()));
-        } else if (codePoint == '\n') {
-            result += "\\n";
-        } else if (codePoint == '\\' && backslashes) {
-            result += "\\\\";
-        } else if (!isShown(codePoint)) {
-            fmt::format_to(std::back_inserter(result), "\\u{:04X}", codePoint);
-        } else {
-            result += bytes;
-        }
-    });
-    return result;
-}
-
 constexpr std::size_t gap = 2; // between columns
 
 // Takes columns one by one from the widest of some, while they are too many and the widest has more than `least`.
@@ -118,14 +87,6 @@ std::string fitted(std::string_view text, std::size_t width) {
 std::size_t terminalWidth() {
     winsize size = {};
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
-}
-
-std::string printable(std::string_view text) {
-    return escaped(text, true);
-}
-
-std::string onOneLine(std::string_view text) {
-    return escaped(text, false);
 }
 
 void addColourOption(CLI::App &command, Colour &colour) {

@@ -35,13 +35,6 @@ std::string fitted(std::string_view text, std::size_t width);
 // Columns of the terminal that standard output is; 0 where it is none.
 std::size_t terminalWidth();
 
-// Text that is safe on a terminal and stays in its line: controls, format characters and malformed bytes are written
-// as escapes (\n, \u0085, \xE9), a backslash as two.
-std::string printable(std::string_view text);
-
-// The same without the second backslash, for names and messages.
-std::string onOneLine(std::string_view text);
-
 enum class Colour { Auto, Always, Never };
 
 // --color auto|always|never

@@ -3,8 +3,45 @@
 #include "zelk.h"
 
 #include <algorithm>
+#include <fmt/format.h>
+#include <iterator>
 
 namespace zelk::tool {
+
+namespace {
+
+bool isShown(utf8proc_int32_t codePoint) {
+    switch (utf8proc_category(codePoint)) {
+    case UTF8PROC_CATEGORY_CC:
+    case UTF8PROC_CATEGORY_CF:
+    case UTF8PROC_CATEGORY_CS:
+    case UTF8PROC_CATEGORY_ZL:
+    case UTF8PROC_CATEGORY_ZP:
+        return false;
+    default:
+        return true;
+    }
+}
+
+std::string escaped(std::string_view text, bool backslashes) {
+    std::string result;
+    forEachCharacter(text, [&](utf8proc_int32_t codePoint, std::string_view bytes) {
+        if (codePoint < 0) {
+            fmt::format_to(std::back_inserter(result), "\\x{:02X}", static_cast<unsigned char>(bytes.front()));
+        } else if (codePoint == '\n') {
+            result += "\\n";
+        } else if (codePoint == '\\' && backslashes) {
+            result += "\\\\";
+        } else if (!isShown(codePoint)) {
+            fmt::format_to(std::back_inserter(result), "\\u{:04X}", codePoint);
+        } else {
+            result += bytes;
+        }
+    });
+    return result;
+}
+
+} // namespace
 
 std::string utf8(unsigned short character) {
     unsigned char bytes[4];
@@ -59,6 +96,14 @@ std::size_t replaceInvalid(std::string &text) {
     });
     text = std::move(result);
     return count;
+}
+
+std::string printable(std::string_view text) {
+    return escaped(text, true);
+}
+
+std::string onOneLine(std::string_view text) {
+    return escaped(text, false);
 }
 
 } // namespace zelk::tool

@@ -1,4 +1,4 @@
-// UTF-8 beside UCS-2, and made valid.
+// UTF-8 beside UCS-2, made valid, and made printable.
 #pragma once
 
 #include <cstddef>
@@ -33,5 +33,12 @@ std::vector<unsigned short> units(const std::string &text);
 // Makes text valid UTF-8: one U+FFFD for each byte that begins no character, and for each surrogate. Returns how many
 // U+FFFD it holds then.
 std::size_t replaceInvalid(std::string &text);
+
+// Text that is safe on a terminal and stays in its line: controls, format characters and malformed bytes are written
+// as escapes (\n, \u0085, \xE9), a backslash as two.
+std::string printable(std::string_view text);
+
+// The same without the second backslash, for names and messages.
+std::string onOneLine(std::string_view text);
 
 } // namespace zelk::tool
