@@ -230,7 +230,7 @@ ZELK_STAGE std::size_t putBlocks(tables::ByteSet set, const unsigned char *in, s
                 done += ascii;
                 written += ascii;
             }
-            wasAscii = !putsFewSingly && !wasAscii; // else putMostlyAscii() takes what follows
+            wasAscii = sparesNoCode && !putsFewSingly && !wasAscii; // else putMostlyAscii() takes what follows
             continue;
         }
         wasAscii = false;
