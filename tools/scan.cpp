@@ -137,7 +137,8 @@ ExitStatus runScan(const ScanOptions &options) {
     if (live) {
         found.watch([&writer](const Announcement &said) { writer.take(said); });
     } else if (filter.limit() != 0) {
-        found.watch([&](const Announcement &said) { chosen += said.isNew && filter.passes(said.kind, said.key); });
+        found.watch(
+            [&](const Announcement &said) { chosen += said.isNew && filter.passes(said.kind, said.key) ? 1 : 0; });
     }
     BroadcastReader reader(input, found);
     reader.open();

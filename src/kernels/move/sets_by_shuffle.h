@@ -230,7 +230,9 @@ ZELK_STAGE std::size_t putBlocks(tables::ByteSet set, const unsigned char *in, s
                 done += ascii;
                 written += ascii;
             }
-            wasAscii = sparesNoCode && !putsFewSingly && !wasAscii; // else putMostlyAscii() takes what follows
+            if constexpr (!putsFewSingly) { // else putMostlyAscii() takes what follows
+                wasAscii = sparesNoCode && !wasAscii;
+            }
             continue;
         }
         wasAscii = false;
