@@ -269,8 +269,8 @@ bool copyTwoByteBlocks(char *out, const unsigned char *bytes) {
 
 bool copyTwoByteAsciiPortable(char *out, const unsigned char *bytes, std::size_t count) {
     constexpr std::size_t characters = blockSize;
-    const auto copied = [=]<std::size_t Count>(std::integral_constant<std::size_t, Count>, std::size_t at) {
-        return copyTwoByteBlocks<Count>(out + at, bytes + 2 * at);
+    const auto copied = [=](auto size, std::size_t at) {
+        return copyTwoByteBlocks<decltype(size)::value>(out + at, bytes + 2 * at);
     };
     constexpr std::integral_constant<std::size_t, characters / 2> half;
     constexpr std::integral_constant<std::size_t, characters> one;
