@@ -303,7 +303,8 @@ typedef struct zelkInsightOrigin {
  * country) and some that say how to read that (`r=` the regional setting, `d=` the default code, by their numbers, `i`
  * ignores the selector). An entry counts where all that it says of the broadcast holds. Of those the narrowest is
  * taken: service before stream, network, language and country; of two alike the later one. Lines that begin with # and
- * entries with other words are passed over. `zelk overrides compact` writes this form.
+ * entries with other words are passed over. `zelk overrides compact` writes this form, with a line for each code where
+ * ISO 639-2 has two for a language.
  *
  * @param overrides the text; null for none
  * @param length    its bytes; negative: up to the zero byte

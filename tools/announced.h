@@ -42,7 +42,7 @@ struct ServiceKey {
 struct EventKey {
     ServiceKey service;
     std::uint16_t event = 0;
-    std::string language; // ISO 639-2, three bytes as broadcast; empty for an event without a text
+    std::string language; // ISO 639-2, three bytes, no capitals; empty for an event without a text
 
     auto operator<=>(const EventKey &other) const = default; // NOLINT(modernize-use-nullptr)
 };

@@ -14,7 +14,7 @@ constexpr Seconds gpsEpoch = 315'964'800; // 1980-01-06
 std::vector<LanguageText> readStrings(Cursor &rest) {
     std::vector<LanguageText> strings(rest.empty() ? 0 : rest.byte());
     for (LanguageText &text : strings) {
-        text.language = rest.string(3);
+        text.language = rest.language();
         for (unsigned int segments = rest.byte(); segments != 0 && rest.good(); --segments) {
             const std::string head = rest.string(3); // compression, mode, bytes
             text.segments += head;

@@ -44,6 +44,16 @@ public:
         return {taken.begin(), taken.end()};
     }
 
+    // A code of ISO 639-2, in small letters. Some broadcasts have capitals.
+    std::string language() {
+        std::string code = string(3);
+        for (char &letter : code) {
+            const bool capital = letter >= 'A' && letter <= 'Z';
+            letter = capital ? static_cast<char>(letter - 'A' + 'a') : letter;
+        }
+        return code;
+    }
+
     // Stretches after their own length: a byte, or twelve bits after four of other use.
     std::string shortString() { return string(byte()); }
     Bytes loop() { return take(word() & 0x0FFFU); }

@@ -53,15 +53,6 @@ int offsetMinutes(Cursor &from, bool west) {
     return (west ? -1 : 1) * (hours * 60 + minutes);
 }
 
-std::string languageOf(Cursor &from) {
-    std::string language = from.string(3);
-    for (char &letter : language) {
-        const bool capital = letter >= 'A' && letter <= 'Z';
-        letter = capital ? static_cast<char>(letter - 'A' + 'a') : letter;
-    }
-    return language;
-}
-
 // ---- Networks and bouquets ----
 
 Stream readStream(Origin origin, Bytes descriptors, SectionRecords &records) {
@@ -165,7 +156,7 @@ void readServices(const Section &section, SectionRecords &records) {
 // The texts of an event in one language.
 bool readExtendedEvent(Cursor rest, std::map<std::string, Event> &languages) {
     const auto number = static_cast<std::uint8_t>(rest.byte() >> 4U);
-    const std::string language = languageOf(rest);
+    const std::string language = rest.language();
     Cursor items(rest.take(rest.byte()));
     ExtendedPiece piece;
     while (!items.empty() && items.good()) {
@@ -181,7 +172,7 @@ bool readExtendedEvent(Cursor rest, std::map<std::string, Event> &languages) {
 }
 
 bool readShortEvent(Cursor rest, std::map<std::string, Event> &languages) {
-    const std::string language = languageOf(rest);
+    const std::string language = rest.language();
     std::string name = rest.shortString();
     std::string text = rest.shortString();
     if (!rest.good()) {
@@ -206,7 +197,7 @@ bool readEventDescriptor(std::uint8_t tag, Cursor rest, Event &event, std::map<s
         component.content = static_cast<std::uint8_t>(kind & 0x0FU);
         component.type = rest.byte();
         component.tag = rest.byte();
-        component.language = languageOf(rest);
+        component.language = rest.language();
         component.text = rest.string(rest.size());
         if (rest.good()) {
             event.components.push_back(std::move(component));

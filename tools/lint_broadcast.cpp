@@ -5,21 +5,17 @@
 #include "failure.h"
 #include "signal_text.h"
 
+#include <algorithm>
+
 namespace zelk::tool {
 
 namespace {
 
-// In small letters; empty where the bytes are none of a code.
+// Empty where the bytes are none of a code.
 std::string languageOf(const std::string &code) {
-    std::string language;
-    for (const char letter : code) {
-        const auto small = static_cast<char>(letter | 0x20);
-        if (small < 'a' || small > 'z') {
-            return {};
-        }
-        language.push_back(small);
-    }
-    return language;
+    const bool letters =
+        std::all_of(code.begin(), code.end(), [](char letter) { return letter >= 'a' && letter <= 'z'; });
+    return letters ? code : std::string();
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "stream.h"
 #include "text.h"
+#include "words.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -78,23 +79,31 @@ bool isCode(const std::string &value, std::size_t length, char first, char last)
            });
 }
 
-// One entry on its way to a line of the compact form.
+// One entry on its way to lines of the compact form.
 class EntryReader {
 public:
     EntryReader(std::string file, std::vector<std::string> &problems) : file_(std::move(file)), problems_(problems) {}
 
-    // Empty where anything is wrong.
-    std::string line(const toml::value &entry) {
+    // None where anything is wrong.
+    std::vector<std::string> lines(const toml::value &entry) {
         const std::size_t before = problems_.size();
         for (const auto &[key, value] : entry.as_table()) {
             read(key, value);
         }
-        expect(!where_.empty(), entry, "a network, stream, service, language or country");
+        expect(!where_.empty() || !languages_.front().empty(), entry,
+               "a network, stream, service, language or country");
         expect(hasHow_, entry, "a region, default-code or ignore-selector");
         expect(hasSource_, entry, "a source");
         expect(hasDate_, entry, "a date");
-        const std::string words = where_ + how_;
-        return problems_.size() == before ? words.substr(0, words.size() - 1) : std::string();
+        if (problems_.size() != before) {
+            return {};
+        }
+        std::vector<std::string> lines;
+        for (const std::string &language : languages_) {
+            const std::string words = language + where_ + how_;
+            lines.push_back(words.substr(0, words.size() - 1));
+        }
+        return lines;
     }
 
 private:
@@ -112,12 +121,20 @@ private:
         }
     }
 
-    void readCode(const char *word, const toml::value &value, std::size_t length, char first, const char *what) {
+    // Empty where it is none.
+    std::string codeIn(const toml::value &value, std::size_t length, char first, const char *what) {
         const bool good =
             value.is_string() && isCode(value.as_string().str, length, first, static_cast<char>(first + 25));
         expect(good, value, what);
-        if (good) {
-            where_ += fmt::format("{}={} ", word, value.as_string().str);
+        return good ? value.as_string().str : std::string();
+    }
+
+    void readLanguage(const toml::value &value) {
+        const std::string code = codeIn(value, 3, 'a', "a language as in ISO 639-2, such as \"fre\"");
+        const std::string other = otherLanguageCode(code);
+        languages_ = {"l=" + code + ' '};
+        if (!other.empty()) {
+            languages_.push_back("l=" + other + ' ');
         }
     }
 
@@ -144,9 +161,9 @@ private:
         if (key == "network" || key == "stream" || key == "service") {
             readNumber(key == "network" ? "n" : key == "stream" ? "t" : "s", value);
         } else if (key == "language") {
-            readCode("l", value, 3, 'a', "a language as in ISO 639-2, such as \"fre\"");
+            readLanguage(value);
         } else if (key == "country") {
-            readCode("c", value, 2, 'A', "a country as in ISO 3166, such as \"FR\"");
+            where_ += "c=" + codeIn(value, 2, 'A', "a country as in ISO 3166, such as \"FR\"") + ' ';
         } else if (key == "region" || key == "default-code" || key == "ignore-selector") {
             readHow(key, value);
         } else if (key == "source") {
@@ -160,6 +177,7 @@ private:
 
     std::string file_;
     std::vector<std::string> &problems_;
+    std::vector<std::string> languages_ = {""}; // a word for each code, after which the others are the same
     std::string where_;
     std::string how_;
     bool hasHow_ = false; // "ignore-selector = false" alone takes back what an earlier layer says
@@ -229,9 +247,12 @@ void Overrides::readEntries(const OverrideLayer &layer) {
             problems_.push_back(fmt::format("{}:{}: expected [[override]]", file, entry.location().line()));
             continue;
         }
-        const std::string line = EntryReader(file, problems_).line(entry);
-        if (!line.empty()) {
+        const std::vector<std::string> lines = EntryReader(file, problems_).lines(entry);
+        for (const std::string &line : lines) {
             compact_ += line + '\n';
+            entriesOfLines_.push_back(entries_.size());
+        }
+        if (!lines.empty()) {
             entries_.push_back(
                 {layer.name, file, entry.location().line(), entry.at("source").as_string().str, dateOf(entry)});
         }
@@ -240,7 +261,7 @@ void Overrides::readEntries(const OverrideLayer &layer) {
 
 const OverrideEntry &Overrides::entryOf(unsigned int line) const {
     constexpr unsigned int firstEntry = 2;
-    return entries_.at(line - firstEntry);
+    return entries_.at(entriesOfLines_.at(line - firstEntry));
 }
 
 } // namespace zelk::tool

@@ -47,7 +47,7 @@ public:
 
     std::size_t count() const { return entries_.size(); }
 
-    // The text for zelkInsightFindOverride().
+    // The text for zelkInsightFindOverride(), which knows one code of a language: an entry for one of two is two lines.
     const std::string &compact() const { return compact_; }
 
     // The entry that stands on a line of the compact form.
@@ -59,6 +59,7 @@ private:
 
     std::string compact_ = "zelk-overrides 1\n";
     std::vector<OverrideEntry> entries_;
+    std::vector<std::size_t> entriesOfLines_;
     std::vector<OverrideLayer> layers_;
     std::vector<std::string> problems_;
 };

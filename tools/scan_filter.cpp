@@ -153,8 +153,8 @@ bool Filter::passes(const EventKey &key, const Event &event) const {
             return false;
         }
     }
-    const auto spoken = [language = oneLanguageCode(key.language)](const std::string &wanted) {
-        return oneLanguageCode(wanted) == language;
+    const auto spoken = [&language = key.language, other = otherLanguageCode(key.language)](const std::string &wanted) {
+        return wanted == language || wanted == other;
     };
     return (options_.languages.empty() || std::any_of(options_.languages.begin(), options_.languages.end(), spoken)) &&
            (options_.genres.empty() || hasGenre(key.service.system, event)) && passes(key.service);

@@ -128,13 +128,16 @@ std::string componentName(const Component &component) {
     return *name != 0 ? name : fmt::format("stream content {:x}", component.content);
 }
 
-std::string oneLanguageCode(const std::string &code) {
+std::string otherLanguageCode(const std::string &code) {
     for (const auto &[terminology, bibliographic] : languagesOfTwoCodes) {
         if (code == terminology) {
             return bibliographic;
         }
+        if (code == bibliographic) {
+            return terminology;
+        }
     }
-    return code;
+    return {};
 }
 
 } // namespace zelk::tool

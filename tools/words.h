@@ -16,7 +16,8 @@ std::string runningStatusName(std::uint8_t status);
 // "H.264 video", "MPEG-1 layer 2 audio"; EN 300 468, table 26.
 std::string componentName(const Component &component);
 
-// Of the two codes that ISO 639-2 has for some languages, such as deu and ger, the bibliographic one; else the code.
-std::string oneLanguageCode(const std::string &code);
+// The other one of the two codes that ISO 639-2 has for some languages, such as deu and ger, both in small letters;
+// else an empty text.
+std::string otherLanguageCode(const std::string &code);
 
 } // namespace zelk::tool

@@ -396,6 +396,19 @@ TEST(Announced, CompressedUnicodeOfAnotherEncoder) {
     }
 }
 
+// Some broadcasts have capitals in their codes of languages.
+TEST(Announced, LanguagesOfAtscAreInSmallLetters) {
+    const std::string title = bytes("01") + "FRA" + bytes("01") + segment(0, 0, "Nom");
+    const std::string table = section({0xCB, 17}, bytes("00 01") + bigEndian(0xC004U, 2) + bigEndian(gpsMorning, 4) +
+                                                      bytes("D0 07 08") + counted(title) + loop({}));
+    const std::string input = streamOf({{0x1FFB, guide()}, {0x1D00, table}});
+    for (const char *const code : {"fra", "fre"}) {
+        const json found = scan({"--language", code}, input)["events"];
+        ASSERT_EQ(found.size(), 1U) << code;
+        EXPECT_EQ(found[0]["language"], "fra");
+    }
+}
+
 TEST(Announced, FollowTellsAMessageThatChanges) {
     const auto later = [](const std::string &text) {
         return std::pair(0x1E00U,
@@ -433,7 +446,7 @@ TEST(Announced, FiltersChooseEvents) {
     EXPECT_EQ(events({"--next"}), (Names{"Apres"}));
     EXPECT_EQ(events({"--now", "--next", "--language", "FRA"}), (Names{"Nom", "Apres"}));
     EXPECT_EQ(events({"--language", "deu", "--language", "eng"}), (Names{"Name"}));
-    EXPECT_EQ(events({"--language", "ger"}), (Names{"Name"})); // the other code of the language
+    EXPECT_EQ(events({"--language", "GER"}), (Names{"Name"})); // the other code of the language
     EXPECT_EQ(events({"--genre", "comedy"}), (Names{"Name", "Nom"}));
     EXPECT_EQ(events({"--genre", "0x10"}), (Names{"Name", "Nom"}));
     EXPECT_EQ(events({"--genre", "0x11"}), Names{});

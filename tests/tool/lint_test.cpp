@@ -1,4 +1,5 @@
 // zelk lint: rules over strings, every form of its output, known faults, exit statuses.
+#include "tool/languages.h"
 #include "tool/run.h"
 
 #include <gtest/gtest.h>
@@ -108,6 +109,28 @@ TEST(Lint, TellsOfFaults) {
     EXPECT_EQ(rulesBroken({"--default-code", "iso8859-5", "BD DE D2 DE E1 E2 D8"}), std::set<std::string>());
     EXPECT_EQ(run({"lint", "xyz"}).status, 2);
     EXPECT_EQ(run({"lint", "--ignore", "nothing", "41"}).status, 2);
+}
+
+// Whatever a language is needed for, either of its codes will do, in letters of any case.
+TEST(Lint, KnowsBothCodesOfALanguage) {
+    const std::vector<std::string> strings = {
+        "01 BD DE D2 DE E1 E2 D8",                                     // Cyrillic
+        "03 C5 E9 E4 DE F3 E5 E9 F2",                                  // Greek
+        "05 54 68 65 20 6E 65 77 73 20 6F 66 20 74 6F 6E 69 67 68 74", // Latin, as is what follows
+        "05 41 6E 64 20 6F 66 20 74 6F 6D 6F 72 72 6F 77 20 6D 6F 72 6E 69 6E 67 20 74 6F 6F",
+        "43 61 66 E9",
+        "50 F8 ED 62 EC 68"};
+    const std::set<std::string> unchecked = {"bur", "mao", "tib"};
+    for (const auto &[bibliographic, terminologic] : languagesOfTwoCodes) {
+        bool checked = false;
+        for (const std::string &string : strings) {
+            const std::string faults = run({"lint", "--language", bibliographic, string}).out;
+            EXPECT_EQ(run({"lint", "--language", terminologic, string}).out, faults) << terminologic << ' ' << string;
+            EXPECT_EQ(run({"lint", "--language", capitals(terminologic), string}).out, faults) << terminologic;
+            checked = checked || faults.find("language-script") != std::string::npos;
+        }
+        EXPECT_NE(checked, unchecked.contains(bibliographic)) << bibliographic;
+    }
 }
 
 TEST(Lint, ComparesTheStringsOfAnInput) {

@@ -1,4 +1,5 @@
 // Overrides and guesses: what a file says changes how strings are read, and what is wrong with a file is told.
+#include "tool/languages.h"
 #include "tool/run.h"
 
 #include <gtest/gtest.h>
@@ -117,6 +118,49 @@ TEST(OverrideLayers, ReplaceEntryByEntry) {
     // The user's entry for a country is wider than the system's for a language.
     layers.write(layers.user, entry("country = \"FR\"", "default-code = \"iso8859-2\"", "f"));
     EXPECT_EQ(layers.decode({"--country", "FR", "--language", "fre", "EA"}), success("ъ\n"));
+}
+
+// An entry for either code of a language is for both, as an entry of a later layer is.
+TEST(OverrideLayers, KnowBothCodesOfALanguage) {
+    const auto forLanguage = [](const std::string &code, const std::string &how) {
+        return entry("language = \"" + code + "\"", how, code);
+    };
+    const Layers layers;
+    for (const auto &[bibliographic, terminologic] : languagesOfTwoCodes) {
+        for (const auto &[mine, others] : {std::pair(bibliographic, terminologic), {terminologic, bibliographic}}) {
+            layers.write(layers.user, forLanguage(mine, "default-code = \"iso8859-1\""));
+            layers.write(layers.system, forLanguage(others, "default-code = \"iso8859-5\""));
+            for (const std::string &asked : {std::string(mine), std::string(others), capitals(others)}) {
+                EXPECT_EQ(layers.decode({"--language", asked, "E9"}), success("é\n")) << asked << " of " << mine;
+            }
+            EXPECT_EQ(layers.decode({"--language", "eng", "E9"}), success("Ø\n")) << mine;
+        }
+    }
+    // One entry of the file, a line for each code in what receivers hold.
+    layers.write(layers.system, forLanguage("eng", "ignore-selector = false"));
+    layers.write(layers.user, forLanguage("fra", "ignore-selector = true") +
+                                  entry("network = 1\nlanguage = \"deu\"", "region = \"iso8859-2\"", "b"));
+    const std::string state = checked(layers);
+    EXPECT_NE(state.find("overrides.toml: 2 entries\nentries: 3\n"), std::string::npos) << state;
+    EXPECT_EQ(run({"overrides", "compact"}, {}, layers.environment).out,
+              "zelk-overrides 1\nl=eng\nl=fra i\nl=fre i\nl=deu n=1 r=2\nl=ger n=1 r=2\n");
+}
+
+TEST(OverrideLayers, KnowBothCodesOfABroadcast) {
+    const Layers layers;
+    const std::string sample = ZELK_TOOL_SOURCES "/../samples/multiplex.ts"; // says "fre"
+    for (const std::string code : {"fra", "fre"}) {
+        layers.write(layers.user, entry("language = \"" + code + "\"", "default-code = \"iso8859-1\"", code));
+        const json found =
+            json::parse(run({"scan", "--json", "--evidence", "--language", "fra", sample}, {}, layers.environment).out);
+        std::size_t overridden = 0;
+        for (const json &event : found["events"]) {
+            for (const json &text : event["texts"]) {
+                overridden += text["reason"] == "override" && text["override"]["source"] == code ? 1 : 0;
+            }
+        }
+        EXPECT_NE(overridden, 0U) << code;
+    }
 }
 
 TEST(OverrideLayers, AreCheckedByTheirPaths) {
