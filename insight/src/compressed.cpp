@@ -4,6 +4,7 @@
 // the data files that the receiver's library is built from, as a tree of bits.
 #include "compressed.h"
 
+#include "detail/bit_window.h"
 #include "detail/context_tree.h"
 #include "tables/derived.h"
 #include "tables/malaysia_rows.h"
@@ -11,8 +12,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace zelk::insight {
@@ -326,7 +329,152 @@ void recordPiece(Recorder &recorder, const PieceNode &node, Span span) {
     recorder.characters(characters.data(), count, span);
 }
 
+// ---- Pieces without findings ----
+
+#if !defined(ZELK_COMPACT)
+// Where the first bits of a code lead: a node, and how many of them lead there.
+constexpr unsigned int rootBits = 10;
+constexpr unsigned int rootNodeAt = 4;
+using RootSteps = std::array<std::uint16_t, std::size_t{1} << rootBits>;
+
+template <std::size_t Nodes>
+consteval RootSteps rootStepsOf(const std::array<PieceNode, Nodes> &tree) {
+    static_assert(Nodes <= std::size_t{1} << (16 - rootNodeAt) && rootBits < 1U << rootNodeAt);
+    RootSteps steps{};
+    for (std::size_t bits = 0; bits < steps.size(); ++bits) {
+        std::size_t node = 0;
+        unsigned int used = 0;
+        for (; used < rootBits && tree[node].branches(); ++used) {
+            const std::size_t child = tree[node].child(bits >> (rootBits - 1 - used) & 1U);
+            if (child == 0) {
+                break;
+            }
+            node += child;
+        }
+        steps[bits] = static_cast<std::uint16_t>(node << rootNodeAt | used);
+    }
+    return steps;
+}
+
+constexpr RootSteps englishRootSteps = rootStepsOf(englishTree);
+constexpr RootSteps malayRootSteps = rootStepsOf(malayTree);
+
+constexpr auto isAscii = [](const PieceNode &node) {
+    return std::all_of(node.piece.begin(), node.piece.end(),
+                       [](char character) { return static_cast<unsigned char>(character) < 0x80; });
+};
+static_assert(std::all_of(englishTree.begin(), englishTree.end(), isAscii));
+static_assert(std::all_of(malayTree.begin(), malayTree.end(), isAscii));
+
+struct Walk {
+    const PieceNode *node;
+    unsigned int used; // bits
+
+    // Goes on along the bits of a window, to at most `most` of them.
+    void goOn(std::uint64_t bits, unsigned int most) {
+        while (used < most && node->branches()) {
+            const std::size_t child = node->child(bits >> (63 - used) & 1U);
+            if (child == 0) {
+                break;
+            }
+            node += child;
+            ++used;
+        }
+    }
+};
+
+// Text of pieces and of literals of ASCII.
+class PieceCopy {
+public:
+    PieceCopy(const Reading &reading, char *out, std::size_t room)
+        : tree_(reading.extra == malayType ? malayTree.data() : englishTree.data()),
+          roots_(reading.extra == malayType ? malayRootSteps : englishRootSteps), count_(reading.end - reading.begin),
+          window_(reading.text + reading.begin, count_, 0), out_(out), room_(room) {}
+
+    bool copy() {
+        while (room_ - length_ > tables::longestPiece) {
+            const Walk walk = walkFromRoot();
+            if (walk.used <= left() && walk.node->endsCode()) [[likely]] {
+                put(walk.node->piece);
+                window_.drop(walk.used);
+            } else if (walk.used >= left()) {
+                return endsWithInput();
+            } else if (isEnd(walk)) {
+                return (window_.position(window_.left()) + walk.used + 1 + 7) / 8 == count_;
+            } else if (!copyLiteral(walk)) {
+                return false;
+            }
+            window_.fill();
+        }
+        return false;
+    }
+
+    std::size_t length() const { return length_; }
+
+private:
+    unsigned int left() const { return static_cast<unsigned int>(window_.left()); }
+
+    Walk walkFromRoot() const {
+        const std::uint64_t bits = window_.bits();
+        const unsigned int root = roots_[bits >> (64 - rootBits)];
+        Walk walk{tree_ + (root >> rootNodeAt), root & ((1U << rootNodeAt) - 1)};
+        if (walk.used == rootBits) {
+            walk.goOn(bits, mostBits);
+        }
+        return walk;
+    }
+
+    void put(const std::array<char, tables::longestPiece> &piece) {
+        std::memcpy(out_ + length_, piece.data(), piece.size());
+        const auto bytes = std::bit_cast<std::uint32_t>(piece);
+        const int zeros =
+            std::endian::native == std::endian::little ? std::countl_zero(bytes) : std::countr_zero(bytes);
+        length_ += piece.size() - static_cast<unsigned int>(zeros) / 8;
+    }
+
+    // Fewer bits are left than a code has. Where they are fewer than eight, they fill the last byte.
+    bool endsWithInput() const {
+        Walk walk{tree_, 0};
+        walk.goOn(window_.bits(), left());
+        return left() < 8 && walk.used == left() && !walk.node->endsCode();
+    }
+
+    std::uint64_t bitsFrom(unsigned int first, unsigned int count) const {
+        return window_.bits() << first >> 1U >> (63 - count);
+    }
+    bool isEnd(const Walk &walk) const { return bitsFrom(0, walk.used) == endPath && bitsFrom(walk.used, 1) == 1; }
+
+    bool copyLiteral(const Walk &walk) {
+        const unsigned int used = walk.used + 1 + 8;
+        const std::uint64_t literal = bitsFrom(walk.used + 1, 8);
+        if (used > left() || literal < 0x20 || literal > 0x7E) {
+            return false;
+        }
+        out_[length_++] = static_cast<char>(literal);
+        window_.drop(used);
+        return true;
+    }
+
+    const PieceNode *tree_;
+    const RootSteps &roots_;
+    std::size_t count_; // bytes
+    detail::BitWindow window_;
+    char *out_;
+    std::size_t room_;
+    std::size_t length_ = 0;
+};
+#endif
+
 } // namespace
+
+#if !defined(ZELK_COMPACT)
+bool copyPieces(const Reading &reading, char *out, std::size_t room, std::size_t &length) {
+    PieceCopy text(reading, out, room);
+    const bool whole = text.copy();
+    length = text.length();
+    return whole;
+}
+#endif
 
 void recordPieces(Recorder &recorder, const Reading &reading) {
     const PieceNode *const tree = reading.extra == malayType ? malayTree.data() : englishTree.data();

@@ -1,6 +1,7 @@
 // Codes of the context-tree tables, from the side of who sends: the bits of a byte after another.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace zelk::insight {
@@ -17,6 +18,13 @@ const unsigned char *contextTable(unsigned int number);
 // The bits of `byte` after `before` (0 at the start of a text): its code, or an escape and the byte, or the byte alone.
 // The byte 0 ends a text.
 Code contextCode(const unsigned char *table, unsigned int before, unsigned int byte);
+
+#if !defined(ZELK_COMPACT)
+// Whether bytes are the codes of a text and of its end by encoding type 1 or 2, with nothing after them but the bits
+// that fill the last byte.
+bool isContextText(int encodingType, const char *text, std::size_t length, const unsigned char *bytes,
+                   std::size_t count);
+#endif
 
 // Bits into the bytes of an output whose size counts a terminator. What does not fit leaves nothing.
 class BitWriter {

@@ -8,6 +8,7 @@
 #include "byte_tables.h"
 #include "clean.h"
 #include "compressed.h"
+#include "context_encoder.h"
 #include "guess.h"
 #include "reading.h"
 #include "recorder.h"
@@ -407,6 +408,7 @@ bool hasEmphasis(const unsigned char *body, std::size_t count) {
     return std::memchr(body, 0x86, count) != nullptr || std::memchr(body, 0x87, count) != nullptr;
 }
 
+#if !defined(ZELK_COMPACT)
 // Whether bytes are characters of Unicode alone.
 bool isUtf8(const unsigned char *at, std::size_t count) {
     constexpr std::uint64_t highest = 0x8080808080808080;
@@ -431,6 +433,7 @@ bool isUtf8(const unsigned char *at, std::size_t count) {
     }
     return true;
 }
+#endif
 
 // Tries without steps: true when `written` bytes of text are all there is to say. libmurn-zelk decodes, and either the
 // string is seen to be whole beforehand or two sums of the text tell afterwards (clean.cpp).
@@ -443,17 +446,35 @@ public:
           room_(outSize < 0 ? 0 : static_cast<std::size_t>(outSize)) {}
 
     bool decode(unsigned int &written) {
-        const bool clean = reading_.table == ZelkInsightTableUtf8                       ? decodeUtf8()
-                           : reading_.table == ZelkInsightTableTwoByte                  ? decodeTwoByte()
-                           : !compact && reading_.table == ZelkInsightTableUtf8Prepared ? decodePrepared()
-                                                                                        : decodeTable();
+        const bool clean = decodeBody();
         written = written_;
         return clean;
     }
 
 private:
-    bool isAmple() const { return room_ > 3 * count_; }
-    bool keepsEmphasis() const { return (settings_.flags & 1U) != 0 && hasEmphasis(body_, count_); }
+    bool decodeBody() {
+        switch (reading_.table) {
+        case ZelkInsightTableUtf8:
+            return decodeUtf8();
+        case ZelkInsightTableTwoByte:
+            return decodeTwoByte();
+#if !defined(ZELK_COMPACT)
+        case ZelkInsightTableUtf8Prepared:
+            return decodePrepared();
+        case ZelkInsightTableCompressed:
+            return decodeCompressed();
+#endif
+        default:
+            return decodeTable();
+        }
+    }
+
+    bool isAmple() const {
+        return room_ > 3 * count_;
+    }
+    bool keepsEmphasis() const {
+        return (settings_.flags & 1U) != 0 && hasEmphasis(body_, count_);
+    }
 
     // By a count, too, where there is none: the string is measured already.
     void decodePlainly() {
@@ -516,11 +537,29 @@ private:
                (isAmple() && isPlainTwoByte(body_, count_));
     }
 
+#if !defined(ZELK_COMPACT)
     // It passes as it is; nothing is said of control codes.
     bool decodePrepared() {
         decodePlainly();
         return written_ == count_ && isUtf8(body_, count_);
     }
+
+    // UTF-8 that is left as it was sent has lost nothing.
+    bool decodeCompressed() {
+        if (isPieces(reading_.extra)) {
+            std::size_t length = 0;
+            const bool whole = copyPieces(reading_, out_, room_, length);
+            if (whole) {
+                endCopy(length);
+            }
+            return whole;
+        }
+        decodePlainly();
+        const auto *const text = reinterpret_cast<const unsigned char *>(out_);
+        return isContextText(reading_.extra, out_, written_, body_, count_) && !hasRare(out_, written_) &&
+               !((settings_.flags & 1U) != 0 && hasEmphasis(text, written_));
+    }
+#endif
 
     const Reading &reading_;
     Bytes kind_;
@@ -538,7 +577,9 @@ private:
 bool mayBeClean(const Reading &reading, const zelkInsightSettings &settings) {
     const bool selectorIgnored = (settings.options & ZelkInsightIgnoreSelector) != 0 && reading.begin != 0;
     return !selectorIgnored && reading.begin == reading.selectorWanted && reading.begin < reading.end &&
-           reading.table != ZelkInsightTableCompressed && !(compact && reading.table == ZelkInsightTableUtf8Prepared) &&
+           !(compact && reading.table == ZelkInsightTableUtf8Prepared) &&
+           (reading.table != ZelkInsightTableCompressed ||
+            (!compact && reading.counted && (hasContextCode(reading.extra) || isPieces(reading.extra)))) &&
            (reading.begin == 0 || selectorFinding(reading.text, reading.begin) == noFinding);
 }
 

@@ -680,6 +680,74 @@ TEST(InsightDecode, EvidenceIsTheSameAtEveryLength) {
     }
 }
 
+// What can be seen to be whole without a look at each code, and what only seems to be: cut, with bytes after the end,
+// with any bit turned over, with escapes for letters that have codes, and with too little room.
+TEST(InsightDecode, EvidenceIsTheSameInCompressedText) {
+    std::string graphic;
+    for (char character = ' '; character != 0x7F; ++character) {
+        graphic += character;
+    }
+    std::vector<std::string> texts = {"",
+                                      "a",
+                                      "The news at ten",
+                                      "Caf\xC3\xA9, \xC2\xA3"
+                                      "5",
+                                      "\x7F",
+                                      "a\tb\nc",
+                                      graphic,
+                                      "\xEF\xBF\xBD! \xC2\x86q\xC2\x87",
+                                      "\xED\xA0\xBD"
+                                      "a"};
+    Random random(71);
+    for (int round = 0; round < 12; ++round) {
+        std::string text;
+        for (std::uint32_t length = random.below(40); length > 0; --length) {
+            text += random.chance(50) ? "etaoin shrdlu"[random.below(13)] : graphic[random.below(95)];
+        }
+        texts.push_back(text);
+    }
+    std::vector<std::string> strings;
+    for (const auto &[selector, table] :
+         {std::pair("\x1F\x01", HuffmanDecodeTable_1), std::pair("\x1F\x02", HuffmanDecodeTable_2)}) {
+        const ContextCodes codes = contextCodes(table);
+        ContextCodes fewer = codes;
+        for (auto &shortest : fewer.shortest) {
+            shortest.erase('e');
+            shortest.erase(0);
+        }
+        for (const std::string &text : texts) {
+            strings.push_back(selector + encodeStreamText(codes, text));
+            strings.push_back(selector + encodeStreamText(fewer, text));
+        }
+    }
+    for (const auto &[selector, file] :
+         {std::pair("\x1F\x05", "/malaysia_en.tsv"), std::pair("\x1F\x06", "/malaysia_ms.tsv")}) {
+        const MalaysiaRows rows(std::string(ZELK_TABLE_DATA) + file);
+        for (const std::string &text : texts) {
+            strings.push_back(selector + MalaysiaEncoder(rows).encode(text));
+        }
+        strings.push_back(selector + std::string("\xFF\xFF"));
+    }
+    for (const std::string &string : strings) {
+        const std::size_t length = decode(string).text.size();
+        decode(string, {DvbCharSetStandard, DvbCodeNone, 0, 1, 0});
+        decode(string, standard, 4096, false);
+        decode(string + '\0');
+        decode(string + "ab");
+        for (std::size_t room = length < 3 ? 0 : length - 3; room < length + 6; ++room) {
+            decode(string, standard, static_cast<int>(room));
+        }
+        for (std::size_t cut = 2; cut < string.size(); ++cut) {
+            decode(string.substr(0, cut));
+        }
+        for (std::size_t bit = 16; bit < 8 * string.size(); ++bit) {
+            std::string turned = string;
+            turned[bit / 8] = static_cast<char>(turned[bit / 8] ^ 0x80 >> bit % 8);
+            decode(turned);
+        }
+    }
+}
+
 // Text that is looked at whether it can be copied: of the output only the text and its terminator change.
 TEST(InsightDecode, KeepsWhatFollowsAShorterText) {
     for (unsigned int before = 0; before < 140; ++before) {
