@@ -82,17 +82,17 @@ bool isLetter(unsigned int character) {
 }
 
 unsigned int signCost(unsigned int character) {
-    constexpr std::array<unsigned short, 31> usual = {0x00A0, 0x00A1, 0x00A3, 0x00A7, 0x00AA, 0x00AB, 0x00AE, 0x00B0,
-                                                      0x00B4, 0x00B7, 0x00BA, 0x00BB, 0x00BC, 0x00BD, 0x00BE, 0x00BF,
-                                                      0x00A9, 0x2013, 0x2014, 0x2015, 0x2018, 0x2019, 0x201A, 0x201C,
-                                                      0x201D, 0x201E, 0x2022, 0x2026, 0x20AC, 0x2122, 0x266A};
+    static constexpr unsigned short usual[] = {0x00A0, 0x00A1, 0x00A3, 0x00A7, 0x00AB, 0x00AE, 0x00B0, 0x00B4,
+                                               0x00B7, 0x00BB, 0x00BC, 0x00BD, 0x00BE, 0x00BF, 0x00A9, 0x2013,
+                                               0x2014, 0x2015, 0x2018, 0x2019, 0x201A, 0x201C, 0x201D, 0x201E,
+                                               0x2022, 0x2026, 0x20AC, 0x2122, 0x266A};
     if (character < 0x80) {
         return character < 0x20 && character != 0x0A && character != 0x09 ? lostControl : 0;
     }
-    return character == lostCharacter                                        ? lostControl
-           : character == missingCharacter                                   ? noCharacter
-           : std::find(usual.begin(), usual.end(), character) != usual.end() ? usualSign
-                                                                             : rareSign;
+    return character == lostCharacter                                                    ? lostControl
+           : character == missingCharacter                                               ? noCharacter
+           : std::find(std::begin(usual), std::end(usual), character) != std::end(usual) ? usualSign
+                                                                                         : rareSign;
 }
 
 // ---- Reading by a table ----
@@ -365,17 +365,16 @@ struct Differences {
     std::array<unsigned int, languageCount> alike{};
 };
 
-// Of tables with a character for each byte: a graphic one of ASCII after another costs the same in all of them.
+// Of tables with a character for each byte: one of ASCII after another costs the same in all of them.
 void findDifferences(const unsigned char *bytes, unsigned int count, Differences &differences) {
-    const auto isOther = [](unsigned int byte) { return byte - 0x20 >= 0x5F; };
     std::array<unsigned char, longestLook + 1> letters; // the first is before the text
     std::array<unsigned short, longestLook> others;
     unsigned int otherCount = 0;
     letters[0] = noAsciiLetter;
     for (unsigned int at = 0; at < count; ++at) {
         const unsigned int letter = (bytes[at] | 0x20U) - 'a';
-        letters[at + 1] = static_cast<unsigned char>(letter < noAsciiLetter ? letter : noAsciiLetter);
-        const bool differs = isOther(bytes[at]) || (at != 0 && isOther(bytes[at - 1]));
+        letters[at + 1] = static_cast<unsigned char>(std::min(letter, noAsciiLetter));
+        const bool differs = bytes[at] >= 0x80 || (at != 0 && bytes[at - 1] >= 0x80);
         (differs ? differences.places[differences.count++] : others[otherCount++]) = static_cast<unsigned short>(at);
     }
     for (unsigned int i = 0; i < languageCount; ++i) {

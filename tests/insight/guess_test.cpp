@@ -249,6 +249,16 @@ TEST(InsightGuess, IsTheModelsAtLimits) {
             expectTheModels(text, announcements[0], {nullptr, {}});
         }
     }
+    // The first and the last letters of a range, the signs beside them, and a letter whose last byte is a no-break
+    // space in all other tables. Short texts leave a doubt.
+    for (const unsigned int character : {0x80U, 0xA0U, 0xE0U, 0x36FU, 0x370U, 0x10FFU, 0x1100U, 0x303FU, 0x3040U}) {
+        const std::string utf8 = utf8EncodeModel(character);
+        for (const std::string &text : {utf8, "a" + utf8, utf8 + " " + utf8}) {
+            for (const Announcement &announcement : announcements) {
+                expectTheModels(text, announcement, {nullptr, {}});
+            }
+        }
+    }
     // A look ends after 512 bytes: what it cuts off is no fault, what is wrong before that is one.
     for (const char *const last : {"\xFF", "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xF0\x9F\x98\x80"}) {
         for (std::size_t before = 507; before <= 512; ++before) {

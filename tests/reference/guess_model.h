@@ -180,7 +180,7 @@ private:
     }
 
     static unsigned int signCost(char16_t character) {
-        constexpr std::u16string_view usual = u"\u00A0¡£§ª«®°´·º»¼½¾¿©–—―‘’‚“”„•…€™♪";
+        constexpr std::u16string_view usual = u"\u00A0¡£§«®°´·»¼½¾¿©–—―‘’‚“”„•…€™♪";
         if (character == missing) {
             return 40;
         }
