@@ -89,18 +89,23 @@ consteval Tree treeOf(const Rows<Count> &rows) {
     return tree;
 }
 
-// A lookup by the next bits: the bits of the code in the low six bits, the row of its piece above them. 0 where the
-// tree must be asked: for longer codes, for escapes, and where one more bit may make a longer code.
+// A lookup by the next bits: the bits of the code in the low six bits, the row of its piece above them; of a longer
+// code `goesOn` and the node where it goes on. 0 where the exact rule must be asked: for escapes, for all longer codes
+// where few are, and where one more bit may make a longer code.
 using Lookup = std::uint16_t;
 #if defined(ZELK_COMPACT)
 constexpr unsigned int lookupBits = 4; // 64 bytes for both tables
+constexpr bool walksLongCodes = false;
 #elif defined(ZELK_KERNELS_ONLY)
 constexpr unsigned int lookupBits = 9; // 2 KiB for both tables
+constexpr bool walksLongCodes = true;
 #else
 constexpr unsigned int lookupBits = 11; // 8 KiB
+constexpr bool walksLongCodes = false;
 #endif
 constexpr unsigned int usedBits = 6;
 constexpr unsigned int usedMask = (1U << usedBits) - 1;
+constexpr unsigned int goesOn = usedMask;
 
 template <std::size_t Count, std::size_t Nodes>
 struct Code {
@@ -111,7 +116,8 @@ struct Code {
     std::array<Lookup, 1U << lookupBits> lookups{};
 };
 
-constexpr Lookup lookUp(const Tree &tree, unsigned int bits) {
+// `number` is that of each node among those that branch.
+constexpr Lookup lookUp(const Tree &tree, const std::array<std::uint16_t, enoughNodes> &number, unsigned int bits) {
     std::size_t node = 0;
     unsigned int used = 0;
     for (; used < lookupBits; ++used) {
@@ -123,6 +129,9 @@ constexpr Lookup lookUp(const Tree &tree, unsigned int bits) {
     }
     const bool open = used == lookupBits && tree.nodes[node].branches();
     const unsigned int row = tree.nodes[node].row;
+    if (open && walksLongCodes) {
+        return static_cast<Lookup>(static_cast<unsigned int>(number[node]) << usedBits | goesOn);
+    }
     return row == 0 || open ? Lookup{0} : static_cast<Lookup>(row << usedBits | used);
 }
 
@@ -156,7 +165,7 @@ consteval Code<Count, Nodes> codeOf(const Rows<Count> &rows, const Tree &tree) {
         }
     }
     for (unsigned int bits = 0; bits < code.lookups.size(); ++bits) {
-        code.lookups[bits] = lookUp(tree, bits);
+        code.lookups[bits] = lookUp(tree, number, bits);
     }
     return code;
 }
@@ -278,6 +287,17 @@ bool decodeOne(const Tables &tables, BitInput &bits, BoundedOutput &output) {
     return output.append(utf8, static_cast<int>(length));
 }
 
+// The lookup of a longer code; 0 for what only the exact rule knows.
+inline unsigned int lookUpLongCode(const Node *nodes, unsigned int node, std::uint64_t bits) {
+    unsigned int used = lookupBits;
+    unsigned int branch = node;
+    do {
+        branch = nodes[branch].branch[bits >> (63 - used) & 1U];
+        ++used;
+    } while (branch != 0 && branch < atRow);
+    return branch == 0 ? 0 : (branch - atRow) << usedBits | used;
+}
+
 // As many codes as the lookup knows and as surely fit.
 void decodeMany(const Tables &tables, BitInput &bits, BoundedOutput &output) {
     constexpr int batch = 56 / lookupBits; // lookups that a full window is good for
@@ -290,7 +310,10 @@ void decodeMany(const Tables &tables, BitInput &bits, BoundedOutput &output) {
     while (known && room - length >= batch * pieceRoom) {
 #pragma GCC unroll 8
         for (int i = 0; i < batch; ++i) {
-            const unsigned int found = tables.lookups[window.bits() >> (64 - lookupBits)];
+            unsigned int found = tables.lookups[window.bits() >> (64 - lookupBits)];
+            if (walksLongCodes && (found & usedMask) == goesOn) {
+                found = lookUpLongCode(tables.nodes, found >> usedBits, window.bits());
+            }
             const unsigned int used = found & usedMask;
             known = used != 0 && static_cast<int>(used) <= window.left();
             if (!known) {
