@@ -7,6 +7,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 namespace zelk::tool {
@@ -78,6 +79,45 @@ void betweenZeroBytes(std::string_view in, Text text, Zero zero) {
         }
         at = end + 1;
     }
+}
+
+// A text without zero bytes, at which the library ends one: a control code that the text does not have stands for them.
+struct WithoutZeros {
+    std::string_view text;
+    char zero; // what stands for them; a zero byte if there were none
+};
+
+// Nothing if the text has all control codes. `copy` may hold the result.
+std::optional<WithoutZeros> withoutZeros(std::string_view text, std::string &copy) {
+    if (text.find('\0') == std::string_view::npos) {
+        return WithoutZeros{text, '\0'};
+    }
+    for (char control = 1; control < 0x20; ++control) {
+        if (text.find(control) == std::string_view::npos) {
+            copy.assign(text);
+            std::replace(copy.begin(), copy.end(), '\0', control);
+            return WithoutZeros{copy, control};
+        }
+    }
+    return std::nullopt;
+}
+
+// A single-byte set that has the control codes at their places, by convert(text), which returns the text as UTF-8.
+template <class Convert>
+Converter fromBytes(Convert convert) {
+    return [convert, copy = std::string()](std::string_view in, bool, std::string &out) mutable {
+        if (const auto text = withoutZeros(in, copy)) {
+            const std::size_t before = out.size();
+            out += convert(text->text);
+            if (text->zero != 0) {
+                std::replace(out.begin() + static_cast<std::ptrdiff_t>(before), out.end(), text->zero, '\0');
+            }
+        } else {
+            betweenZeroBytes(
+                in, [&](std::string_view part) { out += convert(part); }, [&out] { out.push_back('\0'); });
+        }
+        return in.size();
+    };
 }
 
 // UTF-8 without a zero byte and without a cut at its end, as units in a buffer that is used again.
@@ -192,22 +232,33 @@ Converter holdCharacters(Converter converter) {
 }
 
 Converter fromUtf8() {
-    return [units = std::vector<unsigned short>()](std::string_view in, bool last, std::string &out) mutable {
+    return [units = std::vector<unsigned short>(), copy = std::string()](std::string_view in, bool last,
+                                                                         std::string &out) mutable {
         const std::size_t whole = wholeCharacters(in);
-        betweenZeroBytes(
-            in.substr(0, whole),
-            [&](std::string_view part) {
-                if (zelkUtf8TextIsValid(bytesOf(part), static_cast<unsigned int>(part.size())) != 0) {
-                    out += part;
-                    return;
-                }
-                const std::size_t count = decodeUtf8(part, units);
-                out += convertText(count, [&](char *room, int size) {
-                    return zelkUtf8EncodeText(reinterpret_cast<unsigned char *>(room), size, units.data(),
-                                              static_cast<int>(count));
-                });
-            },
-            [&out] { out.push_back('\0'); });
+        const auto isValid = [](std::string_view text) {
+            return zelkUtf8TextIsValid(bytesOf(text), static_cast<unsigned int>(text.size())) != 0;
+        };
+        const auto text = withoutZeros(in.substr(0, whole), copy);
+        if (text && isValid(text->text)) {
+            out += in.substr(0, whole);
+        } else {
+            betweenZeroBytes(
+                in.substr(0, whole),
+                [&](std::string_view part) {
+                    const std::string_view characters = part.substr(0, wholeCharacters(part));
+                    if (isValid(characters)) {
+                        out += characters;
+                    } else {
+                        const std::size_t count = decodeUtf8(characters, units);
+                        out += convertText(count, [&](char *room, int size) {
+                            return zelkUtf8EncodeText(reinterpret_cast<unsigned char *>(room), size, units.data(),
+                                                      static_cast<int>(count));
+                        });
+                    }
+                    out += characters.size() < part.size() ? replacementMark : std::string_view();
+                },
+                [&out] { out.push_back('\0'); });
+        }
         if (last && whole < in.size()) {
             out += replacementMark;
         }
@@ -261,7 +312,7 @@ Converter fromDvb(DvbReader &reader) {
 }
 
 Converter fromIso(unsigned int part) {
-    return betweenZeros([part](const std::string &text) {
+    return fromBytes([part](std::string_view text) {
         return convertText(text.size(), [&](char *room, int size) {
             return zelk_isoToUtf8(part, room, size, text.data(), static_cast<int>(text.size()));
         });
@@ -309,7 +360,7 @@ Converter fromIsoTolerant(unsigned int part, Utf8Prefix &prefix) {
 }
 
 Converter fromWindows(int codePage) {
-    return betweenZeros([codePage](const std::string &text) {
+    return fromBytes([codePage](std::string_view text) {
         return convertText(text.size(), [&](char *room, int size) {
             return zelk_winToUtf8(codePage, 0, room, size, text.data(), static_cast<int>(text.size()));
         });
@@ -396,16 +447,26 @@ Converter byteToByte(const CharacterTable &from, const CharacterTable &to, Missi
 }
 
 Converter utf8To(UnitWriter writer) {
-    return [writer = std::move(writer), units = std::vector<unsigned short>()](std::string_view in, bool last,
-                                                                               std::string &out) mutable {
+    return [writer = std::move(writer), units = std::vector<unsigned short>(),
+            copy = std::string()](std::string_view in, bool last, std::string &out) mutable {
         const std::size_t whole = last ? in.size() : wholeCharacters(in);
-        betweenZeroBytes(
-            in.substr(0, whole),
-            [&](std::string_view part) { writer(units.data(), decodeUtf8(part, units), part.size(), out); },
-            [&] {
-                const unsigned short zero = 0;
-                writer(&zero, 1, 1, out);
-            });
+        if (const auto text = withoutZeros(in.substr(0, whole), copy)) {
+            const std::size_t count = decodeUtf8(text->text, units);
+            if (text->zero != 0) {
+                const unsigned short control = static_cast<unsigned char>(text->zero);
+                std::replace(units.begin(), units.begin() + static_cast<std::ptrdiff_t>(count), control,
+                             static_cast<unsigned short>(0));
+            }
+            writer(units.data(), count, whole, out);
+        } else {
+            betweenZeroBytes(
+                in.substr(0, whole),
+                [&](std::string_view part) { writer(units.data(), decodeUtf8(part, units), part.size(), out); },
+                [&] {
+                    const unsigned short zero = 0;
+                    writer(&zero, 1, 1, out);
+                });
+        }
         return whole;
     };
 }

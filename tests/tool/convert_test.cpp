@@ -278,6 +278,42 @@ TEST(Convert, ZeroBytesPassThrough) {
     EXPECT_EQ(convert("latin1", bytes("00 C3 A9 00"), {"--checked"}), success(bytes("00 C3 A9 00")));
 }
 
+// Beside other control codes, of which a text has some or all.
+TEST(Convert, ZeroBytesStandBesideControlCodes) {
+    std::string controls;
+    for (const char last : {'\0', '\x01', '\x1E', '\x1F'}) {
+        while (controls.empty() || controls.back() != last) {
+            controls += static_cast<char>(controls.size());
+        }
+        const std::string latin = controls + '\xE9' + controls;
+        const std::string utf8 = controls + "\xC3\xA9" + controls;
+        std::string wide;
+        for (const char byte : latin) {
+            wide += {'\0', byte};
+        }
+        EXPECT_EQ(convert("latin1", latin), success(utf8));
+        EXPECT_EQ(convert("1252", latin), success(utf8));
+        EXPECT_EQ(convert("latin1", latin, {"-t", "1252"}), success(latin));
+        EXPECT_EQ(convert("latin1", latin, {"-t", "ucs2"}), success(wide));
+        EXPECT_EQ(convert("utf8", utf8), success(utf8));
+        EXPECT_EQ(convert("utf8", utf8, {"-t", "latin1"}), success(latin));
+        EXPECT_EQ(convert("utf8", utf8, {"-t", "ucs2"}), success(wide));
+        EXPECT_EQ(convert("ucs2", wide), success(utf8));
+    }
+    // A zero byte cuts a sequence off as the end does.
+    const std::pair<const char *, const char *> cuts[] = {
+        {"C3", "EF BF BD"}, {"E2 82", "EF BF BD"}, {"FF 41 E2", "EF BF BD 41 EF BF BD"}};
+    for (const auto &[cut, marked] : cuts) {
+        EXPECT_EQ(convert("utf8", bytes(cut) + controls + bytes(cut)).out, bytes(marked) + controls + bytes(marked))
+            << cut;
+    }
+    EXPECT_EQ(convert("utf8", std::string("a\xC3\0", 3), {"--strict"}).error,
+              "zelk convert: standard input: offset 1: expected a character of utf8, found C3\n");
+    const std::string strict = std::string("\x01\0\0a\0", 5) + "\xE2\x82\xAC";
+    EXPECT_EQ(convert("utf8", strict, {"-t", "latin1", "--strict"}).error,
+              "zelk convert: standard input: offset 5: expected a character of iso8859-1, found U+20AC (E2 82 AC)\n");
+}
+
 TEST(Convert, CheckedKeepsUtf8OrConvertsAll) {
     EXPECT_EQ(convert("latin1", bytes("41 C3 A9"), {"--checked"}), success(bytes("41 C3 A9")));
     EXPECT_EQ(convert("latin1", bytes("C3 A9 42 E9"), {"--checked"}), success(bytes("C3 83 C2 A9 42 C3 A9")));
