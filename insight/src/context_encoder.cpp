@@ -97,7 +97,7 @@ struct CodeRow {
     Code escape{};
 
     consteval void add(const unsigned char *tree, unsigned int node, Code code) {
-        for (const unsigned int bit : {0U, 1U}) {
+        for (unsigned int bit = 0; bit < 2; ++bit) {
             const unsigned int next = tree[2 * node + bit];
             const Code longer{code.bits << 1U | bit, code.length + 1};
             if (next < leafFlag) {
@@ -106,8 +106,10 @@ struct CodeRow {
             }
             const unsigned int column = columnOf(next - leafFlag);
             if (next == escapeLeaf || column < columns) {
-                Code &known = next == escapeLeaf ? escape : codes[column];
-                known = known.length == 0 || longer.length < known.length ? longer : known;
+                Code *const known = next == escapeLeaf ? &escape : &codes[column];
+                if (known->length == 0 || longer.length < known->length) {
+                    *known = longer;
+                }
             }
         }
     }

@@ -88,8 +88,7 @@ public:
     static constexpr unsigned int bits = 40;
     static constexpr std::uint64_t one = std::uint64_t{1} << bits;
 
-    template <std::size_t Size>
-    constexpr explicit ContextWeights(const std::array<unsigned char, Size> &table) {
+    constexpr explicit ContextWeights(const unsigned char *table) {
         weights_[0] = one;
         constexpr int enough = 12;
         for (int round = 0; round < enough; ++round) {
@@ -97,7 +96,7 @@ public:
             escaped_ = 0;
             for (unsigned int context = 0; context < firstAfterGraphic; ++context) {
                 if (weights_[context] != 0) {
-                    const unsigned int tree = detail::treeAfter(table.data(), context);
+                    const unsigned int tree = detail::treeAfter(table, context);
                     follow(table, tree, tree, weights_[context]);
                 }
             }
@@ -114,10 +113,8 @@ public:
     static constexpr std::uint64_t shortText = 64; // characters: no code says how often texts begin
 
 private:
-    template <std::size_t Size>
-    constexpr void follow(const std::array<unsigned char, Size> &table, unsigned int tree, unsigned int node,
-                          std::uint64_t weight) {
-        for (const unsigned int branch : {0U, 1U}) {
+    constexpr void follow(const unsigned char *table, unsigned int tree, unsigned int node, std::uint64_t weight) {
+        for (unsigned int branch = 0; branch < 2; ++branch) {
             const unsigned int step = table[node + branch];
             if (step < detail::leafFlag) {
                 follow(table, tree, tree + 2 * step, weight / 2);
@@ -140,15 +137,15 @@ struct StepStates {
     std::array<std::uint8_t, Steps / placeSteps> characters{};
 };
 
-template <std::size_t Size>
+// Tables by pointer and loops by number: over arrays and lists of values the compiler takes three times as long.
 class StepBuilder {
 public:
-    constexpr StepBuilder(const std::array<unsigned char, Size> &table, unsigned int rarest)
+    constexpr StepBuilder(const unsigned char *table, unsigned int rarest)
         : table_(table), leastWeight_(ContextWeights::one >> rarest) {
         const ContextWeights weights(table);
         std::fill_n(result_.steps.begin(), firstAfterGraphic, stop);
         for (unsigned int character = 0; character < firstAfterGraphic; ++character) {
-            const unsigned int tree = detail::treeAfter(table.data(), character);
+            const unsigned int tree = detail::treeAfter(table, character);
             if ((character == 0 || character >= firstGraphic) && weights[character] >= leastWeight_) {
                 const Step lead = stepToNewState(bitsFor(weights[character], tree, tree));
                 result_.characters[placeOf(lead)] = static_cast<std::uint8_t>(character);
@@ -158,7 +155,7 @@ public:
         fillLiterals();
         for (unsigned int character = 0; character < firstAfterGraphic; ++character) {
             if (const Step lead = result_.steps[character]; lead < stop) {
-                const unsigned int tree = detail::treeAfter(table.data(), character);
+                const unsigned int tree = detail::treeAfter(table, character);
                 fill(lead, tree, tree, weights[character], weights[character]);
             }
         }
@@ -197,7 +194,7 @@ private:
 
     constexpr unsigned int depth(unsigned int tree, unsigned int node) const {
         unsigned int deepest = 0;
-        for (const unsigned int branch : {0U, 1U}) {
+        for (unsigned int branch = 0; branch < 2; ++branch) {
             const unsigned int step = table_[node + branch];
             deepest = std::max(deepest, step >= detail::leafFlag ? 1 : 1 + depth(tree, tree + 2 * step));
         }
@@ -229,7 +226,7 @@ private:
 
     // How often a state inside a code comes. The code of the end is long, but every text comes there; and a letter that
     // is common after a common one may have a code that is much too long (an h after a blank has one of 18 bits).
-    constexpr std::uint64_t innerWeight(std::uint64_t byCode, std::uint64_t context, bool mayBeEnd) const {
+    static constexpr std::uint64_t innerWeight(std::uint64_t byCode, std::uint64_t context, bool mayBeEnd) {
         constexpr unsigned int tooLong = 14; // bits
         return std::max({byCode, context >> tooLong, mayBeEnd ? context / ContextWeights::shortText : 0});
     }
@@ -240,7 +237,7 @@ private:
         for (unsigned int bits = 0; bits < 1U << width; ++bits) {
             unsigned int end = node;
             int left = static_cast<int>(width) - 1;
-            const unsigned int leaf = detail::walkTree(table_.data(), tree, end, bits, left);
+            const unsigned int leaf = detail::walkTree(table_, tree, end, bits, left);
             Step step = treeWalk;
             if (leaf >= detail::leafFlag) {
                 step = afterLeaf(leaf, bits, left);
@@ -272,10 +269,10 @@ private:
         if (step >= stop || left < 0) {
             return step;
         }
-        const unsigned int tree = detail::treeAfter(table_.data(), character);
+        const unsigned int tree = detail::treeAfter(table_, character);
         unsigned int end = tree;
         int leftAfter = left;
-        const unsigned int second = detail::walkTree(table_.data(), tree, end, bits, leftAfter);
+        const unsigned int second = detail::walkTree(table_, tree, end, bits, leftAfter);
         if (second <= detail::leafFlag || second == detail::escapeLeaf ||
             result_.steps[second - detail::leafFlag] >= stop) {
             return step;
@@ -285,7 +282,7 @@ private:
     }
 
     StepStates<std::size_t{placeSteps} * placeCount> result_;
-    const std::array<unsigned char, Size> &table_;
+    const unsigned char *table_;
     std::uint64_t leastWeight_;
     std::size_t size_ = firstAfterGraphic;
     Step literal_ = stepToNewState(literalBits);
@@ -293,7 +290,7 @@ private:
 
 template <const auto &table, unsigned int rarest>
 consteval auto stepStates() {
-    constexpr StepBuilder builder(table, rarest);
+    constexpr StepBuilder builder(table.data(), rarest);
     return builder.template result<builder.size()>();
 }
 

@@ -38,9 +38,11 @@ void treeHasTooManyNodes();
 class CodeTree {
 public:
     constexpr void add(std::string_view code, unsigned int character) {
+        const char *bit = code.data();
+        const char *const last = bit + code.size() - 1;
         std::size_t node = 0;
-        for (const char bit : code.substr(0, code.size() - 1)) {
-            unsigned char &next = branch(node, bit);
+        for (; bit != last; ++bit) {
+            unsigned char &next = nodes_[2 * node + valueOf(*bit)];
             if (next == missing) {
                 if (nodeCount_ == detail::leafFlag) {
                     treeHasTooManyNodes();
@@ -52,7 +54,7 @@ public:
             }
             node = next;
         }
-        unsigned char &leaf = branch(node, code.back());
+        unsigned char &leaf = nodes_[2 * node + valueOf(*last)];
         if (leaf != missing) {
             codeRunsThroughAnother();
         }
@@ -86,21 +88,22 @@ public:
 private:
     static constexpr unsigned char missing = 0; // no branch leads back to the root
 
-    constexpr unsigned char &branch(std::size_t node, char bit) {
+    static constexpr std::size_t valueOf(char bit) {
         if (bit != '0' && bit != '1') {
             codeIsNotOfBits();
         }
-        return nodes_[2 * node + (bit == '1' ? 1 : 0)];
+        return bit == '1' ? 1 : 0;
     }
 
-    std::array<unsigned char, std::size_t{2} * detail::leafFlag> nodes_{};
+    unsigned char nodes_[std::size_t{2} * detail::leafFlag] = {};
     std::size_t nodeCount_ = 1;
 };
 
-// The readable form, word by word.
+// The readable form, word by word. By pointers: calls of std::string_view's functions take the compiler several times
+// as long.
 class CodeReader {
 public:
-    explicit constexpr CodeReader(std::string_view lines) : rest_(lines) {}
+    explicit constexpr CodeReader(std::string_view lines) : at_(lines.data()), end_(at_ + lines.size()) {}
 
     struct Contexts {
         unsigned int first;
@@ -109,11 +112,11 @@ public:
 
     constexpr bool atEnd() {
         skip('\n');
-        return rest_.empty();
+        return at_ == end_;
     }
 
     constexpr Contexts contexts() {
-        const std::string_view name = word();
+        const std::string_view name = word(' ');
         if (name.size() == 5 && name[2] == '-') {
             return {hexadecimal(name.substr(0, 2)), hexadecimal(name.substr(3))};
         }
@@ -123,35 +126,33 @@ public:
 
     // True and the next `character=code` of this context, or false at its end.
     constexpr bool nextCode(unsigned int &symbol, std::string_view &code) {
-        if (rest_.starts_with("\n ")) {
-            rest_.remove_prefix(1);
+        if (end_ - at_ >= 2 && at_[0] == '\n' && at_[1] == ' ') {
+            ++at_;
         }
         skip(' ');
-        if (rest_.empty() || rest_.front() == '\n') {
+        if (at_ == end_ || *at_ == '\n') {
             return false;
         }
-        const std::string_view pair = word();
-        const std::size_t equals = pair.find('=', 1);
-        symbol = character(pair.substr(0, equals));
-        code = pair.substr(equals + 1);
+        symbol = character(word('='));
+        at_ += at_ != end_ && *at_ == '=' ? 1 : 0;
+        code = word(' ');
         return true;
     }
 
 private:
     constexpr void skip(char blank) {
-        while (rest_.starts_with(blank)) {
-            rest_.remove_prefix(1);
+        while (at_ != end_ && *at_ == blank) {
+            ++at_;
         }
     }
 
-    constexpr std::string_view word() {
-        std::size_t length = 0; // counted singly: the compiler takes twice as long over find_first_of()
-        while (length < rest_.size() && rest_[length] != ' ' && rest_[length] != '\n') {
-            ++length;
-        }
-        const std::string_view result = rest_.substr(0, length);
-        rest_.remove_prefix(result.size());
-        return result;
+    // At least one character, and those before `after` or the end of the line.
+    constexpr std::string_view word(char after) {
+        const char *const begin = at_;
+        do {
+            ++at_;
+        } while (at_ != end_ && *at_ != after && *at_ != '\n');
+        return {begin, static_cast<std::size_t>(at_ - begin)};
     }
 
     static constexpr unsigned int hexadecimal(std::string_view digits) {
@@ -172,7 +173,8 @@ private:
         return name == "SP" ? ' ' : name == "ESC" ? escapeCharacter : hexadecimal(name);
     }
 
-    std::string_view rest_;
+    const char *at_;
+    const char *end_;
 };
 
 template <std::size_t Size>

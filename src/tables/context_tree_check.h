@@ -42,7 +42,7 @@ private:
         }
         seen_[node] = true;
         ++nodesSeen_;
-        for (const unsigned int bit : {0U, 1U}) {
+        for (unsigned int bit = 0; bit < 2; ++bit) {
             const unsigned int next = tree_[2 * node + bit];
             if (next < detail::leafFlag) {
                 visit(next, length + 1);
