@@ -1,5 +1,5 @@
-// Codes are looked for in the trees that decoders walk. A text is sent once and read often, so that the walk may take
-// its time; trees have at most 127 nodes.
+// Codes are looked for in the trees that decoders walk, which have at most 127 nodes. Those of DVB text, between
+// graphic characters of ASCII, stand in tables.
 #include "context_encoder.h"
 
 #include "detail/bit_window.h"
@@ -63,21 +63,7 @@ const unsigned char *contextTable(unsigned int number) {
     }
 }
 
-Code contextCode(const unsigned char *table, unsigned int before, unsigned int byte) {
-    if (before >= firstWithoutTree) {
-        return {byte, 8};
-    }
-    const unsigned char *const tree = table + treeAfter(table, before);
-    const unsigned int leaf = leafFlag + byte;
-    const Code code = byte < leafFlag && leaf != escapeLeaf ? codeOfLeaf(tree, leaf) : Code{0, 0};
-    if (code.length != 0) {
-        return code;
-    }
-    const Code escaped = codeOfLeaf(tree, escapeLeaf);
-    return {escaped.bits << 8U | byte, escaped.length + 8};
-}
-
-// ---- Whether bytes are the code of a text ----
+// ---- Codes in tables ----
 
 #if !defined(ZELK_COMPACT)
 namespace {
@@ -105,11 +91,12 @@ struct CodeRow {
                 continue;
             }
             const unsigned int column = columnOf(next - leafFlag);
-            if (next == escapeLeaf || column < columns) {
-                Code *const known = next == escapeLeaf ? &escape : &codes[column];
-                if (known->length == 0 || longer.length < known->length) {
-                    *known = longer;
-                }
+            if (next != escapeLeaf && column >= columns) {
+                throw "a control character has a code";
+            }
+            Code *const known = next == escapeLeaf ? &escape : &codes[column];
+            if (known->length == 0 || longer.length < known->length) {
+                *known = longer;
             }
         }
     }
@@ -185,7 +172,8 @@ public:
     Code after(unsigned int before, unsigned int byte) const {
         const unsigned int row = columnOf(before);
         const unsigned int column = columnOf(byte);
-        if (row >= columns) {
+        const bool isControl = byte < firstGraphic && byte != 0;
+        if (row >= columns || isControl) {
             return {0, 0};
         }
         const unsigned int packed = column < columns ? codes_[row][column] : notShort;
@@ -214,6 +202,36 @@ constexpr CodeRows rows1 = codeRows(tables::expandCodes<sizeof HuffmanDecodeTabl
 constexpr CodeRows rows2 = codeRows(tables::expandCodes<sizeof HuffmanDecodeTable_2>(tables::dvbCodes2));
 constexpr PackedCodes<longCodesIn(rows1)> codes1(rows1);
 constexpr PackedCodes<longCodesIn(rows2)> codes2(rows2);
+
+} // namespace
+#endif
+
+Code contextCode(const unsigned char *table, unsigned int before, unsigned int byte) {
+    if (before >= firstWithoutTree) {
+        return {byte, 8};
+    }
+#if !defined(ZELK_COMPACT)
+    const Code known = table == HuffmanDecodeTable_1   ? codes1.after(before, byte)
+                       : table == HuffmanDecodeTable_2 ? codes2.after(before, byte)
+                                                       : Code{0, 0};
+    if (known.length != 0) {
+        return known;
+    }
+#endif
+    const unsigned char *const tree = table + treeAfter(table, before);
+    const unsigned int leaf = leafFlag + byte;
+    const Code code = byte < leafFlag && leaf != escapeLeaf ? codeOfLeaf(tree, leaf) : Code{0, 0};
+    if (code.length != 0) {
+        return code;
+    }
+    const Code escaped = codeOfLeaf(tree, escapeLeaf);
+    return {escaped.bits << 8U | byte, escaped.length + 8};
+}
+
+// ---- Whether bytes are the code of a text ----
+
+#if !defined(ZELK_COMPACT)
+namespace {
 
 // Compares codes with the bits of a text, several at once.
 class CodeComparison {
@@ -271,8 +289,7 @@ private:
     static_assert(together * mostShort <= CodeComparison::room);
 
     bool compareOne(unsigned int byte) {
-        const Code code = codes_.after(before_, byte);
-        comparison_.add(code.length != 0 ? code : contextCode(table_, before_, byte));
+        comparison_.add(contextCode(table_, before_, byte));
         before_ = byte;
         return comparison_.compare();
     }

@@ -215,6 +215,26 @@ TEST(InsightEncode, DecodesToItself) {
     }
 }
 
+// Each byte after each other one, at the start and at the end.
+TEST(InsightCompress, TakesTheShortestCodeOfEachPair) {
+    const unsigned char *const tables[] = {HuffmanDecodeTable_1, HuffmanDecodeTable_2, _title_dec_table,
+                                           _desc_dec_table};
+    for (unsigned int code = 1; code <= 4; ++code) {
+        const ContextCodes codes = contextCodes(tables[code - 1]);
+        for (unsigned int first = 1; first < 0x100; ++first) {
+            std::string text;
+            for (unsigned int second = 1; second < 0x100; ++second) {
+                text += {static_cast<char>(first), static_cast<char>(second)};
+            }
+            text += static_cast<char>(first);
+            std::vector<char> out(4 * text.size() + 6);
+            const unsigned int length = zelkInsightCompress(code, out.data(), static_cast<int>(out.size()), text.data(),
+                                                            static_cast<int>(text.size()));
+            ASSERT_EQ(std::string(out.data(), length), encodeStreamText(codes, text)) << code << ' ' << first;
+        }
+    }
+}
+
 TEST(InsightCompress, ReadsBack) {
     const unsigned char *const tables[] = {HuffmanDecodeTable_1, HuffmanDecodeTable_2, _title_dec_table,
                                            _desc_dec_table};
