@@ -172,8 +172,7 @@ public:
     Code after(unsigned int before, unsigned int byte) const {
         const unsigned int row = columnOf(before);
         const unsigned int column = columnOf(byte);
-        const bool isControl = byte < firstGraphic && byte != 0;
-        if (row >= columns || isControl) {
+        if (row >= columns) {
             return {0, 0};
         }
         const unsigned int packed = column < columns ? codes_[row][column] : notShort;

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <iterator>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -745,6 +746,45 @@ TEST(InsightDecode, EvidenceIsTheSameInCompressedText) {
             turned[bit / 8] = static_cast<char>(turned[bit / 8] ^ 0x80 >> bit % 8);
             decode(turned);
         }
+    }
+}
+
+// The codes of pieces have an end too, a path of value 0x7F and a 1 bit that leads nowhere. It stands here at every bit
+// of a byte, as the last of a text and with more after it.
+TEST(InsightDecode, EvidenceIsTheSameAfterTheEndOfPieces) {
+    for (const auto &[selector, file] :
+         {std::pair("\x1F\x05", "/malaysia_en.tsv"), std::pair("\x1F\x06", "/malaysia_ms.tsv")}) {
+        const MalaysiaRows rows(std::string(ZELK_TABLE_DATA) + file);
+        std::vector<std::string> ends;
+        for (const std::string &path : rows.paths) {
+            if (path.find_last_of('0') == path.size() - 8 && path.find('1') == path.size() - 7 && !rows.isCode(path) &&
+                !rows.isPath(path + '1')) {
+                ends.push_back(path + '1');
+            }
+        }
+        ASSERT_FALSE(ends.empty());
+        std::set<std::size_t> places;
+        for (const std::string &end : ends) {
+            for (const char *const pieces : {" ", "r", " r", "rr", "  ", "rrr", "r r", "   ", " rrr"}) {
+                std::string bits;
+                for (const char *piece = pieces; *piece != '\0'; ++piece) {
+                    bits += rows.codeOf.at(std::string(1, *piece));
+                }
+                places.insert(bits.size() % 8);
+                bits += end;
+                const Decoded whole = decode(selector + packed(bits));
+                EXPECT_EQ(whole.text, pieces);
+                EXPECT_TRUE(whole.findings.empty());
+                decode(selector + packed(bits + '1'));
+                for (const char *const rest : {"\0", "\xFF", "ab"}) {
+                    const Decoded more = decode(selector + packed(bits) + std::string(rest, rest[0] == 'a' ? 2 : 1));
+                    EXPECT_EQ(more.text, pieces);
+                    ASSERT_EQ(more.findings.size(), 1U);
+                    EXPECT_EQ(more.findings[0].kind, ZelkInsightCompressedRest);
+                }
+            }
+        }
+        EXPECT_EQ(places.size(), 8U);
     }
 }
 
