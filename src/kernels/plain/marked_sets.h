@@ -1,8 +1,12 @@
-// DVB text of a table with marks, on every machine: up to eight ASCII bytes with one store, then the character that
-// comes after them.
+// DVB text of a table with marks, on every machine.
 //
-// What comes next may end the text, so that whole words cannot be stored where the text goes: ASCII alone goes there at
-// once, by whole words; the rest is put into a buffer, some sixty bytes of the text at a time, and copied from there.
+//   graphic ASCII    words
+//   Latin to UTF-8   a vector or a word as it is, with a gap for each character that grows, then the characters of two
+//                    bytes over it; the last bytes one by one
+//   others           up to eight ASCII bytes with one store, then the character that comes after them
+//
+// What comes next may end the text, so that whole words of others cannot be stored where the text goes: they are put
+// into a buffer, some sixty bytes of the text at a time, and copied from there.
 #pragma once
 
 #include "detail/utf8_char.h"
@@ -13,12 +17,169 @@ namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
 inline constexpr std::size_t bufferedText = 64; // bytes: the last step may begin with the last of them
 
-// Of the next eight bytes, those in front of the first that is no graphic ASCII (0x20 to 0x7E).
-inline std::size_t graphicAsciiBytes(const unsigned char *in) {
-    const std::uint64_t word = wordAt(in);
+// The high bits of the bytes that are no graphic ASCII (0x20 to 0x7E).
+inline std::uint64_t notGraphicAscii(std::uint64_t word) {
     const std::uint64_t low = word & lowBits; // no byte's sum carries into its neighbour
-    const std::uint64_t others = (word | (low + everyByte) | ~(low + 0x60 * everyByte)) & highBits;
-    return firstByteOf(others);
+    return (word | (low + everyByte) | ~(low + 0x60 * everyByte)) & highBits;
+}
+
+inline bool isGraphicAscii(unsigned char byte) {
+    return byte - 0x20U < 0x5F;
+}
+
+// Of the next eight bytes, those in front of the first that is no graphic ASCII.
+inline std::size_t graphicAsciiBytes(const unsigned char *in) {
+    return firstByteOf(notGraphicAscii(wordAt(in)));
+}
+
+// The character at a byte that is no graphic ASCII, and the bytes of the text that it takes: none at a control, at what
+// has no character and at a mark that does not compose.
+struct MarkedCharacter {
+    unsigned int character;
+    unsigned int bytes;
+};
+
+inline MarkedCharacter markedAt(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t left) {
+    const unsigned int byte = *in;
+    if (tables::dvbMarks.sets[0].columnOf[byte] != 0) {
+        const unsigned int composed = left > 1 ? composeIn(tables::dvbMarks, 0, in[1], byte) : 0U;
+        return {composed, composed != 0 ? 2U : 0U};
+    }
+    const unsigned int character = codePoints[byte];
+    return {character, (byte & 0x60U) != 0 && character != tables::unassigned ? 1U : 0U};
+}
+
+// ---- Latin text: graphic ASCII, and characters of two bytes in UTF-8, a byte's own or a mark's with its letter ----
+
+// A character of two bytes as it is stored, by one number: two bytes would have to be put together from memory.
+using Pair = std::uint16_t;
+
+// 0 where it has not two.
+constexpr Pair pairOf(unsigned int character) {
+    const unsigned int lead = detail::leadByte(character, 2);
+    const unsigned int next = detail::continuationByte(character, 0);
+    const unsigned int pair = std::endian::native == std::endian::little ? next << 8U | lead : lead << 8U | next;
+    return detail::utf8EncodedLength(character) == sizeof(Pair) ? static_cast<Pair>(pair) : Pair{0};
+}
+
+// Bytes of a text that become as many bytes of UTF-8. Each character that grows opens a gap, so that the last ones are
+// for the next step.
+struct LatinWord {
+    static constexpr std::size_t size = wordBytes;
+    static constexpr unsigned int bitsPerByte = 8;
+    std::uint64_t bytes;
+
+    explicit LatinWord(const unsigned char *in) : bytes(wordAt(in)) {}
+
+    // A bit for each byte that is no graphic ASCII, that of the first one lowest.
+    std::uint64_t others() const {
+        const std::uint64_t stored = notGraphicAscii(bytes);
+        return std::endian::native == std::endian::little ? stored : __builtin_bswap64(stored);
+    }
+
+    // Moves the bytes from a place on by one; a place is at least 1. What is there then has no meaning.
+    void open(std::size_t place) {
+        const auto before = static_cast<unsigned int>(8 * (place - 1));
+        if constexpr (std::endian::native == std::endian::little) {
+            const std::uint64_t moved = ~std::uint64_t{0} << before << 8U;
+            bytes = (bytes & ~moved) | (bytes << 8U & moved);
+        } else {
+            const std::uint64_t moved = ~std::uint64_t{0} >> before >> 8U;
+            bytes = (bytes & ~moved) | (bytes >> 8U & moved);
+        }
+    }
+};
+
+struct LatinVector {
+    static constexpr std::size_t size = vectorBytes;
+    static constexpr unsigned int bitsPerByte = 1;
+    Bytes bytes;
+
+    explicit LatinVector(const unsigned char *in) : bytes(vectorAt<Bytes>(in)) {}
+
+    // Graphic ASCII is above 0x20 once one is added, as signed numbers.
+    std::uint64_t others() const { return highBitsOf(signedBelow(bytes + everyByteIs(1), everyByteIs(0x21))); }
+
+    void open(std::size_t place) {
+        const Bytes kept = firstBytes(place);
+        bytes = (bytes & kept) | (oneUp(bytes) & ~kept);
+    }
+};
+
+// One step. False, and nothing is put, where the text is not Latin.
+template <class Step>
+inline bool putLatinStep(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t left, char *out,
+                         Progress &done) {
+    std::array<std::uint8_t, Step::size> places; // `count` of these are set
+    std::array<Pair, Step::size> pairs;
+    std::size_t count = 0;
+    std::size_t grown = 0;
+    std::size_t end = Step::size;
+    Step step(in);
+    for (std::uint64_t others = step.others(); others != 0; others &= others - 1) {
+        const std::size_t from = static_cast<std::size_t>(std::countr_zero(others)) / Step::bitsPerByte;
+        const std::size_t place = from + grown;
+        if (place >= Step::size) {
+            break;
+        }
+        const MarkedCharacter next = markedAt(codePoints, in + from, left - from);
+        const Pair pair = pairOf(next.character);
+        if (pair == 0 || next.bytes == 0) {
+            return false;
+        }
+        if (next.bytes == 1) {
+            step.open(place + 1);
+            ++grown;
+        }
+        places[count] = static_cast<std::uint8_t>(place);
+        pairs[count] = pair;
+        ++count;
+        end = std::max(end, place + sizeof(Pair));
+    }
+    std::memcpy(out, &step.bytes, Step::size);
+    for (std::size_t i = 0; i < count; ++i) {
+        store(out + places[i], pairs[i]);
+    }
+    done.read += end - grown;
+    done.written += end;
+    return true;
+}
+
+// To where the text is not Latin, or less than a step is left of it.
+template <class Step>
+inline bool putLatinBy(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
+                       Progress &done) {
+    while (length - done.read >= Step::size) {
+        if (!putLatinStep<Step>(codePoints, in + done.read, length - done.read, out + done.written, done)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+inline void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
+                     Progress &done) {
+    if ((hasVectors && !putLatinBy<LatinVector>(codePoints, in, length, out, done)) ||
+        !putLatinBy<LatinWord>(codePoints, in, length, out, done)) {
+        return;
+    }
+    while (done.read < length) {
+        const unsigned char byte = in[done.read];
+        if (isGraphicAscii(byte)) {
+            out[done.written] = static_cast<char>(byte);
+            ++done.read;
+            ++done.written;
+            continue;
+        }
+        const MarkedCharacter next = markedAt(codePoints, in + done.read, length - done.read);
+        const Pair pair = pairOf(next.character);
+        if (pair == 0 || next.bytes == 0) {
+            return;
+        }
+        store(out + done.written, pair);
+        done.read += next.bytes;
+        done.written += sizeof(Pair);
+    }
 }
 
 // Eight bytes at once, whatever overlaps.
@@ -71,26 +232,17 @@ struct Ucs2Form {
     }
 };
 
-// The bytes of the text that the next character takes; 0, and nothing is put, at a control, at what has no character
-// and at a mark that does not compose.
+// The bytes of the text that the next character takes; 0, and nothing is put, where a kernel has none.
 template <class Form>
 inline std::size_t putMarked(const tables::CodePoints &codePoints, const Form &form, typename Form::Unit *&at,
                              const unsigned char *in, std::size_t left) {
-    const unsigned char byte = *in;
-    if (tables::dvbMarks.sets[0].columnOf[byte] != 0) {
-        const unsigned int composed = left > 1 ? composeIn(tables::dvbMarks, 0, in[1], byte) : 0U;
-        if (composed == 0) {
-            return 0;
-        }
-        at = form.putComposed(at, composed);
-        return 2;
+    const MarkedCharacter next = markedAt(codePoints, in, left);
+    if (next.bytes == 2) {
+        at = form.putComposed(at, next.character);
+    } else if (next.bytes == 1) {
+        at = form.put(at, *in, next.character);
     }
-    const unsigned int character = codePoints[byte];
-    if ((byte & 0x60U) == 0 || character == tables::unassigned) {
-        return 0;
-    }
-    at = form.put(at, byte, character);
-    return 1;
+    return next.bytes;
 }
 
 // What a buffer gets of a text: `bufferedText` bytes or little more; `stopped` where the next one is not for a kernel.
@@ -137,6 +289,11 @@ struct StepsByWords {
         return done;
     }
 
+    static void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
+                         Progress &done) {
+        plain::putLatin(codePoints, in, length, out, done);
+    }
+
     // What a buffer gets. A step may take `surplus` bytes more than it should, and write as many units too far.
     static constexpr std::size_t surplus = wordBytes;
     template <class Form>
@@ -147,28 +304,37 @@ struct StepsByWords {
     }
 };
 
+// The rest of a text that has begun with so much graphic ASCII. A call of its own: text without marks needs no buffer.
 template <class Form, class Steps>
-inline Progress convertMarked(tables::ByteSet set, const unsigned char *in, std::size_t length,
-                              typename Form::Unit *out) {
+[[gnu::noinline]] Progress convertOthers(tables::ByteSet set, const unsigned char *in, std::size_t length,
+                                         typename Form::Unit *out, std::size_t ascii) {
     const tables::CodePoints &codePoints = tables::codePointsOf(set);
     const Form form(set);
     typename Form::Unit buffer[Form::most * (bufferedText + Steps::surplus) + Steps::surplus];
-    Progress done;
-    for (bool stopped = false; !stopped;) {
-        const std::size_t ascii = Steps::putAscii(in + done.read, length - done.read, out + done.written);
-        done.read += ascii;
-        done.written += ascii;
+    Progress done{ascii, ascii};
+    for (;;) {
+        if constexpr (std::is_same_v<typename Form::Unit, char>) {
+            Steps::putLatin(codePoints, in, length, out, done);
+        }
         if (done.read == length) {
-            break;
+            return done;
         }
         const auto part = Steps::putPart(codePoints, form, buffer, in + done.read, length - done.read);
         const auto count = static_cast<std::size_t>(part.end - buffer);
         std::copy_n(buffer, count, out + done.written);
         done.read += part.read;
         done.written += count;
-        stopped = part.stopped;
+        if (part.stopped) {
+            return done;
+        }
     }
-    return done;
+}
+
+template <class Form, class Steps>
+inline Progress convertMarked(tables::ByteSet set, const unsigned char *in, std::size_t length,
+                              typename Form::Unit *out) {
+    const std::size_t ascii = Steps::putAscii(in, length, out);
+    return ascii == length ? Progress{ascii, ascii} : convertOthers<Form, Steps>(set, in, length, out, ascii);
 }
 
 // Of a text, as many bytes as are sure to fit.
