@@ -1,7 +1,7 @@
 // DVB text of a table with marks, by blocks:
 //
 //   graphic ASCII      blocks, the last one overlapping, or two halves of a block
-//   Latin to UTF-8     as plain/marked_sets.h has it, by blocks where there is no other use of them
+//   Latin to UTF-8     the last bytes of a text, as plain/marked_sets.h has it
 //   others             a block as it is, then each character of it that is no graphic ASCII and what follows it once
 //                      more; into a buffer, as plain/marked_sets.h has it
 //   two last blocks    by words, as there: what follows a character cannot be read as a block
@@ -36,20 +36,6 @@ ZELK_OPERATION void putHalvesOfAscii(unsigned short *out, std::size_t length, By
     store(out + (length - blockUnits), backUnits(text));
 }
 
-struct LatinBlock {
-    static constexpr std::size_t size = blockBytes;
-    static constexpr unsigned int bitsPerByte = bitsPerPlace;
-    Bytes bytes;
-
-    explicit LatinBlock(const unsigned char *in) : bytes(load(in)) {}
-    std::uint64_t others() const { return placesOf(notGraphicAscii(bytes)); }
-    void open(std::size_t place) {
-        static const Bytes allThenNone[2] = {~Bytes{}, Bytes{}};
-        const auto kept = load(reinterpret_cast<const unsigned char *>(allThenNone) + blockBytes - place);
-        bytes = (bytes & kept) | (movedUp<1>(bytes) & ~kept);
-    }
-};
-
 struct StepsByBlocks {
     template <class Unit>
     static std::size_t putAscii(const unsigned char *in, std::size_t length, Unit *out) {
@@ -78,12 +64,10 @@ struct StepsByBlocks {
 
     static void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
                          Progress &done) {
-        if constexpr (!putsFewSingly) {
-            if (plain::putLatinBy<LatinBlock>(codePoints, in, length, out, done)) {
+        if constexpr (plain::hasLatinSteps) {
+            if (length - done.read <= plain::bufferedText) {
                 plain::putLatin(codePoints, in, length, out, done);
             }
-        } else if (length - done.read <= plain::bufferedText) { // longer text is as quick by the buffer
-            plain::putLatin(codePoints, in, length, out, done);
         }
     }
 

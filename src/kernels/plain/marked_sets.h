@@ -1,8 +1,8 @@
 // DVB text of a table with marks, on every machine.
 //
 //   graphic ASCII    words
-//   Latin to UTF-8   a vector or a word as it is, with a gap for each character that grows, then the characters of two
-//                    bytes over it; the last bytes one by one
+//   Latin to UTF-8   on x86, a vector or half of it as it is, with a gap for each character that grows, then the
+//                    characters of two bytes over it; the last bytes one by one
 //   others           up to eight ASCII bytes with one store, then the character that comes after them
 //
 // What comes next may end the text, so that whole words of others cannot be stored where the text goes: they are put
@@ -54,113 +54,105 @@ inline MarkedCharacter markedAt(const tables::CodePoints &codePoints, const unsi
 // A character of two bytes as it is stored, by one number: two bytes would have to be put together from memory.
 using Pair = std::uint16_t;
 
-// 0 where it has not two.
-constexpr Pair pairOf(unsigned int character) {
-    const unsigned int lead = detail::leadByte(character, 2);
-    const unsigned int next = detail::continuationByte(character, 0);
-    const unsigned int pair = std::endian::native == std::endian::little ? next << 8U | lead : lead << 8U | next;
-    return detail::utf8EncodedLength(character) == sizeof(Pair) ? static_cast<Pair>(pair) : Pair{0};
+// 0 where there is none, or not one of two bytes.
+constexpr Pair pairOf(const MarkedCharacter &next) {
+    const unsigned int lead = detail::leadByte(next.character, 2);
+    const unsigned int later = detail::continuationByte(next.character, 0);
+    const unsigned int pair = std::endian::native == std::endian::little ? later << 8U | lead : lead << 8U | later;
+    const bool isPair = next.bytes != 0 && detail::utf8EncodedLength(next.character) == sizeof(Pair);
+    return isPair ? static_cast<Pair>(pair) : Pair{0};
 }
 
-// Bytes of a text that become as many bytes of UTF-8. Each character that grows opens a gap, so that the last ones are
-// for the next step.
-struct LatinWord {
-    static constexpr std::size_t size = wordBytes;
-    static constexpr unsigned int bitsPerByte = 8;
-    std::uint64_t bytes;
+// The x86 processors wait where a buffer is read by other sizes than it was written with. Those that execute in order,
+// as most Arm cores of receivers do, take fewer instructions by the buffer.
+#if defined(__SSE2__)
+inline constexpr bool hasLatinSteps = true;
+#else
+inline constexpr bool hasLatinSteps = false;
+#endif
 
-    explicit LatinWord(const unsigned char *in) : bytes(wordAt(in)) {}
-
-    // A bit for each byte that is no graphic ASCII, that of the first one lowest.
-    std::uint64_t others() const {
-        const std::uint64_t stored = notGraphicAscii(bytes);
-        return std::endian::native == std::endian::little ? stored : __builtin_bswap64(stored);
-    }
-
-    // Moves the bytes from a place on by one; a place is at least 1. What is there then has no meaning.
-    void open(std::size_t place) {
-        const auto before = static_cast<unsigned int>(8 * (place - 1));
-        if constexpr (std::endian::native == std::endian::little) {
-            const std::uint64_t moved = ~std::uint64_t{0} << before << 8U;
-            bytes = (bytes & ~moved) | (bytes << 8U & moved);
-        } else {
-            const std::uint64_t moved = ~std::uint64_t{0} >> before >> 8U;
-            bytes = (bytes & ~moved) | (bytes >> 8U & moved);
-        }
-    }
-};
-
-struct LatinVector {
-    static constexpr std::size_t size = vectorBytes;
-    static constexpr unsigned int bitsPerByte = 1;
+// A vector or half a vector of a text's bytes that become as many bytes of UTF-8. Each character that grows opens a
+// gap, so that the last ones are for the next step.
+template <std::size_t size>
+struct LatinStep {
     Bytes bytes;
 
-    explicit LatinVector(const unsigned char *in) : bytes(vectorAt<Bytes>(in)) {}
+    explicit LatinStep(const unsigned char *in) {
+        if constexpr (size == vectorBytes) {
+            bytes = vectorAt<Bytes>(in);
+        } else {
+            bytes = reinterpret_cast<Bytes>(Words{wordAt(in), 0});
+        }
+    }
 
-    // Graphic ASCII is above 0x20 once one is added, as signed numbers.
-    std::uint64_t others() const { return highBitsOf(signedBelow(bytes + everyByteIs(1), everyByteIs(0x21))); }
+    void storeTo(char *out) const {
+        if constexpr (size == vectorBytes) {
+            store(out, bytes);
+        } else {
+            store(out, reinterpret_cast<Words>(bytes)[0]);
+        }
+    }
 
+    // A bit for each byte that is no graphic ASCII, that of the first one lowest. Graphic ASCII is above 0x20 once one
+    // is added, as signed numbers.
+    unsigned int others() const {
+        return highBitsOf(signedBelow(bytes + everyByteIs(1), everyByteIs(0x21))) & ((1U << size) - 1);
+    }
+
+    // Moves the bytes from a place on by one. What is there then has no meaning.
     void open(std::size_t place) {
         const Bytes kept = firstBytes(place);
         bytes = (bytes & kept) | (oneUp(bytes) & ~kept);
     }
 };
 
-// One step. False, and nothing is put, where the text is not Latin.
-template <class Step>
-inline bool putLatinStep(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t left, char *out,
-                         Progress &done) {
-    std::array<std::uint8_t, Step::size> places; // `count` of these are set
-    std::array<Pair, Step::size> pairs;
-    std::size_t count = 0;
-    std::size_t grown = 0;
-    std::size_t end = Step::size;
-    Step step(in);
-    for (std::uint64_t others = step.others(); others != 0; others &= others - 1) {
-        const std::size_t from = static_cast<std::size_t>(std::countr_zero(others)) / Step::bitsPerByte;
-        const std::size_t place = from + grown;
-        if (place >= Step::size) {
-            break;
-        }
-        const MarkedCharacter next = markedAt(codePoints, in + from, left - from);
-        const Pair pair = pairOf(next.character);
-        if (pair == 0 || next.bytes == 0) {
-            return false;
-        }
-        if (next.bytes == 1) {
-            step.open(place + 1);
-            ++grown;
-        }
-        places[count] = static_cast<std::uint8_t>(place);
-        pairs[count] = pair;
-        ++count;
-        end = std::max(end, place + sizeof(Pair));
-    }
-    std::memcpy(out, &step.bytes, Step::size);
-    for (std::size_t i = 0; i < count; ++i) {
-        store(out + places[i], pairs[i]);
-    }
-    done.read += end - grown;
-    done.written += end;
-    return true;
-}
-
-// To where the text is not Latin, or less than a step is left of it.
-template <class Step>
+// As many steps as there are whole ones. False where the text is not Latin.
+template <std::size_t size>
 inline bool putLatinBy(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
                        Progress &done) {
-    while (length - done.read >= Step::size) {
-        if (!putLatinStep<Step>(codePoints, in + done.read, length - done.read, out + done.written, done)) {
-            return false;
+    while (length - done.read >= size) {
+        const unsigned char *const from = in + done.read;
+        char *const to = out + done.written;
+        LatinStep<size> step(from);
+        std::array<std::uint8_t, size> places; // in the output; `count` of these are set
+        std::array<Pair, size> pairs;
+        std::size_t count = 0;
+        std::size_t grown = 0;
+        std::size_t end = size;
+        for (unsigned int others = step.others(); others != 0; others &= others - 1) {
+            const auto at = static_cast<std::size_t>(std::countr_zero(others));
+            const std::size_t place = at + grown;
+            if (place >= size) {
+                break;
+            }
+            const MarkedCharacter next = markedAt(codePoints, from + at, length - done.read - at);
+            const Pair pair = pairOf(next);
+            if (pair == 0) {
+                return false;
+            }
+            if (next.bytes == 1) {
+                step.open(place + 1);
+                ++grown;
+            }
+            places[count] = static_cast<std::uint8_t>(place);
+            pairs[count] = pair;
+            ++count;
+            end = std::max(end, place + sizeof pair);
         }
+        step.storeTo(to);
+        for (std::size_t i = 0; i < count; ++i) {
+            store(to + places[i], pairs[i]);
+        }
+        done.read += end - grown;
+        done.written += end;
     }
     return true;
 }
 
 inline void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
                      Progress &done) {
-    if ((hasVectors && !putLatinBy<LatinVector>(codePoints, in, length, out, done)) ||
-        !putLatinBy<LatinWord>(codePoints, in, length, out, done)) {
+    if (!putLatinBy<vectorBytes>(codePoints, in, length, out, done) ||
+        !putLatinBy<wordBytes>(codePoints, in, length, out, done)) {
         return;
     }
     while (done.read < length) {
@@ -172,13 +164,13 @@ inline void putLatin(const tables::CodePoints &codePoints, const unsigned char *
             continue;
         }
         const MarkedCharacter next = markedAt(codePoints, in + done.read, length - done.read);
-        const Pair pair = pairOf(next.character);
-        if (pair == 0 || next.bytes == 0) {
+        const Pair pair = pairOf(next);
+        if (pair == 0) {
             return;
         }
         store(out + done.written, pair);
         done.read += next.bytes;
-        done.written += sizeof(Pair);
+        done.written += sizeof pair;
     }
 }
 
@@ -291,7 +283,9 @@ struct StepsByWords {
 
     static void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
                          Progress &done) {
-        plain::putLatin(codePoints, in, length, out, done);
+        if constexpr (hasLatinSteps) {
+            plain::putLatin(codePoints, in, length, out, done);
+        }
     }
 
     // What a buffer gets. A step may take `surplus` bytes more than it should, and write as many units too far.
