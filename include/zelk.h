@@ -383,8 +383,7 @@ unsigned short zelk_filterControlChars(unsigned short code);
 /**
  * Copies a text through a filter. The terminating zero is passed to the filter too, and ends the text.
  *
- * @param dst    receives the characters that the filter keeps (low 8 bits of its results) and a zero; may be `src`,
- *               unless the filter replaces the terminating zero
+ * @param dst    receives the characters that the filter keeps (low 8 bits of its results) and a zero; may be `src`
  * @param size   slots in `dst`, the terminator included; with 1 or less the zero alone is written. The length of `src`
  *               + 1 suffices, + 2 where the filter replaces the terminating zero.
  * @param src    zero-terminated, or null for an empty text

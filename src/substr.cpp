@@ -11,17 +11,19 @@ namespace zelk::detail {
 namespace {
 
 // The terminator goes through the filter like any other character, and is written if the filter makes something of it.
+// The two texts may be one: a unit is read once, before anything is written in its place.
 template <class Unit, class Filter>
 unsigned int filterText(Unit *dst, int size, const Unit *src, Filter filter) {
     Unit *at = dst;
     if (src != nullptr) {
         for (int room = size; room > 1; ++src) {
-            const unsigned short result = filter(static_cast<std::make_unsigned_t<Unit>>(*src));
+            const Unit unit = *src;
+            const unsigned short result = filter(static_cast<std::make_unsigned_t<Unit>>(unit));
             if (result != 0) {
                 *at++ = static_cast<Unit>(result);
                 --room;
             }
-            if (*src == 0) {
+            if (unit == 0) {
                 break;
             }
         }

@@ -165,6 +165,28 @@ TEST(InPlace, GivesTheSameText) {
     }
 }
 
+// With room for what becomes of the terminator, too. A result whose low eight bits are zero ends no text early.
+TEST(InPlace, FiltersWhatBecomesZeroAndTheTerminator) {
+    const auto filter = [](unsigned short character) -> unsigned short {
+        return character == 'X' ? 0x0100 : character == 0 ? '.' : character;
+    };
+    const std::string text = "aXbcX";
+    for (int size = 0; size <= 8; ++size) {
+        char apart[8] = {};
+        char buffer[8] = {};
+        std::copy(text.begin(), text.end(), buffer);
+        EXPECT_EQ(zelkFilterString(buffer, size, buffer, filter), zelkFilterString(apart, size, text.c_str(), filter));
+        EXPECT_TRUE(std::equal(apart, apart + std::clamp(size, 1, 7), buffer)) << "size " << size;
+    }
+    char whole[8] = "aXbcX";
+    EXPECT_EQ(zelkFilterString(whole, 8, whole, filter), 6U);
+    EXPECT_EQ(std::string(whole, 7), std::string("a\0bc\0.", 7));
+    unsigned short wideText[8] = {'a', 'X', 'b'};
+    EXPECT_EQ(zelkFilterWideString(wideText, 8, wideText, filter), 4U);
+    const unsigned short expected[] = {'a', 0x0100, 'b', '.', 0};
+    EXPECT_TRUE(std::equal(std::begin(expected), std::end(expected), wideText));
+}
+
 // With room for the terminator that is copied, too.
 TEST(InPlace, RemovesQuotes) {
     Random random(42);
