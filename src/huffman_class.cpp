@@ -22,18 +22,14 @@ public:
     KeptCharacters(unsigned char *dst, unsigned int capacity, unsigned int skipCount)
         : dst_(dst), capacity_(capacity), skipCount_(skipCount) {}
 
-    // Characters as many as come at once: where they go, if there is room for many, else by way of a buffer.
+    // Characters as many as come at once: where they go, if there is room for many and something is sure to be written
+    // there, else by way of a buffer.
     void appendRun(detail::ContextText &text) {
         constexpr unsigned int shortRun = 256;
         const unsigned int at = position_ - std::min(skipCount_, position_);
         const unsigned int room = capacity_ - std::min(at, capacity_);
-        if (position_ >= skipCount_ && room >= shortRun) {
-            const unsigned char before = dst_[at];
-            const unsigned int count = text.run(dst_ + at, room);
-            if (count == 0) {
-                dst_[at] = before; // that nothing follows, not even a terminator, is no reason to write
-            }
-            position_ += count;
+        if (position_ >= skipCount_ && room >= shortRun && (position_ != 0 || text.givesAtOnce())) {
+            position_ += text.run(dst_ + at, room);
         } else {
             std::array<unsigned char, shortRun> run;
             append(run.data(), text.run(run.data(), run.size()));

@@ -2,6 +2,7 @@
 #include "zelk.h"
 #include "zelk.hpp"
 
+#include "helpers/guard_pages.h"
 #include "helpers/guarded.h"
 #include "helpers/text.h"
 #include "reference/huffman_encoder.h"
@@ -82,6 +83,28 @@ TEST(HuffmanClass, LoneTerminatorDecodesNothing) {
         EXPECT_EQ(dstLength, 0U);
         EXPECT_TRUE(out.untouched());
     }
+}
+
+// Nothing is stored where there is no text, be it for a moment: the output is memory that cannot be touched.
+TEST(HuffmanClass, NoTextTouchesNoOutput) {
+    GuardPages pages(1);
+    unsigned char *const untouchable = pages.back(0);
+    unsigned int empty = 0;
+    for (const Kind kind : {Kind::Title, Kind::Description}) {
+        for (unsigned int i = 0; i < 0x10100; ++i) {
+            std::string input(1, static_cast<char>(i & 0xFFU));
+            if (i > 0xFF) {
+                input += static_cast<char>((i - 0x100) >> 8U);
+            }
+            if (modelText(kind, input).empty()) {
+                unsigned int dstLength = 512;
+                ASSERT_EQ(decode(kind, 0, input, untouchable, &dstLength), 0);
+                ASSERT_EQ(dstLength, 0U);
+                ++empty;
+            }
+        }
+    }
+    EXPECT_GE(empty, 6U); // five first bytes and a lone terminator at least
 }
 
 TEST(HuffmanClass, BadArgumentsLeaveTheLengthAlone) {
