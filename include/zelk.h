@@ -730,7 +730,8 @@ unsigned int zelk_isoToUtf8(unsigned int part, char *out, int outSize, const cha
 
 /**
  * As zelk_isoToUtf8(), for text that may be UTF-8 already: valid UTF-8 is copied as zelkUtf8CopyAndCheckIfValid() does
- * (cut byte by byte where the room ends, which ends the check too), any other text is read as ISO 8859 from its start.
+ * (cut byte by byte where the room ends, which ends the check too), any other text is read as ISO 8859 from its start,
+ * over what was copied. Where the room cuts that text off, a few bytes of the copy may stay after its terminator.
  */
 unsigned int zelk_isoToUtf8Checked(unsigned int part, char *out, int outSize, const char *in, int inLength);
 

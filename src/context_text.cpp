@@ -134,13 +134,13 @@ unsigned int bitsInCode(const Step *begin, const Step *end, const StepMachine &m
     return {given ? character : 0, character == 0 && window.left() >= 0, window.position(window.left())};
 }
 
-bool ContextText::givesAtOnce() const {
-    if (machine_.steps == nullptr || !machine_.mayFollow(character_) || at_ / 8 >= count_) {
+// No step uses as many bits as eight bytes have.
+bool ContextText::beginsWithCharacter() const {
+    if (machine_.steps == nullptr || !machine_.mayFollow(0) || count_ < sizeof(std::uint64_t)) {
         return false;
     }
-    const BitWindow window(bytes_, count_, at_);
-    const Step step = State::after(machine_, machine_.steps[character_]).step(window.bits());
-    return step < tables::stop && machine_.gives(step) && static_cast<int>(step & usedMask) <= window.left();
+    const Step step = State::after(machine_, machine_.steps[0]).step(BitWindow::eightBytes(bytes_));
+    return step < tables::stop && machine_.gives(step);
 }
 
 unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {

@@ -28,7 +28,7 @@ public:
         constexpr unsigned int shortRun = 256;
         const unsigned int at = position_ - std::min(skipCount_, position_);
         const unsigned int room = capacity_ - std::min(at, capacity_);
-        if (position_ >= skipCount_ && room >= shortRun && (position_ != 0 || text.givesAtOnce())) {
+        if (position_ >= skipCount_ && room >= shortRun && (position_ != 0 || text.beginsWithCharacter())) {
             position_ += text.run(dst_ + at, room);
         } else {
             std::array<unsigned char, shortRun> run;

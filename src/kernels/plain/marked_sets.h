@@ -73,20 +73,16 @@ inline constexpr bool hasLatinSteps = false;
 
 // A vector or half a vector of a text's bytes that become as many bytes of UTF-8. Each character that grows opens a
 // gap, so that the last ones are for the next step.
-template <std::size_t size>
 struct LatinStep {
+    std::size_t size;
     Bytes bytes;
 
-    explicit LatinStep(const unsigned char *in) {
-        if constexpr (size == vectorBytes) {
-            bytes = vectorAt<Bytes>(in);
-        } else {
-            bytes = reinterpret_cast<Bytes>(Words{wordAt(in), 0});
-        }
-    }
+    LatinStep(const unsigned char *in, std::size_t left)
+        : size(left >= vectorBytes ? vectorBytes : wordBytes),
+          bytes(left >= vectorBytes ? vectorAt<Bytes>(in) : reinterpret_cast<Bytes>(Words{wordAt(in), 0})) {}
 
     void storeTo(char *out) const {
-        if constexpr (size == vectorBytes) {
+        if (size == vectorBytes) {
             store(out, bytes);
         } else {
             store(out, reinterpret_cast<Words>(bytes)[0]);
@@ -106,23 +102,22 @@ struct LatinStep {
     }
 };
 
-// As many steps as there are whole ones. False where the text is not Latin.
-template <std::size_t size>
-inline bool putLatinBy(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
-                       Progress &done) {
-    while (length - done.read >= size) {
+// False where the text is not Latin; else less than half a vector of it is left.
+inline bool putLatinSteps(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
+                          Progress &done) {
+    while (length - done.read >= wordBytes) {
         const unsigned char *const from = in + done.read;
         char *const to = out + done.written;
-        LatinStep<size> step(from);
-        std::array<std::uint8_t, size> places; // in the output; `count` of these are set
-        std::array<Pair, size> pairs;
+        LatinStep step(from, length - done.read);
+        std::array<std::uint8_t, vectorBytes> places; // in the output; `count` of these are set
+        std::array<Pair, vectorBytes> pairs;
         std::size_t count = 0;
         std::size_t grown = 0;
-        std::size_t end = size;
+        std::size_t end = step.size;
         for (unsigned int others = step.others(); others != 0; others &= others - 1) {
             const auto at = static_cast<std::size_t>(std::countr_zero(others));
             const std::size_t place = at + grown;
-            if (place >= size) {
+            if (place >= step.size) {
                 break;
             }
             const MarkedCharacter next = markedAt(codePoints, from + at, length - done.read - at);
@@ -151,8 +146,7 @@ inline bool putLatinBy(const tables::CodePoints &codePoints, const unsigned char
 
 inline void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
                      Progress &done) {
-    if (!putLatinBy<vectorBytes>(codePoints, in, length, out, done) ||
-        !putLatinBy<wordBytes>(codePoints, in, length, out, done)) {
+    if (!putLatinSteps(codePoints, in, length, out, done)) {
         return;
     }
     while (done.read < length) {
