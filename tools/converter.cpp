@@ -461,7 +461,10 @@ Converter utf8To(UnitWriter writer) {
         } else {
             betweenZeroBytes(
                 in.substr(0, whole),
-                [&](std::string_view part) { writer(units.data(), decodeUtf8(part, units), part.size(), out); },
+                [&](std::string_view part) {
+                    const std::size_t count = decodeUtf8(part, units); // before units.data(), for it may grow them
+                    writer(units.data(), count, part.size(), out);
+                },
                 [&] {
                     const unsigned short zero = 0;
                     writer(&zero, 1, 1, out);

@@ -20,7 +20,11 @@ struct Processor {
 
 ZELK_RESOLVER inline Processor thisProcessor() {
     constexpr unsigned int statesAreTold = 1U << 27U; // OSXSAVE
-    Processor processor{};
+    // Number by number: for a whole record, Clang without optimisation calls the C library.
+    unsigned int leaf1Ecx = 0;
+    unsigned int leaf7Ebx = 0;
+    unsigned int leaf7Ecx = 0;
+    unsigned int savedState = 0;
     unsigned int a = 0;
     unsigned int b = 0;
     unsigned int c = 0;
@@ -28,16 +32,16 @@ ZELK_RESOLVER inline Processor thisProcessor() {
     __cpuid(0, a, b, c, d);
     const unsigned int lastLeaf = a;
     __cpuid(1, a, b, c, d);
-    processor.leaf1Ecx = c;
-    if ((processor.leaf1Ecx & statesAreTold) != 0) {
-        __asm__("xgetbv" : "=a"(processor.savedState), "=d"(d) : "c"(0));
+    leaf1Ecx = c;
+    if ((leaf1Ecx & statesAreTold) != 0) {
+        __asm__("xgetbv" : "=a"(savedState), "=d"(d) : "c"(0));
     }
     if (lastLeaf >= 7) {
         __cpuid_count(7, 0, a, b, c, d);
-        processor.leaf7Ebx = b;
-        processor.leaf7Ecx = c;
+        leaf7Ebx = b;
+        leaf7Ecx = c;
     }
-    return processor;
+    return {leaf1Ecx, leaf7Ebx, leaf7Ecx, savedState};
 }
 
 ZELK_RESOLVER constexpr bool hasAll(unsigned int bits, unsigned int needed) {
