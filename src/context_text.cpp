@@ -134,15 +134,6 @@ unsigned int bitsInCode(const Step *begin, const Step *end, const StepMachine &m
     return {given ? character : 0, character == 0 && window.left() >= 0, window.position(window.left())};
 }
 
-// No step uses as many bits as eight bytes have.
-bool ContextText::beginsWithCharacter() const {
-    if (machine_.steps == nullptr || !machine_.mayFollow(0) || count_ < sizeof(std::uint64_t)) {
-        return false;
-    }
-    const Step step = State::after(machine_, machine_.steps[0]).step(BitWindow::eightBytes(bytes_));
-    return step < tables::stop && machine_.gives(step);
-}
-
 unsigned int ContextText::runBySteps(unsigned char *out, unsigned int room) {
     const StepMachine machine = machine_;
     std::array<Step, stepsKept + 1> steps; // the last ones

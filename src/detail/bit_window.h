@@ -39,13 +39,13 @@ public:
         left_ += static_cast<int>(8 * bytes);
     }
 
+private:
     static std::uint64_t eightBytes(const unsigned char *at) {
         std::uint64_t bits = 0;
         std::memcpy(&bits, at, sizeof bits);
         return std::endian::native == std::endian::little ? __builtin_bswap64(bits) : bits;
     }
 
-private:
     // The next eight bytes, zeros after the last one; no byte outside the text is read.
     std::uint64_t ahead() const {
         const std::size_t left = count_ - loaded_;

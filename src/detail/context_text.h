@@ -26,10 +26,6 @@ public:
         return {table, tables::StepMachine(), bytes, count};
     }
 
-    // Whether the first run() is sure to give a character, if there is room for many. Where not, it may give some all
-    // the same, or none and write one.
-    bool beginsWithCharacter() const;
-
     // Writes characters of 0x20 to 0x7F and returns their number, at most `room`. Nothing follows from a 0: next() may
     // still give such a character.
     unsigned int run(unsigned char *out, unsigned int room) {

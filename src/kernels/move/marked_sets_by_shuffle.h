@@ -1,7 +1,7 @@
 // DVB text of a table with marks, by blocks:
 //
 //   graphic ASCII      blocks, the last one overlapping, or two halves of a block
-//   Latin to UTF-8     the last bytes of a text, as plain/marked_sets.h has it
+//   Latin to UTF-8     on x86 the last bytes of a text, as plain/marked_sets.h has it
 //   others             a block as it is, then each character of it that is no graphic ASCII and what follows it once
 //                      more; into a buffer, as plain/marked_sets.h has it
 //   two last blocks    by words, as there: what follows a character cannot be read as a block
@@ -62,15 +62,7 @@ struct StepsByBlocks {
         return 0;
     }
 
-    static void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
-                         Progress &done) {
-        if constexpr (plain::hasLatinSteps) {
-            if (length - done.read <= plain::bufferedText) {
-                plain::putLatin(codePoints, in, length, out, done);
-            }
-        }
-    }
-
+    static constexpr std::size_t mostLatin = plain::bufferedText; // longer text goes by blocks
     static constexpr std::size_t surplus = blockBytes;
 
     template <class Form>

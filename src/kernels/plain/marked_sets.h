@@ -13,6 +13,12 @@
 #include "kernels/plain/byte_sets.h"
 #include "tables/dvb_marks.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <type_traits>
+
 namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
 inline constexpr std::size_t bufferedText = 64; // bytes: the last step may begin with the last of them
@@ -275,12 +281,7 @@ struct StepsByWords {
         return done;
     }
 
-    static void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
-                         Progress &done) {
-        if constexpr (hasLatinSteps) {
-            plain::putLatin(codePoints, in, length, out, done);
-        }
-    }
+    static constexpr std::size_t mostLatin = SIZE_MAX; // bytes that are quicker by Latin steps than by the buffer
 
     // What a buffer gets. A step may take `surplus` bytes more than it should, and write as many units too far.
     static constexpr std::size_t surplus = wordBytes;
@@ -301,8 +302,10 @@ template <class Form, class Steps>
     typename Form::Unit buffer[Form::most * (bufferedText + Steps::surplus) + Steps::surplus];
     Progress done{ascii, ascii};
     for (;;) {
-        if constexpr (std::is_same_v<typename Form::Unit, char>) {
-            Steps::putLatin(codePoints, in, length, out, done);
+        if constexpr (hasLatinSteps && std::is_same_v<typename Form::Unit, char>) {
+            if (length - done.read <= Steps::mostLatin) {
+                putLatin(codePoints, in, length, out, done);
+            }
         }
         if (done.read == length) {
             return done;
