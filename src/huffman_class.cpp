@@ -19,16 +19,16 @@ constexpr unsigned int bitsPerByte = 8;
 // The part of a text that a caller gets: the characters from `skipCount` on, as far as the capacity goes.
 class KeptCharacters {
 public:
-    KeptCharacters(unsigned char *dst, unsigned int capacity, unsigned int skipCount)
-        : dst_(dst), capacity_(capacity), skipCount_(skipCount) {}
+    KeptCharacters(unsigned char *dst, unsigned int capacity, unsigned int skipCount, unsigned int length)
+        : dst_(dst), capacity_(capacity), skipCount_(skipCount), maybeEmpty_(length < certainText) {}
 
-    // Characters as many as come at once: where they go, if there is room for many and something is sure to be written
-    // there, else by way of a buffer.
+    // Characters as many as come at once: where they go, if there is room for many, else by way of a buffer. So too if
+    // there may be none: then nothing is written, not even a terminator, and a run may write one byte too many.
     void appendRun(detail::ContextText &text) {
         constexpr unsigned int shortRun = 256;
         const unsigned int at = position_ - std::min(skipCount_, position_);
         const unsigned int room = capacity_ - std::min(at, capacity_);
-        if (position_ >= skipCount_ && room >= shortRun && (position_ != 0 || text.beginsWithCharacter())) {
+        if (position_ >= skipCount_ && room >= shortRun && !maybeEmpty_) {
             position_ += text.run(dst_ + at, room);
         } else {
             std::array<unsigned char, shortRun> run;
@@ -50,9 +50,13 @@ public:
     unsigned int position() const { return position_; }
 
 private:
+    // Bytes that hold a character of any published code, of which the longest has 30 bits.
+    static constexpr unsigned int certainText = 4;
+
     unsigned char *dst_;
     unsigned int capacity_;
     unsigned int skipCount_;
+    bool maybeEmpty_;
     unsigned int position_ = 0;
 };
 
@@ -76,7 +80,7 @@ int HuffmanDecoder::decode(const unsigned char *src, unsigned int srcLength, uns
     }
     const unsigned int capacity = *dstLength;
     const unsigned int length = src[srcLength - 1] == 0 ? srcLength - 1 : srcLength;
-    KeptCharacters kept(dst, capacity, skipCount_);
+    KeptCharacters kept(dst, capacity, skipCount_, length);
     detail::ContextText text(table_, src, length);
     for (;;) {
         kept.appendRun(text);
