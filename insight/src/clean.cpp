@@ -15,6 +15,10 @@
 #include <cstring>
 #include <type_traits>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #if defined(__x86_64__) && defined(__gnu_linux__) && !defined(ZELK_INSIGHT_PORTABLE)
 #define ZELK_INSIGHT_AVX512 1
 #include <immintrin.h>
@@ -98,21 +102,41 @@ void forEachBlock(const void *bytes, std::size_t count, unsigned char filler, Vi
     }
 }
 
+// Calls visit(block) for blocks that hold all bytes, some of them twice, and no others but of fillers.
+template <class Visit>
+void forAllBytes(const void *bytes, std::size_t count, unsigned char filler, Visit visit) {
+    if (compact) {
+        forEachBlock(bytes, count, filler, visit, [] {});
+        return;
+    }
+    const auto *const at = static_cast<const unsigned char *>(bytes);
+    Lanes block;
+    if (count < blockSize) {
+        std::memset(&block, filler, sizeof block);
+        std::memcpy(&block, at, count);
+        visit(block);
+        return;
+    }
+    for (std::size_t done = 0; count - done > blockSize; done += blockSize) {
+        std::memcpy(&block, at + done, sizeof block);
+        visit(block);
+    }
+    std::memcpy(&block, at + count - blockSize, sizeof block);
+    visit(block);
+}
+
 // What a block is filled up with is counted by nothing.
 constexpr unsigned char graphicFiller = 'A';
 
 Bytes kindOfPortable(const unsigned char *bytes, std::size_t count) {
-    Signed beyond{};
-    Signed other{};
-    forEachBlock(
-        bytes, count, graphicFiller,
-        [&](Lanes block) {
-            const Signed here = block - 0x20 >= 0x5F;
-            beyond |= here;
-            other |= here & (block < 0xA0);
-        },
-        [] {});
-    return !anyOf(beyond) ? Bytes::Ascii : !anyOf(other) ? Bytes::Graphic : Bytes::Other;
+    Signed ascii = ~Signed{};
+    Signed graphic = ascii;
+    forAllBytes(bytes, count, graphicFiller, [&](Lanes block) {
+        const Signed here = block - 0x20 < 0x5F;
+        ascii &= here;
+        graphic &= here | (block >= 0xA0);
+    });
+    return !anyOf(~ascii) ? Bytes::Ascii : !anyOf(~graphic) ? Bytes::Graphic : Bytes::Other;
 }
 
 // Copies blocks of ASCII up to the first other one, or nearly to the end. Returns their bytes. They are the beginning
@@ -135,71 +159,117 @@ std::size_t copyAsciiBlocks(char *out, const unsigned char *bytes, std::size_t c
     return at;
 }
 
-// The places of bytes of 0x80 and more among at most 64, the first in the lowest bit.
-std::uint64_t highBytes(const unsigned char *bytes, std::size_t count) {
+// The places of bytes of 0x80 and more, the first in the lowest bit.
+std::uint64_t highLanes(Lanes block) {
+#if defined(__SSE2__)
+    return static_cast<unsigned int>(_mm_movemask_epi8(reinterpret_cast<__m128i>(block)));
+#else
     // The highest bit of the n-th byte goes to place n of the highest byte, and no two to one place.
     constexpr bool little = std::endian::native == std::endian::little;
     constexpr std::uint64_t gather = little ? 0x0102040810204080 : 0x8040201008040201;
-    const auto gathered = [](std::uint64_t word) { return (word >> 7U & 0x0101010101010101) * gather >> 56U; };
-    std::uint64_t word = 0;
+    std::uint64_t halves[2];
+    std::memcpy(halves, &block, sizeof halves);
     std::uint64_t places = 0;
-    std::size_t at = 0;
-    for (; !compact && count - at >= sizeof word; at += sizeof word) {
-        std::memcpy(&word, bytes + at, sizeof word);
-        places |= gathered(word) << at;
+    for (int i = 0; i < 2; ++i) {
+        places |= ((halves[i] >> 7U & 0x0101010101010101) * gather >> 56U) << 8 * i;
     }
-    for (; at < count; ++at) {
-        places |= static_cast<std::uint64_t>(bytes[at] >> 7U) << at;
+    return places;
+#endif
+}
+
+// Of at most 64 bytes.
+std::uint64_t highBytes(const unsigned char *bytes, std::size_t count) {
+    const auto highFrom = [bytes](std::size_t at, std::size_t length) {
+        Lanes block{};
+        std::memcpy(&block, bytes + at, length);
+        return highLanes(block) << at;
+    };
+    if (count < blockSize) {
+        return highFrom(0, count);
+    }
+    std::uint64_t places = highFrom(count - blockSize, blockSize);
+    for (std::size_t at = 0; at + blockSize < count; at += blockSize) {
+        places |= highFrom(at, blockSize);
     }
     return places;
 }
 
-// Whether a set has a character in every place from 0xA0 on.
-constexpr auto fullSets = []() {
-    std::array<bool, tables::byteSetCount> result{};
+// The places from 0xA0 on where a set has no character, where they are few. The last one fills up the rest.
+constexpr std::size_t mostPlaces = compact ? 1 : 6;
+
+struct Unassigned {
+    bool any = false;
+    bool few = true;
+    std::array<std::uint8_t, mostPlaces> places{};
+};
+
+constexpr auto unassignedPlaces = []() {
+    std::array<Unassigned, tables::byteSetCount> result{};
     constexpr auto pool = tables::expandByteSets();
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        result[i] = std::find(pool[i].begin() + 0xA0, pool[i].end(), tables::unassigned) == pool[i].end();
+    for (std::size_t set = 0; set < result.size(); ++set) {
+        Unassigned &missing = result[set];
+        std::size_t count = 0;
+        for (unsigned int byte = 0xA0; byte <= 0xFF; ++byte) {
+            if (pool[set][byte] == tables::unassigned) {
+                const std::size_t first = std::min(count++, mostPlaces);
+                std::fill(missing.places.data() + first, missing.places.data() + mostPlaces,
+                          static_cast<std::uint8_t>(byte));
+            }
+        }
+        missing.any = count != 0;
+        missing.few = count <= mostPlaces;
     }
     return result;
 }();
 
+// Of graphic bytes in a set without marks.
+Bytes wholenessWithoutMarks(const unsigned char *bytes, std::size_t count, tables::ByteSet set) {
+    const Unassigned &missing = unassignedPlaces[static_cast<std::size_t>(set)];
+    if (!missing.any) {
+        return Bytes::Whole;
+    }
+    if (compact || !missing.few) {
+        return Bytes::Graphic;
+    }
+    Lanes places[mostPlaces];
+    for (std::size_t i = 0; i < mostPlaces; ++i) {
+        std::memset(&places[i], missing.places[i], sizeof places[i]);
+    }
+    Signed found{};
+    forAllBytes(bytes, count, graphicFiller, [&](Lanes block) {
+        for (const Lanes place : places) {
+            found |= block == place;
+        }
+    });
+    return anyOf(found) ? Bytes::Faulty : Bytes::Whole;
+}
+
 // Of graphic bytes: whether each has a character, and each mark a letter that wears it. Graphic where that is quicker
 // to find out otherwise.
 Bytes wholenessOf(const unsigned char *bytes, std::size_t count, tables::DvbTable table) {
-    constexpr std::size_t shortText = 64;
-    constexpr int mostBytes = 8; // that are looked at one by one
     if (table.marks == tables::noMarks) {
-        return fullSets[static_cast<std::size_t>(table.set)] ? Bytes::Whole : Bytes::Graphic;
+        return wholenessWithoutMarks(bytes, count, table.set);
     }
-    if (compact || count > shortText) {
+    if (compact || table.marks != tables::latinMarks) {
         return Bytes::Graphic;
     }
     const tables::CodePoints &set = tables::codePointsOf(table.set);
-    const std::uint8_t *const columns = tables::dvbMarks.sets[table.marks].columnOf.data();
-    int looks = 0;
-    for (std::uint64_t rest = highBytes(bytes, count); rest != 0; rest &= rest - 1) {
-        if (looks++ == mostBytes) {
-            return Bytes::Graphic;
-        }
-        const auto at = static_cast<std::size_t>(std::countr_zero(rest));
-        const unsigned int byte = bytes[at];
-        if (byte <= 0xCF && columns[byte] != 0) {
-            const bool last = at + 1 == count;
-            const unsigned int next = last ? 0 : bytes[at + 1];
-            const unsigned int composed = tables::composeIn(tables::dvbMarks, table.marks, next, byte);
-            if (composed != 0 && (composed != next || next == ' ') && next < 0x80) {
-                continue;
-            }
-            if (composed != 0 || last || table.set == tables::ByteSet::DvbDefault) {
-                return Bytes::Faulty;
-            }
-        }
-        if (set[byte] == tables::unassigned) {
-            return Bytes::Faulty;
+    const std::uint8_t *const columns = tables::dvbMarks.sets[tables::latinMarks].columnOf.data();
+    const auto isFaulty = [&](unsigned int byte, unsigned int next) {
+        return static_cast<bool>(static_cast<unsigned int>(set[byte] == tables::unassigned) |
+                                 (1U << columns[byte] & ~static_cast<unsigned int>(tables::marksWornBy[next])));
+    };
+    bool faulty = isFaulty(bytes[count - 1], 0);
+    constexpr std::size_t atOnce = 64;
+    for (std::size_t at = 0; at < count - 1; at += atOnce) {
+        const std::size_t left = count - 1 - at;
+        for (std::uint64_t rest = highBytes(bytes + at, left < atOnce ? left : atOnce); rest != 0; rest &= rest - 1) {
+            const unsigned char *const byte = bytes + at + std::countr_zero(rest);
+            faulty |= isFaulty(byte[0], byte[1]);
         }
     }
-    return Bytes::Whole;
+    // The other tables have letters in the places of marks.
+    return !faulty ? Bytes::Whole : table.set == tables::ByteSet::DvbDefault ? Bytes::Faulty : Bytes::Graphic;
 }
 
 Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count, tables::DvbTable table) {
@@ -211,20 +281,32 @@ Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count
     return kind == Bytes::Graphic ? wholenessOf(bytes + copied, count - copied, table) : kind;
 }
 
+// A two-byte character as it lies in the memory.
+constexpr std::uint16_t stored(unsigned int unit) {
+    return static_cast<std::uint16_t>(std::endian::native == std::endian::little ? unit << 8U | unit >> 8U : unit);
+}
+
+// 0x00 to 0x1F and 0x80 to 0x9F have none of these bits.
+constexpr std::uint16_t notControl = stored(0xFF60);
+constexpr std::uint16_t del = stored(0x7F);
+constexpr std::uint16_t surrogateBits = stored(0xF800);
+constexpr std::uint16_t surrogates = stored(0xD800);
+// U+E080 to U+E09F are images of control codes; their whole row is not worth a look of its own.
+constexpr std::uint16_t row = stored(0xFF00);
+constexpr std::uint16_t imageRow = stored(0xE000);
+
 bool isPlainTwoBytePortable(const unsigned char *bytes, std::size_t count) {
     using Units = std::uint16_t __attribute__((vector_size(16)));
     using SignedUnits = std::int16_t __attribute__((vector_size(16)));
     constexpr unsigned char filler = 0x61; // U+6161
     SignedUnits other{};
-    forEachBlock(
-        bytes, count, filler,
-        [&](Lanes block) {
-            const auto stored = reinterpret_cast<Units>(block);
-            constexpr bool swapped = std::endian::native == std::endian::little;
-            const Units units = swapped ? stored << 8 | stored >> 8 : stored;
-            other |= (units - 0x20 >= 0x5F) & (units - 0xA0 >= 0xD760) & (units < 0xE0A0);
-        },
-        [] {});
+    forAllBytes(bytes, count, filler, [&](Lanes block) {
+        const auto units = reinterpret_cast<Units>(block);
+        other |= (units & notControl) == 0;
+        other |= units == del;
+        other |= (units & surrogateBits) == surrogates;
+        other |= (units & row) == imageRow;
+    });
     return !anyOf(reinterpret_cast<Signed>(other));
 }
 
@@ -289,6 +371,16 @@ bool copyTwoByteAsciiPortable(char *out, const unsigned char *bytes, std::size_t
         }
     }
     return (length - at < one || copied(one, at)) && copied(one, length - one);
+}
+
+// Ascii, which is copied, Whole, or Other where that is not known.
+Bytes judgeTwoBytePortable(char *out, const unsigned char *bytes, std::size_t count) {
+    if (count % 2 != 0) {
+        return Bytes::Other;
+    }
+    return copyTwoByteAsciiPortable(out, bytes, count)        ? Bytes::Ascii
+           : !compact && isPlainTwoBytePortable(bytes, count) ? Bytes::Whole
+                                                              : Bytes::Other;
 }
 
 // Of the bytes of a string in a single-byte table.
@@ -385,8 +477,7 @@ bool isWholeTextPortable(const char *text, std::size_t length, std::size_t chara
 // Whether a text may hold a surrogate or U+FFFD.
 bool hasRarePortable(const char *text, std::size_t count) {
     Signed rare{};
-    forEachBlock(
-        text, count, graphicFiller, [&](Lanes block) { rare |= (block | 2) == 0xEF; }, [] {});
+    forAllBytes(text, count, graphicFiller, [&](Lanes block) { rare |= (block | 2) == 0xEF; });
     return anyOf(rare);
 }
 
@@ -446,18 +537,17 @@ template <bool given, bool confirms, class Judge>
     return decodePlainly();
 }
 
+// By itself, so that the choice below keeps nothing for it.
 template <bool given>
-unsigned int decodeUsualPortable(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
-                                 zelkInsightEvidence &evidence) {
+[[gnu::noinline]] unsigned int decodeUsualPortable(const zelkInsightSettings &settings, char *out, int outSize,
+                                                   const char *in, int inLen, zelkInsightEvidence &evidence) {
     return decodeUsualBy<given, true>(settings, out, outSize, in, inLen, evidence,
                                       [out](zelkInsightTable table, const unsigned char *body, std::size_t count) {
                                           if (table == ZelkInsightTableUtf8) {
                                               return copyUtf8Portable(out, body, count) ? Bytes::Ascii : Bytes::Other;
                                           }
                                           if (table == ZelkInsightTableTwoByte) {
-                                              return count % 2 == 0 && copyTwoByteAsciiPortable(out, body, count)
-                                                         ? Bytes::Ascii
-                                                         : Bytes::Other;
+                                              return judgeTwoBytePortable(out, body, count);
                                           }
                                           return copyAsciiPortable(out, body, count, byteTable(table));
                                       });
@@ -626,48 +716,47 @@ copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::By
     return kind == Bytes::Graphic ? wholenessOf(bytes, count, table) : kind;
 }
 
-// Of units: ASCII, up to U+D7FF, and from U+E0A0: what is between the last two is not worth a look of its own.
-[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint32_t plainUnits(__m512i units) {
-    return _mm512_cmplt_epu16_mask(_mm512_sub_epi16(units, allUnits(0x20)), allUnits(0x5F)) |
-           _mm512_cmplt_epu16_mask(_mm512_sub_epi16(units, allUnits(0xA0)), allUnits(0xD760)) |
-           _mm512_cmpge_epu16_mask(units, allUnits(0xE0A0));
+// Of `characters`, those that may have a finding.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint32_t controlUnits(__m512i block, std::uint32_t characters) {
+    return _mm512_mask_testn_epi16_mask(characters, block, allUnits(notControl)) |
+           _mm512_cmpeq_epi16_mask(block, allUnits(del));
 }
 
-// Ascii, which is copied, Whole, or Other where that is not known.
-[[ZELK_INSIGHT_TARGET, gnu::noinline]] Bytes copyTwoByteAvx512(char *out, const unsigned char *bytes,
-                                                               std::size_t count) {
-    std::uint32_t beyond = 0;
-    std::uint32_t other = 0;
-    for (std::size_t at = 0; at < count; at += sizeof(__m512i)) {
-        const std::uint64_t valid = firstOnes(count - at);
-        const __m512i block = _mm512_maskz_loadu_epi8(valid, bytes + at);
-        const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
-        const auto characters = static_cast<std::uint32_t>(firstOnes((count - at) / 2));
-        beyond |=
-            _mm512_mask_cmpge_epu16_mask(characters, _mm512_sub_epi16(units, allUnits(0x20)), allUnits(graphicPlaces));
-        if (beyond == 0) {
-            _mm512_mask_storeu_epi8(out + at / 2, characters, _mm512_castsi256_si512(_mm512_cvtepi16_epi8(units)));
-        } else {
-            other |= characters & ~plainUnits(units);
-        }
-    }
-    return beyond == 0 ? Bytes::Ascii : other == 0 ? Bytes::Whole : Bytes::Other;
-}
-
-[[ZELK_INSIGHT_TARGET]] bool copyTwoByteAsciiAvx512(char *out, const unsigned char *bytes, std::size_t count) {
-    return copyTwoByteAvx512(out, bytes, count) == Bytes::Ascii;
+// Those of U+D800 to U+E0FF, by their first bytes.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint64_t specialUnits(__m512i block) {
+    constexpr std::uint64_t firstBytes = 0x5555555555555555;
+    return firstBytes & _mm512_cmplt_epu8_mask(_mm512_sub_epi8(block, all(0xD8)), all(0xE1 - 0xD8));
 }
 
 [[ZELK_INSIGHT_TARGET]] bool isPlainTwoByteAvx512(const unsigned char *bytes, std::size_t count) {
     std::uint64_t other = 0;
     forEachWideBlock(
         bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
-            const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
-            const std::uint64_t characters = firstOnes(static_cast<std::size_t>(__builtin_popcountll(valid)) / 2);
-            other |= characters & ~std::uint64_t{plainUnits(units)};
+            const auto characters = static_cast<std::uint32_t>(firstOnes(ones(valid) / 2));
+            other |= controlUnits(block, characters) | specialUnits(block);
             return true;
         });
     return other == 0;
+}
+
+// Ascii, which is copied, Whole, or Other where that is not known.
+[[ZELK_INSIGHT_TARGET, gnu::noinline]] Bytes copyTwoByteAvx512(char *out, const unsigned char *bytes,
+                                                               std::size_t count) {
+    for (std::size_t at = 0; at < count; at += sizeof(__m512i)) {
+        const __m512i block = _mm512_maskz_loadu_epi8(firstOnes(count - at), bytes + at);
+        const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
+        const auto characters = static_cast<std::uint32_t>(firstOnes((count - at) / 2));
+        if (_mm512_mask_cmpge_epu16_mask(characters, _mm512_sub_epi16(units, allUnits(0x20)),
+                                         allUnits(graphicPlaces)) != 0) {
+            return isPlainTwoByteAvx512(bytes + at, count - at) ? Bytes::Whole : Bytes::Other;
+        }
+        _mm512_mask_storeu_epi8(out + at / 2, characters, _mm512_castsi256_si512(_mm512_cvtepi16_epi8(units)));
+    }
+    return Bytes::Ascii;
+}
+
+[[ZELK_INSIGHT_TARGET]] bool copyTwoByteAsciiAvx512(char *out, const unsigned char *bytes, std::size_t count) {
+    return copyTwoByteAvx512(out, bytes, count) == Bytes::Ascii;
 }
 
 // Leads and the bytes that they ask for, as bits; what a block asks of the next one is carried over. Of long text only

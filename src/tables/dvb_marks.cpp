@@ -146,6 +146,20 @@ constexpr std::size_t composedLetters() {
 
 constexpr DvbMarks dvbMarks = expand();
 
+constexpr std::array<std::uint16_t, 256> marksWornBy = []() {
+    std::array<std::uint16_t, 256> result{};
+    result.fill(1);
+    for (const MarkByte mark : iso6937Marks) {
+        for (const char letter : latinBases) {
+            const auto base = static_cast<unsigned char>(letter);
+            if (letter == ' ' || composeIn(dvbMarks, 0, base, mark.byte) != base) {
+                result[base] = static_cast<std::uint16_t>(result[base] | 1U << mark.column);
+            }
+        }
+    }
+    return result;
+}();
+
 namespace {
 
 // The characters U+00C0 to U+017F and U+0200 to U+023F by their upper bits, which UTF-8 puts into the first byte.

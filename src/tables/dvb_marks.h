@@ -50,8 +50,13 @@ constexpr char16_t composeIn(const DvbMarks &marks, unsigned int set, unsigned i
     return marks.composed[markSet.grid + (row - 1) * markSet.columns + column - 1];
 }
 
-// The same for kernels that look up 64 bytes at once, of the marks of ISO/IEC 6937 alone: the pairs with a letter whose
-// character has two UTF-8 bytes, the first of which is one of four. Indices are the low bits of a byte, six or seven.
+// By byte: bit n for each mark of ISO/IEC 6937 of column n that composes with it to another character, or with a space
+// to any. Bit 0, of column 0, which is no mark, is always set.
+extern const std::array<std::uint16_t, 256> marksWornBy;
+
+// Characters for kernels that look up 64 bytes at once, of the marks of ISO/IEC 6937 alone: the pairs with a letter
+// whose character has two UTF-8 bytes, the first of which is one of four. Indices are the low bits of a byte, six or
+// seven.
 //
 // A letter knows the marks that it composes with, so that a mark's row in a plane of characters is no wider than its
 // letters: rows lie across each other where the letters of one are gaps of the other.
