@@ -12,9 +12,9 @@ inline bool isWindows(zelkInsightTable table) {
 }
 
 inline tables::DvbTable byteTable(zelkInsightTable table) {
-    constexpr tables::ByteSet windows[] = {tables::ByteSet::Windows1250, tables::ByteSet::Windows1251,
-                                           tables::ByteSet::Windows1252, tables::ByteSet::Windows1253,
-                                           tables::ByteSet::Windows1254, tables::ByteSet::Windows1257};
+    static constexpr tables::ByteSet windows[] = {tables::ByteSet::Windows1250, tables::ByteSet::Windows1251,
+                                                  tables::ByteSet::Windows1252, tables::ByteSet::Windows1253,
+                                                  tables::ByteSet::Windows1254, tables::ByteSet::Windows1257};
     return isWindows(table) ? tables::DvbTable{windows[table - ZelkInsightTableWindows1250], tables::noMarks}
                             : tables::dvbTables[static_cast<unsigned int>(table)];
 }

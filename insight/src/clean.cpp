@@ -272,13 +272,47 @@ Bytes wholenessOf(const unsigned char *bytes, std::size_t count, tables::DvbTabl
     return !faulty ? Bytes::Whole : table.set == tables::ByteSet::DvbDefault ? Bytes::Faulty : Bytes::Graphic;
 }
 
-Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count, tables::DvbTable table) {
-    const std::size_t copied = compact ? 0 : copyAsciiBlocks(out, bytes, count);
-    const Bytes kind = kindOfPortable(bytes + copied, count - copied);
-    if (kind == Bytes::Ascii) { // another text may be shorter, and what follows it keeps its value
-        std::memcpy(out + copied, bytes + copied, count - copied);
+// kindOfPortable() of a name, 16 to 64 bytes, without a loop; ASCII is copied. Unknown for another length.
+[[gnu::always_inline]] inline Bytes copyName(char *out, const unsigned char *bytes, std::size_t count) {
+    constexpr std::size_t blocks = 4;
+    if (count - blockSize > (blocks - 1) * blockSize) {
+        return Bytes::Unknown;
     }
-    return kind == Bytes::Graphic ? wholenessOf(bytes + copied, count - copied, table) : kind;
+    const std::size_t middle = count > 2 * blockSize ? blockSize : 0;
+    const std::size_t places[blocks] = {0, middle, count - blockSize - middle, count - blockSize};
+    Lanes name[blocks];
+    Signed ascii = ~Signed{};
+    Signed graphic = ascii;
+    for (std::size_t i = 0; i < blocks; ++i) {
+        std::memcpy(&name[i], bytes + places[i], blockSize);
+        const Signed here = name[i] - 0x20 < 0x5F;
+        ascii &= here;
+        graphic &= here | (name[i] >= 0xA0);
+    }
+    if (anyOf(~ascii)) {
+        return anyOf(~graphic) ? Bytes::Other : Bytes::Graphic;
+    }
+    for (std::size_t i = 0; i < blocks; ++i) {
+        std::memcpy(out + places[i], &name[i], blockSize);
+    }
+    return Bytes::Ascii;
+}
+
+// copyAscii() of what copyName() calls `kind`.
+[[gnu::noinline]] Bytes copyAsciiAs(Bytes kind, char *out, const unsigned char *bytes, std::size_t count,
+                                    tables::DvbTable table) {
+    if (kind == Bytes::Unknown) {
+        const std::size_t copied = compact ? 0 : copyAsciiBlocks(out, bytes, count);
+        kind = kindOfPortable(bytes + copied, count - copied);
+        if (kind == Bytes::Ascii) { // another text may be shorter, and what follows it keeps its value
+            std::memcpy(out + copied, bytes + copied, count - copied);
+        }
+    }
+    return kind == Bytes::Graphic ? wholenessOf(bytes, count, table) : kind;
+}
+
+Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count, tables::DvbTable table) {
+    return copyAsciiAs(Bytes::Unknown, out, bytes, count, table);
 }
 
 // A two-byte character as it lies in the memory.
@@ -549,7 +583,10 @@ template <bool given>
                                           if (table == ZelkInsightTableTwoByte) {
                                               return judgeTwoBytePortable(out, body, count);
                                           }
-                                          return copyAsciiPortable(out, body, count, byteTable(table));
+                                          const Bytes kind = copyName(out, body, count);
+                                          return kind == Bytes::Ascii
+                                                     ? kind
+                                                     : copyAsciiAs(kind, out, body, count, byteTable(table));
                                       });
 }
 

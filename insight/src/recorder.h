@@ -164,7 +164,8 @@ private:
         }
     }
 
-    void add(const zelkInsightFinding &finding) {
+    // By itself: findings are few, and many places have one to add.
+    [[gnu::noinline]] void add(const zelkInsightFinding &finding) {
         if (evidence_ == nullptr) {
             return;
         }
