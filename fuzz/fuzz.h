@@ -131,6 +131,35 @@ private:
     std::vector<Unit> units_;
 };
 
+// Room for records that a call counts and writes, with a guard after it. Kept from call to call, for such an amount of
+// memory takes longer to get than a call does.
+template <class Record>
+class Records {
+public:
+    Record *begin(unsigned int room) {
+        room_ = room;
+        if (records_.size() <= room) {
+            records_.resize(std::size_t{room} + 1);
+        }
+        std::memset(&records_[room], pattern, sizeof(Record));
+        return records_.data();
+    }
+
+    // Those that had room, of `count`.
+    std::vector<Record> end(unsigned int count) const {
+        const auto *const guard = reinterpret_cast<const unsigned char *>(&records_[room_]);
+        require(std::count(guard, guard + sizeof(Record), pattern) == static_cast<std::ptrdiff_t>(sizeof(Record)),
+                "no record is written beyond the room");
+        return {records_.data(), records_.data() + std::min(room_, count)};
+    }
+
+private:
+    static constexpr unsigned char pattern = 0xA7;
+
+    unsigned int room_ = 0;
+    std::vector<Record> records_;
+};
+
 // What an output of `size` units holds of a text that is cut wherever it does not fit.
 template <class Text>
 Text cut(const Text &text, int size) {

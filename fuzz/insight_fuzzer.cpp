@@ -44,18 +44,20 @@ struct Decoded {
 // `room` is that of findings and of steps.
 Decoded decode(const zelkInsightSettings &settings, const fuzz::DvbString &string, int size, unsigned int room,
                bool withSteps) {
+    static fuzz::Records<zelkInsightFinding> findings;
+    static fuzz::Records<zelkInsightStep> steps;
     Decoded result;
-    result.findings.resize(room);
-    result.steps.resize(withSteps ? room : 0);
-    result.evidence.findings = result.findings.data();
+    result.evidence.findings = findings.begin(room);
     result.evidence.findingRoom = room;
-    result.evidence.steps = withSteps ? result.steps.data() : nullptr;
+    result.evidence.steps = withSteps ? steps.begin(room) : nullptr;
     result.evidence.stepRoom = withSteps ? room : 0;
     fuzz::Output<char> out(size);
     result.text =
         out.text(zelkInsightDecode(&settings, out.data(), size, string.in.get(), string.count, &result.evidence));
-    result.findings.resize(std::min(room, result.evidence.findingCount));
-    result.steps.resize(std::min<std::size_t>(result.steps.size(), result.evidence.stepCount));
+    result.findings = findings.end(result.evidence.findingCount);
+    if (withSteps) {
+        result.steps = steps.end(result.evidence.stepCount);
+    }
     return result;
 }
 
