@@ -84,7 +84,8 @@ typedef enum zelkArrowStatus ZELK_INT_ENUM {
     ZelkArrowDone = 0,
     ZelkArrowNoMemory = 1,  /**< an allocation failed */
     ZelkArrowWrongType = 2, /**< a column is of a type that is not taken */
-    ZelkArrowInvalid = 3,   /**< a column or a setting contradicts itself, or two columns differ in length */
+    ZelkArrowInvalid = 3,   /**< a column or a setting contradicts itself, two columns differ in length, or an option
+                                 is unknown */
     ZelkArrowTooLarge = 4,  /**< the texts pass 2147483647 bytes, or a row is too long */
     ZelkArrowStopped = 5    /**< zelkArrowOutput::progress asked for it */
 } zelkArrowStatus;
@@ -107,7 +108,10 @@ enum {
     ZelkArrowGrow = 2   /**< the same, but only where the ordinary type does not hold them */
 };
 
-/** Receives the number of rows that are done, every 65536 rows and at the end; another result than 0 stops the call. */
+/**
+ * Receives the number of rows that are done, every 65536 rows and at the end, of a column without rows, too; another
+ * result than 0 stops the call.
+ */
 typedef int (*zelkArrowProgress)(int64_t done, int64_t rows, void *context);
 
 /** The form of results, and what receives the progress. */
@@ -138,7 +142,7 @@ typedef struct zelkArrowOutput {
 enum {
     ZelkArrowText = 1,          /**< text: utf8 */
     ZelkArrowTable = 2,         /**< table: a dictionary of zelkInsightTableName() */
-    ZelkArrowCode = 4,          /**< code: uint8, the DvbCode_t after selection */
+    ZelkArrowCode = 4,          /**< code: uint8, the DvbCode_t after selection; 255 for a number beyond */
     ZelkArrowFindingCount = 8,  /**< findings: uint32 */
     ZelkArrowFirstFinding = 16, /**< first_finding: a dictionary of zelkInsightKindName(), null without any */
     ZelkArrowGuessedTable = 32, /**< guessed_table: a dictionary as `table`, the best of zelkInsightGuessTables() */

@@ -16,9 +16,21 @@ constexpr zelkArrowOutput plainOutput = {0, nullptr, nullptr};
 template <class Each>
 Validity forEachRow(const Rows &rows, const zelkArrowOutput &output, Each each) {
     constexpr std::int64_t progressStep = 65536;
+    constexpr unsigned int knownOptions = ZelkArrowLarge | ZelkArrowGrow;
+    if ((output.options & ~knownOptions) != 0) {
+        fail(ZelkArrowInvalid);
+    }
     std::array<Row, 256> block;
     const std::int64_t count = rows.count();
     Validity validity(count);
+    const auto tell = [&](std::int64_t done) {
+        if (output.progress != nullptr && output.progress(done, count, output.context) != 0) {
+            fail(ZelkArrowStopped);
+        }
+    };
+    if (count == 0) {
+        tell(0);
+    }
     for (std::int64_t done = 0; done < count;) {
         const auto size = static_cast<std::size_t>(std::min<std::int64_t>(block.size(), count - done));
         rows.read(done, size, block.data());
@@ -29,9 +41,8 @@ Validity forEachRow(const Rows &rows, const zelkArrowOutput &output, Each each) 
             }
             each(done, block[i]);
         }
-        const bool due = done % progressStep == 0 || done == count;
-        if (due && output.progress != nullptr && output.progress(done, count, output.context) != 0) {
-            fail(ZelkArrowStopped);
+        if (done % progressStep == 0 || done == count) {
+            tell(done);
         }
     }
     return validity;

@@ -91,7 +91,7 @@ void encode(const zelkArrowEncodeSettings &settings, const ArrowSchema *schema, 
     Values<std::uint32_t> unsaid(count);
     Values<std::uint32_t> used(count);
     const TableNames names;
-    const int mostBytes = settings.mostBytes == 0 ? INT_MAX - 1 : settings.mostBytes;
+    const int mostBytes = settings.mostBytes == 0 ? INT_MAX - 1 : std::min(settings.mostBytes, INT_MAX - 1);
     Validity validity = forEachRow(rows, settings.output, [&](std::int64_t at, const Row &row) {
         // Compressed text has four bytes for each byte at most, and its end; a selector has three.
         const int size = std::min(4 * row.length + 16, mostBytes + 1);
@@ -184,6 +184,9 @@ zelkArrowStatus zelkArrowSortKeys(const zelkArrowSortKeySettings *settings, cons
     constexpr zelkArrowSortKeySettings standardSettings = {0, plainOutput};
     const zelkArrowSortKeySettings &how = settings == nullptr ? standardSettings : *settings;
     return statusOf([&]() {
+        if ((how.options & ~static_cast<unsigned int>(ZelkInsightNatural)) != 0) {
+            fail(ZelkArrowInvalid);
+        }
         convertRows(
             Texts::Kind::Bytes, how.output, schema, in, outSchema, out,
             [](const Row &row) { return zelkInsightSortKeySize(row.bytes, row.length); },

@@ -154,7 +154,7 @@ private:
                     texts.add(length);
                 }
                 tables.set(at, names.placeOf(evidence.table));
-                codes.set(at, static_cast<std::uint8_t>(evidence.code));
+                codes.set(at, codeOf(evidence.code));
                 findings.set(at, evidence.findingCount);
                 const bool any = evidence.findingCount != 0;
                 kinds.set(at, any ? static_cast<std::int8_t>(first.kind) : std::int8_t{0});
@@ -195,6 +195,12 @@ private:
             fail(ZelkArrowTooLarge);
         }
         return static_cast<int>(9 * length + 4);
+    }
+
+    // A default code may be any int; those that are no code come as the last one that the type holds.
+    static std::uint8_t codeOf(DvbCode_t code) {
+        const auto number = static_cast<unsigned int>(code);
+        return static_cast<std::uint8_t>(std::min(number, 255U));
     }
 
     static std::vector<const char *> kindNames() {

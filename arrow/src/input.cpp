@@ -38,10 +38,16 @@ int checkedLength(std::int64_t length) {
     return static_cast<int>(length);
 }
 
-// Null for no row, and never for an empty one.
+// Null for no row, and never for an empty one. Bytes that are never looked at need not be there.
 Row rowOf(const void *buffer, std::int64_t offset, std::int64_t length) {
     const int checked = checkedLength(length);
-    return checked == 0 ? Row{"", 0} : Row{static_cast<const char *>(buffer) + offset, checked};
+    if (checked == 0) {
+        return {"", 0};
+    }
+    if (buffer == nullptr) {
+        fail(ZelkArrowInvalid);
+    }
+    return {static_cast<const char *>(buffer) + offset, checked};
 }
 
 const void *bufferOf(const ArrowArray &array, std::int64_t index) {
@@ -49,6 +55,15 @@ const void *bufferOf(const ArrowArray &array, std::int64_t index) {
         fail(ZelkArrowInvalid);
     }
     return array.buffers[index];
+}
+
+// A buffer that every row is found by.
+const void *neededBuffer(const ArrowArray &array, std::int64_t index) {
+    const void *const buffer = bufferOf(array, index);
+    if (buffer == nullptr) {
+        fail(ZelkArrowInvalid);
+    }
+    return buffer;
 }
 
 std::int64_t integerAt(char format, const void *values, std::int64_t index) {
@@ -186,7 +201,7 @@ Layout layoutOf(const ArrowSchema &schema, const ArrowArray &array) {
         return layout;
     }
     layout.validity = validityOf(array);
-    layout.first = bufferOf(array, 1);
+    layout.first = layout.read == readRows<fixedRow> ? bufferOf(array, 1) : neededBuffer(array, 1);
     layout.buffers = array.buffers;
     if (layout.read == readRows<fixedRow>) {
         layout.number = fixedWidth(schema.format);
@@ -216,7 +231,7 @@ Rows::Rows(const ArrowSchema *schema, const ArrowArray *array) {
         if (schema->dictionary->format == nullptr) {
             fail(ZelkArrowInvalid);
         }
-        if (schema->dictionary->dictionary != nullptr) {
+        if (schema->dictionary->dictionary != nullptr || readerFor(*schema->dictionary) == nullptr) {
             fail(ZelkArrowWrongType);
         }
         if (array->length != 0) {
@@ -237,8 +252,8 @@ Integers::Integers(const zelkArrowColumn &column, std::int64_t rows) {
         fail(ZelkArrowWrongType);
     }
     check(*column.array);
-    if (column.array->n_buffers < 2) {
-        fail(ZelkArrowInvalid);
+    if (rows != 0) {
+        neededBuffer(*column.array, 1);
     }
     array_ = column.array;
     format_ = column.schema->format[0];

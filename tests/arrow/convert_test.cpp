@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <climits>
 
 using namespace zelk_test;
 
@@ -98,14 +99,14 @@ TEST(ArrowConvert, ASetWithoutANameIsRefused) {
 TEST(ArrowEncode, StringsAreThoseOfTheRows) {
     const Cells rows = {
         "x", "y", "Caf\xC3\xA9", std::nullopt, "", "\xCE\x93\xCE\xB1\xCE\xBB", "\xF0\x9F\x98\x80", "broken \xFF", "z"};
-    for (const int most : {0, 4}) {
+    for (const int most : {0, 4, INT_MAX}) {
         zelkArrowEncodeSettings settings{};
         settings.sending.charSet = DvbCharSetStandard;
         settings.mostBytes = most;
         compare(zelkArrowEncode, settings, rows, "z", [&](const std::string &row) {
             std::string bytes(4 * row.size() + 16, '\0');
             bytes.resize(zelkInsightEncode(&settings.sending, bytes.data(),
-                                           most == 0 ? static_cast<int>(bytes.size()) : most + 1, row.data(),
+                                           most == 4 ? most + 1 : static_cast<int>(bytes.size()), row.data(),
                                            static_cast<int>(row.size()), nullptr));
             return bytes;
         });
@@ -153,6 +154,14 @@ TEST(ArrowSortKeys, KeysAreThoseOfTheRows) {
                     return key;
                 });
     }
+}
+
+TEST(ArrowSortKeys, UnknownOptionsAreRefused) {
+    const InputColumn column(Layout::Binary, {"a"});
+    const zelkArrowSortKeySettings settings = {2 * ZelkInsightNatural, {0, nullptr, nullptr}};
+    ResultColumn result;
+    EXPECT_EQ(zelkArrowSortKeys(&settings, &column.schema, &column.array, &result.schema, &result.array),
+              ZelkArrowInvalid);
 }
 
 TEST(ArrowMatch, BooleansAreThoseOfTheRows) {

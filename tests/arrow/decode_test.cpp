@@ -402,9 +402,77 @@ TEST(ArrowDecode, ColumnsThatContradictThemselvesAreRefused) {
     EXPECT_EQ(decodeStatus(&dictionary.schema, &dictionary.array), ZelkArrowWrongType);
 }
 
+TEST(ArrowDecode, BuffersThatAreNotThereAreRefused) {
+    for (const Layout layout : {Layout::Binary, Layout::LargeText, Layout::View, Layout::Dictionary}) {
+        InputColumn column(layout, {"one", "a text of more than twelve bytes"});
+        const void *const first = std::exchange(column.array.buffers[1], nullptr);
+        EXPECT_EQ(decodeStatus(&column.schema, &column.array), ZelkArrowInvalid);
+        column.array.buffers[1] = first;
+        if (layout != Layout::Dictionary) {
+            column.array.buffers[2] = nullptr;
+            column.array.buffers[layout == Layout::View ? 3 : 2] = nullptr;
+            EXPECT_EQ(decodeStatus(&column.schema, &column.array), ZelkArrowInvalid);
+        }
+    }
+    InputColumn empty(Layout::Binary, {"", ""});
+    empty.array.buffers[2] = nullptr; // nothing is looked for in it
+    EXPECT_EQ(decodeStatus(&empty.schema, &empty.array), ZelkArrowDone);
+
+    const InputColumn column(Layout::Binary, {"one", "two"});
+    const IntegerColumn<std::int8_t> regions("c", {1, 1});
+    ArrowArray withoutValues = *regions.column().array;
+    std::array<const void *, 2> buffers = {nullptr, nullptr};
+    withoutValues.buffers = buffers.data();
+    zelkArrowDecodeSettings settings = wanting(ZelkArrowText);
+    settings.charSets = {regions.column().schema, &withoutValues};
+    EXPECT_EQ(decodeStatus(&column.schema, &column.array, &settings), ZelkArrowInvalid);
+}
+
+TEST(ArrowDecode, ColumnsWithoutRowsNeedNoBuffersButTheirType) {
+    ArrowArray none{};
+    ArrowSchema schema{};
+    schema.format = "z";
+    ArrowSchema integers{};
+    integers.format = "i";
+    zelkArrowDecodeSettings settings = wanting(ZelkArrowText);
+    settings.charSets = {&integers, &none};
+    EXPECT_EQ(decodeStatus(&schema, &none, &settings), ZelkArrowDone);
+    schema.format = "i";
+    schema.dictionary = &integers;
+    EXPECT_EQ(decodeStatus(&schema, &none), ZelkArrowWrongType);
+
+    int calls = 0;
+    schema = {};
+    schema.format = "z";
+    settings = wanting(ZelkArrowText);
+    settings.output.context = &calls;
+    settings.output.progress = [](std::int64_t done, std::int64_t rows, void *context) {
+        EXPECT_EQ(done + rows, 0);
+        return (*static_cast<int *>(context))++;
+    };
+    EXPECT_EQ(decodeStatus(&schema, &none, &settings), ZelkArrowDone);
+    EXPECT_EQ(decodeStatus(&schema, &none, &settings), ZelkArrowStopped);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(ArrowDecode, CodesThatAreNoneDoNotLookLikeOthers) {
+    const InputColumn column(Layout::Binary, {"one"});
+    zelkArrowDecodeSettings settings = wanting(ZelkArrowCode);
+    for (const int code : {300, -1, 255, 254}) {
+        settings.reading.defaultCode = static_cast<DvbCode_t>(code);
+        ResultColumn result;
+        ASSERT_EQ(zelkArrowDecode(&settings, &column.schema, &column.array, &result.schema, &result.array),
+                  ZelkArrowDone);
+        EXPECT_EQ(static_cast<const std::uint8_t *>(result.array.buffers[1])[0], code == 254 ? 254 : 255) << code;
+    }
+}
+
 TEST(ArrowDecode, SettingsThatDoNotFitAreRefused) {
     const InputColumn column(Layout::Binary, {"one", "two"});
     zelkArrowDecodeSettings settings = wanting(256);
+    EXPECT_EQ(decodeStatus(&column.schema, &column.array, &settings), ZelkArrowInvalid);
+    settings = wanting(ZelkArrowText);
+    settings.output.options = 4;
     EXPECT_EQ(decodeStatus(&column.schema, &column.array, &settings), ZelkArrowInvalid);
     settings = wanting(ZelkArrowText);
     const IntegerColumn<std::int8_t> tooShort("c", {1});
