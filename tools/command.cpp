@@ -66,18 +66,6 @@ CLI::Validator capitals(std::size_t count, const std::string &form) {
     return letters(count, count, 'A', form);
 }
 
-std::string plainName(const std::string &name) {
-    std::string result;
-    for (const char character : name) {
-        if (character >= 'A' && character <= 'Z') {
-            result.push_back(static_cast<char>(character | 0x20));
-        } else if (character != '-' && character != '_' && character != ' ') {
-            result.push_back(character);
-        }
-    }
-    return result;
-}
-
 CLI::Option *addFiles(CLI::App &command, std::vector<std::string> &files) {
     return command.add_option("files", files, "Files to read; none, or -, is standard input")->type_name("FILE");
 }

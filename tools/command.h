@@ -51,10 +51,6 @@ CLI::Validator numberFrom(int first, int last);
 CLI::Validator smallLetters(std::size_t least, std::size_t most, const std::string &form);
 CLI::Validator capitals(std::size_t count, const std::string &form);
 
-// Names of character sets compare in this form: letter case, hyphens, underscores and blanks make no difference, so
-// that ISO_8859-15, iso-8859-15 and ISO885915 are one.
-std::string plainName(const std::string &name);
-
 // The positional FILE... of the stream commands; none, or "-", is standard input.
 CLI::Option *addFiles(CLI::App &command, std::vector<std::string> &files);
 

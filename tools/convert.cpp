@@ -4,6 +4,7 @@
 #include "converter.h"
 #include "dvb_settings.h"
 #include "dvb_writer.h"
+#include "table_names.h"
 #include "text.h"
 
 #include <algorithm>

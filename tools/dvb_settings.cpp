@@ -3,30 +3,12 @@
 #include "command.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstdint>
-#include <optional>
 
 namespace zelk::tool {
 
 namespace {
-
-// In the order of dvbCharSet_t.
-const std::vector<std::string> regionNames = {"iso8859-9",     "standard",   "iso8859-2", "iso8859-7",
-                                              "iso8859-9-alt", "iso8859-15", "gb2312"};
-
-struct NamedCode {
-    const char *name;
-    DvbCode_t code;
-};
-
-// Besides iso8859-1 to iso8859-16; in the form of plainName().
-constexpr NamedCode namedCodes[] = {
-    {"default", DvbCodeTable00},  {"none", DvbCodeNone},        {"prepared", DvbCodeUtf8Prepared},
-    {"ucs2", DvbCodeUcs2},        {"utf8", DvbCodeUtf8},        {"compressed", DvbCodeCompressed},
-    {"latin1", DvbCodeIso8859_1}, {"latin2", DvbCodeIso8859_2}, {"latin5", DvbCodeIso8859_9},
-    {"latin9", DvbCodeIso8859_15}};
 
 // "3201.0001.0065"
 bool parseService(const std::string &name, zelkInsightOrigin &origin) {
@@ -46,33 +28,6 @@ bool parseService(const std::string &name, zelkInsightOrigin &origin) {
 }
 
 } // namespace
-
-std::optional<DvbCode_t> codeOf(const std::string &value) {
-    constexpr std::string_view iso = "iso8859";
-    const std::string name = plainName(value);
-    for (const NamedCode &named : namedCodes) {
-        if (name == named.name) {
-            return named.code;
-        }
-    }
-    const bool part = name.substr(0, iso.size()) == iso;
-    const std::string digits = part ? name.substr(iso.size()) : value;
-    int number = 0;
-    const char *const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, number);
-    const int first = part ? DvbCodeIso8859_1 : DvbCodeTable00;
-    const int last = part ? DvbCodeIso8859_16 : DvbCodeCompressed;
-    if (error != std::errc{} || stop != end || number < first || number > last) {
-        return std::nullopt;
-    }
-    return static_cast<DvbCode_t>(number);
-}
-
-std::optional<dvbCharSet_t> regionOf(const std::string &name) {
-    const auto found = std::find(regionNames.begin(), regionNames.end(), name);
-    return found == regionNames.end() ? std::nullopt
-                                      : std::optional(static_cast<dvbCharSet_t>(found - regionNames.begin()));
-}
 
 Overrides DvbSettings::overrides() const {
     Overrides overrides;
@@ -94,7 +49,7 @@ CLI::Option *addRegionOption(CLI::App &command, dvbCharSet_t &region) {
             "--region", [&region](const std::string &name) { region = *regionOf(name); },
             "Regional character-set setting of the receiver [standard]")
         ->type_name("REGION")
-        ->check(oneOf(regionNames));
+        ->check(oneOf(regionNames()));
 }
 
 std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &settings) {
@@ -106,10 +61,7 @@ std::vector<CLI::Option *> addDvbOptions(CLI::App &command, DvbSettings &setting
                 "What strings without a selector are coded in: iso8859-1, utf-8, ucs-2, or a table code [18: none]")
             ->type_name("CODE")
             ->check([](const std::string &name) {
-                return codeOf(name) ? std::string()
-                                    : fmt::format("expected iso8859-1 to iso8859-16, utf-8, ucs-2, compressed, "
-                                                  "default, none or a table code from 0 to 22, found '{}'",
-                                                  name);
+                return codeOf(name) ? std::string() : fmt::format("expected {}, found '{}'", expectedCodes, name);
             });
     CLI::Option *const extra =
         command.add_option("--extra", settings.extra, "Encoding type that goes with --default-code 22 [0]")
@@ -167,10 +119,6 @@ DvbSelection selectTable(const DvbSettings &settings, const std::string &bytes) 
                                                      &selection.extra, settings.defaultCode, settings.extra);
     selection.consumed = std::min<std::size_t>(consumed, bytes.size());
     return selection;
-}
-
-std::string regionName(dvbCharSet_t region) {
-    return regionNames.at(static_cast<std::size_t>(region));
 }
 
 std::string codeName(DvbCode_t code) {

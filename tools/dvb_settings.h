@@ -3,12 +3,12 @@
 
 #include "cli_names.h"
 #include "overrides.h"
+#include "table_names.h"
 
 #include "zelk.hpp"
 #include "zelk_insight.h"
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,12 +30,6 @@ struct DvbSettings {
     unsigned int flags() const { return keepEmphasis ? 1U : 0U; }
     DvbConverter converter() const { return {region, defaultCode, extra, flags()}; }
 };
-
-// The table code of a name such as "iso8859-5" or "utf-8", or of a number from 0 to 22.
-std::optional<DvbCode_t> codeOf(const std::string &value);
-
-// The region of a word of --region.
-std::optional<dvbCharSet_t> regionOf(const std::string &name);
 
 // Of a string of which nothing is known.
 inline constexpr zelkInsightOrigin unknownOrigin = {ZELK_INSIGHT_UNKNOWN, ZELK_INSIGHT_UNKNOWN, ZELK_INSIGHT_UNKNOWN,
@@ -67,9 +61,6 @@ struct DvbSelection {
 };
 
 DvbSelection selectTable(const DvbSettings &settings, const std::string &bytes);
-
-// "standard", the word of --region.
-std::string regionName(dvbCharSet_t region);
 
 // "ISO 8859-5", "UTF-8": what a character table code stands for.
 std::string codeName(DvbCode_t code);

@@ -115,7 +115,8 @@ TEST(Decode, DefaultCodesHaveNames) {
     EXPECT_EQ(run({"decode", "--default-code", "none", "C265"}), success(e + "\n"));
     EXPECT_EQ(run({"explain", "--json", "--default-code", "iso8859-7", "E1"}).status, 0);
     EXPECT_EQ(run({"convert", "--from", "dvb", "--default-code", "latin1"}, "\xE9"), success(e));
-    for (const char *name : {"iso8859-0", "iso8859-17", "iso8859-", "23", "-1", "1x", ""}) {
+    for (const char *name :
+         {"iso8859-0", "iso8859-17", "iso8859-", "iso8859--1", "-iso8859-1", "ucs--2", "23", "-1", "1x", ""}) {
         EXPECT_EQ(run({"decode", "--default-code", name, "41"}).status, 2) << name;
     }
 }
