@@ -2,6 +2,8 @@
 // argument gives null; the settings are names as the command-line tool has them, or their numbers.
 #include "functions.h"
 
+#include "tools/table_names.h"
+#include "tools/unicode.h"
 #include "zelk_insight.h"
 
 #include <algorithm>
@@ -18,49 +20,36 @@ namespace {
 
 constexpr std::uint32_t longestRow = 89478485; // what comes of a row is counted by an int
 
-constexpr std::array<std::string_view, 7> regionNames = {"iso8859-9",     "standard",   "iso8859-2", "iso8859-7",
-                                                         "iso8859-9-alt", "iso8859-15", "gb2312"};
-
-struct CodeName {
-    std::string_view name;
-    DvbCode_t code;
-};
-constexpr std::array<CodeName, 6> codeNames = {{{"default", DvbCodeTable00},
-                                                {"none", DvbCodeNone},
-                                                {"prepared", DvbCodeUtf8Prepared},
-                                                {"ucs-2", DvbCodeUcs2},
-                                                {"utf-8", DvbCodeUtf8},
-                                                {"compressed", DvbCodeCompressed}}};
-
-std::optional<int> numberOf(std::string_view text) {
+// A number from 0 to `last` in decimal.
+std::optional<int> numberOf(std::string_view text, int last) {
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+    const bool all = error == std::errc() && end == text.data() + text.size();
+    return all && number >= 0 && number <= last ? std::optional(number) : std::nullopt;
 }
 
-dvbCharSet_t regionOf(std::string_view name) {
-    const auto *const found = std::find(regionNames.begin(), regionNames.end(), name);
-    if (found != regionNames.end()) {
-        return static_cast<dvbCharSet_t>(found - regionNames.begin());
+dvbCharSet_t regionOf(const std::string &name) {
+    if (const auto region = tool::regionOf(name)) {
+        return *region;
     }
-    if (const auto number = numberOf(name)) {
+    const std::vector<std::string> &names = tool::regionNames();
+    const int last = static_cast<int>(names.size()) - 1;
+    if (const auto number = numberOf(name, last)) {
         return static_cast<dvbCharSet_t>(*number);
     }
-    throw std::invalid_argument("zelk: no region is called '" + std::string(name) + "'");
+    std::string message = "zelk: no region is called '" + tool::onOneLine(name) + "', expected ";
+    for (const std::string &one : names) {
+        message += one + ", ";
+    }
+    throw std::invalid_argument(message + "or a number from 0 to " + std::to_string(last));
 }
 
-DvbCode_t codeOf(std::string_view name) {
-    for (const CodeName &one : codeNames) {
-        if (one.name == name) {
-            return one.code;
-        }
+DvbCode_t codeOf(const std::string &name) {
+    if (const auto code = tool::codeOf(name)) {
+        return *code;
     }
-    constexpr std::string_view iso = "iso8859-";
-    const auto number = numberOf(name.starts_with(iso) ? name.substr(iso.size()) : name);
-    if (!number) {
-        throw std::invalid_argument("zelk: no default code is called '" + std::string(name) + "'");
-    }
-    return static_cast<DvbCode_t>(*number);
+    throw std::invalid_argument("zelk: no default code is called '" + tool::onOneLine(name) + "', expected " +
+                                tool::expectedCodes);
 }
 
 // A column of strings, rows that DuckDB keeps inside themselves or elsewhere.
@@ -84,36 +73,66 @@ private:
     uint64_t *validity_ = nullptr;
 };
 
+// A setting beside the strings: a column of names, or one of numbers, which stand for themselves.
+class Setting {
+public:
+    Setting() = default;
+    explicit Setting(duckdb_vector vector) {
+        duckdb_logical_type type = duckdb_vector_get_column_type(vector);
+        if (duckdb_get_type_id(type) == DUCKDB_TYPE_VARCHAR) {
+            names_ = Strings(vector);
+        } else {
+            numbers_ = valuesOf<std::int64_t>(vector);
+        }
+        duckdb_destroy_logical_type(&type);
+    }
+
+    // Calls use(name) where it is not that of the row before.
+    template <class Use>
+    void ifNew(idx_t row, Use use) {
+        if (names_.given()) {
+            if (!known_ || names_.at(row) != name_) {
+                name_ = names_.at(row);
+                use(name_);
+                known_ = true;
+            }
+        } else if (numbers_ != nullptr && (!known_ || numbers_[row] != number_)) {
+            number_ = numbers_[row];
+            use(std::to_string(number_));
+            known_ = true;
+        }
+    }
+
+private:
+    Strings names_;
+    const std::int64_t *numbers_ = nullptr;
+    bool known_ = false;
+    std::string name_;
+    std::int64_t number_ = 0;
+};
+
 // The settings of a row, which are most often those of the row before.
 class Readings {
 public:
     explicit Readings(duckdb_data_chunk chunk) {
         const idx_t columns = duckdb_data_chunk_get_column_count(chunk);
         if (columns > 1) {
-            regions_ = Strings(duckdb_data_chunk_get_vector(chunk, 1));
+            region_ = Setting(duckdb_data_chunk_get_vector(chunk, 1));
         }
         if (columns > 2) {
-            codes_ = Strings(duckdb_data_chunk_get_vector(chunk, 2));
+            code_ = Setting(duckdb_data_chunk_get_vector(chunk, 2));
         }
     }
 
     const zelkInsightSettings &at(idx_t row) {
-        if (regions_.given() && regions_.at(row) != region_) {
-            region_ = regions_.at(row);
-            settings_.charSet = regionOf(region_);
-        }
-        if (codes_.given() && codes_.at(row) != code_) {
-            code_ = codes_.at(row);
-            settings_.defaultCode = codeOf(code_);
-        }
+        region_.ifNew(row, [this](const std::string &name) { settings_.charSet = regionOf(name); });
+        code_.ifNew(row, [this](const std::string &name) { settings_.defaultCode = codeOf(name); });
         return settings_;
     }
 
 private:
-    Strings regions_;
-    Strings codes_;
-    std::string region_ = "standard";
-    std::string code_ = "none";
+    Setting region_;
+    Setting code_;
     zelkInsightSettings settings_ = {DvbCharSetStandard, DvbCodeNone, 0, 0, 0};
 };
 
@@ -353,20 +372,37 @@ void sortKeyRows(duckdb_function_info info, duckdb_data_chunk chunk, duckdb_vect
     });
 }
 
-// Registers a function with its first arguments, or with one more of them, up to all.
-bool add(duckdb_connection connection, const char *name, const std::vector<duckdb_type> &arguments, const Type &result,
+// What an argument may be; of several types each is a function of its own.
+using Argument = std::vector<duckdb_type>;
+
+void addToSet(duckdb_scalar_function_set set, const char *name, const std::vector<duckdb_type> &arguments,
+              const Type &result, duckdb_scalar_function_t work) {
+    duckdb_scalar_function function = duckdb_create_scalar_function();
+    duckdb_scalar_function_set_name(function, name);
+    for (const duckdb_type argument : arguments) {
+        duckdb_scalar_function_add_parameter(function, Type(argument).get());
+    }
+    duckdb_scalar_function_set_return_type(function, result.get());
+    duckdb_scalar_function_set_function(function, work);
+    duckdb_add_scalar_function_to_set(set, function);
+    duckdb_destroy_scalar_function(&function);
+}
+
+// Registers a function with its first argument, or with one more of them, up to all.
+bool add(duckdb_connection connection, const char *name, const std::vector<Argument> &arguments, const Type &result,
          duckdb_scalar_function_t work) {
     duckdb_scalar_function_set set = duckdb_create_scalar_function_set(name);
-    for (std::size_t count = 1; count <= arguments.size(); ++count) {
-        duckdb_scalar_function function = duckdb_create_scalar_function();
-        duckdb_scalar_function_set_name(function, name);
-        for (std::size_t i = 0; i < count; ++i) {
-            duckdb_scalar_function_add_parameter(function, Type(arguments[i]).get());
+    std::vector<std::vector<duckdb_type>> heads = {{}};
+    for (const Argument &argument : arguments) {
+        std::vector<std::vector<duckdb_type>> longer;
+        for (const std::vector<duckdb_type> &head : heads) {
+            for (const duckdb_type type : argument) {
+                longer.push_back(head);
+                longer.back().push_back(type);
+                addToSet(set, name, longer.back(), result, work);
+            }
         }
-        duckdb_scalar_function_set_return_type(function, result.get());
-        duckdb_scalar_function_set_function(function, work);
-        duckdb_add_scalar_function_to_set(set, function);
-        duckdb_destroy_scalar_function(&function);
+        heads = std::move(longer);
     }
     const bool registered = duckdb_register_scalar_function_set(connection, set) == DuckDBSuccess;
     duckdb_destroy_scalar_function_set(&set);
@@ -402,14 +438,17 @@ bool registerScalars(duckdb_connection connection) {
                                        {"meaning", text.get()}});
     const Type faults = Type::listOf(fault);
     const Type guess = Type::structOf({{"table", text.get()}, {"confidence", real.get()}, {"language", text.get()}});
-    const std::vector<duckdb_type> reading = {DUCKDB_TYPE_BLOB, DUCKDB_TYPE_VARCHAR, DUCKDB_TYPE_VARCHAR};
-    const std::vector<duckdb_type> inLanguage = {DUCKDB_TYPE_BLOB, DUCKDB_TYPE_VARCHAR};
+    const Argument string = {DUCKDB_TYPE_BLOB};
+    const Argument name = {DUCKDB_TYPE_VARCHAR};
+    const Argument setting = {DUCKDB_TYPE_VARCHAR, DUCKDB_TYPE_BIGINT};
+    const std::vector<Argument> reading = {string, setting, setting};
+    const std::vector<Argument> inLanguage = {string, name};
     return add(connection, "zelk_decode", reading, text, decodeRows) &&
            add(connection, "zelk_explain", reading, explanation, explainRows) &&
            add(connection, "zelk_lint", inLanguage, faults, lintRows) &&
            add(connection, "zelk_guess", inLanguage, guess, guessRows) &&
-           add(connection, "zelk_encode", {DUCKDB_TYPE_VARCHAR, DUCKDB_TYPE_VARCHAR}, bytes, encodeRows) &&
-           add(connection, "zelk_sort_key", {DUCKDB_TYPE_VARCHAR, DUCKDB_TYPE_BOOLEAN}, bytes, sortKeyRows);
+           add(connection, "zelk_encode", {name, setting}, bytes, encodeRows) &&
+           add(connection, "zelk_sort_key", {name, {DUCKDB_TYPE_BOOLEAN}}, bytes, sortKeyRows);
 }
 
 } // namespace zelk::duckdb

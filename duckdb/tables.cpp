@@ -4,12 +4,14 @@
 
 #include "tools/broadcast.h"
 #include "tools/sent_text.h"
+#include "tools/unicode.h"
 #include "zelk_insight.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <glob.h>
 #include <memory>
 #include <optional>
@@ -80,8 +82,9 @@ Record recordOf(const std::string &file, const tool::ChannelKey &key, const tool
 
 class Collector {
 public:
-    explicit Collector(std::string file) : file_(std::move(file)) {
-        tool::Input input(file_);
+    explicit Collector(const std::string &file) : file_(file) {
+        tool::replaceInvalid(file_);                   // names of files are bytes, and a column has text
+        tool::Input input(file == "-" ? "./-" : file); // which is no standard input here
         tool::BroadcastReader reader(input, found_);
         reader.open();
         while (reader.next()) {
@@ -309,23 +312,51 @@ const Table &tableOf(void *extra) {
     return *static_cast<const Table *>(extra);
 }
 
+// The file of exactly this name, else those that match it as a pattern.
+std::vector<std::string> filesOf(const std::string &pattern) {
+    std::error_code failed;
+    if (std::filesystem::exists(pattern, failed)) {
+        return {pattern};
+    }
+    glob_t matches{};
+    std::vector<std::string> names;
+    if (glob(pattern.c_str(), 0, nullptr, &matches) == 0) {
+        names.assign(matches.gl_pathv, matches.gl_pathv + matches.gl_pathc);
+    }
+    globfree(&matches);
+    return names;
+}
+
+// DuckDB gives an internal error where the text of a null is asked for.
+std::optional<std::string> textIn(duckdb_value value) {
+    if (value == nullptr || duckdb_is_null_value(value)) {
+        return std::nullopt;
+    }
+    char *const text = duckdb_get_varchar(value);
+    std::string result = text;
+    duckdb_free(text);
+    return result;
+}
+
 void bind(duckdb_bind_info info) {
-    for (const TableColumn &column : tableOf(duckdb_bind_get_extra_info(info)).columns) {
+    const Table &table = tableOf(duckdb_bind_get_extra_info(info));
+    for (const TableColumn &column : table.columns) {
         duckdb_bind_add_result_column(info, column.name, Type(column.type).get());
     }
     duckdb_value argument = duckdb_bind_get_parameter(info, 0);
-    char *const pattern = duckdb_get_varchar(argument);
-    auto files = std::make_unique<Files>();
-    glob_t matches{};
-    if (glob(pattern, 0, nullptr, &matches) == 0) {
-        files->names.assign(matches.gl_pathv, matches.gl_pathv + matches.gl_pathc);
-    }
-    globfree(&matches);
-    if (files->names.empty()) {
-        duckdb_bind_set_error(info, ("zelk: no file is called " + std::string(pattern)).c_str());
-    }
-    duckdb_free(pattern);
+    const std::optional<std::string> pattern = textIn(argument);
     duckdb_destroy_value(&argument);
+    if (!pattern) {
+        const std::string message = "zelk: " + std::string(table.name) + " expected the name of a file, found null";
+        duckdb_bind_set_error(info, message.c_str());
+        return;
+    }
+    auto files = std::make_unique<Files>();
+    files->names = filesOf(*pattern);
+    if (files->names.empty()) {
+        duckdb_bind_set_error(info, ("zelk: no file is called " + *pattern).c_str());
+        return;
+    }
     duckdb_bind_set_bind_data(info, files.release(), destroy<Files>);
 }
 

@@ -1,6 +1,7 @@
 """The DuckDB extension in the DuckDB that is imported: ./dev bulk runs this with two versions of it."""
 
 import json
+import os
 import subprocess
 import time
 from collections.abc import Callable
@@ -35,6 +36,35 @@ def test_decode_in_every_form(db: duckdb.DuckDBPyConnection) -> None:
         one(db, "zelk_decode('a'::blob, 'mars')")
     with pytest.raises(duckdb.Error, match="no default code is called 'koi8'"):
         one(db, "zelk_decode('a'::blob, 'standard', 'koi8')")
+
+
+def test_settings_are_names_or_numbers(db: duckdb.DuckDBPyConnection) -> None:
+    assert one(db, "zelk_decode($1::blob, 2)", b"\x10\x00\x00\xe8") == "č"
+    for code in ("5", "'5'", "5::utinyint", "5::bigint", "'ISO_8859-5'"):
+        for region in ("1", "'1'", "'standard'"):
+            assert one(db, f"zelk_decode($1::blob, {region}, {code})", b"\xb2") == "В"
+            assert one(db, f"zelk_explain($1::blob, {region}, {code}).text", b"\xb2") == "В"
+    assert one(db, "zelk_decode($1::blob, $2, $3)", b"\xb2", 1, 5) == "В"
+    assert one(db, "zelk_decode($1::blob, $2, $3)", b"\xb2", "standard", "iso8859-5") == "В"
+    assert one(db, "zelk_encode('č', 2)") == zelk.encode("č", region="iso8859-2")
+    for call in ("zelk_decode('a'::blob, null)", "zelk_decode('a'::blob, 1, null)", "zelk_encode('a', null::integer)"):
+        assert one(db, call) is None
+    told = db.execute(
+        "select zelk_decode('\\xB2'::blob, 1, code) from (values (5), (null), (18), (7), (7)) as codes(code)"
+    ).fetchall()
+    assert [text for (text,) in told] == ["В", None, zelk.decode(b"\xb2"), zelk.decode(b"\xb2", default=7), "²"]
+
+
+def test_settings_that_the_tool_refuses_are_refused(db: duckdb.DuckDBPyConnection) -> None:
+    names = ("iso8859-0", "iso8859-18", "iso8859-21", "iso8859--1", "iso8859-", "23", "99", "-1", "-99", "5x", "")
+    for code in (*(f"'{name}'" for name in names), "-1", "23", "4294967301"):
+        with pytest.raises(duckdb.Error, match="no default code is called .*expected iso8859-1 to iso8859-16, utf-8"):
+            one(db, f"zelk_decode('a'::blob, 'standard', {code})")
+    for region in ("'99'", "'-1'", "'7'", "''", "'mars'", "7", "-1", "4294967298"):
+        with pytest.raises(duckdb.Error, match="no region is called .*standard.* or a number from 0 to 6"):
+            one(db, f"zelk_explain('a'::blob, {region})")
+        with pytest.raises(duckdb.Error, match="no region is called"):
+            one(db, f"zelk_encode('a', {region})")
 
 
 def test_all_vectors(db: duckdb.DuckDBPyConnection) -> None:
@@ -106,6 +136,42 @@ def test_streams_read_as_the_tool_reads_them(
         db.sql(f"from read_ts('{tmp_path}/no.ts')").fetchall()
     with pytest.raises(duckdb.Error, match="no file is called"):
         db.sql(f"from read_ts('{tmp_path}/*.mpg')")
+
+
+def test_null_is_no_file(db: duckdb.DuckDBPyConnection) -> None:
+    for table in ("read_ts", "read_ts_services", "read_ts_events"):
+        with pytest.raises(duckdb.Error, match=f"zelk: {table} expected the name of a file, found null"):
+            db.sql(f"from {table}(null)")
+        with pytest.raises(duckdb.Error, match=f"zelk: {table} expected the name of a file, found null"):
+            db.execute(f"from {table}(?)", [None])
+
+
+def test_a_file_of_exactly_that_name_is_no_pattern(
+    db: duckdb.DuckDBPyConnection, sample: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    def files(pattern: str) -> list[str]:
+        found = db.execute("select distinct file from read_ts_services(?) order by file", [pattern]).fetchall()
+        return [file for (file,) in found]
+
+    monkeypatch.chdir(tmp_path)
+    for name in ("a[1].ts", "b*.ts", "bc.ts", "c?.ts", "-"):
+        (tmp_path / name).symlink_to(sample)
+    for name in ("a[1].ts", "b*.ts", "c?.ts", "-"):
+        assert files(name) == [name]
+    assert files("b?.ts") == ["b*.ts", "bc.ts"]
+    assert files("a\\[1].ts") == files("a[[]1].ts") == ["a[1].ts"]
+
+
+def test_a_name_that_is_no_text(db: duckdb.DuckDBPyConnection, sample: Path, tmp_path: Path) -> None:
+    (tmp_path / "0.ts").symlink_to(sample)
+    Path(os.fsdecode(os.fsencode(tmp_path) + b"/\xff\xe9.ts")).symlink_to(sample)
+    for table in ("read_ts", "read_ts_services", "read_ts_events"):
+        told = db.sql(f"select file, count(*) from {table}('{tmp_path}/*.ts') group by file order by file").fetchall()
+        assert [file for file, _count in told] == [f"{tmp_path}/0.ts", f"{tmp_path}/\ufffd\ufffd.ts"]
+        assert told[0][1] == told[1][1] > 0
+    Path(os.fsdecode(os.fsencode(tmp_path) + b"/\xff.mpg")).write_bytes(b"no transport stream" * 100)
+    with pytest.raises(duckdb.Error, match="expected a transport stream"):
+        db.sql(f"from read_ts('{tmp_path}/*.mpg')").fetchall()
 
 
 def test_channels_and_events_of_atsc(db: duckdb.DuckDBPyConnection, tool: Path) -> None:
