@@ -264,20 +264,27 @@ void assignFound(const List &list, idx_t at, const char *name, const Found &foun
 void explainRows(duckdb_function_info info, duckdb_data_chunk chunk, duckdb_vector output) {
     const auto field = [output](idx_t index) { return duckdb_struct_vector_get_child(output, index); };
     Scratch scratch;
-    std::vector<zelkInsightFinding> findings;
+    std::vector<zelkInsightFinding> findings(16);
     List list(field(5));
     Readings readings(chunk);
     forEachRow(info, chunk, output, 6, [&](idx_t row, std::string_view string) {
-        findings.resize(2 * string.size() + 4);
         zelkInsightEvidence evidence{};
-        evidence.findings = findings.data();
-        evidence.findingRoom = static_cast<unsigned int>(findings.size());
-        assign(field(0), row, decode(scratch, readings.at(row), string, &evidence));
+        const auto read = [&] {
+            evidence.findings = findings.data();
+            evidence.findingRoom = static_cast<unsigned int>(findings.size());
+            return decode(scratch, readings.at(row), string, &evidence);
+        };
+        std::string_view text = read();
+        if (evidence.findingCount > evidence.findingRoom) {
+            findings.resize(evidence.findingCount);
+            text = read();
+        }
+        assign(field(0), row, text);
         assign(field(1), row, zelkInsightTableName(evidence.table));
         valuesOf<std::uint8_t>(field(2))[row] = static_cast<std::uint8_t>(evidence.code);
         assign(field(3), row, reasonNames[static_cast<std::size_t>(evidence.reason)]);
         assign(field(4), row, severityNames[static_cast<std::size_t>(evidence.severity)]);
-        const unsigned int count = std::min(evidence.findingCount, evidence.findingRoom);
+        const unsigned int count = evidence.findingCount;
         const idx_t first = list.begin(row, count);
         for (unsigned int i = 0; i < count; ++i) {
             assignFound(list, first + i, zelkInsightKindName(findings[i].kind), findings[i]);

@@ -95,6 +95,7 @@ def test_rows_know_nothing_of_each_other(db: duckdb.DuckDBPyConnection) -> None:
         assert text == zelk.decode(row) == explanation["text"]
         assert len(explanation["findings"]) == len(zelk.explain(row).findings)
         assert [fault["rule"] for fault in faults] == [fault.kind for fault in zelk.lint(row)]
+    assert [len(one(db, "zelk_explain($1::blob)", b"A" + b"\xa6" * n)["findings"]) for n in (16, 17, 999)] == [16, 17, 999]
     # A column of a struct that is null in some rows.
     assert db.sql("select count(zelk_explain(raw).text) from many").fetchall() == [(sum(row is not None for row in rows),)]
 
