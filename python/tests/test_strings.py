@@ -1,6 +1,7 @@
 """Single strings. Expected values are those of ETSI EN 300 468 Annex A and of ISO 8859 as Python has it."""
 
 import threading
+from array import array
 
 import pytest
 
@@ -30,13 +31,54 @@ def test_decode_takes_settings_by_name_and_number() -> None:
 
 @pytest.mark.parametrize("arguments", [{"region": "mars"}, {"default": "iso8859-17"}])
 def test_wrong_names_are_value_errors(arguments: dict[str, str]) -> None:
-    with pytest.raises(ValueError, match="expected a (region|default) of"):
+    with pytest.raises(ValueError, match="expected (region|default) to be a number, or one of"):
         zelk.decode(b"a", **arguments)  # type: ignore[arg-type]
 
 
 def test_text_is_no_bytes() -> None:
     with pytest.raises(TypeError, match="expected bytes, found str"):
         zelk.decode("a")  # type: ignore[arg-type]
+
+
+class Number:
+    """An integer as numpy has them."""
+
+    def __init__(self, value: int) -> None:
+        self.value = value
+
+    def __index__(self) -> int:
+        return self.value
+
+
+def test_numbers_are_what_the_library_holds() -> None:
+    assert zelk.decode(b"\xb2", default=Number(5)) == "В"
+    assert zelk.encode("č", Number(2), forms=Number(0), most_bytes=Number(9)) == zelk.encode("č", "iso8859-2")
+    for name in ("region", "default", "extra"):
+        for number in (2**31, -(2**31) - 1, 2**32 + 5, 2**64):
+            with pytest.raises(ValueError, match=f"expected {name} from -2147483648 to 2147483647, found {number}"):
+                zelk.decode(b"a", **{name: number})
+        with pytest.raises(TypeError, match=f"expected an integer for {name}, found float"):
+            zelk.decode(b"a", **{name: 1.0})  # type: ignore[arg-type]
+    for forms in (-1, 2**32, 1 << 31, 1 << 12):
+        with pytest.raises(ValueError, match="expected forms"):
+            zelk.encode("a", forms=forms)
+    with pytest.raises(ValueError, match="expected most_bytes from 0 to 2147483647, found -1"):
+        zelk.encode("a", most_bytes=-1)
+
+
+def test_other_types_are_told_by_name() -> None:
+    with pytest.raises(TypeError, match="expected a str for text, found bytes"):
+        zelk.encode(b"a")  # type: ignore[arg-type]
+    with pytest.raises(TypeError, match="expected a str for language, found bytes"):
+        zelk.guess(b"a", language=b"eng")  # type: ignore[arg-type]
+    with pytest.raises(TypeError, match="expected bytes, found list"):
+        zelk.lint([1])  # type: ignore[arg-type]
+
+
+def test_memory_is_counted_in_bytes() -> None:
+    units = array("H", [0x6143, 0xC266, 0x0065])
+    assert zelk.decode(memoryview(units)) == zelk.decode(units.tobytes())
+    assert zelk.decode(memoryview(b"C-a-f-\xc2-e")[::2]) == "Café"
 
 
 def test_explain_names_what_was_found_and_where() -> None:

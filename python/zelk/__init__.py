@@ -66,13 +66,14 @@ class Guess:
 def _bytes_of(data: Data) -> bytes:
     if not isinstance(data, (bytes, bytearray, memoryview)):
         raise TypeError(f"expected bytes, found {type(data).__name__}")
-    if len(data) > _LONGEST:
-        raise ValueError(f"expected at most {_LONGEST} bytes, found {len(data)}")
+    count = data.nbytes if isinstance(data, memoryview) else len(data)
+    if count > _LONGEST:
+        raise ValueError(f"expected at most {_LONGEST} bytes, found {count}")
     return bytes(data)  # which end with a zero byte, as the library wants it
 
 
 def _language_of(language: Optional[str]) -> Optional[bytes]:
-    return None if language is None else language.encode("ascii")
+    return None if language is None else c.text_of("language", language).encode("ascii")
 
 
 def _decode(data: bytes, settings: c.Settings, evidence: c.Evidence | None) -> str:
@@ -117,10 +118,14 @@ def explain(
     """Decodes a DVB string as decode() does, and says what was found."""
     string = _bytes_of(data)
     settings = c.settings_of(region, default, extra, keep_emphasis, ignore_selector, guess_table)
-    room = 2 * len(string) + 4
-    findings = (c.Finding * room)()
-    evidence = c.Evidence(findings=findings, finding_room=room)
-    text = _decode(string, settings, evidence)
+    room = 16
+    while True:
+        findings = (c.Finding * room)()
+        evidence = c.Evidence(findings=findings, finding_room=room)
+        text = _decode(string, settings, evidence)
+        if evidence.finding_count <= room:
+            break
+        room = evidence.finding_count
     return Explanation(
         text,
         c.table_name(evidence.table).decode(),
@@ -208,13 +213,12 @@ def encode(
     """
     if errors not in ("strict", "replace"):
         raise ValueError(f"expected errors 'strict' or 'replace', found {errors!r}")
-    if most_bytes is not None and most_bytes < 0:
-        raise ValueError(f"expected most_bytes of 0 or more, found {most_bytes}")
-    data = _bytes_of(text.encode("utf-8", "replace" if errors == "replace" else "strict"))
+    most = None if most_bytes is None else c.integer("most_bytes", most_bytes, 0)
+    data = _bytes_of(c.text_of("text", text).encode("utf-8", "replace" if errors == "replace" else "strict"))
     size = 4 * len(data) + 16
-    if most_bytes is not None:
-        size = min(size, most_bytes + 1)
-    settings = c.EncodeSettings(c.number_of(c.REGIONS, "region", region), forms, 1 if prefer_utf8 else 0)
+    if most is not None:
+        size = min(size, most + 1)
+    settings = c.EncodeSettings(c.number_of(c.REGIONS, "region", region), c.forms_of(forms), 1 if prefer_utf8 else 0)
     out = create_string_buffer(size)
     encoded = c.Encoded()
     length = c.encode(byref(settings), out, size, data, len(data), byref(encoded))
@@ -222,5 +226,5 @@ def encode(
         place = len(data[: encoded.first_unsaid].decode("utf-8"))
         raise ValueError(f"no allowed form says {text[place]!r} at {place}")
     if errors == "strict" and encoded.used < len(data):
-        raise ValueError(f"the text does not fit {most_bytes} bytes")
+        raise ValueError(f"the text does not fit {most} bytes")
     return out.raw[:length]

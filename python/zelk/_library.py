@@ -3,9 +3,10 @@
 from __future__ import annotations
 
 import ctypes
+import operator
 from ctypes import POINTER, Structure, c_char, c_char_p, c_int, c_int64, c_size_t, c_uint, c_void_p, py_object
 from pathlib import Path
-from typing import Any, Mapping, Union
+from typing import Any, Mapping, SupportsIndex, Union
 
 _path = str(Path(__file__).with_name("_zelk.so"))
 library = ctypes.CDLL(_path)
@@ -189,8 +190,10 @@ batch: Mapping[type[Structure], Any] = {
     )
 }
 
+tell_progress = Progress(("zelkPythonTell", library))
 result = _declare("zelkPythonResult", c_void_p, POINTER(ArrowArray), c_size_t, POINTER(ArrowSchema))
 drop = _declare("zelkPythonDrop", None, c_void_p)
+join = _declare("zelkPythonJoin", c_int, c_void_p, POINTER(c_void_p))
 schema_capsule = _declare("zelkPythonSchemaCapsule", py_object, c_void_p, of=_python)
 array_capsule = _declare("zelkPythonArrayCapsule", py_object, c_void_p, c_size_t, of=_python)
 stream_capsule = _declare("zelkPythonStreamCapsule", py_object, c_void_p, of=_python)
@@ -205,7 +208,7 @@ def pointer_of(capsule: object, name: bytes) -> int:
     return int(_capsule_pointer(capsule, name))
 
 
-Code = Union[int, str]
+Code = Union[SupportsIndex, str]
 
 REGIONS = {
     name: number
@@ -223,13 +226,41 @@ IGNORE_SELECTOR = 1
 GUESS_TABLE = 4
 
 
+def integer(what: str, value: SupportsIndex, lowest: int = -(2**31), highest: int = 2**31 - 1) -> int:
+    """An integer of any kind that the C interface holds: ctypes cuts others off."""
+    try:
+        number = operator.index(value)
+    except TypeError:
+        raise TypeError(f"expected an integer for {what}, found {type(value).__name__}") from None
+    if not lowest <= number <= highest:
+        raise ValueError(f"expected {what} from {lowest} to {highest}, found {number}")
+    return number
+
+
 def number_of(names: Mapping[str, int], what: str, value: Code) -> int:
     """A number as it is, a name as its number."""
-    if isinstance(value, int):
-        return value
+    if not isinstance(value, str):
+        return integer(what, value)
     if value not in names:
-        raise ValueError(f"expected a {what} of {', '.join(names)}, found {value!r}")
+        raise ValueError(f"expected {what} to be a number, or one of {', '.join(names)}; found {value!r}")
     return names[value]
+
+
+def text_of(what: str, value: str) -> str:
+    if not isinstance(value, str):
+        raise TypeError(f"expected a str for {what}, found {type(value).__name__}")
+    return value
+
+
+# The bits of ZelkInsightFormDefault and its kin; there is no ISO 8859-12.
+FORMS = 0x00F1EFFF
+
+
+def forms_of(forms: SupportsIndex) -> int:
+    number = integer("forms", forms, 0, 2**32 - 1)
+    if number & ~FORMS:
+        raise ValueError(f"expected forms of the bits 0x{FORMS:08x}, found 0x{number:08x}")
+    return number
 
 
 def settings_of(
@@ -238,7 +269,7 @@ def settings_of(
     return Settings(
         number_of(REGIONS, "region", region),
         number_of(CODES, "default", default),
-        extra,
+        integer("extra", extra),
         KEEP_EMPHASIS if keep_emphasis else 0,
         (IGNORE_SELECTOR if ignore_selector else 0) | (GUESS_TABLE if guess_table else 0),
     )

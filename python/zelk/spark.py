@@ -9,7 +9,7 @@ from __future__ import annotations
 import json
 import os
 import subprocess
-from typing import TYPE_CHECKING, Any, Iterator, Union
+from typing import TYPE_CHECKING, Any, Iterator, SupportsIndex, Union
 
 from . import arrow
 
@@ -55,18 +55,10 @@ def _check(columns: arrow.Names, settings: dict[str, Any]) -> None:
     import pyarrow as pa
 
     for name in ("region", "default", "flags"):
-        if not isinstance(settings.get(name, 0), (int, str)):
+        if not isinstance(settings.get(name, 0), (str, SupportsIndex)):
             found = type(settings[name]).__name__
             raise TypeError(f"expected one {name} for all rows, a name or a number, found {found}")
     arrow.decode(pa.array([], pa.binary()), columns, **settings)
-
-
-# A batch has one array, and a result of several threads several chunks.
-def _decoded(batch: pyarrow.Array[Any], columns: arrow.Names, settings: dict[str, Any]) -> pyarrow.Array[Any]:
-    import pyarrow as pa
-
-    column = pa.chunked_array(arrow.decode(batch, columns, **settings))
-    return _plain(column.chunk(0) if column.num_chunks == 1 else pa.concat_arrays(column.chunks))
 
 
 # In the types that Spark has.
@@ -93,7 +85,7 @@ def decode(column: Union["Column", str], columns: arrow.Names = "text", **settin
     _check(columns, settings)
 
     def run(batch: "pa.Array[Any]") -> "pa.Array[Any]":
-        return _decoded(batch, columns, settings)
+        return _plain(pa.array(arrow.decode(batch, columns, **settings)))
 
     run.__annotations__ = {"batch": pa.Array, "return": pa.Array}  # Spark looks at the types themselves
     arrow_udf: Any = functions.arrow_udf  # type: ignore[attr-defined]
@@ -116,7 +108,7 @@ def decode_frame(
 
     def run(batches: Iterator[pa.RecordBatch]) -> Iterator[pa.RecordBatch]:
         for batch in batches:
-            decoded = _decoded(batch.column(place), columns, settings)
+            decoded = _plain(pa.array(arrow.decode(batch.column(place), columns, **settings)))
             yield pa.RecordBatch.from_arrays([*batch.columns, decoded], names)
 
     added = types.StructField(name, _type_of(columns))
