@@ -17,11 +17,18 @@ using zelk_test::ResultColumn;
 
 namespace {
 
+// Some of the bits of `known`; at times the one after them, which is refused.
+unsigned int someOf(fuzz::Input &input, unsigned int known) {
+    const unsigned int byte = input.byte();
+    return byte % 8 == 7 ? known + 1 : byte & known;
+}
+
 // The lines of what is left of the input, some of them null, and a slice of them.
 struct Source {
     explicit Source(fuzz::Input &input)
         : layout(zelk_test::allLayouts[input.byte() % zelk_test::allLayouts.size()]), nulls(input.byte()),
-          before(input.byte() % 4), after(input.byte() % 4), options(input.byte() % 8), stops(input.byte() % 8 == 0) {}
+          before(input.byte() % 4), after(input.byte() % 4), options(someOf(input, ZelkArrowLarge | ZelkArrowGrow)),
+          stops(input.byte() % 8 == 0) {}
 
     void take(fuzz::Input &input) {
         std::string text = input.rest();
@@ -41,9 +48,10 @@ struct Source {
     }
     bool large() const { return (options & ZelkArrowLarge) != 0; }
 
-    // What becomes of a call whose settings are `sound`. Without rows there is no progress that could stop it.
+    // What becomes of a call whose settings are `sound`.
     zelkArrowStatus status(bool sound) const {
-        return !sound ? ZelkArrowInvalid : stops && !rows.empty() ? ZelkArrowStopped : ZelkArrowDone;
+        const bool known = (options & ~static_cast<unsigned int>(ZelkArrowLarge | ZelkArrowGrow)) == 0;
+        return !sound || !known ? ZelkArrowInvalid : stops ? ZelkArrowStopped : ZelkArrowDone;
     }
 
     zelk_test::Layout layout;
@@ -72,7 +80,7 @@ void run(const Source &source, const Settings &settings, bool sound, Function fu
     require(result.array.length == static_cast<std::int64_t>(source.rows.size()), "a result for every row");
     for (std::size_t row = 0; row < source.rows.size(); ++row) {
         const auto at = static_cast<std::int64_t>(row);
-        require(ResultColumn::isValid(result.array, at) == source.rows[row].has_value(), "a null gives a null");
+        require(source.rows[row] || !ResultColumn::isValid(result.array, at), "a null gives a null");
         if (source.rows[row]) {
             check(result, at, *source.rows[row]);
         }
@@ -94,7 +102,11 @@ void runTexts(const Source &source, const Settings &settings, bool sound, char f
 class Fields {
 public:
     Fields(const ResultColumn &result, unsigned int columns, std::int64_t row)
-        : result_(result), columns_(columns), row_(row) {}
+        : result_(result), columns_(columns), row_(row) {
+        // The first finding has nulls of its own.
+        require(columns == ZelkArrowFirstFinding || ResultColumn::isValid(result.array, row),
+                "only a null gives a null");
+    }
 
     // Moves on; true where the next of the columns was asked for.
     bool next() {
@@ -159,7 +171,8 @@ void checkDecoded(Fields fields, const zelkInsightSettings &settings, const std:
         require(fields.cell() == zelkInsightTableName(evidence.table), "the table is the row's");
     }
     if (fields.next()) {
-        require(fields.value<std::uint8_t>() == static_cast<std::uint8_t>(evidence.code), "the code is the row's");
+        const auto code = std::min(static_cast<unsigned int>(evidence.code), 255U);
+        require(fields.value<std::uint8_t>() == code, "the code is the row's");
     }
     if (fields.next()) {
         require(fields.value<std::uint32_t>() == evidence.findingCount, "the findings are the row's");
@@ -243,7 +256,7 @@ void encode(fuzz::Input &input, Source &source) {
         [&](const ResultColumn &result, std::int64_t row, const std::string &text) {
             const auto length = static_cast<int>(text.size());
             const int ample = 4 * length + 16;
-            const int size = settings.mostBytes == 0 ? ample : std::min(ample, settings.mostBytes + 1);
+            const int size = settings.mostBytes == 0 || settings.mostBytes >= ample ? ample : settings.mostBytes + 1;
             fuzz::Output<char> out(size);
             zelkInsightEncoded encoded{};
             const std::string bytes =
@@ -279,14 +292,15 @@ void convert(fuzz::Input &input, Source &source) {
 }
 
 void sortKeys(fuzz::Input &input, Source &source) {
-    const zelkArrowSortKeySettings settings = {input.byte(), source.output()};
+    const zelkArrowSortKeySettings settings = {someOf(input, ZelkInsightNatural), source.output()};
     source.take(input);
-    runTexts(source, settings, true, 'z', zelkArrowSortKeys, [&](const std::string &row) {
-        const auto length = static_cast<int>(row.size());
-        const int size = zelkInsightSortKeySize(row.data(), length);
-        fuzz::Output<char> key(size);
-        return key.text(zelkInsightSortKey(key.data(), size, row.data(), length, settings.options));
-    });
+    runTexts(source, settings, settings.options <= ZelkInsightNatural, 'z', zelkArrowSortKeys,
+             [&](const std::string &row) {
+                 const auto length = static_cast<int>(row.size());
+                 const int size = zelkInsightSortKeySize(row.data(), length);
+                 fuzz::Output<char> key(size);
+                 return key.text(zelkInsightSortKey(key.data(), size, row.data(), length, settings.options));
+             });
 }
 
 void match(fuzz::Input &input, Source &source) {
@@ -301,6 +315,7 @@ void match(fuzz::Input &input, Source &source) {
         [&](const ResultColumn &result, std::int64_t row, const std::string &text) {
             const bool told = (ResultColumn::value<unsigned char>(result.array, row / 8) >> row % 8 & 1) != 0;
             const auto in = fuzz::terminated(text);
+            require(ResultColumn::isValid(result.array, row), "only a null gives a null");
             require(told == (matchers[options](in.get(), pattern.c_str()) == 0), "a match is the row's");
         });
 }
