@@ -82,8 +82,8 @@ template <class Unit>
         *out = 0;
         return 0;
     }
+    const auto *const bytes = reinterpret_cast<const unsigned char *>(in);
     if (inLen > 1 && defaultCode == DvbCodeNone) [[likely]] {
-        const auto *const bytes = reinterpret_cast<const unsigned char *>(in);
         if (*bytes > lastDvbSelector) [[likely]] {
             return decodeTableText(out, outSize, bytes, inLen, tables::dvbTables[0], flags);
         }
@@ -102,6 +102,10 @@ template <class Unit>
         if (dvbSelectorCodes[*bytes] == DvbCodeUtf8) {
             return decodeUtf8Text(out, outSize, DvbBody{bytes + 1, inLen - 1, 0}, flags);
         }
+    } else if (inLen > 1 && *bytes > lastDvbSelector && isTable(defaultCode)) {
+        const tables::DvbTable table =
+            tables::selectedDvbTable(DvbCharSetStandard, static_cast<unsigned int>(defaultCode));
+        return decodeTableText(out, outSize, bytes, inLen, table, flags);
     }
     return decodeSelected(charSet, out, outSize, in, inLen, defaultCode, defaultExtra, flags);
 }
