@@ -315,6 +315,17 @@ Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count
     return copyAsciiAs(Bytes::Unknown, out, bytes, count, table);
 }
 
+#if !defined(ZELK_COMPACT)
+// Of UTF-8, beside the bytes that are one and two places before: whether each byte is one that they ask for. Lanes that
+// are not, or that begin a character from U+D000 on or of four bytes, are faulty.
+Signed faultsOfUtf8(Lanes block, Lanes before, Lanes twoBefore) {
+    const Signed continues = reinterpret_cast<Signed>(block) < -0x40;
+    const Signed asked = (before >= 0xC0) | (twoBefore >= 0xE0);
+    const Signed overlong = ((block & 0xFE) == 0xC0) | ((before == 0xE0) & (block < 0xA0));
+    return (continues ^ asked) | overlong | (block == 0xED) | (block >= 0xF0);
+}
+#endif
+
 // A two-byte character as it lies in the memory.
 constexpr std::uint16_t stored(unsigned int unit) {
     return static_cast<std::uint16_t>(std::endian::native == std::endian::little ? unit << 8U | unit >> 8U : unit);
@@ -546,29 +557,28 @@ template <bool given, bool confirms, class Judge>
     Reading reading;
     const bool usual = readUsual<given>(settings, in, inLen, reading);
     const unsigned int count = reading.end - reading.begin;
-    Bytes kind = Bytes::Unknown;
-    if (usual && outSize >= 0 && static_cast<std::size_t>(outSize) > std::size_t{3} * count) {
-        kind = judge(reading.table, reading.text + reading.begin, count);
+    if (!usual || outSize <= 3 * static_cast<long long>(count)) {
+        return decodeKind<given>(Bytes::Unknown, settings, out, outSize, in, inLen, evidence);
     }
     const bool twoByte = reading.table == ZelkInsightTableTwoByte;
-    if (kind != Bytes::Ascii && kind != Bytes::Whole) {
-        if (confirms && kind == Bytes::Other && (twoByte || reading.table == ZelkInsightTableUtf8) &&
-            (settings.flags & 1U) == 0) {
-            const unsigned int written = decodePlainly();
-            if (isConfirmed(reading, out, written)) {
-                beginEvidence(evidence, reading);
-                return written;
-            }
-        }
-        return decodeKind<given>(kind, settings, out, outSize, in, inLen, evidence);
+    const bool confirmed = confirms && (twoByte || reading.table == ZelkInsightTableUtf8) && (settings.flags & 1U) == 0;
+    beginEvidence(evidence, reading); // now, so that nothing of it is kept over the calls
+    const Bytes kind = judge(reading.table, reading.text + reading.begin, count);
+    if (kind == Bytes::Whole) {
+        return decodePlainly();
     }
-    beginEvidence(evidence, reading);
     if (kind == Bytes::Ascii) {
         const unsigned int characters = twoByte ? count / 2 : count;
         out[characters] = 0;
         return characters;
     }
-    return decodePlainly();
+    if (kind == Bytes::Other && confirmed) {
+        const unsigned int written = decodePlainly();
+        if (isConfirmed(reading, out, written)) {
+            return written;
+        }
+    }
+    return decodeKind<given>(kind, settings, out, outSize, in, inLen, evidence);
 }
 
 // By itself, so that the choice below keeps nothing for it.
@@ -614,6 +624,11 @@ inline bool hasAvx512() {
 // A bit for each of `count` bytes, as far as they are in one block.
 [[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint64_t firstOnes(std::size_t count) {
     return count < 64 ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
+}
+
+// The same of 1 to 64 bytes.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint64_t onesOfBlock(std::size_t count) {
+    return ~std::uint64_t{0} >> (-count % 64);
 }
 
 // Calls visit(block, valid) for all blocks until it returns false; `valid` has a bit for each byte that is one of the
@@ -693,34 +708,48 @@ struct Judgement {
     std::uint64_t high = 0;
     std::uint64_t other = 0; // that may have a finding
 
-    Bytes kind() const { return other != 0 ? Bytes::Other : high == 0 ? Bytes::Ascii : Bytes::Whole; }
+    Bytes kind() const { return other != 0 ? Bytes::Unknown : high == 0 ? Bytes::Ascii : Bytes::Whole; }
 };
 
 // Of a block and the bytes that are one place further.
-[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline Judgement judge(__m512i block, std::uint64_t valid,
-                                                                   const unsigned char *next, std::size_t nextCount,
-                                                                   tables::ByteSet set, bool marks) {
-    const __m512i lower = inEachQuarter(graphicBytes[static_cast<std::size_t>(set)].data());
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline Judgement
+judge(__m512i block, std::uint64_t valid, const unsigned char *next, std::uint64_t nextValid, tables::DvbTable table) {
+    const __m512i lower = inEachQuarter(graphicBytes[static_cast<std::size_t>(table.set)].data());
     const __m512i half = all(0x0F);
     const __m512i upperHalf = _mm512_and_si512(_mm512_srli_epi16(block, 4), half);
     Judgement judgement;
     judgement.high = _mm512_movepi8_mask(block);
     judgement.other = _mm512_mask_testn_epi8_mask(valid, _mm512_shuffle_epi8(lower, _mm512_and_si512(block, half)),
                                                   _mm512_shuffle_epi8(inEachQuarter(upperBits.data()), upperHalf));
-    if (marks && judgement.high != 0) {
-        judgement.other |= lonelyMarks(block, judgement.high, _mm512_maskz_loadu_epi8(firstOnes(nextCount), next));
+    if (table.marks == tables::latinMarks && judgement.high != 0) {
+        judgement.other |= lonelyMarks(block, judgement.high, _mm512_maskz_loadu_epi8(nextValid, next));
     }
     return judgement;
 }
 
-// Ascii, which is copied, Whole, or Other where that is not known.
-[[ZELK_INSIGHT_TARGET, gnu::noinline]] Bytes copyLongAscii(char *out, const unsigned char *bytes, std::size_t count,
-                                                           tables::ByteSet set, bool marks) {
+// Ascii, which is copied, Whole, or Unknown: at most one block.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline Bytes copyAsciiBlock(char *out, const unsigned char *bytes,
+                                                                        std::size_t count, tables::DvbTable table) {
+    const std::uint64_t valid = onesOfBlock(count);
+    const __m512i block = _mm512_maskz_loadu_epi8(valid, bytes);
+    const Bytes kind = judge(block, valid, bytes + 1, valid >> 1U, table).kind();
+    if (kind == Bytes::Ascii) {
+        _mm512_mask_storeu_epi8(out, valid, block);
+    }
+    return kind;
+}
+
+// The same of text of any length.
+[[ZELK_INSIGHT_TARGET, gnu::noinline]] Bytes copyIfAscii(char *out, const unsigned char *bytes, std::size_t count,
+                                                         tables::DvbTable table) {
+    if (count <= sizeof(__m512i)) {
+        return copyAsciiBlock(out, bytes, count, table);
+    }
     Judgement all;
     for (std::size_t at = 0; at < count; at += sizeof(__m512i)) {
         const std::uint64_t valid = firstOnes(count - at);
         const __m512i block = _mm512_maskz_loadu_epi8(valid, bytes + at);
-        const Judgement here = judge(block, valid, bytes + at + 1, count - at - 1, set, marks);
+        const Judgement here = judge(block, valid, bytes + at + 1, firstOnes(count - at - 1), table);
         all.high |= here.high;
         all.other |= here.other;
         if ((all.high | all.other) == 0) {
@@ -730,24 +759,10 @@ struct Judgement {
     return all.kind();
 }
 
-[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline Bytes
-copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::ByteSet set, bool marks) {
-    if (count > sizeof(__m512i)) [[unlikely]] {
-        return copyLongAscii(out, bytes, count, set, marks);
-    }
-    const std::uint64_t valid = firstOnes(count);
-    const __m512i block = _mm512_maskz_loadu_epi8(valid, bytes);
-    const Bytes kind = judge(block, valid, bytes + 1, count - 1, set, marks).kind();
-    if (kind == Bytes::Ascii) {
-        _mm512_mask_storeu_epi8(out, valid, block);
-    }
-    return kind;
-}
-
 [[ZELK_INSIGHT_TARGET]] Bytes copyAsciiAvx512(char *out, const unsigned char *bytes, std::size_t count,
                                               tables::DvbTable table) {
-    Bytes kind = copyIfAscii(out, bytes, count, table.set, table.marks == tables::latinMarks);
-    if (kind == Bytes::Other) {
+    Bytes kind = copyIfAscii(out, bytes, count, table);
+    if (kind == Bytes::Unknown) {
         kind = kindOfAvx512(bytes, count);
     }
     return kind == Bytes::Graphic ? wholenessOf(bytes, count, table) : kind;
@@ -776,20 +791,75 @@ copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::By
     return other == 0;
 }
 
-// Ascii, which is copied, Whole, or Other where that is not known.
-[[ZELK_INSIGHT_TARGET, gnu::noinline]] Bytes copyTwoByteAvx512(char *out, const unsigned char *bytes,
-                                                               std::size_t count) {
-    for (std::size_t at = 0; at < count; at += sizeof(__m512i)) {
-        const __m512i block = _mm512_maskz_loadu_epi8(firstOnes(count - at), bytes + at);
-        const __m512i units = _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
-        const auto characters = static_cast<std::uint32_t>(firstOnes((count - at) / 2));
-        if (_mm512_mask_cmpge_epu16_mask(characters, _mm512_sub_epi16(units, allUnits(0x20)),
-                                         allUnits(graphicPlaces)) != 0) {
-            return isPlainTwoByteAvx512(bytes + at, count - at) ? Bytes::Whole : Bytes::Other;
-        }
-        _mm512_mask_storeu_epi8(out + at / 2, characters, _mm512_castsi256_si512(_mm512_cvtepi16_epi8(units)));
+// Two-byte characters in the order of the machine.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline __m512i unitsOf(__m512i block) {
+    return _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
+}
+
+// The places of those beyond the graphic characters of ASCII.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint32_t unitsBeyondAscii(__m512i units) {
+    return _mm512_cmpge_epu16_mask(_mm512_sub_epi16(units, allUnits(0x20)), allUnits(graphicPlaces));
+}
+
+// Of these, the places of control codes, and of U+D800 to U+E0FF: surrogates and images of control codes.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint32_t doubtfulUnits(__m512i units, std::uint32_t beyond) {
+    constexpr unsigned int first = 0xD800;
+    return _mm512_mask_cmplt_epu16_mask(beyond, units, allUnits(0xA0)) |
+           _mm512_mask_cmplt_epu16_mask(beyond, _mm512_sub_epi16(units, allUnits(first)), allUnits(0xE100 - first));
+}
+
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline void storeLowBytes(char *out, std::uint32_t characters,
+                                                                      __m512i units) {
+    _mm512_mask_storeu_epi8(out, characters, _mm512_castsi256_si512(_mm512_cvtepi16_epi8(units)));
+}
+
+// Ascii, which is copied, Whole, or Other where that is not known: at most one block.
+[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline Bytes copyTwoByteBlock(char *out, const unsigned char *bytes,
+                                                                          std::size_t count) {
+    const __m512i units = unitsOf(_mm512_maskz_loadu_epi8(onesOfBlock(count), bytes));
+    const auto characters = static_cast<std::uint32_t>(onesOfBlock(count / 2));
+    const std::uint32_t beyond = characters & unitsBeyondAscii(units);
+    if (beyond != 0) {
+        return doubtfulUnits(units, beyond) == 0 ? Bytes::Whole : Bytes::Other;
+    }
+    storeLowBytes(out, characters, units);
+    return Bytes::Ascii;
+}
+
+// The same of up to four blocks, without a loop: a processor cannot foresee where it ends.
+[[ZELK_INSIGHT_TARGET]] Bytes copyTwoByteBlocks(char *out, const unsigned char *bytes, std::size_t count) {
+    const std::size_t last = count - sizeof(__m512i);
+    const std::size_t places[] = {0, std::min(sizeof(__m512i), last), std::min(2 * sizeof(__m512i), last), last};
+    __m512i units[4];
+    std::uint32_t beyond = 0;
+    std::uint32_t doubtful = 0;
+    for (int i = 0; i < 4; ++i) {
+        units[i] = unitsOf(_mm512_loadu_si512(bytes + places[i]));
+        const std::uint32_t here = unitsBeyondAscii(units[i]);
+        beyond |= here;
+        doubtful |= doubtfulUnits(units[i], here);
+    }
+    if (beyond != 0) {
+        return doubtful == 0 ? Bytes::Whole : Bytes::Other;
+    }
+    for (int i = 0; i < 4; ++i) {
+        storeLowBytes(out + places[i] / 2, ~std::uint32_t{0}, units[i]);
     }
     return Bytes::Ascii;
+}
+
+// The same of text of any length; there is at least one character.
+[[ZELK_INSIGHT_TARGET, gnu::noinline]] Bytes copyTwoByteAvx512(char *out, const unsigned char *bytes,
+                                                               std::size_t count) {
+    constexpr std::size_t most = 4 * sizeof(__m512i);
+    Bytes kind = Bytes::Ascii;
+    for (; count > most && kind == Bytes::Ascii; count -= most, bytes += most, out += most / 2) {
+        kind = copyTwoByteBlocks(out, bytes, most);
+    }
+    if (kind == Bytes::Ascii) {
+        return count <= sizeof(__m512i) ? copyTwoByteBlock(out, bytes, count) : copyTwoByteBlocks(out, bytes, count);
+    }
+    return kind == Bytes::Whole && isPlainTwoByteAvx512(bytes, count) ? Bytes::Whole : Bytes::Other;
 }
 
 [[ZELK_INSIGHT_TARGET]] bool copyTwoByteAsciiAvx512(char *out, const unsigned char *bytes, std::size_t count) {
@@ -905,23 +975,76 @@ copyIfAscii(char *out, const unsigned char *bytes, std::size_t count, tables::By
     return !out.rare && length - out.continuations == characters;
 }
 
+// What decodeUsualAvx512() goes on with. It has vectors of 64 bytes, for which a function that calls others aligns the
+// stack: therefore it ends in jumps, and all have the same arguments (`used` keeps them). Evidence has begun.
 template <bool given>
-[[ZELK_INSIGHT_TARGET]] unsigned int decodeUsualAvx512(const zelkInsightSettings &settings, char *out, int outSize,
-                                                       const char *in, int inLen, zelkInsightEvidence &evidence) {
-    return decodeUsualBy<given, false>(
-        settings, out, outSize, in, inLen, evidence,
-        [out](zelkInsightTable table, const unsigned char *body, std::size_t count)
-            __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
-                if (table == ZelkInsightTableUtf8) {
-                    return copyUtf8Avx512(out, body, count) ? Bytes::Ascii : Bytes::Other;
-                }
-                if (table == ZelkInsightTableTwoByte) {
-                    return count % 2 == 0 ? copyTwoByteAvx512(out, body, count) : Bytes::Other;
-                }
-                const tables::DvbTable bytes = tables::dvbTables[static_cast<unsigned int>(table)];
-                const Bytes kind = copyIfAscii(out, body, count, bytes.set, bytes.marks == tables::latinMarks);
-                return kind == Bytes::Other ? Bytes::Unknown : kind;
-            });
+[[gnu::noinline, gnu::used]] unsigned int decodeWhole(const zelkInsightSettings &settings, char *out, int outSize,
+                                                      const char *in, int inLen, zelkInsightEvidence & /*evidence*/) {
+    return zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, given ? settings.defaultCode : DvbCodeNone,
+                           given ? settings.defaultExtra : 0, settings.flags);
+}
+
+template <bool given, Bytes kind>
+[[gnu::noinline, gnu::used]] unsigned int decodeOther(const zelkInsightSettings &settings, char *out, int outSize,
+                                                      const char *in, int inLen, zelkInsightEvidence &evidence) {
+    return decodeKind<given>(kind, settings, out, outSize, in, inLen, evidence);
+}
+
+template <bool given>
+[[gnu::always_inline]] inline unsigned int decodeJudged(Bytes kind, unsigned int characters,
+                                                        const zelkInsightSettings &settings, char *out, int outSize,
+                                                        const char *in, int inLen, zelkInsightEvidence &evidence) {
+    if (kind == Bytes::Whole) {
+        return decodeWhole<given>(settings, out, outSize, in, inLen, evidence);
+    }
+    if (kind == Bytes::Ascii) {
+        out[characters] = 0;
+        return characters;
+    }
+    return kind == Bytes::Other ? decodeOther<given, Bytes::Other>(settings, out, outSize, in, inLen, evidence)
+                                : decodeOther<given, Bytes::Unknown>(settings, out, outSize, in, inLen, evidence);
+}
+
+// Of UTF-8, and of what is longer than a block.
+template <bool given>
+[[gnu::noinline, gnu::used]] unsigned int decodeLongAvx512(const zelkInsightSettings &settings, char *out, int outSize,
+                                                           const char *in, int inLen, zelkInsightEvidence &evidence) {
+    const auto *const body = reinterpret_cast<const unsigned char *>(in) + evidence.selectorLength;
+    const auto count = static_cast<unsigned int>(inLen) - evidence.selectorLength;
+    const bool twoByte = evidence.table == ZelkInsightTableTwoByte;
+    Bytes kind = Bytes::Other;
+    if (evidence.table == ZelkInsightTableUtf8) {
+        kind = copyUtf8Avx512(out, body, count) ? Bytes::Ascii : Bytes::Other;
+    } else if (!twoByte) {
+        kind = copyIfAscii(out, body, count, tables::dvbTables[static_cast<unsigned int>(evidence.table)]);
+    } else if (count % 2 == 0) {
+        kind = copyTwoByteAvx512(out, body, count);
+    }
+    return decodeJudged<given>(kind, twoByte ? count / 2 : count, settings, out, outSize, in, inLen, evidence);
+}
+
+template <bool given>
+[[ZELK_INSIGHT_TARGET, gnu::noinline]] unsigned int decodeUsualAvx512(const zelkInsightSettings &settings, char *out,
+                                                                      int outSize, const char *in, int inLen,
+                                                                      zelkInsightEvidence &evidence) {
+    Reading reading;
+    const bool usual = readUsual<given>(settings, in, inLen, reading);
+    const unsigned int count = reading.end - reading.begin;
+    if (!usual || outSize <= 3 * static_cast<long long>(count)) {
+        return decodeOther<given, Bytes::Unknown>(settings, out, outSize, in, inLen, evidence);
+    }
+    beginEvidence(evidence, reading);
+    if (count > sizeof(__m512i) || reading.table == ZelkInsightTableUtf8) {
+        return decodeLongAvx512<given>(settings, out, outSize, in, inLen, evidence);
+    }
+    const unsigned char *const body = reading.text + reading.begin;
+    if (reading.table == ZelkInsightTableTwoByte) {
+        const Bytes kind = count % 2 == 0 ? copyTwoByteBlock(out, body, count) : Bytes::Other;
+        return decodeJudged<given>(kind, count / 2, settings, out, outSize, in, inLen, evidence);
+    }
+    const tables::DvbTable table = tables::dvbTables[static_cast<unsigned int>(reading.table)];
+    const Bytes kind = copyAsciiBlock(out, body, count, table);
+    return decodeJudged<given>(kind, count, settings, out, outSize, in, inLen, evidence);
 }
 
 // GCOVR_EXCL_BR_START: as above
@@ -981,6 +1104,39 @@ bool isWholeText(const char *text, std::size_t length, std::size_t characters) {
 bool hasRare(const char *text, std::size_t count) {
     return ZELK_INSIGHT_CHOOSE(hasRare, text, count);
 }
+
+#if !defined(ZELK_COMPACT)
+bool isUsualUtf8(const unsigned char *bytes, std::size_t count) {
+    Lanes block{};
+    std::memcpy(&block, bytes, count < blockSize ? count : blockSize);
+    const Lanes none{};
+    Signed faults = faultsOfUtf8(
+        block, __builtin_shufflevector(none, block, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30),
+        __builtin_shufflevector(none, block, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29));
+    if (count < blockSize) { // the zeros after it continue nothing
+        return !anyOf(faults);
+    }
+    if (count == blockSize + 1) { // whose last block would begin one byte after the first
+        return false;
+    }
+    const auto look = [&](std::size_t at) {
+        Lanes before;
+        Lanes twoBefore;
+        std::memcpy(&block, bytes + at, sizeof block);
+        std::memcpy(&before, bytes + at - 1, sizeof before);
+        std::memcpy(&twoBefore, bytes + at - 2, sizeof twoBefore);
+        faults |= faultsOfUtf8(block, before, twoBefore);
+    };
+    std::size_t at = blockSize;
+    for (; count - at > blockSize; at += blockSize) {
+        look(at);
+    }
+    if (count != blockSize) {
+        look(count - blockSize);
+    }
+    return !anyOf(faults) && bytes[count - 1] < 0xC0 && bytes[count - 2] < 0xE0;
+}
+#endif
 
 bool isSameUtf8(const unsigned char *bytes, const char *text, std::size_t count) {
     // Nothing but U+FFFD for what is malformed makes a text longer: without it, text of the same length is the same.

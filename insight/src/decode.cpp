@@ -409,8 +409,8 @@ bool hasEmphasis(const unsigned char *body, std::size_t count) {
 }
 
 #if !defined(ZELK_COMPACT)
-// Whether bytes are characters of Unicode alone, character by character.
-bool isUtf8ByCharacters(const unsigned char *at, std::size_t count) {
+// Whether bytes are characters of Unicode alone.
+bool isUtf8(const unsigned char *at, std::size_t count) {
     constexpr std::uint64_t highest = 0x8080808080808080;
     while (count != 0) {
         std::uint64_t high = highest;
@@ -432,19 +432,6 @@ bool isUtf8ByCharacters(const unsigned char *at, std::size_t count) {
         }
     }
     return true;
-}
-
-// The same: the receiver's UTF-8 has surrogates, nothing above U+FFFF, and no fault in a sequence cut off at the end.
-bool isUtf8(const unsigned char *bytes, std::size_t count) {
-    if (zelkUtf8TextIsValid(bytes, static_cast<unsigned int>(count)) == 0 ||
-        std::memchr(bytes, 0xED, count) != nullptr) {
-        return isUtf8ByCharacters(bytes, count);
-    }
-    std::size_t last = 1; // the bytes of the last character
-    while (last < 3 && last < count && bytes[count - last] >= 0x80 && bytes[count - last] < 0xC0) {
-        ++last;
-    }
-    return last > count || isUtf8ByCharacters(bytes + count - last, last);
 }
 #endif
 
@@ -554,7 +541,7 @@ private:
     // It passes as it is; nothing is said of control codes.
     bool decodePrepared() {
         decodePlainly();
-        return written_ == count_ && isUtf8(body_, count_);
+        return written_ == count_ && (isUsualUtf8(body_, count_) || isUtf8(body_, count_));
     }
 
     // UTF-8 that is left as it was sent has lost nothing.
@@ -671,11 +658,12 @@ unsigned int zelkInsightDecode(const zelkInsightSettings *settings, char *out, i
                                zelkInsightEvidence *evidence) {
     using namespace zelk::insight;
     const bool missing = in == nullptr;
-    const zelkInsightSettings &how = settings == nullptr ? standardSettings : *settings;
-    if (evidence != nullptr && evidence->steps == nullptr && how.options == 0 && !missing && inLen > 1) {
-        return decodeUsual(how, out, outSize, in, inLen, *evidence);
+    if (settings != nullptr && evidence != nullptr && evidence->steps == nullptr && settings->options == 0 &&
+        !missing && inLen > 1) {
+        return decodeUsual(*settings, out, outSize, in, inLen, *evidence);
     }
-    return decodeAny(how, out, outSize, missing ? "" : in, missing ? 0 : inLen, evidence);
+    return decodeAny(settings == nullptr ? standardSettings : *settings, out, outSize, missing ? "" : in,
+                     missing ? 0 : inLen, evidence);
 }
 
 unsigned int zelkInsightGuessTables(const zelkInsightSettings *settings, const char *in, int inLen,
