@@ -204,7 +204,8 @@ unsigned int zelkInsightDecode(const zelkInsightSettings *settings, char *out, i
 
 /**
  * Gives the size of an output that holds whatever the string decodes to, the terminator included: 3 bytes for a byte,
- * 24 for one of compressed text. At most 2147483647; compressed text without a count gives 0.
+ * 24 for one of compressed text. At most 2147483647; compressed text of types 1 and 2 without a count gives 0, for its
+ * code alone ends it.
  */
 int zelkInsightDecodeSize(const zelkInsightSettings *settings, const char *in, int inLen);
 
@@ -330,7 +331,8 @@ typedef enum zelkInsightRule ZELK_INT_ENUM {
     ZelkInsightRuleControlTrailing = 66, /**< control-trailing: 4E 65 77 73 8A, control codes end the string */
     ZelkInsightRuleControlDoubled =
         67, /**< control-doubled: 61 8A 8A 62, twice the same; `value` is the code, 0x0A for a line feed */
-    ZelkInsightRuleSelectorNeedless = 68, /**< selector-needless: 05 4E 65 77 73, without it the text is the same */
+    ZelkInsightRuleSelectorNeedless = 68, /**< selector-needless: 05 4E 65 77 73, without it the text is the same; of
+                                             two-byte text and UTF-8 also where ASCII alone would say it */
     ZelkInsightRuleLanguageScript = 69,   /**< language-script: 01 BD DE D2 DE E1 E2 D8 with the language eng, no letter
                                              is of the language's script; `value` is the first that is not */
     ZelkInsightRuleCompositionMixed = 70, /**< composition-mixed: 15 C3 A9 65 CC 81, letters with marks in one

@@ -177,7 +177,7 @@ std::string noteOf(const zelkInsightStep &step, const std::string &bytes, bool c
     if (compressed && step.value != 0) {
         note = fmt::format("byte {:02X}", step.value);
     }
-    if (step.finding == ZelkInsightEmphasis) {
+    if (step.finding == ZelkInsightEmphasis || step.finding == ZelkInsightEmphasisUnbalanced) {
         const unsigned int code = compressed || step.length > 1 ? 0 : byte;
         const bool on = code != 0 ? code == 0x86 : step.character == 0x86 || (!compressed && lastByte == 0x86);
         append(note, compressed && step.character == 0 ? "emphasis" : on ? "emphasis on" : "emphasis off");

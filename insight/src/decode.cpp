@@ -61,7 +61,9 @@ unsigned int endOf(const unsigned char *text, unsigned int begin, DvbCode_t code
     reading.charSet = selection.charSet;
     reading.code = selection.code;
     reading.extra = selection.extra;
-    reading.selectorWanted = selection.consumed;
+    // A terminator in the place of the type of compression cuts the selector as the end of a counted string does.
+    const bool typeMissing = inLen < 0 && selection.consumed == 1 && reading.text[0] == 0x1F;
+    reading.selectorWanted = typeMissing ? 2 : selection.consumed;
     const auto available = inLen < 0 ? UINT_MAX : static_cast<unsigned int>(inLen);
     reading.begin = selection.consumed < available ? selection.consumed : available;
     if ((settings.options & ZelkInsightIgnoreSelector) != 0 && reading.begin != 0) {
@@ -215,6 +217,8 @@ private:
         } else if (spacing && character != tables::unassigned) {
             recorder_.character(character, span, byte, ZelkInsightMarkWithoutLetter);
             recorder_.found(ZelkInsightMarkWithoutLetter, span, here, byte);
+        } else if (afterCount && character != tables::unassigned) {
+            recorder_.character(character, span, 0, ZelkInsightByteAfterCount);
         } else {
             recordCharacter(span, byte, character);
         }
@@ -226,7 +230,9 @@ private:
 
     // A letter that the mark leaves as it was.
     bool isDropped(unsigned int base, unsigned int composed) const {
-        return table_.marks == tables::latinMarks && base != ' ' && composed == base;
+        const bool greek = table_.marks == tables::greekMarks;
+        const unsigned int letter = greek ? tables::codePointsOf(tables::ByteSet::Iso8859_7)[base] : base;
+        return base != ' ' && composed == letter;
     }
 
     Recorder &recorder_;
@@ -469,6 +475,8 @@ private:
         }
     }
 
+    static constexpr std::size_t longestCharacter = 3;
+
     bool isAmple() const {
         return room_ > 3 * count_;
     }
@@ -509,6 +517,10 @@ private:
             return true;
         }
         // NOLINTEND(clang-analyzer-core.CallAndMessage)
+        // A mark that stands alone gives a character too many, and room that is short may take one away.
+        if (marks && !isAmple() && written_ + longestCharacter >= room_) {
+            return false;
+        }
         const bool emphasis = kind_ == Bytes::Other && keepsEmphasis();
         const bool markAtEnd = reading_.counted && body_[count_ - 1] >= 0xC1 && body_[count_ - 1] <= 0xCF;
         return !emphasis && table.marks != tables::greekMarks && !(marks && markAtEnd) &&

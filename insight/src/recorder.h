@@ -80,17 +80,26 @@ public:
     }
     void found(zelkInsightKind kind, Span span) { found(kind, span, length_); }
 
-    // The codes of emphasis, kept or not: the finding is placed at the code that turns it on.
+    // What is known of a code of emphasis when it comes: one that turns it on is unbalanced until it is turned off.
+    int emphasisFinding(bool on) const {
+        return on || !emphasised_ ? ZelkInsightEmphasisUnbalanced : ZelkInsightEmphasis;
+    }
+
+    // The codes of emphasis, kept or not, after their steps: the finding is placed at the code that turns it on.
     void emphasis(bool on, Span span, unsigned int textOffset) {
         if (on || !emphasised_) {
             closeEmphasis();
             emphasised_ = on;
             opened_ = evidence_ == nullptr ? 0 : evidence_->findingCount;
+            openedStep_ = evidence_ == nullptr ? 0 : evidence_->stepCount - 1;
             add({ZelkInsightEmphasisUnbalanced, zelkInsightKindSeverity(ZelkInsightEmphasisUnbalanced), span.offset,
                  span.length, on ? length_ : textOffset, 0, 0});
             return;
         }
         emphasised_ = false;
+        if (evidence_ != nullptr && evidence_->steps != nullptr && openedStep_ < evidence_->stepRoom) {
+            evidence_->steps[openedStep_].finding = ZelkInsightEmphasis;
+        }
         if (evidence_ != nullptr && opened_ < evidence_->findingRoom) {
             if (faults_ != nullptr) {
                 balance(faults_[opened_], span, textOffset);
@@ -211,6 +220,7 @@ private:
     zelkInsightFault *faults_ = nullptr;
     unsigned int length_ = 0;
     unsigned int opened_ = 0; // the finding of the emphasis that is on
+    unsigned int openedStep_ = 0;
     unsigned int cutOffset_ = 0;
     unsigned int cutTextOffset_ = 0;
     bool stopAtCut_ = false;
@@ -239,7 +249,7 @@ inline void recordControl(Recorder &recorder, unsigned int character, unsigned i
     const unsigned int code = character & 0xFFU;
     const bool emphasis = code == 0x86 || code == 0x87;
     const unsigned int at = recorder.length();
-    const int finding = emphasis    ? static_cast<int>(ZelkInsightEmphasis)
+    const int finding = emphasis    ? recorder.emphasisFinding(code == 0x86)
                         : kept == 0 ? static_cast<int>(ZelkInsightControlDropped)
                                     : noFinding;
     if (kept == 0) {

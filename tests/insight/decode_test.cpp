@@ -97,6 +97,8 @@ TEST(InsightDecode, TellsOfSelectors) {
     EXPECT_EQ(findingsOf("1F 03 41"), "selector-unsupported@0+2>0+0:31");
     EXPECT_EQ(findingsOf("10 00"), "selector-cut@0+2>0+0:16");
     EXPECT_EQ(findingsOf("1F"), "selector-cut@0+1>0+0:31");
+    EXPECT_EQ(told(decode(bytes("1F"), standard, 4096, false)), "selector-cut@0+1>0+0:31");
+    EXPECT_EQ(findingsOf("1F 00"), "selector-unsupported@0+2>0+0:31");
 }
 
 TEST(InsightDecode, TellsTheTableAndWhy) {
@@ -132,6 +134,9 @@ TEST(InsightDecode, TellsOfTables) {
     EXPECT_EQ(findingsOf("07 A1 DB"), "byte-unassigned@2+1>3+3:219");
     EXPECT_EQ(findingsOf("C2 42"), "mark-dropped@0+2>0+1:194");
     EXPECT_EQ(findingsOf("C2 20"), "");
+    EXPECT_EQ(findingsOf("02 A8 C9"), "");
+    EXPECT_EQ(findingsOf("02 A8 C1"), "mark-dropped@1+2>0+2:168"); // no Alpha has a diaeresis
+    EXPECT_EQ(findingsOf("02 B4 20"), "");
     EXPECT_EQ(findingsOf("C2 31"), "mark-without-letter@0+1>0+2:194");
     EXPECT_EQ(findingsOf("41 C2"), "mark-without-letter@1+1>1+2:194 byte-after-count@1+1>3+0:0");
     EXPECT_EQ(findingsOf("41 09 0A"), "control-dropped@1+1>1+0:9 control-dropped@2+1>1+0:10");
@@ -155,6 +160,23 @@ TEST(InsightDecode, TellsOfEmphasis) {
     EXPECT_EQ(findingsOf("15 C2 86 41 EE 82 87"), "emphasis@1+6>0+1:0");
     EXPECT_EQ(decode(bytes("86 41 87")).evidence.severity, ZelkInsightNote);
     EXPECT_EQ(decode(bytes("86 41")).evidence.severity, ZelkInsightWarning);
+}
+
+TEST(InsightDecode, StepsNameTheirFindings) {
+    const auto stepsOf = [](const char *hex, const zelkInsightSettings &settings = standard) {
+        std::string result;
+        for (const zelkInsightStep &step : decode(bytes(hex), settings).steps) {
+            result += result.empty() ? "" : " ";
+            result += step.finding < 0 ? "-" : zelkInsightKindName(static_cast<zelkInsightKind>(step.finding));
+        }
+        return result;
+    };
+    EXPECT_EQ(stepsOf("86 42 87"), "emphasis - emphasis");
+    EXPECT_EQ(stepsOf("86 42"), "emphasis-unbalanced -");
+    EXPECT_EQ(stepsOf("42 87"), "- emphasis-unbalanced");
+    EXPECT_EQ(stepsOf("86 86 42 87 87"), "emphasis-unbalanced emphasis - emphasis emphasis-unbalanced");
+    EXPECT_EQ(stepsOf("11 E086 0041 E087"), "- emphasis - emphasis");
+    EXPECT_EQ(stepsOf("43 C5", {DvbCharSetStandard, DvbCodeIso8859_16, 0, 0, 0}), "- byte-after-count");
 }
 
 TEST(InsightDecode, TellsOfUnicode) {
@@ -212,6 +234,10 @@ TEST(InsightDecode, TellsWhatWasCut) {
     EXPECT_EQ(told(decode("ABCD", standard, 0)), "text-cut@0+4>0+0:0");
     EXPECT_EQ(decode(bytes("A9 41"), standard, 3).text, "A"); // the long one is skipped
     EXPECT_EQ(told(decode(bytes("A9 41"), standard, 3)), "text-cut@0+2>0+1:0");
+    // A mark that stands alone is a character more, and what is cut one less.
+    EXPECT_EQ(told(decode(bytes("C2 8A 61"), standard, 4)), "mark-without-letter@0+1>0+2:194 text-cut@2+1>3+0:0");
+    const zelkInsightSettings romanian = {DvbCharSetStandard, DvbCodeIso8859_16, 0, 0, 0};
+    EXPECT_EQ(told(decode(bytes("C9 6F 63"), romanian, 4)), "text-cut@2+1>3+0:0");
 }
 
 TEST(InsightDecode, CountsFindingsWithoutRoom) {
