@@ -69,20 +69,23 @@ unsigned int scriptsOf(const char *language) {
     return row == std::end(languages) ? static_cast<unsigned int>(NoScript) : row->scripts;
 }
 
-// ---- What the default table would say ----
+// ---- What the string would say without its selector ----
 
-// Whether a byte of a single-byte table is the same character in the DVB default table, and no mark in either.
-bool isSameInDefault(const tables::DvbTable &table, unsigned int byte) {
-    if (byte < 0xA0) {
-        return byte >= 0x20; // control codes below are dropped by the default table alone
+// Whether a byte is the same character in both tables, and no mark in either.
+bool isSameIn(const tables::DvbTable &table, const tables::DvbTable &other, unsigned int byte) {
+    const auto isDefault = [](const tables::DvbTable &of) { return of.set == tables::ByteSet::DvbDefault; };
+    if (byte == 0x09 || byte == 0x0A) { // the default table alone has none of these
+        return isDefault(table) == isDefault(other);
     }
-    const tables::DvbTable standard = tables::dvbTables[ZelkInsightTableDefault];
+    if (byte < 0x7F || (byte >= 0x80 && byte < 0xA0)) {
+        return true;
+    }
     const auto isMark = [byte](const tables::DvbTable &of) {
         return of.marks != tables::noMarks && tables::dvbMarks.sets[of.marks].columnOf[byte] != 0;
     };
-    const unsigned int character = tables::codePointsOf(standard.set)[byte];
-    return character != tables::unassigned && character == tables::codePointsOf(table.set)[byte] && !isMark(table) &&
-           !isMark(standard);
+    const unsigned int character = tables::codePointsOf(table.set)[byte];
+    return character != tables::unassigned && character == tables::codePointsOf(other.set)[byte] && !isMark(table) &&
+           !isMark(other);
 }
 
 bool isSelectorNeedless(const Reading &reading, const zelkInsightSettings &settings, const TextWatch &watch) {
@@ -91,13 +94,20 @@ bool isSelectorNeedless(const Reading &reading, const zelkInsightSettings &setti
         settings.charSet == DvbCharSetGb2312) {
         return false;
     }
-    if (watch.isPlain()) {
-        return true;
-    }
     const unsigned char *const body = reading.text + reading.begin;
     const unsigned char *const end = reading.text + reading.end;
-    return reading.table < ZelkInsightTableUtf8 &&
-           std::all_of(body, end, [&](unsigned char byte) { return isSameInDefault(byteTable(reading.table), byte); });
+    const zelkInsightTable otherwise = settings.defaultCode == DvbCodeNone
+                                           ? ZelkInsightTableDefault
+                                           : tableOf(DvbCharSetStandard, settings.defaultCode);
+    const bool same = reading.table == otherwise;
+    if (same || reading.table < ZelkInsightTableUtf8) {
+        const bool selects = body != end && *body <= detail::lastDvbSelector; // it would be taken for a selector
+        return !selects &&
+               (same || (otherwise < ZelkInsightTableUtf8 && std::all_of(body, end, [&](unsigned char byte) {
+                             return isSameIn(byteTable(reading.table), byteTable(otherwise), byte);
+                         })));
+    }
+    return otherwise < ZelkInsightTableUtf8 && watch.isPlain();
 }
 
 // ---- What the bytes speak for ----

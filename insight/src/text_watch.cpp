@@ -109,7 +109,17 @@ constexpr bool isControlCode(unsigned int code) {
 
 } // namespace
 
+void TextWatch::extendHigh(Span span, unsigned int textOffset, unsigned int textLength) {
+    if (span.offset + span.length > firstHigh_ && span.offset <= lastHigh_) {
+        if (high_.length == 0) {
+            high_ = {span.offset, 0, textOffset, 0};
+        }
+        high_.extendTo(span, textOffset + textLength);
+    }
+}
+
 void TextWatch::character(unsigned int codePoint, Span span, unsigned int textOffset, unsigned int textLength) {
+    extendHigh(span, textOffset, textLength);
     if (isEmphasis(codePoint)) {
         return;
     }
@@ -120,12 +130,6 @@ void TextWatch::character(unsigned int codePoint, Span span, unsigned int textOf
     }
     controls_ = {};
     plain_ = plain_ && codePoint < 0x80;
-    if (span.offset + span.length > firstHigh_ && span.offset <= lastHigh_) {
-        if (high_.length == 0) {
-            high_ = {span.offset, 0, textOffset, 0};
-        }
-        high_.extendTo(span, textOffset + textLength);
-    }
     letter(codePoint, span, textOffset, textLength);
     composition(codePoint, span, textOffset, textLength);
 }
@@ -133,8 +137,12 @@ void TextWatch::character(unsigned int codePoint, Span span, unsigned int textOf
 void TextWatch::finding(const zelkInsightFinding &finding) {
     const bool known = finding.kind == ZelkInsightControlDropped || finding.kind == ZelkInsightEmphasisUnbalanced;
     plain_ = plain_ && (known || finding.kind < ZelkInsightByteUnassigned); // what is said of a selector comes first
+    const Span span{finding.offset, finding.length};
+    extendHigh(span, finding.textOffset, finding.textLength);
     if (finding.kind == ZelkInsightControlDropped) {
-        control(finding.value, {finding.offset, finding.length}, finding.textOffset, 0);
+        control(finding.value, span, finding.textOffset, 0);
+    } else if (!known) {
+        controls_ = {}; // bytes that leave nothing are no control codes
     }
 }
 

@@ -78,6 +78,7 @@ public:
     unsigned int foreignLetter() const { return foreignLetter_; }
 
 private:
+    void extendHigh(Span span, unsigned int textOffset, unsigned int textLength);
     void control(unsigned int code, Span span, unsigned int textOffset, unsigned int textLength);
     void letter(unsigned int codePoint, Span span, unsigned int textOffset, unsigned int textLength);
     void composition(unsigned int codePoint, Span span, unsigned int textOffset, unsigned int textLength);

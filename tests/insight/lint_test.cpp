@@ -112,6 +112,9 @@ const std::vector<Pair> &pairs() {
         {ZelkInsightRuleUtf8Unannounced, "D0 9D D0 BE D0 B2 D0 BE D1 81 D1 82 D0 B8", "01 BD DE D2 DE E1 E2 D8"},
         {ZelkInsightRuleControlTrailing, "4E 65 77 73 8A", "4E 65 77 8A 73"},
         {ZelkInsightRuleControlTrailing, "4E 65 77 73 00", "86 4E 65 77 73 87"},
+        {ZelkInsightRuleControlTrailing, "4E 8A", "4E 8A A6"}, // which leaves nothing
+        {ZelkInsightRuleControlTrailing, "15 61 C2 8A", "15 61 C2 8A C2"},
+        {ZelkInsightRuleControlTrailing, "11 0061 008A", "11 0061 008A 00"},
         {ZelkInsightRuleControlDoubled, "61 8A 8A 62", "61 8A 20 8A 62"},
         {ZelkInsightRuleControlDoubled, "15 61 C2 8A EE 82 8A 62", "61 8A 09 62"},
         {ZelkInsightRuleSelectorNeedless, "05 4E 65 77 73", "05 43 61 66 E9"},
@@ -119,6 +122,25 @@ const std::vector<Pair> &pairs() {
         {ZelkInsightRuleSelectorNeedless, "11 0041 0042", "11 0041 65B0"},
         {ZelkInsightRuleSelectorNeedless, "15 41 EE 82 8A 42", "15 41 C2 A3 42"},
         {ZelkInsightRuleSelectorNeedless, "05", "08 41"},
+        {ZelkInsightRuleSelectorNeedless, "05 41 8A", "05 41 0A"}, // which the default table drops
+        {ZelkInsightRuleSelectorNeedless, "05 8A 41", "05 0B 41"}, // which would be a selector
+        {ZelkInsightRuleSelectorNeedless, "05 7E", "05 7F"},
+        {ZelkInsightRuleSelectorNeedless,
+         "05 A3",
+         "05 A3",
+         standard,
+         nullptr,
+         nullptr,
+         {DvbCharSetStandard, DvbCodeIso8859_5, 0, 0, 0}},
+        {ZelkInsightRuleSelectorNeedless, "05 E9", "05 E9", {DvbCharSetStandard, DvbCodeIso8859_1, 0, 0, 0}},
+        {ZelkInsightRuleSelectorNeedless, "15 C3 A9", "15 C3 A9", {DvbCharSetStandard, DvbCodeUtf8, 0, 0, 0}},
+        {ZelkInsightRuleSelectorNeedless,
+         "05 41",
+         "05 41",
+         standard,
+         nullptr,
+         nullptr,
+         {DvbCharSetStandard, DvbCodeUcs2, 0, 0, 0}},
         {ZelkInsightRuleLanguageScript, "01 BD DE D2 DE E1 E2 D8", "01 BD DE D2 DE E1 E2 D8 20 54 56", standard, "eng",
          "eng"},
         {ZelkInsightRuleLanguageScript, "01 BD DE D2 DE E1 E2 D8", "01 31 32 33 BD DE", standard, "eng", "eng"},
@@ -233,6 +255,10 @@ TEST(InsightLint, TellsWhere) {
               "emphasis@1+3>1+1:0 control-dropped@4+1>2+0:139 control-trailing@4+1>2+0:0");
     EXPECT_EQ(told(lint("RED\xC3\x89MARRAGE")),
               "mark-without-letter@3+1>3+1:195 utf8-unannounced@3+2>3+1:64 control-dropped@4+1>4+0:137");
+    // What tables differ about may be control codes, kept or dropped.
+    EXPECT_EQ(told(lint(bytes("61 8A 0A 62"))),
+              "table-other@1+1>1+1:2 control-doubled@1+2>1+1:10 control-dropped@2+1>2+0:10");
+    EXPECT_EQ(told(lint(bytes("61 8B 62"))), "control-dropped@1+1>1+0:139 table-other@1+1>1+0:34");
     EXPECT_EQ(zelkInsightLint(nullptr, nullptr, 3, nullptr, nullptr, 0), 0U);
     EXPECT_EQ(zelkInsightLint(nullptr, "A\x8A", -1, nullptr, nullptr, 0), 1U);
 }
