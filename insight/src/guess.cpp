@@ -48,6 +48,7 @@ constexpr Candidate candidates[] = {
     {ZelkInsightTableIso8859_16, 6},        {static_cast<zelkInsightTable>(11), 6}, // ISO 8859-10
     {static_cast<zelkInsightTable>(14), 7},                                         // ISO 8859-14
     {static_cast<zelkInsightTable>(4), 8},                                          // ISO 8859-3
+    {ZelkInsightTableLatin9Marks, 2}, // only where it is announced: one region has it
 };
 constexpr unsigned int candidateCount = std::size(candidates);
 static_assert(candidateCount <= ZELK_INSIGHT_MOST_GUESSES);
@@ -74,6 +75,13 @@ constexpr std::array<double, bitsOfDoubt> partsOfBit = {1, 0.8408964152537145, 0
 
 constexpr unsigned int lostCharacter = 0xFFFE; // of a byte that gives nothing
 constexpr unsigned int missingCharacter = 0xFFFF;
+// The same to the costs, and another text: the default table has marks that stand alone, and nothing for its holes.
+constexpr unsigned int lonelyMark = 0xDFFE;
+constexpr unsigned int lostByte = 0xDFFF;
+
+constexpr bool isMissing(unsigned int character) {
+    return character == missingCharacter || character == lonelyMark || character == lostByte;
+}
 
 bool isLetter(unsigned int character) {
     return character >= 0x100 ? (zelkcharGetClass(character) & (CharClassLetter | CharClassMark)) != 0 ||
@@ -90,7 +98,7 @@ unsigned int signCost(unsigned int character) {
         return character < 0x20 && character != 0x0A && character != 0x09 ? lostControl : 0;
     }
     return character == lostCharacter                                                    ? lostControl
-           : character == missingCharacter                                               ? noCharacter
+           : isMissing(character)                                                        ? noCharacter
            : std::find(std::begin(usual), std::end(usual), character) != std::end(usual) ? usualSign
                                                                                          : rareSign;
 }
@@ -139,28 +147,33 @@ bool readUtf8(const unsigned char *bytes, unsigned int count, Characters &charac
 }
 
 // What a byte stands for where it is no mark of the letter after it.
-unsigned int characterOf(zelkInsightTable number, const tables::CodePoints &set, bool marks, unsigned int byte) {
+unsigned int characterOf(zelkInsightTable number, const tables::CodePoints &set, unsigned int byte) {
     if (byte >= 0x80 && byte < 0xA0 && !isWindows(number)) {
         const bool known = byte == 0x8A || byte == 0x86 || byte == 0x87;
         return known ? 0x0AU : lostCharacter;
     }
-    const bool markAlone = marks && tables::dvbMarks.sets[tables::latinMarks].columnOf[byte] != 0;
-    const unsigned int character = set[byte];
+    const bool isDefault = number == ZelkInsightTableDefault;
+    if (isDefault && tables::dvbMarks.sets[tables::latinMarks].columnOf[byte] != 0) {
+        return lonelyMark;
+    }
     // The default table has no control codes below 0x20; all others have.
-    return !markAlone && character != tables::unassigned ? character : byte < 0x80 ? lostCharacter : missingCharacter;
+    return set[byte] != tables::unassigned ? set[byte]
+           : byte < 0x80                   ? lostCharacter
+           : isDefault                     ? lostByte
+                                           : missingCharacter;
 }
 
 void readBytes(zelkInsightTable number, const unsigned char *bytes, unsigned int count, Characters &characters) {
     const tables::DvbTable table = byteTable(number);
     const tables::CodePoints &set = tables::codePointsOf(table.set);
-    const bool marks = table.set == tables::ByteSet::DvbDefault;
+    const bool marks = table.marks != tables::noMarks;
     std::array<bool, 256> seen{};
     std::array<unsigned short, 256> units;
     std::array<unsigned char, 256> numbers;
     for (unsigned int at = 0; at < count; ++at) {
         const unsigned int byte = bytes[at];
         if (marks && byte >= 0xA0 && at + 1 < count) {
-            const unsigned int composed = tables::composeIn(tables::dvbMarks, tables::latinMarks, bytes[at + 1], byte);
+            const unsigned int composed = tables::composeIn(tables::dvbMarks, table.marks, bytes[at + 1], byte);
             if (composed != 0) {
                 ++at;
                 // A mark that the letter cannot wear is none of this text.
@@ -170,7 +183,7 @@ void readBytes(zelkInsightTable number, const unsigned char *bytes, unsigned int
         }
         if (!seen[byte]) {
             seen[byte] = true;
-            units[byte] = static_cast<unsigned short>(characterOf(number, set, marks, byte));
+            units[byte] = static_cast<unsigned short>(characterOf(number, set, byte));
             numbers[byte] = characters.numberOf(units[byte]);
         }
         characters.add(units[byte], numbers[byte]);
@@ -288,7 +301,7 @@ struct Letters {
     explicit Letters(const Characters &characters) {
         for (unsigned int i = 0; i < characters.differentCount; ++i) {
             const unsigned int character = characters.different[i];
-            if (character >= lostCharacter || !isLetter(character)) {
+            if (character == lostCharacter || isMissing(character) || !isLetter(character)) {
                 kinds[i] = NoLetter;
                 places[i].fill(none);
             } else {
@@ -557,6 +570,9 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
     for (unsigned int i = 0; i < candidateCount; ++i) {
         Characters characters;
         const zelkInsightTable table = candidates[i].table;
+        if (table == ZelkInsightTableLatin9Marks && table != announced) {
+            continue;
+        }
         if (table != ZelkInsightTableUtf8) {
             readBytes(table, bytes, count, characters);
         } else if (!readUtf8(bytes, count, characters)) {
@@ -596,8 +612,19 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
             }
         }
     }
+    // A text is as likely as its cheapest candidate: those that say the same are together.
+    std::array<unsigned int, candidateCount> costOfText{};
+    for (unsigned int i = 0; i < found; ++i) {
+        unsigned int &cost = costOfText[order[i]];
+        cost = weighed[order[i]].cost;
+        for (unsigned int k = 0; k < found; ++k) {
+            const Weighed &other = weighed[order[k]];
+            cost = other.text == weighed[order[i]].text ? std::min(cost, other.cost) : cost;
+        }
+    }
     const auto isBefore = [&](unsigned int a, unsigned int b) {
-        return weighed[a].cost < weighed[b].cost || (weighed[a].cost == weighed[b].cost && a == announcedPlace);
+        const auto keyOf = [&](unsigned int one) { return std::array{costOfText[one], weighed[one].cost}; };
+        return keyOf(a) < keyOf(b) || (keyOf(a) == keyOf(b) && a == announcedPlace);
     };
     // By insertion: the standard library's stable sort may allocate.
     for (unsigned int i = 1; i < found; ++i) {
@@ -611,20 +638,12 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
     double sum = 0;
     std::array<double, candidateCount> share{};
     for (unsigned int i = 0; i < found; ++i) {
-        // A text counts once, with its cheapest candidate.
-        const Weighed &now = weighed[order[i]];
-        bool counted = false;
-        for (unsigned int k = 0; k < i; ++k) {
-            if (weighed[order[k]].text == now.text) {
-                share[i] = share[k];
-                counted = true;
-            }
-        }
-        if (!counted) {
-            const unsigned int above = now.cost - weighed[order[0]].cost;
-            share[i] = std::ldexp(partsOfBit[above % bitsOfDoubt], -static_cast<int>(above / bitsOfDoubt));
-            sum += share[i];
-        }
+        const unsigned int now = order[i];
+        const unsigned int above = costOfText[now] - costOfText[order[0]];
+        share[i] = std::ldexp(partsOfBit[above % bitsOfDoubt], -static_cast<int>(above / bitsOfDoubt));
+        const bool counted = std::any_of(order.begin(), order.begin() + i,
+                                         [&](unsigned int other) { return weighed[other].text == weighed[now].text; });
+        sum += counted ? 0 : share[i];
     }
     for (unsigned int i = 0; i < found && i < room && guesses != nullptr; ++i) {
         const Weighed &now = weighed[order[i]];

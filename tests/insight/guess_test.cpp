@@ -338,6 +338,51 @@ TEST(InsightGuess, KnowsTheLanguagesOfCountries) {
 }
 
 // Of all guesses as many as there is room for.
+// Of no selector, the bytes as `settings` read them.
+std::vector<zelkInsightGuess> guessesOf(const std::string &string, const zelkInsightSettings &settings) {
+    std::vector<zelkInsightGuess> guesses(ZELK_INSIGHT_MOST_GUESSES);
+    const std::string in = string + '\0';
+    guesses.resize(zelkInsightGuessTables(&settings, in.data(), static_cast<int>(string.size()), nullptr,
+                                          guesses.data(), ZELK_INSIGHT_MOST_GUESSES));
+    return guesses;
+}
+
+TEST(InsightGuess, AnnouncedIsTheTextOfTheTable) {
+    const zelkInsightSettings latin9 = {DvbCharSetIso8859_15, DvbCodeNone, 0, 0, 0};
+    const std::vector<zelkInsightGuess> inRegion = guessesOf(std::string("\x10\0\0R\xE9"
+                                                                         "alis\xE9",
+                                                                         10),
+                                                             latin9);
+    ASSERT_FALSE(inRegion.empty());
+    EXPECT_EQ(inRegion[0].announced, 1);
+    const auto own = std::find_if(inRegion.begin(), inRegion.end(), [](const zelkInsightGuess &guess) {
+        return guess.table == ZelkInsightTableLatin9Marks;
+    });
+    ASSERT_NE(own, inRegion.end());
+    EXPECT_EQ(own->announced, 1);
+
+    for (const char *const string : {"\xC9", "\xC2!", "\xA6", "a\xC8"}) {
+        const std::vector<zelkInsightGuess> guesses = guessesOf(string, {DvbCharSetStandard, DvbCodeNone, 0, 0, 0});
+        for (const zelkInsightGuess &guess : guesses) {
+            EXPECT_NE(guess.table, ZelkInsightTableLatin9Marks) << "no string announces it";
+            const bool other = guess.table == 9 || guess.table == ZelkInsightTableIso8859_11; // with holes there
+            EXPECT_TRUE(guess.announced == 0 || !other) << guess.table;
+        }
+    }
+}
+
+TEST(InsightGuess, ConfidencesFall) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 2000; ++round) {
+        std::string string(1 + random() % 6, ' ');
+        std::generate(string.begin(), string.end(), [&] { return static_cast<char>(0x20 + random() % 0xE0); });
+        const std::vector<zelkInsightGuess> guesses = guessesOf(string, {DvbCharSetStandard, DvbCodeNone, 0, 0, 0});
+        for (std::size_t i = 1; i < guesses.size(); ++i) {
+            EXPECT_GE(guesses[i - 1].confidence, guesses[i].confidence) << testing::PrintToString(string);
+        }
+    }
+}
+
 TEST(InsightGuess, LeavesWhatIsAfterTheRoom) {
     const std::string text = "R\xE9"
                              "alis\xE9 par";

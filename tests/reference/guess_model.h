@@ -35,7 +35,7 @@ inline constexpr ModelCandidate modelCandidates[] = {{0, 2},  {modelUtf8Table, 0
                                                      {35, 4}, {36, 4},
                                                      {37, 4}, {16, 6},
                                                      {11, 6}, {14, 7},
-                                                     {4, 8}};
+                                                     {4, 8},  {18, 2}};
 
 struct ModelGuess {
     unsigned int table;
@@ -52,6 +52,9 @@ public:
         const std::string seen = body.substr(0, 512);
         std::vector<Weighed> all;
         for (const ModelCandidate &candidate : modelCandidates) {
+            if (candidate.table == 18 && announced != 18) {
+                continue; // one region alone has it
+            }
             if (const auto text = textBy(candidate.table, seen)) {
                 Weighed weighed = weigh(*text, expected);
                 weighed.table = candidate.table;
@@ -71,14 +74,21 @@ public:
             }
         }
         const std::optional<std::u16string> ownText = own == all.end() ? std::nullopt : std::optional(own->text);
+        for (Weighed &one : all) {
+            one.cheapest = one.cost;
+            for (const Weighed &other : all) {
+                one.cheapest = other.text == one.text ? std::min(one.cheapest, other.cost) : one.cheapest;
+            }
+        }
         std::stable_sort(all.begin(), all.end(), [&](const Weighed &a, const Weighed &b) {
+            if (a.cheapest != b.cheapest) {
+                return a.cheapest < b.cheapest;
+            }
             return a.cost != b.cost ? a.cost < b.cost : a.table == announced && b.table != announced;
         });
         // Four bits count as one, for letters do not come independently.
         const auto shareOf = [&all](const Weighed &one) {
-            const auto cheapest =
-                std::find_if(all.begin(), all.end(), [&](const Weighed &other) { return other.text == one.text; });
-            return std::exp2((static_cast<double>(all.front().cost) - static_cast<double>(cheapest->cost)) / 4);
+            return std::exp2((static_cast<double>(all.front().cheapest) - static_cast<double>(one.cheapest)) / 4);
         };
         double sum = 0;
         for (std::size_t i = 0; i < all.size(); ++i) {
@@ -94,13 +104,21 @@ public:
     }
 
 private:
-    // A text in characters, with two that stand for none.
+    // A text in characters, with some that stand for none: dropped controls, U+FFFD, and of the default table alone
+    // marks without a letter and bytes that leave nothing.
     static constexpr char16_t lost = 0xFFFE;
     static constexpr char16_t missing = 0xFFFF;
+    static constexpr char16_t lonely = 0xDFFE;
+    static constexpr char16_t nothing = 0xDFFF;
+
+    static bool isMissing(char16_t character) {
+        return character == missing || character == lonely || character == nothing;
+    }
 
     struct Weighed {
         unsigned int table = 0;
         unsigned int cost = 0;
+        unsigned int cheapest = 0; // of all that say the same
         std::string language;
         std::u16string text;
     };
@@ -125,7 +143,8 @@ private:
         for (std::size_t at = 0; at < bytes.size(); ++at) {
             const unsigned int byte = static_cast<unsigned char>(bytes[at]);
             const unsigned int next = at + 1 < bytes.size() ? static_cast<unsigned char>(bytes[at + 1]) : 0;
-            const unsigned int composed = table == 0 && next != 0 ? modelComposeLatin(next, byte) : 0;
+            const bool marks = table < 32 && next != 0;
+            const unsigned int composed = marks ? modelCompose(modelMarkSet(table), next, byte) : 0;
             const bool mark = table == 0 && modelComposeLatin(' ', byte) != 0;
             if (composed != 0) {
                 text += composed == next ? missing : static_cast<char16_t>(composed);
@@ -136,7 +155,10 @@ private:
                 text += byte == 0x8A || byte == 0x86 || byte == 0x87 ? u'\n' : lost;
             } else {
                 const unsigned int character = characterIn(table, byte);
-                text += mark || character == 0xFFFD ? missing : static_cast<char16_t>(character);
+                text += mark                  ? lonely
+                        : character != 0xFFFD ? static_cast<char16_t>(character)
+                        : table == 0          ? nothing
+                                              : missing;
             }
         }
         return text;
@@ -176,12 +198,12 @@ private:
         const bool named = (zelkcharGetClass(character) & CharClassLetter) != 0;
         const bool mark = character >= 0x100 && (zelkcharGetClass(character) & CharClassMark) != 0;
         const bool script = (character >= 0x370 && character < 0x1100) || character >= 0x3040;
-        return character != lost && character != missing && (named || mark || script);
+        return character != lost && !isMissing(character) && (named || mark || script);
     }
 
     static unsigned int signCost(char16_t character) {
         constexpr std::u16string_view usual = u"\u00A0¡£§«®°´·»¼½¾¿©–—―‘’‚“”„•…€™♪";
-        if (character == missing) {
+        if (isMissing(character)) {
             return 40;
         }
         if (character == lost || (character < 0x20 && character != '\n' && character != '\t')) {
