@@ -641,7 +641,7 @@ unsigned int guessTables(const unsigned char *bytes, unsigned int length, zelkIn
         const unsigned int now = order[i];
         const unsigned int above = costOfText[now] - costOfText[order[0]];
         share[i] = std::ldexp(partsOfBit[above % bitsOfDoubt], -static_cast<int>(above / bitsOfDoubt));
-        const bool counted = std::any_of(order.begin(), order.begin() + i,
+        const bool counted = std::any_of(order.data(), order.data() + i,
                                          [&](unsigned int other) { return weighed[other].text == weighed[now].text; });
         sum += counted ? 0 : share[i];
     }
