@@ -202,7 +202,7 @@ Sequence twoByteSequence(unsigned int codePoint) {
 }
 
 // Decoders of compressed text take U+FFFE and U+FFFF for something else.
-Sequence sequenceIn(const Form &form, unsigned int codePoint) {
+Sequence exactSequence(const Form &form, unsigned int codePoint) {
     switch (form.kind) {
     case Kind::Bytes:
         return inTable(form, codePoint);
@@ -213,6 +213,16 @@ Sequence sequenceIn(const Form &form, unsigned int codePoint) {
     default:
         return codePoint == 0xFFFE || codePoint == 0xFFFF ? Sequence{} : utf8Sequence(codePoint);
     }
+}
+
+struct Sent {
+    Sequence sequence;
+    bool said; // else it is a question mark of the form
+};
+
+Sent sequenceIn(const Form &form, const Utf8Character &character) {
+    const Sequence exact = character.valid ? exactSequence(form, character.codePoint) : Sequence{};
+    return exact.length != 0 ? Sent{exact, true} : Sent{exactSequence(form, '?'), false};
 }
 
 // ---- Texts ----
@@ -227,8 +237,6 @@ bool isCombining(unsigned int codePoint) {
            (codePoint >= 0x064B && codePoint <= 0x065F) || (codePoint >= 0x0E31 && codePoint <= 0x0E3A) ||
            (codePoint >= 0x0E47 && codePoint <= 0x0E4E) || (codePoint >= 0x20D0 && codePoint <= 0x20FF);
 }
-
-constexpr Sequence notSayable = {{'?'}, 1};
 
 // How a text looks in a form, as far as `room` bytes go.
 struct Measure {
@@ -276,13 +284,12 @@ Measure measure(const Form &form, Text text, unsigned int room) {
         const unsigned int first = at;
         for (bool more = true; more;) {
             const Utf8Character character = utf8Read(text.bytes + at, text.length - at);
-            Sequence sequence = character.valid ? sequenceIn(form, character.codePoint) : Sequence{};
-            if (sequence.length == 0) {
+            const Sent sent = sequenceIn(form, character);
+            if (!sent.said) {
                 whole.firstUnsaid = whole.unsaid + unsaid == 0 ? at : whole.firstUnsaid;
                 ++unsaid;
-                sequence = notSayable;
             }
-            meter.add(sequence);
+            meter.add(sent.sequence);
             at += character.length;
             more = at < text.length && isCombining(utf8Read(text.bytes + at, text.length - at).codePoint);
         }
@@ -352,8 +359,7 @@ unsigned int write(const Form &form, Text text, char *out, int outSize) {
     }
     for (unsigned int at = 0; at < text.length;) {
         const Utf8Character character = utf8Read(text.bytes + at, text.length - at);
-        Sequence sequence = character.valid ? sequenceIn(form, character.codePoint) : Sequence{};
-        sequence = sequence.length == 0 ? notSayable : sequence;
+        const Sequence sequence = sequenceIn(form, character).sequence;
         for (unsigned int i = 0; i < sequence.length; ++i) {
             writer.put(table == nullptr ? Code{sequence.bytes[i], 8} : contextCode(table, before, sequence.bytes[i]));
             before = sequence.bytes[i];

@@ -50,6 +50,16 @@ zelkInsightEncodeSettings only(unsigned int forms, unsigned int options = 0) {
     return {DvbCharSetStandard, forms, options};
 }
 
+int take(const char *piece, unsigned int length, void *context) {
+    static_cast<std::vector<std::string> *>(context)->emplace_back(piece, length);
+    return 0;
+}
+
+int takeOne(const char *piece, unsigned int length, void *context) {
+    take(piece, length, context);
+    return -1;
+}
+
 TEST(InsightEncode, ChoosesTheShortestForm) {
     EXPECT_EQ(encode("News").string, "News");
     EXPECT_EQ(encode("").string, "");
@@ -94,6 +104,35 @@ TEST(InsightEncode, FollowsThePolicy) {
     EXPECT_EQ(region.about.code, DvbCodeUcs2);
 }
 
+// In two-byte text a question mark is a character of two bytes like all others.
+TEST(InsightEncode, SaysAQuestionMarkInTheFormsOwnBytes) {
+    EXPECT_EQ(encode("日本\x07語").string, bytes("11 65E5 672C 003F 8A9E"));
+    EXPECT_EQ(encode("日本\r\n語").string, bytes("11 65E5 672C 003F E08A 8A9E"));
+    for (const std::string unsayable : {"\x07", "\r", "\xFF", "\xE6\x97", "\xEE\x82\x81", "\xC2\x85"}) {
+        const std::string text = "日" + unsayable + "本";
+        const Encoded whole = encode(text, only(ZelkInsightFormTwoByte));
+        EXPECT_EQ(whole.string, bytes("11 65E5 003F 672C")) << unsayable;
+        EXPECT_EQ(decode(whole.string), "日?本");
+        EXPECT_EQ(whole.about.unsaid, 1U);
+        EXPECT_EQ(whole.about.firstUnsaid, 3U);
+        EXPECT_EQ(whole.about.used, text.size());
+        const Encoded cut = encode(text, only(ZelkInsightFormTwoByte), 4); // half of the question mark
+        EXPECT_EQ(cut.string, bytes("11 65E5"));
+        EXPECT_EQ(cut.about.used, 3U);
+        EXPECT_EQ(cut.about.unsaid, 0U);
+        EXPECT_EQ(encode(text, only(ZelkInsightFormTwoByte), 5).about.used, 3U + unsayable.size());
+        std::vector<std::string> pieces;
+        const zelkInsightEncodeSettings settings = only(ZelkInsightFormTwoByte);
+        zelkInsightEncoded about{};
+        EXPECT_EQ(
+            zelkInsightEncodePieces(&settings, 4, text.data(), static_cast<int>(text.size()), take, &pieces, &about),
+            3U);
+        EXPECT_EQ(pieces, std::vector({bytes("11 65E5"), bytes("11 003F"), bytes("11 672C")}));
+        EXPECT_EQ(about.unsaid, 1U);
+    }
+    EXPECT_EQ(encode("é\x07é", only(ZelkInsightFormUtf8)).string, bytes("15 C3A9 3F C3A9"));
+}
+
 TEST(InsightEncode, KeepsTheBudget) {
     EXPECT_EQ(encode("Café au lait", only(1), 4).string, "Caf");
     EXPECT_EQ(encode("Café au lait", only(1), 4).about.used, 3U);
@@ -105,16 +144,6 @@ TEST(InsightEncode, KeepsTheBudget) {
     EXPECT_EQ(zelkInsightEncode(nullptr, out, 0, "abc", 3, nullptr), 0U);
     EXPECT_EQ(out[0], 0);
     EXPECT_EQ(zelkInsightEncode(nullptr, out, 1, nullptr, 3, nullptr), 0U);
-}
-
-int take(const char *piece, unsigned int length, void *context) {
-    static_cast<std::vector<std::string> *>(context)->emplace_back(piece, length);
-    return 0;
-}
-
-int takeOne(const char *piece, unsigned int length, void *context) {
-    take(piece, length, context);
-    return -1;
 }
 
 TEST(InsightEncode, SendsPieces) {
