@@ -3,6 +3,7 @@
 // Every form is measured the same way it is written, character by character, so that the choice is exact: by what it
 // can say, then by what fits, then by its bytes. A character is sayable in a form only where receivers of the region
 // read exactly it back.
+#include "combining.h"
 #include "context_encoder.h"
 #include "utf8.h"
 
@@ -231,12 +232,6 @@ struct Text {
     const unsigned char *bytes;
     unsigned int length;
 };
-
-bool isCombining(unsigned int codePoint) {
-    return (codePoint >= 0x0300 && codePoint <= 0x036F) || (codePoint >= 0x0591 && codePoint <= 0x05C7) ||
-           (codePoint >= 0x064B && codePoint <= 0x065F) || (codePoint >= 0x0E31 && codePoint <= 0x0E3A) ||
-           (codePoint >= 0x0E47 && codePoint <= 0x0E4E) || (codePoint >= 0x20D0 && codePoint <= 0x20FF);
-}
 
 // How a text looks in a form, as far as `room` bytes go.
 struct Measure {
