@@ -506,7 +506,7 @@ typedef struct zelkInsightEncoded {
     zelkInsightTable table;      /**< the table that receivers use */
     unsigned int selectorLength; /**< bytes of the selector, 0 for an empty string */
     unsigned int used;           /**< bytes of the text that are in the string: all, or as many as fitted */
-    unsigned int unsaid;         /**< characters that no allowed form can say; each is sent as a question mark */
+    unsigned int unsaid;         /**< characters in them that no allowed form can say, each a question mark there */
     unsigned int firstUnsaid;    /**< the offset of the first of them in the text */
 } zelkInsightEncoded;
 
@@ -543,6 +543,7 @@ typedef int (*zelkInsightPieceTaker)(const char *piece, unsigned int length, voi
  * sent
  * @param take      is called with each piece in order
  * @param context   is passed to `take`
+ * @param encoded   what became of the text in the pieces that `take` was called with; may be null
  * @return the number of pieces
  */
 unsigned int zelkInsightEncodePieces(const zelkInsightEncodeSettings *settings, int pieceSize, const char *in,

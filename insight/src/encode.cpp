@@ -410,11 +410,10 @@ unsigned int zelkInsightEncodePieces(const zelkInsightEncodeSettings *settings, 
     Form form{};
     Measure whole;
     if (!choose(settings == nullptr ? standardSettings : *settings, text, mostBytes, form, whole)) {
-        whole = {};
         text.length = 0;
     }
     unsigned int count = 0;
-    whole.used = 0;
+    whole = {};
     while (text.length != 0) {
         const Measure piece = measure(form, text, room);
         if (piece.used == 0) {
@@ -422,6 +421,8 @@ unsigned int zelkInsightEncodePieces(const zelkInsightEncodeSettings *settings, 
         }
         const unsigned int bytes = write(form, {text.bytes, piece.used}, out.data(), static_cast<int>(out.size()));
         ++count;
+        whole.firstUnsaid = whole.unsaid == 0 && piece.unsaid != 0 ? whole.used + piece.firstUnsaid : whole.firstUnsaid;
+        whole.unsaid += piece.unsaid;
         whole.used += piece.used;
         text.bytes += piece.used;
         text.length -= piece.used;

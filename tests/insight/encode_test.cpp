@@ -181,6 +181,32 @@ TEST(InsightEncode, SendsPieces) {
     EXPECT_EQ(zelkInsightEncodePieces(nullptr, 249, "", -1, take, &pieces, nullptr), 0U);
 }
 
+zelkInsightEncoded aboutPieces(const std::string &text, int pieceSize, zelkInsightPieceTaker taker) {
+    const zelkInsightEncodeSettings settings = only(1U << 9U);
+    std::vector<std::string> pieces;
+    zelkInsightEncoded about{};
+    zelkInsightEncodePieces(&settings, pieceSize, text.data(), static_cast<int>(text.size()), taker, &pieces, &about);
+    return about;
+}
+
+// Like `used`, what is said about unsaid characters is about those that were sent.
+TEST(InsightEncode, CountsWhatPiecesLeaveUnsaid) {
+    const zelkInsightEncoded first = aboutPieces("Жab ЖЖ", 3, takeOne); // 05 3F 61
+    EXPECT_EQ(first.used, 3U);
+    EXPECT_EQ(first.unsaid, 1U);
+    EXPECT_EQ(first.firstUnsaid, 0U);
+    const zelkInsightEncoded none = aboutPieces("ЖЖЖ", 1, take);
+    EXPECT_EQ(none.used, 0U);
+    EXPECT_EQ(none.unsaid, 0U);
+    const zelkInsightEncoded said = aboutPieces("abЖ", 3, takeOne);
+    EXPECT_EQ(said.unsaid, 0U);
+    EXPECT_EQ(said.firstUnsaid, 0U);
+    const zelkInsightEncoded all = aboutPieces("ab cЖd Ж", 3, take);
+    EXPECT_EQ(all.used, 10U);
+    EXPECT_EQ(all.unsaid, 2U);
+    EXPECT_EQ(all.firstUnsaid, 4U);
+}
+
 std::string randomText(Random &random) {
     const char *const alphabets[] = {"abcdefghij ABC,.'",
                                      "éèàüößçñåøæœÉÜ",
