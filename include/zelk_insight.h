@@ -411,7 +411,7 @@ unsigned int zelkInsightFold(char *out, int outSize, const char *in, int inLen);
 
 /** The bits of zelkInsightSortKey(). */
 enum {
-    ZelkInsightNatural = 1 /**< runs of digits count by their value: "BBC 2" is before "BBC 10" */
+    ZelkInsightNatural = 1 /**< runs of the digits 0 to 9 count by their value: "BBC 2" is before "BBC 10" */
 };
 
 /**

@@ -154,11 +154,26 @@ void forEachCollated(const char *in, int inLen, bool natural, Use use, UseNumber
     }
 }
 
-// Behind all letters, by code point in three bytes of seven bits.
+// In groups of seven bits, so that no byte is zero.
+void putNumber(Output &output, unsigned int number, unsigned int groups) {
+    for (unsigned int shift = 7 * groups; shift != 0;) {
+        shift -= 7;
+        output.byte(0x80U | (number >> shift & 0x7FU));
+    }
+}
+
+// Behind all letters, by code point.
 void putBeyond(Output &output, unsigned int character) {
     output.byte(0xFF);
-    for (const unsigned int shift : {14U, 7U, 0U}) {
-        output.byte(0x80U | (character >> shift & 0x7FU));
+    putNumber(output, character, 3);
+}
+
+// In one byte, or behind all that are, in six.
+void putCount(Output &output, unsigned int count) {
+    constexpr unsigned int firstLong = 250;
+    output.byte(keyBase + std::min(count, firstLong));
+    if (count >= firstLong) {
+        putNumber(output, count, 5);
     }
 }
 
@@ -171,16 +186,15 @@ void putLetters(Output &output, const char *in, int inLen, bool natural) {
         }
     };
     // A number is where its first digit would be, then the count of its digits, then they themselves.
-    const auto putNumber = [&](const unsigned char *first, const unsigned char *end) {
+    const auto putValue = [&](const unsigned char *first, const unsigned char *end) {
         first = std::find_if(first, end, [](unsigned char digit) { return digit != '0'; });
-        constexpr std::ptrdiff_t mostDigits = 250;
         putMain({tables::collationKeyOf('0'), '0'});
-        output.byte(keyBase + static_cast<unsigned int>(std::min(end - first, mostDigits)));
+        putCount(output, static_cast<unsigned int>(end - first));
         for (; first != end; ++first) {
             putMain({tables::collationKeyOf(*first), *first});
         }
     };
-    forEachCollated(in, inLen, natural, putMain, putNumber);
+    forEachCollated(in, inLen, natural, putMain, putValue);
 }
 
 template <class PartOf>

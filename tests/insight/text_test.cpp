@@ -161,6 +161,24 @@ TEST(InsightSortKey, CountsNumbersByTheirValue) {
     EXPECT_NE(keyOf("BBC 2", ZelkInsightNatural), keyOf("BBC 02", ZelkInsightNatural));
 }
 
+// Numbers are in their order whatever their length, and the size of keys holds for them.
+TEST(InsightSortKey, CountsLongNumbersByTheirValue) {
+    std::vector<std::string> order = {"BBC", "BBC 9"};
+    for (const std::size_t digits : {2U, 127U, 128U, 248U, 249U, 250U, 251U, 252U, 253U, 300U, 16384U, 70000U}) {
+        const std::string zeros(digits - 1, '0');
+        order.insert(order.end(), {"BBC 1" + zeros, "BBC 1" + zeros + " b", "BBC 1" + zeros.substr(1) + "1",
+                                   "BBC " + std::string(digits, '9')});
+    }
+    order.emplace_back("BBC News");
+    for (std::size_t i = 0; i + 1 < order.size(); ++i) {
+        EXPECT_TRUE(keyOf(order[i], ZelkInsightNatural) < keyOf(order[i + 1], ZelkInsightNatural))
+            << i; // too long to show
+    }
+    const std::string padded = std::string(400, '0') + "7";
+    EXPECT_LT(keyOf("6", ZelkInsightNatural), keyOf(padded, ZelkInsightNatural));
+    EXPECT_LT(keyOf(padded, ZelkInsightNatural), keyOf("8", ZelkInsightNatural));
+}
+
 // Random texts: where zelkCollate() decides, the keys decide alike.
 TEST(InsightSortKey, AgreesWithCollation) {
     Random random(5);
