@@ -403,7 +403,8 @@ unsigned int zelkInsightUpper(char *out, int outSize, const char *in, int inLen)
 
 /**
  * Writes a text as it is compared without case: in small letters, the final sigma as sigma, the long s as s, the sharp
- * s as ss. Two texts that differ by case alone, within the tables' Latin, Greek and Cyrillic, fold to the same.
+ * s as ss, the dotless i (U+0131) as i, since both have the capital I. Two texts that differ by case alone, within the
+ * tables' Latin, Greek and Cyrillic, fold to the same.
  *
  * @return the bytes written; three times those of the text always suffice
  */

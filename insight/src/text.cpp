@@ -99,9 +99,10 @@ unsigned int upper(unsigned int character) {
     return character == dotlessI || zelk2lowerChar(capital) == character ? capital : character;
 }
 
+// All that have a capital or a small letter in common become one letter.
 unsigned int folded(unsigned int character) {
     const unsigned int small = lower(character);
-    return small == finalSigma ? sigma : small == longS ? 's' : small;
+    return small == finalSigma ? sigma : small == longS ? 's' : small == dotlessI ? 'i' : small;
 }
 
 template <class Map>

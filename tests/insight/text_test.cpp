@@ -41,6 +41,21 @@ TEST(InsightCase, MapsWholeTexts) {
     EXPECT_EQ(zelkInsightLower(one, 0, nullptr, 1), 0U);
 }
 
+// No change of case changes what a character folds to.
+TEST(InsightCase, FoldsAllCasesOfALetterAlike) {
+    EXPECT_EQ(mapped(zelkInsightFold, "ISI ısı İSİ isi"), "isi isi isi isi");
+    for (unsigned int code = 1; code < 0xFFFF; ++code) {
+        if (code >= 0xD800 && code < 0xE000) {
+            continue;
+        }
+        const std::string character = utf8EncodeModel(code);
+        const std::string fold = mapped(zelkInsightFold, character);
+        EXPECT_EQ(mapped(zelkInsightFold, mapped(zelkInsightUpper, character)), fold) << code;
+        EXPECT_EQ(mapped(zelkInsightFold, mapped(zelkInsightLower, character)), fold) << code;
+        EXPECT_EQ(mapped(zelkInsightFold, fold), fold) << code;
+    }
+}
+
 // One by one: small letters are the receiver's, and no capital is another letter's.
 TEST(InsightCase, AgreesWithTheReceiversTables) {
     for (unsigned int code = 1; code < 0xFFFF; ++code) {
