@@ -307,6 +307,9 @@ typedef struct zelkInsightOrigin {
  * entries with other words are passed over. `zelk overrides compact` writes this form, with a line for each code where
  * ISO 639-2 has two for a language.
  *
+ * An entry that says nothing of the broadcast never counts. A word that is repeated makes an entry no narrower. A
+ * number has one to five digits; with more the entry is passed over. One blank may end a line.
+ *
  * @param overrides the text; null for none
  * @param length    its bytes; negative: up to the zero byte
  * @param origin    not null

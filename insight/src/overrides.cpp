@@ -34,7 +34,7 @@ std::optional<unsigned int> numberOf(std::string_view digits) {
 
 struct Entry {
     zelkInsightSettings settings;
-    unsigned int weight = 0; // how much of the broadcast it names, the narrower the more
+    unsigned int weight = 0; // a bit for each thing that it names of the broadcast, the narrower the higher
     bool applies = true;     // to the broadcast that is asked for
 };
 
@@ -45,7 +45,7 @@ void readWord(std::string_view word, const zelkInsightOrigin &origin, Entry &ent
     const std::optional<unsigned int> number = numberOf(value);
     const auto match = [&entry](bool holds, unsigned int weight) {
         entry.applies = holds;
-        entry.weight += weight;
+        entry.weight |= weight; // once, however often it is named
     };
     const auto isText = [value](const char *text) { return text != nullptr && value == text; };
     if (key == "s") {

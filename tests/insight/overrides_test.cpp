@@ -68,6 +68,33 @@ TEST(InsightOverrides, WeighsWhatAnEntryNames) {
     }
 }
 
+unsigned int findIn(const std::string &lines) {
+    const std::string overrides = "zelk-overrides 1\n" + lines;
+    const zelkInsightOrigin origin = {1, 2, 3, "fre", "FR"};
+    zelkInsightSettings settings = standard;
+    return zelkInsightFindOverride(overrides.c_str(), -1, &origin, &settings);
+}
+
+TEST(InsightOverrides, WeighsARepeatedWordOnce) {
+    EXPECT_EQ(findIn("n=1 r=2\nl=fre l=fre l=fre r=5\n"), 2U);
+    EXPECT_EQ(findIn("l=fre l=fre l=fre r=5\nn=1 r=2\n"), 3U);
+    EXPECT_EQ(findIn("l=fre r=2\nc=FR c=FR r=5\n"), 2U);
+    EXPECT_EQ(findIn("s=3 r=2\nt=2 t=2 t=2 r=5\n"), 2U);
+    EXPECT_EQ(findIn("l=fre l=fre r=2\nl=fre r=5\n"), 3U); // two alike
+    EXPECT_EQ(findIn("l=fre l=eng r=2\n"), 0U);            // one does not hold
+}
+
+TEST(InsightOverrides, TakesEntriesAsTheHeaderSays) {
+    EXPECT_EQ(findIn("r=2\n"), 0U);
+    EXPECT_EQ(findIn("n=1 r=00002\n"), 2U);
+    EXPECT_EQ(findIn("n=1 r=000002\n"), 0U);
+    EXPECT_EQ(findIn("n=000001 r=2\n"), 0U);
+    EXPECT_EQ(findIn("n=1 r=\n"), 0U);
+    EXPECT_EQ(findIn("n=1 r=2 \n"), 2U);
+    EXPECT_EQ(findIn("n=1 r=2  \n"), 0U);
+    EXPECT_EQ(findIn(" n=1 r=2\n"), 0U);
+}
+
 TEST(InsightOverrides, KeepsWhatIsNotOverridden) {
     zelkInsightSettings settings = {DvbCharSetIso8859_2, DvbCodeIso8859_2, 3, 1, ZelkInsightGuessTable};
     const zelkInsightOrigin origin = {318, 2, 7, nullptr, nullptr};
