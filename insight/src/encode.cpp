@@ -124,11 +124,12 @@ constexpr bool isUnsendable(unsigned int codePoint) {
 }
 
 // A mark and its letter, or a mark and a space for the mark alone.
-Sequence composedSequence(unsigned int codePoint) {
+Sequence composedSequence(unsigned int marksOfTable, unsigned int codePoint) {
     const tables::DvbMarks &marks = tables::dvbMarks;
-    const tables::MarkSet &set = marks.sets[tables::latinMarks];
+    const tables::MarkSet &set = marks.sets[marksOfTable];
+    const unsigned int rows = marksOfTable == tables::greekMarks ? tables::greekRows : tables::latinRows;
     const auto *const begin = marks.composed.data() + set.grid;
-    const auto *const end = begin + std::size_t{tables::latinRows} * tables::latinColumns;
+    const auto *const end = begin + std::size_t{rows} * set.columns;
     for (const auto *at = std::find(begin, end, codePoint); at != end; at = std::find(at + 1, end, codePoint)) {
         const auto place = static_cast<unsigned int>(at - begin);
         const unsigned int row = place / set.columns + 1;
@@ -149,7 +150,7 @@ Sequence inTable(const Form &form, unsigned int codePoint) {
     if (const unsigned int control = controlCode(codePoint); control != 0) {
         return sequenceOf(control);
     }
-    if (codePoint == 0x09 && form.set.set != tables::ByteSet::DvbDefault) {
+    if ((codePoint == 0x09 || codePoint == 0x7F) && form.set.set != tables::ByteSet::DvbDefault) {
         return sequenceOf(codePoint);
     }
     if (isUnsendable(codePoint) || codePoint > 0xFFFF || codePoint == tables::unassigned || form.asciiOnly) {
@@ -166,7 +167,7 @@ Sequence inTable(const Form &form, unsigned int codePoint) {
             return sequenceOf(byte);
         }
     }
-    return form.set.marks == tables::latinMarks ? composedSequence(codePoint) : Sequence{};
+    return form.set.marks != tables::noMarks ? composedSequence(form.set.marks, codePoint) : Sequence{};
 }
 
 // Two-byte and UTF-8 text has its controls in the private use area.

@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -268,6 +270,54 @@ TEST(InsightEncode, DecodesToItself) {
             EXPECT_EQ(decode(cut.string, region), text.substr(0, cut.about.used));
         }
     }
+}
+
+// The selector of a form of bytes, as EN 300 468 Annex A has it.
+std::string selectorOf(unsigned int form) {
+    if (form == 0) {
+        return "";
+    }
+    const bool isShort = form >= 5 && form <= 15 && form != 12;
+    return isShort ? std::string(1, static_cast<char>(form - 4)) : std::string{'\x10', '\0', static_cast<char>(form)};
+}
+
+// The character that bytes of a form are, or an empty text where they are none, several or have findings.
+std::string characterOf(unsigned int form, dvbCharSet_t region, const std::string &coded) {
+    const std::string string = selectorOf(form) + coded;
+    const zelkInsightSettings settings = {region, DvbCodeNone, 0, 1, 0};
+    zelkInsightEvidence evidence{};
+    char text[16];
+    const unsigned int length = zelkInsightDecode(&settings, text, sizeof text, (string + '\0').data(),
+                                                  static_cast<int>(string.size()), &evidence);
+    const bool whole = evidence.findingCount == 0 && evidence.selectorLength + coded.size() == string.size();
+    const auto isFirst = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80; };
+    return whole && std::count_if(text, text + length, isFirst) == 1 ? std::string(text, length) : std::string();
+}
+
+// What some byte or pair of bytes reads as without a finding can be said by the form. Region GB 2312 reads text without
+// a selector by another standard.
+TEST(InsightEncode, SaysWhateverAFormReads) {
+    for (int region = DvbCharSetIso8859_9; region < DvbCharSetGb2312; ++region) {
+        const auto charSet = static_cast<dvbCharSet_t>(region);
+        for (unsigned int form = 0; form < 16; ++form) {
+            std::set<std::string> characters;
+            for (unsigned int first = form == 0 ? 0x20 : 1; first < 0x100; ++first) {
+                characters.insert(characterOf(form, charSet, std::string(1, static_cast<char>(first))));
+                for (unsigned int second = 1; first >= 0xA0 && second < 0x100; ++second) {
+                    characters.insert(
+                        characterOf(form, charSet, {static_cast<char>(first), static_cast<char>(second)}));
+                }
+            }
+            characters.erase("");
+            for (const std::string &character : characters) {
+                const Encoded encoded = encode(character, {charSet, 1U << form, 0}, 8);
+                EXPECT_EQ(encoded.about.unsaid, 0U) << region << ' ' << form << ' ' << character;
+                EXPECT_EQ(decode(encoded.string, charSet, true), character);
+            }
+        }
+    }
+    EXPECT_EQ(encode("\xC2\xA8\xCE\x84\xCE\x85", only(1U << 6U)).string, bytes("02 A820 B420 B520"));
+    EXPECT_EQ(encode("\xCE\x90", only(1U << 6U)).string, bytes("02 B5E9"));
 }
 
 // Each byte after each other one, at the start and at the end.
