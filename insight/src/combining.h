@@ -1,9 +1,9 @@
 // The combining characters of Unicode 15.0 (general categories Mn, Mc and Me): what belongs to the character before it.
 #pragma once
 
-#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <iterator>
 
 namespace zelk::insight {
 
@@ -68,23 +68,68 @@ inline constexpr MarkRange marksOfPlane1[] = {
     {0xE008, 0xE018}, {0xE01B, 0xE021}, {0xE023, 0xE024}, {0xE026, 0xE02A}, {0xE08F, 0xE08F}, {0xE130, 0xE136},
     {0xE2AE, 0xE2AE}, {0xE2EC, 0xE2EF}, {0xE4EC, 0xE4EF}, {0xE8D0, 0xE8D6}, {0xE944, 0xE94A}};
 
-template <std::size_t Count>
-constexpr bool isIn(const MarkRange (&ranges)[Count], unsigned int character) {
-    const auto *const range = std::ranges::lower_bound(ranges, character, {}, &MarkRange::last);
-    return range != std::end(ranges) && character >= range->first;
+// The ranges one after another: the places between two, then those in the next, less one; in groups of seven bits, all
+// but the last with the highest bit set. Most take two bytes.
+template <class Put>
+constexpr void forEachMarkByte(Put put) {
+    const auto number = [&put](unsigned int value) {
+        for (; value >= 0x80; value >>= 7U) {
+            put(static_cast<std::uint8_t>(value | 0x80U));
+        }
+        put(static_cast<std::uint8_t>(value));
+    };
+    unsigned int next = 0;
+    const auto range = [&](unsigned int first, unsigned int last) {
+        number(first - next);
+        number(last - first);
+        next = last + 1;
+    };
+    for (const MarkRange &marks : marksOfPlane0) {
+        range(marks.first, marks.last);
+    }
+    for (const MarkRange &marks : marksOfPlane1) {
+        range(0x10000U + marks.first, 0x10000U + marks.last);
+    }
+    range(0xE0100, 0xE01EF); // selectors of variants
 }
 
+inline constexpr auto packedMarks = []() {
+    constexpr std::size_t size = []() {
+        std::size_t count = 0;
+        forEachMarkByte([&count](std::uint8_t) { ++count; });
+        return count;
+    }();
+    std::array<std::uint8_t, size> bytes{};
+    std::size_t at = 0;
+    forEachMarkByte([&](std::uint8_t byte) { bytes[at++] = byte; });
+    return bytes;
+}();
+
 constexpr bool isCombining(unsigned int codePoint) {
-    constexpr unsigned int firstVariation = 0xE0100; // selectors of variants
-    constexpr unsigned int lastVariation = 0xE01EF;
-    switch (codePoint >> 16U) {
-    case 0:
-        return codePoint >= marksOfPlane0[0].first && isIn(marksOfPlane0, codePoint);
-    case 1:
-        return isIn(marksOfPlane1, codePoint & 0xFFFFU);
-    default:
-        return codePoint >= firstVariation && codePoint <= lastVariation;
+    // Before the first one, and the ideographs and syllables of East Asia, which have none.
+    if (codePoint < 0x0300 || (codePoint >= 0x3100 && codePoint < 0xA600) ||
+        (codePoint >= 0xAC00 && codePoint < 0xFB00)) {
+        return false;
     }
+    const std::uint8_t *at = packedMarks.data();
+    const auto number = [&at]() {
+        unsigned int value = *at & 0x7FU;
+        for (unsigned int shift = 7; (*at++ & 0x80U) != 0; shift += 7) {
+            value |= (*at & 0x7FU) << shift;
+        }
+        return value;
+    };
+    for (unsigned int next = 0; at != packedMarks.data() + packedMarks.size();) {
+        const unsigned int first = next + number();
+        next = first + number() + 1;
+        if (codePoint < next) {
+            return codePoint >= first;
+        }
+    }
+    return false;
 }
+
+static_assert(isCombining(0x0300) && isCombining(0x036F) && !isCombining(0x0370));
+static_assert(isCombining(0xE01EF) && !isCombining(0xE01F0) && !isCombining(0x1E94B));
 
 } // namespace zelk::insight
