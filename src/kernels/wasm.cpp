@@ -16,7 +16,6 @@
 #include "kernels/scan/collation_by_lines.h"
 #include "kernels/scan/wildcard_parts.h"
 #include "kernels/scan/wildcards.h"
-#include "kernels/scan/xml.h"
 
 namespace zelk::kernels {
 
@@ -37,14 +36,14 @@ const Kernels wasmKernels = {
     .cleanUtf8ToUcs2 = wasm::utf8ToUcs2<Clean::NoControls>,
     .wellFormedUtf8 = wasm::wellFormedUtf8,
     .copyCleanUtf8 = wasm::copyCleanUtf8,
-    .measureUtf8 = wasm::measureUtf8,
+    .measureUtf8 = wasm::plain::measureUtf8,
     .passShared = wasm::passShared,
     .alikeBytes = wasm::alikeBytes,
     .matchWildcards = wasm::matchWildcards,
     .matchWildcardsInAnyCase = wasm::plain::matchWildcardsInAnyCase,
-    .escapeXml = wasm::escapeXml,
-    .unescapeXml = wasm::unescapeXml,
-    .escapedXmlLength = wasm::escapedXmlLength,
+    .escapeXml = wasm::plain::escapeXml,
+    .unescapeXml = wasm::plain::unescapeXml,
+    .escapedXmlLength = wasm::plain::escapedXmlLength,
 };
 
 } // namespace zelk::kernels
