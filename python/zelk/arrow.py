@@ -8,7 +8,7 @@ result for those that take one array; and none of them is needed.
 
 from __future__ import annotations
 
-from concurrent.futures import ThreadPoolExecutor
+from concurrent.futures import FIRST_EXCEPTION, ThreadPoolExecutor, wait
 from ctypes import POINTER, Structure, byref, c_void_p, cast, pointer, py_object, string_at
 from threading import Lock
 from typing import Any, Callable, Iterable, Optional, Sequence, SupportsIndex, Union
@@ -290,9 +290,14 @@ def _run_pieces(
         return schema, array
 
     results: dict[int, tuple[c.ArrowSchema, c.ArrowArray]] = {}
+    given_up = False
 
     def work(number: int) -> None:
-        results[number] = one(number)
+        pair = one(number)
+        if given_up:  # the pool waits for no thread that was just starting when the call was interrupted
+            _release(*pair)
+        else:
+            results[number] = pair
 
     try:
         if threads == 1 or len(ends) == 1:
@@ -301,15 +306,19 @@ def _run_pieces(
         else:
             with ThreadPoolExecutor(threads) as pool:
                 try:
-                    futures = [pool.submit(work, number) for number in range(len(ends))]
-                    for future in futures:
-                        future.result()
+                    pending = {pool.submit(work, number) for number in range(len(ends))}
+                    while pending:
+                        # Python misses a signal that comes just before a thread falls asleep: it wakes up for it.
+                        done, pending = wait(pending, 0.1, FIRST_EXCEPTION)
+                        for future in done:
+                            future.result()
                 except BaseException:
                     if told is not None:
                         told.stopped = True
                     pool.shutdown(wait=False, cancel_futures=True)
                     raise
     except BaseException:
+        given_up = True
         for pair in results.values():
             _release(*pair)
         raise
