@@ -510,7 +510,7 @@ typedef struct zelkInsightEncoded {
     zelkInsightTable table;      /**< the table that receivers use */
     unsigned int selectorLength; /**< bytes of the selector, 0 for an empty string */
     unsigned int used;           /**< bytes of the text that are in the string: all, or as many as fitted */
-    unsigned int unsaid;         /**< characters in them that no allowed form can say, each a question mark there */
+    unsigned int unsaid;         /**< characters of these bytes that no allowed form can say: question marks */
     unsigned int firstUnsaid;    /**< the offset of the first of them in the text */
 } zelkInsightEncoded;
 

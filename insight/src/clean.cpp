@@ -315,17 +315,6 @@ Bytes copyAsciiPortable(char *out, const unsigned char *bytes, std::size_t count
     return copyAsciiAs(Bytes::Unknown, out, bytes, count, table);
 }
 
-#if !defined(ZELK_COMPACT)
-// Of UTF-8, beside the bytes that are one and two places before: whether each byte is one that they ask for. Lanes that
-// are not, or that begin a character from U+D000 on or of four bytes, are faulty.
-Signed faultsOfUtf8(Lanes block, Lanes before, Lanes twoBefore) {
-    const Signed continues = reinterpret_cast<Signed>(block) < -0x40;
-    const Signed asked = (before >= 0xC0) | (twoBefore >= 0xE0);
-    const Signed overlong = ((block & 0xFE) == 0xC0) | ((before == 0xE0) & (block < 0xA0));
-    return (continues ^ asked) | overlong | (block == 0xED) | (block >= 0xF0);
-}
-#endif
-
 // A two-byte character as it lies in the memory.
 constexpr std::uint16_t stored(unsigned int unit) {
     return static_cast<std::uint16_t>(std::endian::native == std::endian::little ? unit << 8U | unit >> 8U : unit);
@@ -535,7 +524,7 @@ bool hasRarePortable(const char *text, std::size_t count) {
                : count % 2 == 0 && (isWholeText(out, written, count / 2) || isPlainTwoByte(body, count));
 }
 
-// What decodeUsualBy() leaves, by itself, so that the quick way keeps what it reads out of the memory.
+// What the quick ways leave, by itself, so that they keep what they read out of the memory.
 template <bool given>
 [[gnu::noinline]] unsigned int decodeKind(Bytes kind, const zelkInsightSettings &settings, char *out, int outSize,
                                           const char *in, int inLen, zelkInsightEvidence &evidence) {
@@ -545,59 +534,80 @@ template <bool given>
                : decodeAny(settings, out, outSize, in, inLen, &evidence);
 }
 
-// `judge(table, body, count)` gives the kind of what follows a selector; where that is Ascii, it has copied the text.
-template <bool given, bool confirms, class Judge>
-[[gnu::always_inline]] inline unsigned int decodeUsualBy(const zelkInsightSettings &settings, char *out, int outSize,
-                                                         const char *in, int inLen, zelkInsightEvidence &evidence,
-                                                         Judge judge) {
-    const auto decodePlainly = [&] {
-        return zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, given ? settings.defaultCode : DvbCodeNone,
-                               given ? settings.defaultExtra : 0, settings.flags);
-    };
-    Reading reading;
+// Begins evidence of a string that is usual and has room for whatever becomes of it.
+template <bool given>
+[[gnu::always_inline]] inline bool beginUsual(const zelkInsightSettings &settings, int outSize, const char *in,
+                                              int inLen, zelkInsightEvidence &evidence, Reading &reading) {
     const bool usual = readUsual<given>(settings, in, inLen, reading);
-    const unsigned int count = reading.end - reading.begin;
-    if (!usual || outSize <= 3 * static_cast<long long>(count)) {
-        return decodeKind<given>(Bytes::Unknown, settings, out, outSize, in, inLen, evidence);
+    if (!usual || outSize <= 3 * static_cast<long long>(reading.end - reading.begin)) {
+        return false;
     }
-    const bool twoByte = reading.table == ZelkInsightTableTwoByte;
-    const bool confirmed = confirms && (twoByte || reading.table == ZelkInsightTableUtf8) && (settings.flags & 1U) == 0;
-    beginEvidence(evidence, reading); // now, so that nothing of it is kept over the calls
-    const Bytes kind = judge(reading.table, reading.text + reading.begin, count);
+    beginEvidence(evidence, reading); // now, so that nothing of it is kept over calls
+    return true;
+}
+
+// The ends of decodeUsual(), all with the same arguments, so that it ends in jumps; `used` keeps a compiler from
+// leaving some of them out.
+template <bool given>
+[[gnu::noinline, gnu::used]] unsigned int decodeWhole(const zelkInsightSettings &settings, char *out, int outSize,
+                                                      const char *in, int inLen, zelkInsightEvidence & /*evidence*/) {
+    return zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, given ? settings.defaultCode : DvbCodeNone,
+                           given ? settings.defaultExtra : 0, settings.flags);
+}
+
+template <bool given, Bytes kind>
+[[gnu::noinline, gnu::used]] unsigned int decodeOther(const zelkInsightSettings &settings, char *out, int outSize,
+                                                      const char *in, int inLen, zelkInsightEvidence &evidence) {
+    return decodeKind<given>(kind, settings, out, outSize, in, inLen, evidence);
+}
+
+// Where `kind` is Ascii, the text is copied, and has so many characters. Graphic and Faulty count as Unknown.
+template <bool given>
+[[gnu::always_inline]] inline unsigned int decodeJudged(Bytes kind, unsigned int characters,
+                                                        const zelkInsightSettings &settings, char *out, int outSize,
+                                                        const char *in, int inLen, zelkInsightEvidence &evidence) {
     if (kind == Bytes::Whole) {
-        return decodePlainly();
+        return decodeWhole<given>(settings, out, outSize, in, inLen, evidence);
     }
     if (kind == Bytes::Ascii) {
-        const unsigned int characters = twoByte ? count / 2 : count;
         out[characters] = 0;
         return characters;
     }
-    if (kind == Bytes::Other && confirmed) {
-        const unsigned int written = decodePlainly();
-        if (isConfirmed(reading, out, written)) {
-            return written;
-        }
-    }
-    return decodeKind<given>(kind, settings, out, outSize, in, inLen, evidence);
+    return kind == Bytes::Other ? decodeOther<given, Bytes::Other>(settings, out, outSize, in, inLen, evidence)
+                                : decodeOther<given, Bytes::Unknown>(settings, out, outSize, in, inLen, evidence);
 }
 
 // By itself, so that the choice below keeps nothing for it.
 template <bool given>
 [[gnu::noinline]] unsigned int decodeUsualPortable(const zelkInsightSettings &settings, char *out, int outSize,
                                                    const char *in, int inLen, zelkInsightEvidence &evidence) {
-    return decodeUsualBy<given, true>(settings, out, outSize, in, inLen, evidence,
-                                      [out](zelkInsightTable table, const unsigned char *body, std::size_t count) {
-                                          if (table == ZelkInsightTableUtf8) {
-                                              return copyUtf8Portable(out, body, count) ? Bytes::Ascii : Bytes::Other;
-                                          }
-                                          if (table == ZelkInsightTableTwoByte) {
-                                              return judgeTwoBytePortable(out, body, count);
-                                          }
-                                          const Bytes kind = copyName(out, body, count);
-                                          return kind == Bytes::Ascii
-                                                     ? kind
-                                                     : copyAsciiAs(kind, out, body, count, byteTable(table));
-                                      });
+    Reading reading;
+    if (!beginUsual<given>(settings, outSize, in, inLen, evidence, reading)) {
+        return decodeOther<given, Bytes::Unknown>(settings, out, outSize, in, inLen, evidence);
+    }
+    const unsigned char *const body = reading.text + reading.begin;
+    const unsigned int count = reading.end - reading.begin;
+    const bool utf8 = reading.table == ZelkInsightTableUtf8;
+    const bool twoByte = reading.table == ZelkInsightTableTwoByte;
+    Bytes kind = Bytes::Other;
+    if (twoByte) {
+        kind = judgeTwoBytePortable(out, body, count);
+    } else if (!utf8) {
+        kind = copyName(out, body, count);
+        kind = kind == Bytes::Ascii ? kind : copyAsciiAs(kind, out, body, count, byteTable(reading.table));
+    } else if (copyUtf8Portable(out, body, count)) {
+        kind = Bytes::Ascii;
+    }
+    if (kind == Bytes::Whole || kind == Bytes::Ascii) {
+        return decodeJudged<given>(kind, twoByte ? count / 2 : count, settings, out, outSize, in, inLen, evidence);
+    }
+    if (kind == Bytes::Other && (twoByte || utf8) && (settings.flags & 1U) == 0) {
+        const unsigned int written = decodeWhole<given>(settings, out, outSize, in, inLen, evidence);
+        if (isConfirmed(reading, out, written)) {
+            return written;
+        }
+    }
+    return decodeKind<given>(kind, settings, out, outSize, in, inLen, evidence);
 }
 
 #if defined(ZELK_INSIGHT_AVX512)
@@ -768,29 +778,6 @@ judge(__m512i block, std::uint64_t valid, const unsigned char *next, std::uint64
     return kind == Bytes::Graphic ? wholenessOf(bytes, count, table) : kind;
 }
 
-// Of `characters`, those that may have a finding.
-[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint32_t controlUnits(__m512i block, std::uint32_t characters) {
-    return _mm512_mask_testn_epi16_mask(characters, block, allUnits(notControl)) |
-           _mm512_cmpeq_epi16_mask(block, allUnits(del));
-}
-
-// Those of U+D800 to U+E0FF, by their first bytes.
-[[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline std::uint64_t specialUnits(__m512i block) {
-    constexpr std::uint64_t firstBytes = 0x5555555555555555;
-    return firstBytes & _mm512_cmplt_epu8_mask(_mm512_sub_epi8(block, all(0xD8)), all(0xE1 - 0xD8));
-}
-
-[[ZELK_INSIGHT_TARGET]] bool isPlainTwoByteAvx512(const unsigned char *bytes, std::size_t count) {
-    std::uint64_t other = 0;
-    forEachWideBlock(
-        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
-            const auto characters = static_cast<std::uint32_t>(firstOnes(ones(valid) / 2));
-            other |= controlUnits(block, characters) | specialUnits(block);
-            return true;
-        });
-    return other == 0;
-}
-
 // Two-byte characters in the order of the machine.
 [[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline __m512i unitsOf(__m512i block) {
     return _mm512_or_si512(_mm512_slli_epi16(block, 8), _mm512_srli_epi16(block, 8));
@@ -806,6 +793,18 @@ judge(__m512i block, std::uint64_t valid, const unsigned char *next, std::uint64
     constexpr unsigned int first = 0xD800;
     return _mm512_mask_cmplt_epu16_mask(beyond, units, allUnits(0xA0)) |
            _mm512_mask_cmplt_epu16_mask(beyond, _mm512_sub_epi16(units, allUnits(first)), allUnits(0xE100 - first));
+}
+
+[[ZELK_INSIGHT_TARGET]] bool isPlainTwoByteAvx512(const unsigned char *bytes, std::size_t count) {
+    std::uint32_t doubtful = 0;
+    forEachWideBlock(
+        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
+            const __m512i units = unitsOf(block);
+            const auto characters = static_cast<std::uint32_t>(firstOnes(ones(valid) / 2));
+            doubtful |= doubtfulUnits(units, characters & unitsBeyondAscii(units));
+            return true;
+        });
+    return doubtful == 0;
 }
 
 [[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline void storeLowBytes(char *out, std::uint32_t characters,
@@ -975,37 +974,7 @@ judge(__m512i block, std::uint64_t valid, const unsigned char *next, std::uint64
     return !out.rare && length - out.continuations == characters;
 }
 
-// What decodeUsualAvx512() goes on with. It has vectors of 64 bytes, for which a function that calls others aligns the
-// stack: therefore it ends in jumps, and all have the same arguments (`used` keeps them). Evidence has begun.
-template <bool given>
-[[gnu::noinline, gnu::used]] unsigned int decodeWhole(const zelkInsightSettings &settings, char *out, int outSize,
-                                                      const char *in, int inLen, zelkInsightEvidence & /*evidence*/) {
-    return zelk_dvb8ToUtf8(settings.charSet, out, outSize, in, inLen, given ? settings.defaultCode : DvbCodeNone,
-                           given ? settings.defaultExtra : 0, settings.flags);
-}
-
-template <bool given, Bytes kind>
-[[gnu::noinline, gnu::used]] unsigned int decodeOther(const zelkInsightSettings &settings, char *out, int outSize,
-                                                      const char *in, int inLen, zelkInsightEvidence &evidence) {
-    return decodeKind<given>(kind, settings, out, outSize, in, inLen, evidence);
-}
-
-template <bool given>
-[[gnu::always_inline]] inline unsigned int decodeJudged(Bytes kind, unsigned int characters,
-                                                        const zelkInsightSettings &settings, char *out, int outSize,
-                                                        const char *in, int inLen, zelkInsightEvidence &evidence) {
-    if (kind == Bytes::Whole) {
-        return decodeWhole<given>(settings, out, outSize, in, inLen, evidence);
-    }
-    if (kind == Bytes::Ascii) {
-        out[characters] = 0;
-        return characters;
-    }
-    return kind == Bytes::Other ? decodeOther<given, Bytes::Other>(settings, out, outSize, in, inLen, evidence)
-                                : decodeOther<given, Bytes::Unknown>(settings, out, outSize, in, inLen, evidence);
-}
-
-// Of UTF-8, and of what is longer than a block.
+// Of UTF-8, and of what is longer than a block, where evidence has begun.
 template <bool given>
 [[gnu::noinline, gnu::used]] unsigned int decodeLongAvx512(const zelkInsightSettings &settings, char *out, int outSize,
                                                            const char *in, int inLen, zelkInsightEvidence &evidence) {
@@ -1023,17 +992,16 @@ template <bool given>
     return decodeJudged<given>(kind, twoByte ? count / 2 : count, settings, out, outSize, in, inLen, evidence);
 }
 
+// A function with vectors of 64 bytes that calls others aligns the stack for them: this one ends in jumps.
 template <bool given>
 [[ZELK_INSIGHT_TARGET, gnu::noinline]] unsigned int decodeUsualAvx512(const zelkInsightSettings &settings, char *out,
                                                                       int outSize, const char *in, int inLen,
                                                                       zelkInsightEvidence &evidence) {
     Reading reading;
-    const bool usual = readUsual<given>(settings, in, inLen, reading);
-    const unsigned int count = reading.end - reading.begin;
-    if (!usual || outSize <= 3 * static_cast<long long>(count)) {
+    if (!beginUsual<given>(settings, outSize, in, inLen, evidence, reading)) {
         return decodeOther<given, Bytes::Unknown>(settings, out, outSize, in, inLen, evidence);
     }
-    beginEvidence(evidence, reading);
+    const unsigned int count = reading.end - reading.begin;
     if (count > sizeof(__m512i) || reading.table == ZelkInsightTableUtf8) {
         return decodeLongAvx512<given>(settings, out, outSize, in, inLen, evidence);
     }
@@ -1107,10 +1075,18 @@ bool hasRare(const char *text, std::size_t count) {
 
 #if !defined(ZELK_COMPACT)
 bool isUsualUtf8(const unsigned char *bytes, std::size_t count) {
+    // Of bytes beside those that are one and two places before: where one is not what these ask for, or begins a
+    // character from U+D000 on or of four bytes.
+    const auto faultsOf = [](Lanes block, Lanes before, Lanes twoBefore) {
+        const Signed continues = reinterpret_cast<Signed>(block) < -0x40;
+        const Signed asked = (before >= 0xC0) | (twoBefore >= 0xE0);
+        const Signed overlong = ((block & 0xFE) == 0xC0) | ((before == 0xE0) & (block < 0xA0));
+        return (continues ^ asked) | overlong | (block == 0xED) | (block >= 0xF0);
+    };
     Lanes block{};
     std::memcpy(&block, bytes, count < blockSize ? count : blockSize);
     const Lanes none{};
-    Signed faults = faultsOfUtf8(
+    Signed faults = faultsOf(
         block, __builtin_shufflevector(none, block, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30),
         __builtin_shufflevector(none, block, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29));
     if (count < blockSize) { // the zeros after it continue nothing
@@ -1125,7 +1101,7 @@ bool isUsualUtf8(const unsigned char *bytes, std::size_t count) {
         std::memcpy(&block, bytes + at, sizeof block);
         std::memcpy(&before, bytes + at - 1, sizeof before);
         std::memcpy(&twoBefore, bytes + at - 2, sizeof twoBefore);
-        faults |= faultsOfUtf8(block, before, twoBefore);
+        faults |= faultsOf(block, before, twoBefore);
     };
     std::size_t at = blockSize;
     for (; count - at > blockSize; at += blockSize) {

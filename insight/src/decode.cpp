@@ -478,7 +478,7 @@ private:
     static constexpr std::size_t longestCharacter = 3;
 
     bool isAmple() const {
-        return room_ > 3 * count_;
+        return room_ > longestCharacter * count_;
     }
     bool keepsEmphasis() const {
         return (settings_.flags & 1U) != 0 && hasEmphasis(body_, count_);

@@ -338,7 +338,7 @@ TEST(InsightGuess, KnowsTheLanguagesOfCountries) {
 }
 
 // Of all guesses as many as there is room for.
-// Of no selector, the bytes as `settings` read them.
+// All guesses of a string.
 std::vector<zelkInsightGuess> guessesOf(const std::string &string, const zelkInsightSettings &settings) {
     std::vector<zelkInsightGuess> guesses(ZELK_INSIGHT_MOST_GUESSES);
     const std::string in = string + '\0';
