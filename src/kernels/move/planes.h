@@ -168,7 +168,7 @@ ZELK_OPERATION std::size_t storeInterleaved(const Pairs &order, char *out, Block
 ZELK_OPERATION char *storeTriples(char *out, __m256i firsts, __m256i pairs) {
     const Block lanes =
         _mm512_or_si512(_mm512_cvtepu16_epi32(firsts), _mm512_slli_epi32(_mm512_cvtepu16_epi32(pairs), 8));
-    return out + storeKept<false>(out, nonZero(lanes), lanes);
+    return out + storeKept(out, nonZero(lanes), lanes);
 }
 
 ZELK_OPERATION char *storeTriples(char *out, Block firsts, Block pairs) {

@@ -363,7 +363,7 @@ ZELK_STAGE Progress unescapeLines(const char *text, std::size_t length, char *ou
             if (block.others != 0) {
                 break;
             }
-            written += storeKept<false>(out + written, ~firstBytes(skipped) & ~block.names, block.bytes);
+            written += storeKept(out + written, ~firstBytes(skipped) & ~block.names, block.bytes);
             skipped = block.goesOn ? firstOf(_mm512_cmpeq_epi8_mask(next, everyByte<';'>())) + 1 : 0;
         }
         at += lineBytes;
@@ -383,7 +383,7 @@ ZELK_OPERATION Progress unescapeLast(const TextBlock &block, char *out) {
     const Unescaped result = unescaped(block.bytes, references, firstBytes(entityStarts),
                                        [&](auto place) { return startingAt<place>(block.bytes); });
     const std::size_t end = std::min(block.count, firstOf(result.others));
-    return {end, end == 0 ? 0 : storeKept<false>(out, firstBytes(end) & ~result.names, result.bytes)};
+    return {end, end == 0 ? 0 : storeKept(out, firstBytes(end) & ~result.names, result.bytes)};
 }
 
 ZELK_STAGE Progress unescapeLong(const char *text, std::size_t length, char *out, std::size_t room) {

@@ -139,16 +139,10 @@ ZELK_OPERATION Block compressed(Mask keep, Block block) {
     return block;
 }
 
-// Stores the bytes of a block that the mask keeps, compressed, and returns how many. `freely` says that the output has
-// room for a whole block, so that zeros may be written after the result.
-template <bool freely = false>
+// Stores the bytes of a block that the mask keeps, compressed, and returns how many.
 ZELK_OPERATION std::size_t storeKept(void *to, Mask keep, Block block) {
     const std::size_t count = countOf(keep);
-    if (freely) {
-        store(to, compressed(keep, block));
-    } else {
-        store(to, firstBytes(count), compressed(keep, block));
-    }
+    store(to, firstBytes(count), compressed(keep, block));
     return count;
 }
 
