@@ -31,22 +31,18 @@ kernels::Progress utf8Stretch(const unsigned char *text, std::size_t length, cha
     return {clean, clean};
 }
 
-// High byte first. A zero unit ends the text where there is no count; an odd last byte is no unit.
+// High byte first.
 template <class Sink>
-[[gnu::noinline]] unsigned int restOfTwoByte(typename Sink::Unit *out, int outSize, DvbBody text, unsigned int left,
-                                             unsigned int flags, kernels::Progress done) {
+[[gnu::noinline]] unsigned int restOfTwoByte(typename Sink::Unit *out, int outSize, const unsigned char *text,
+                                             unsigned int left, unsigned int flags, kernels::Progress done) {
     Sink sink(out, outSize);
-    HighByteFirst at(text.bytes);
+    HighByteFirst at(text);
     for (;;) {
         at += done.read;
         left -= static_cast<unsigned int>(done.read);
         sink.advance(static_cast<int>(done.written));
         for (auto steps = plainSteps(done.read); steps != 0 && left != 0 && !sink.full(); --steps, --left, ++at) {
-            const unsigned int unit = *at;
-            if (unit == 0 && text.left < 0) {
-                return sink.finish();
-            }
-            putUnlessDropped(sink, filterControls(unit, flags));
+            putUnlessDropped(sink, filterControls(*at, flags));
         }
         if (left == 0 || sink.full()) {
             return sink.finish();
@@ -91,13 +87,14 @@ void copyPrepared(Utf8Sink &sink, DvbBody text) {
 
 template <class Unit>
 unsigned int decodeTwoByteText(Unit *out, int outSize, DvbBody text, unsigned int flags) {
+    // A zero unit ends the text where there is no count; an odd last byte is no unit.
     const unsigned int units = text.left < 0 ? zelk_nawcslen(text.bytes) : static_cast<unsigned int>(text.left) / 2;
     if (units == 0 || outSize < 2) {
         return finished(out, 0);
     }
     const kernels::Progress done = twoByteStretch(text.bytes, units, out, outSize);
     return done.read == units ? finished(out, done.written)
-                              : restOfTwoByte<SinkOf<Unit>>(out, outSize, text, units, flags, done);
+                              : restOfTwoByte<SinkOf<Unit>>(out, outSize, text.bytes, units, flags, done);
 }
 
 template <class Unit>
