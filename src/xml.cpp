@@ -1,7 +1,7 @@
 // XML: the five special characters to entities and back.
 //
-// The kernels take what is ordinary; here stands the exact rule: for the last bytes that an output has room for, and
-// for references that are shortened, numeric or none.
+// The kernels escape, and unescape what is ordinary; here stands the exact rule: for the last bytes that an output has
+// room for, and for references that are shortened, numeric or none.
 #include "tables/xml.h"
 #include "detail/wrap.h"
 #include "kernels/kernels.h"
@@ -22,29 +22,10 @@ std::size_t boundOf(int inLength) {
     return inLength < 0 ? static_cast<std::size_t>(PTRDIFF_MAX) : static_cast<std::size_t>(inLength);
 }
 
-// Goes on by single characters, as far as they fit.
-[[gnu::noinline]] unsigned int escapeSingly(const char *in, std::size_t length, char *out, std::size_t room,
-                                            kernels::Progress done) {
-    for (; done.read != length && in[done.read] != 0; ++done.read) {
-        const tables::XmlCharacter &character = tables::xmlCharacters[static_cast<unsigned char>(in[done.read])];
-        if (character.length > room - done.written) {
-            break;
-        }
-        for (std::size_t at = 0; at < character.length; ++at) {
-            out[done.written++] = character.text[at];
-        }
-    }
-    out[done.written] = 0;
-    return static_cast<unsigned int>(done.written);
-}
-
 unsigned int escape(const char *in, std::size_t length, char *out, std::size_t room) {
-    const kernels::Progress done = kernels::kernels().escapeXml(in, length, out, room);
-    if (done.read != length) {
-        return escapeSingly(in, length, out, room, done);
-    }
-    out[done.written] = 0;
-    return static_cast<unsigned int>(done.written);
+    const std::size_t written = kernels::kernels().escapeXml(in, length, out, room).written;
+    out[written] = 0;
+    return static_cast<unsigned int>(written);
 }
 
 // A reference ends at a ';', at a zero byte or at the end of the text, one to six bytes after its '&'.

@@ -97,8 +97,8 @@ struct Kernels {
     int (*matchWildcards)(const char *text, const char *pattern);
     int (*matchWildcardsInAnyCase)(const char *text, const char *pattern, const int *smallLetters);
 
-    // XML, up to a zero; unescaping also up to a reference that is no whole predefined entity, and `out` may be `text`.
-    // As far as the text is sure to fit: kernels differ in how far.
+    // XML, up to a zero. Escaping as far as characters fit. Unescaping also up to a reference that is no whole
+    // predefined entity, and as far as the text is sure to fit: kernels differ in how far. There `out` may be `text`.
     Progress (*escapeXml)(const char *text, std::size_t length, char *out, std::size_t room);
     Progress (*unescapeXml)(const char *text, std::size_t length, char *out, std::size_t room);
 
