@@ -28,14 +28,11 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 ZELK_OPERATION void storeUnits(unsigned short *out, const TwoBytes &bytes) {
     const Bytes front = interleavedLow(bytes.first, bytes.second);
     const Bytes back = interleavedHigh(bytes.first, bytes.second);
+    store(out, laneOf<0>(front));
+    store(out + laneUnits, laneOf<0>(back));
     if constexpr (blockLanes == 2) {
-        store(out, laneOf<0>(front));
-        store(out + laneUnits, laneOf<0>(back));
         store(out + 2 * laneUnits, laneOf<1>(front));
         store(out + 3 * laneUnits, laneOf<1>(back));
-    } else {
-        store(out, front);
-        store(out + laneUnits, back);
     }
 }
 
@@ -153,21 +150,13 @@ ZELK_OPERATION std::size_t bytesOfFirst(const PairsOfBlock &pairs, std::size_t c
 // Up to so many characters that one of three bytes takes with it.
 inline constexpr std::size_t wideStretch = 64;
 
-// 8 characters or more, of three bytes too.
+// 8 characters to a stretch, of three bytes too.
 ZELK_STAGE std::size_t putWide(tables::ByteSet set, const unsigned char *in, std::size_t length, char *out) {
-    std::size_t written = 0;
-    for (std::size_t done = 0; done != length;) {
-        // A last part of fewer than eight characters goes with the one before it.
-        const std::size_t left = length - done;
-        const std::size_t count = left < wideStretch + laneUnits ? left : wideStretch;
-        unsigned short units[wideStretch + laneUnits];
-        plain::putUnits(set, units, in + done, count);
-        written += ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>(reinterpret_cast<const unsigned char *>(units), count,
-                                                               out + written, detail::longestSequence * count)
-                       .written;
-        done += count;
-    }
-    return written;
+    unsigned short units[wideStretch];
+    plain::putUnits(set, units, in, length);
+    return ucs2ToUtf8<UnitOrder::LowFirst, Clean::Any>(reinterpret_cast<const unsigned char *>(units), length, out,
+                                                       detail::longestSequence * length)
+        .written;
 }
 
 // As many bytes of ASCII as come first, by four blocks.

@@ -221,15 +221,20 @@ ZELK_OPERATION Bytes packedAt(const unsigned char *text, std::size_t front, std:
     return packed(unitsAt(text, front, order), unitsAt(text, back, order));
 }
 
-// One block of ASCII or two, which may overlap.
+// Both words of a lane, or both halves of a block, which may overlap.
+ZELK_OPERATION void storeBothWords(char *out, std::size_t count, Lane lane) {
+    using Words = std::uint64_t __attribute__((vector_size(laneBytes)));
+    const auto words = reinterpret_cast<Words>(lane);
+    store(out, words[0]);
+    store(out + (count - wordBytes), words[1]);
+}
+
 ZELK_OPERATION void storeHalves(char *out, std::size_t count, Bytes bytes) {
     if constexpr (blockLanes == 2) {
         store(out, laneOf<0>(bytes));
         store(out + (count - laneBytes), laneOf<1>(bytes));
     } else {
-        const auto words = std::bit_cast<std::array<std::uint64_t, blockBytes / wordBytes>>(bytes);
-        store(out, words[0]);
-        store(out + (count - wordBytes), words[1]);
+        storeBothWords(out, count, laneOf<0>(bytes));
     }
 }
 
@@ -243,9 +248,8 @@ ZELK_OPERATION void storeFirstHalf(char *out, Bytes bytes) {
 
 // Eight units and more of ASCII.
 ZELK_OPERATION void putAscii(const unsigned char *text, std::size_t count, char *out, UnitOrder order) {
-    if (count < blockUnits) {
-        store(out, packedLane(laneUnitsAt(text, 0, order)));
-        store(out + (count - laneUnits), packedLane(laneUnitsAt(text, count - laneUnits, order)));
+    if (blockLanes == 2 && count < blockUnits) {
+        storeBothWords(out, count, packed(laneUnitsAt(text, 0, order), laneUnitsAt(text, count - laneUnits, order)));
     } else if (count < stepUnits) {
         storeHalves(out, count, packedAt(text, 0, count - blockUnits, order));
     } else {

@@ -48,7 +48,7 @@ ZELK_OPERATION bool hasAscii(const int *smallLetters) {
 }
 
 ZELK_OPERATION Flags areNotAscii(Bytes bytes) {
-    return lessSigned(bytes, repeatByte(0));
+    return lessSigned(bytes, Bytes{});
 }
 
 // Stars, question marks and zeros: each has a lower nibble of its own, which finds it in a table of sixteen.

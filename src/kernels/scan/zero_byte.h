@@ -10,38 +10,38 @@ namespace zelk::kernels::ZELK_KERNEL_SET {
 // Up to so many bytes a text is looked through block by block; above, a call of the C library's search costs less.
 inline constexpr std::size_t bytesLookedThrough = 256;
 
-// What is looked for in a text: flags of a block, bits of a word, a byte.
+// What is looked for in a text, and in how short ones: fewer bytes than a lane, or not.
 struct Zeros {
+    static constexpr bool inFew = true;
     ZELK_OPERATION Flags in(Bytes bytes) { return equal(bytes, Bytes{}); }
-    ZELK_OPERATION std::uint64_t in(std::uint64_t word) { return detail::zeroBytes(word); }
-    ZELK_OPERATION bool is(unsigned char byte) { return byte == 0; }
 };
 
 struct ZerosAndOthersThanAscii {
+    static constexpr bool inFew = false;
     ZELK_OPERATION Flags in(Bytes bytes) { return lessSigned(bytes, repeatByte(0x01)); }
-    ZELK_OPERATION std::uint64_t in(std::uint64_t word) { return detail::zeroBytes(word) | (word & detail::highBits); }
-    ZELK_OPERATION bool is(unsigned char byte) { return byte == 0 || byte >= 0x80; }
 };
 
-// The bytes before the first that is looked for, of which all may be read, in fewer than a block.
+// The bytes before the first that is looked for, of which all may be read: in two lanes, which may overlap.
 template <class What>
-ZELK_OPERATION std::size_t bytesBeforeInFew(const unsigned char *text, std::size_t length) {
-    if (blockLanes == 2 && length >= laneBytes) {
-        const std::size_t second = length - laneBytes;
-        const std::uint64_t found = placesOf(What::in(loadHalves(text, text + second)));
-        const std::size_t place = firstPlace(found);
-        return found == 0 ? length : place < laneBytes ? place : second + place - laneBytes;
-    }
+ZELK_OPERATION std::size_t bytesBeforeInLanes(const unsigned char *text, std::size_t length) {
+    const std::size_t second = length - laneBytes;
+    const std::uint64_t found = placesOf(What::in(loadHalves(text, text + second)));
+    const std::size_t place = firstPlace(found);
+    return found == 0 ? length : place < laneBytes ? place : second + place - laneBytes;
+}
+
+// Before the first zero in fewer bytes than a lane.
+ZELK_OPERATION std::size_t bytesBeforeZeroInFew(const unsigned char *text, std::size_t length) {
     std::size_t at = 0;
     if (length >= detail::wordBytes) {
         const std::size_t second = length - detail::wordBytes;
-        at = detail::firstByteOf(What::in(detail::wordAt(text)));
+        at = detail::firstByteOf(detail::zeroBytes(detail::wordAt(text)));
         if (at == detail::wordBytes) {
-            at = second + detail::firstByteOf(What::in(detail::wordAt(text + second)));
+            at = second + detail::firstByteOf(detail::zeroBytes(detail::wordAt(text + second)));
         }
         return at;
     }
-    while (at < length && !What::is(text[at])) {
+    while (at < length && text[at] != 0) {
         ++at;
     }
     return at;
@@ -66,8 +66,11 @@ ZELK_OPERATION std::size_t bytesBefore(const unsigned char *text, std::size_t le
             }
         }
     }
-    if (length < blockBytes) {
-        return bytesBeforeInFew<What>(text, length);
+    if (blockLanes == 2 && length < blockBytes && (!What::inFew || length >= laneBytes)) {
+        return bytesBeforeInLanes<What>(text, length);
+    }
+    if (What::inFew && length < blockBytes) {
+        return bytesBeforeZeroInFew(text, length);
     }
     const std::uint64_t found = placesOf(What::in(load(text + length - blockBytes)));
     return found == 0 ? length : length - blockBytes + firstPlace(found);

@@ -160,6 +160,11 @@ ZELK_OPERATION Bytes packed(Units front, Units back) {
         _mm256_permute4x64_epi64(_mm256_packus_epi16(raw(asBytes(front)), raw(asBytes(back))), 0b11'01'10'00));
 }
 
+// The same of two lanes.
+ZELK_OPERATION Lane packed(LaneUnits front, LaneUnits back) {
+    return reinterpret_cast<Lane>(_mm_packus_epi16(reinterpret_cast<__m128i>(front), reinterpret_cast<__m128i>(back)));
+}
+
 // The first eight bytes of each lane of `first` and `second` interleaved, and the last eight.
 ZELK_OPERATION Bytes interleavedLow(Bytes first, Bytes second) {
     return bytesOf(_mm256_unpacklo_epi8(raw(first), raw(second)));
@@ -189,11 +194,6 @@ ZELK_OPERATION Units highProducts(Units a, Units b) {
 // The low eight bytes of a lane as a number, and the bytes of eight units, of which each is 0 to 0xFF.
 ZELK_OPERATION std::uint64_t lowWord(Lane lane) {
     return static_cast<std::uint64_t>(_mm_cvtsi128_si64(reinterpret_cast<__m128i>(lane)));
-}
-
-ZELK_OPERATION std::uint64_t packedLane(LaneUnits units) {
-    const auto numbers = reinterpret_cast<__m128i>(units);
-    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(numbers, numbers)));
 }
 
 // The two bytes of each unit exchanged.

@@ -20,10 +20,6 @@ ZELK_OPERATION Block raw(Bytes bytes) {
     return reinterpret_cast<Block>(bytes);
 }
 
-ZELK_OPERATION Bytes repeatByte(unsigned int byte) {
-    return reinterpret_cast<Bytes>(_mm512_set1_epi8(static_cast<char>(byte)));
-}
-
 ZELK_OPERATION Bytes repeatLane(Lane lane) {
     return reinterpret_cast<Bytes>(_mm512_broadcast_i32x4(reinterpret_cast<__m128i>(lane)));
 }

@@ -232,10 +232,6 @@ ZELK_OPERATION std::uint64_t lowWord(Lane lane) {
     return vgetq_lane_u64(vreinterpretq_u64_u8(raw(lane)), 0);
 }
 
-ZELK_OPERATION std::uint64_t packedLane(LaneUnits units) {
-    return vget_lane_u64(vreinterpret_u64_u8(vmovn_u16(rawUnits(units))), 0);
-}
-
 // The two bytes of each unit exchanged.
 ZELK_OPERATION Units exchanged(Bytes bytes) {
     return asUnits(bytesOf(vrev16q_u8(raw(bytes))));

@@ -182,11 +182,6 @@ ZELK_OPERATION std::uint64_t lowWord(Lane lane) {
     return static_cast<std::uint64_t>(_mm_cvtsi128_si64(reinterpret_cast<__m128i>(lane)));
 }
 
-ZELK_OPERATION std::uint64_t packedLane(LaneUnits units) {
-    const auto numbers = reinterpret_cast<__m128i>(units);
-    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(numbers, numbers)));
-}
-
 // The two bytes of each unit exchanged.
 ZELK_OPERATION Units exchanged(Bytes bytes) {
     return asUnits(

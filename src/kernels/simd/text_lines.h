@@ -45,7 +45,7 @@ ZELK_OPERATION std::uint64_t placesFrom(std::size_t count) {
 }
 
 ZELK_OPERATION Flags areZero(Bytes bytes) {
-    return equal(bytes, repeatByte(0));
+    return equal(bytes, Bytes{});
 }
 
 } // namespace zelk::kernels::ZELK_KERNEL_SET

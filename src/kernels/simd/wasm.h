@@ -186,10 +186,6 @@ ZELK_OPERATION std::uint64_t lowWord(Lane lane) {
     return static_cast<std::uint64_t>(wasm_i64x2_extract_lane(raw(lane), 0));
 }
 
-ZELK_OPERATION std::uint64_t packedLane(LaneUnits units) {
-    return lowWord(bytesOf(wasm_u8x16_narrow_i16x8(rawUnits(units), rawUnits(units))));
-}
-
 // The two bytes of each unit exchanged.
 ZELK_OPERATION Units exchanged(Bytes bytes) {
     return asUnits(lookUp(bytes, Lane{1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14}));
