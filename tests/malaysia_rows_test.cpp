@@ -172,6 +172,9 @@ TEST(MalaysiaRows, KnownRowsAreThere) {
     const Fault fault = Fault::TableHasAnotherCodeForThisPieceOrPieceForThisCode;
     expectFault(english(), "01000\tn", "010000\tn", fault);
     expectFault(malay(), "0001100\tyang", "0001100\tYANG", fault);
+    File neither = english();
+    neither.replace("01000\tn", "010000\tB!?B");
+    neither.expectAtEnd(fault);
 }
 
 TEST(MalaysiaRows, HaveThePublishedFigures) {

@@ -124,6 +124,23 @@ TEST(ContextSteps, WordsOfEveryLengthCutEverywhere) {
     }
 }
 
+// A text that ends inside the code of its end is not ended by it, even where what is missing are zeros; after common
+// characters and rare ones.
+TEST(ContextSteps, TheCodeOfTheEndIsCutOff) {
+    GuardPages pages(100);
+    for (const Table &table : allTables()) {
+        for (unsigned int last = 0x20; last < 0x80; ++last) {
+            for (std::size_t before = 0; before < 12; ++before) {
+                const std::string text = std::string("The old mill").substr(before) + static_cast<char>(last);
+                const std::string input = packed(contextBits(table.codes, text + '\0'));
+                for (std::size_t missing = 0; missing < 4; ++missing) {
+                    expectDecoding(table, input.substr(0, input.size() - missing), pages);
+                }
+            }
+        }
+    }
+}
+
 TEST(ContextSteps, EightBitsLeftOutShiftTheRest) {
     Random random(2);
     GuardPages pages(100);

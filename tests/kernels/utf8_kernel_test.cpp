@@ -84,7 +84,7 @@ bool mayStopClean(unsigned int next) {
 
 class Utf8Kernels : public ::testing::Test {
 protected:
-    static constexpr std::size_t longest = 4096;
+    static constexpr std::size_t longest = 32768;
 
     // A text as callers hand it over: counted, in front of an unreadable page or after one; and terminated, under
     // counts that are too large, with no more to be read after the terminator than the rest of its block.
@@ -278,6 +278,37 @@ TEST_F(Utf8Kernels, TakeEveryLength) {
         const std::string text = textOf(script, 300, random);
         for (std::size_t length = 0; length <= 300; ++length) {
             ASSERT_NO_FATAL_FAILURE(checkText(text.substr(0, length)));
+        }
+    }
+}
+
+// A text goes on for a few bytes after the 2048 that are checked and converted at once.
+TEST_F(Utf8Kernels, TakeEveryRestAfterALongPart) {
+    constexpr std::size_t part = 2048;
+    for (const std::string filler : {"\xC3\xA9", "b\xC3\xA9", "\xE4\xB8\xAD"}) {
+        std::string text;
+        while (text.size() < 2 * part) {
+            text += filler;
+        }
+        for (std::size_t length = part - 70; length < part + 140; ++length) {
+            ASSERT_NO_FATAL_FAILURE(checkText(text.substr(0, length)));
+        }
+    }
+}
+
+// Continuation bytes at the same places of all blocks, of which 255 are counted in one byte.
+TEST_F(Utf8Kernels, MeasureMoreBlocksThanAByteCounts) {
+    for (const std::string filler : {"\xC3\xA9", "\xC3\xA9\xE4\xB8\xADz"}) {
+        for (const std::size_t block : {16U, 32U}) {
+            for (std::size_t blocks = 253; blocks < 262; ++blocks) {
+                std::string text;
+                while (text.size() < 2 * 255 * block) {
+                    text += filler;
+                }
+                text.resize(blocks * block + blocks % 5);
+                ASSERT_NO_FATAL_FAILURE(checkBytes(text));
+                ASSERT_NO_FATAL_FAILURE(checkBytes(text + text));
+            }
         }
     }
 }
