@@ -194,63 +194,24 @@ std::uint64_t highBytes(const unsigned char *bytes, std::size_t count) {
     return places;
 }
 
-// The places from 0xA0 on where a set has no character, where they are few. The last one fills up the rest.
-constexpr std::size_t mostPlaces = compact ? 1 : 6;
-
-struct Unassigned {
-    bool any = false;
-    bool few = true;
-    std::array<std::uint8_t, mostPlaces> places{};
-};
-
-constexpr auto unassignedPlaces = []() {
-    std::array<Unassigned, tables::byteSetCount> result{};
+// Whether a set has no character for a byte of 0xA0 and more.
+constexpr auto hasGaps = []() {
+    std::array<bool, tables::byteSetCount> result{};
     constexpr auto pool = tables::expandByteSets();
     for (std::size_t set = 0; set < result.size(); ++set) {
-        Unassigned &missing = result[set];
-        std::size_t count = 0;
-        for (unsigned int byte = 0xA0; byte <= 0xFF; ++byte) {
-            if (pool[set][byte] == tables::unassigned) {
-                const std::size_t first = std::min(count++, mostPlaces);
-                std::fill(missing.places.data() + first, missing.places.data() + mostPlaces,
-                          static_cast<std::uint8_t>(byte));
-            }
-        }
-        missing.any = count != 0;
-        missing.few = count <= mostPlaces;
+        result[set] = std::find(pool[set].begin() + 0xA0, pool[set].end(), tables::unassigned) != pool[set].end();
     }
     return result;
 }();
 
-// Of graphic bytes in a set without marks.
-Bytes wholenessWithoutMarks(const unsigned char *bytes, std::size_t count, tables::ByteSet set) {
-    const Unassigned &missing = unassignedPlaces[static_cast<std::size_t>(set)];
-    if (!missing.any) {
-        return Bytes::Whole;
-    }
-    if (compact || !missing.few) {
-        return Bytes::Graphic;
-    }
-    Lanes places[mostPlaces];
-    for (std::size_t i = 0; i < mostPlaces; ++i) {
-        std::memset(&places[i], missing.places[i], sizeof places[i]);
-    }
-    Signed found{};
-    forAllBytes(bytes, count, graphicFiller, [&](Lanes block) {
-        for (const Lanes place : places) {
-            found |= block == place;
-        }
-    });
-    return anyOf(found) ? Bytes::Faulty : Bytes::Whole;
-}
-
 // Of graphic bytes: whether each has a character, and each mark a letter that wears it. Graphic where that is quicker
 // to find out otherwise.
 Bytes wholenessOf(const unsigned char *bytes, std::size_t count, tables::DvbTable table) {
-    if (table.marks == tables::noMarks) {
-        return wholenessWithoutMarks(bytes, count, table.set);
+    if (table.marks == tables::noMarks && !hasGaps[static_cast<std::size_t>(table.set)]) {
+        return Bytes::Whole;
     }
-    if (compact || table.marks != tables::latinMarks) {
+    constexpr std::size_t longText = 4096; // whose sums are found more quickly than its marks
+    if (compact || table.marks != tables::latinMarks || count > longText) {
         return Bytes::Graphic;
     }
     const tables::CodePoints &set = tables::codePointsOf(table.set);
@@ -347,7 +308,7 @@ bool isPlainTwoBytePortable(const unsigned char *bytes, std::size_t count) {
 // Only ASCII: whether other text is well formed its decoding tells more quickly.
 bool copyUtf8Portable(char *out, const unsigned char *bytes, std::size_t count) {
     constexpr std::size_t shortText = 64;
-    if (compact) {
+    if (compact || bytes[0] >= 0x80) {
         return false;
     }
     const std::size_t copied = copyAsciiBlocks(out, bytes, count);
@@ -358,28 +319,36 @@ bool copyUtf8Portable(char *out, const unsigned char *bytes, std::size_t count) 
     return ascii;
 }
 
-// Copies as many characters as a block has lanes, twice as many or half as many.
+// Copies as many characters as a block has lanes, four times as many or half as many. Block by block, since a compiler
+// keeps an array that is read as one in the memory.
 template <std::size_t Count>
 bool copyTwoByteBlocks(char *out, const unsigned char *bytes) {
-    constexpr std::size_t blocks = (2 * Count + blockSize - 1) / blockSize;
+    constexpr std::size_t inSize = Count < blockSize ? blockSize : 2 * blockSize;
+    constexpr std::size_t outSize = inSize / 2;
+    constexpr std::size_t groups = Count / outSize;
     constexpr Lanes upper = {0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0, 0xFF, 0};
-    Lanes in[blocks];
-    Lanes text[(blocks + 1) / 2];
-    std::memcpy(in, bytes, sizeof in);
+    Lanes text[groups];
     Lanes high{};
-    Signed other{};
-    for (std::size_t i = 0; i < blocks; i += 2) {
-        const Lanes second = in[blocks == 1 ? 0 : i + 1];
+    Lanes least = ~Lanes{};
+    Lanes most{};
+    for (std::size_t i = 0; i < groups; ++i) {
+        Lanes first;
+        Lanes second;
+        std::memcpy(&first, bytes + i * inSize, blockSize);
+        std::memcpy(&second, bytes + (i + 1) * inSize - blockSize, blockSize);
         const Lanes lower =
-            __builtin_shufflevector(in[i], second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
-        high |= in[i] | second;
-        other |= lower - 0x20 >= 0x5F;
-        text[i / 2] = lower;
+            __builtin_shufflevector(first, second, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+        high |= first | second;
+        least = lower < least ? lower : least;
+        most = lower > most ? lower : most;
+        text[i] = lower;
     }
-    if (anyOf(((high & upper) != 0) | other)) {
+    if (anyOf(((high & upper) != 0) | (least < 0x20) | (most > 0x7E))) {
         return false;
     }
-    std::memcpy(out, text, Count);
+    for (std::size_t i = 0; i < groups; ++i) {
+        std::memcpy(out + i * outSize, &text[i], outSize);
+    }
     return true;
 }
 
@@ -390,7 +359,7 @@ bool copyTwoByteAsciiPortable(char *out, const unsigned char *bytes, std::size_t
     };
     constexpr std::integral_constant<std::size_t, characters / 2> half;
     constexpr std::integral_constant<std::size_t, characters> one;
-    constexpr std::integral_constant<std::size_t, 2 * characters> two;
+    constexpr std::integral_constant<std::size_t, 4 * characters> four;
     const std::size_t length = count / 2;
     if (compact || length < half) {
         return false;
@@ -399,12 +368,17 @@ bool copyTwoByteAsciiPortable(char *out, const unsigned char *bytes, std::size_t
         return copied(half, 0) && copied(half, length - half);
     }
     std::size_t at = 0;
-    for (; length - at > two; at += two) {
-        if (!copied(two, at)) {
+    for (; length - at > four; at += four) {
+        if (!copied(four, at)) {
             return false;
         }
     }
-    return (length - at < one || copied(one, at)) && copied(one, length - one);
+    for (; length - at > one; at += one) {
+        if (!copied(one, at)) {
+            return false;
+        }
+    }
+    return copied(one, length - one);
 }
 
 // Ascii, which is copied, Whole, or Other where that is not known.
@@ -515,13 +489,15 @@ bool hasRarePortable(const char *text, std::size_t count) {
     return anyOf(rare);
 }
 
-// Whether `written` bytes of text are all there is to say of two-byte text or UTF-8 without codes for emphasis.
+// Whether `written` bytes of text are all there is to say: of two-byte text or UTF-8 without codes for emphasis, or of
+// graphic bytes in a set without marks.
 [[gnu::always_inline]] inline bool isConfirmed(const Reading &reading, const char *out, unsigned int written) {
     const unsigned char *const body = reading.text + reading.begin;
     const std::size_t count = reading.end - reading.begin;
-    return reading.table == ZelkInsightTableUtf8
-               ? written == count && isSameUtf8(body, out, count)
-               : count % 2 == 0 && (isWholeText(out, written, count / 2) || isPlainTwoByte(body, count));
+    return reading.table == ZelkInsightTableUtf8 ? written == count && isSameUtf8(body, out, count)
+           : reading.table == ZelkInsightTableTwoByte
+               ? count % 2 == 0 && (isWholeText(out, written, count / 2) || isPlainTwoByte(body, count))
+               : !hasRare(out, written);
 }
 
 // What the quick ways leave, by itself, so that they keep what they read out of the memory.
@@ -601,7 +577,10 @@ template <bool given>
     if (kind == Bytes::Whole || kind == Bytes::Ascii) {
         return decodeJudged<given>(kind, twoByte ? count / 2 : count, settings, out, outSize, in, inLen, evidence);
     }
-    if (kind == Bytes::Other && (twoByte || utf8) && (settings.flags & 1U) == 0) {
+    const bool confirmable = twoByte || utf8
+                                 ? kind == Bytes::Other && (settings.flags & 1U) == 0
+                                 : kind == Bytes::Graphic && byteTable(reading.table).marks == tables::noMarks;
+    if (confirmable) {
         const unsigned int written = decodeWhole<given>(settings, out, outSize, in, inLen, evidence);
         if (isConfirmed(reading, out, written)) {
             return written;
