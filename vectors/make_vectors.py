@@ -234,6 +234,14 @@ def read_two_byte(data: bytes, start: int, out: Text) -> None:
 
 def read_utf8(data: bytes, start: int, out: Text) -> None:
     at = start
+
+    def malformed(length: int, characters: int) -> None:
+        nonlocal at
+        begin = out.length()
+        out.text += characters * MISSING
+        out.find("utf8-malformed", at, length, data[at], begin)
+        at += length
+
     while at < len(data):
         lead = data[at]
         if lead < 0x80:
@@ -242,44 +250,47 @@ def read_utf8(data: bytes, start: int, out: Text) -> None:
             continue
         if lead >= 0xF0:
             out.deviations.add("utf8-three-bytes")
-            begin = out.length()
-            try:
-                character = data[at : at + 4].decode("utf-8")
+            longer = code_point_of_four(data[at : at + 4])
+            if longer is None:
+                malformed(1, 1)
+            else:
+                begin = out.length()
                 out.text += 4 * MISSING
-                out.find("utf8-four-byte", at, 4, ord(character), begin)
+                out.find("utf8-four-byte", at, 4, longer, begin)
                 at += 4
-            except (UnicodeDecodeError, TypeError):
-                out.text += MISSING
-                out.find("utf8-malformed", at, 1, lead, begin)
-                at += 1
             continue
         wanted = 0 if lead < 0xC0 else 2 if lead < 0xE0 else 3
         if wanted == 0:
-            begin = out.length()
-            out.text += MISSING
-            out.find("utf8-malformed", at, 1, lead, begin)
-            at += 1
+            malformed(1, 1)
             continue
         end = at + 1
         while end < at + wanted and end < len(data) and 0x80 <= data[end] < 0xC0:
             end += 1
-        if end == at + wanted:
-            value = lead & (0x1F if wanted == 2 else 0x0F)
-            for byte in data[at + 1 : end]:
-                value = value << 6 | byte & 0x3F
-            if value < (0x80 if wanted == 2 else 0x800):
-                begin = out.length()
-                out.text += MISSING
-                out.find("utf8-malformed", at, wanted, lead, begin)
-            else:
-                read_units([(value, at, wanted)], out)
-        else:
-            begin = out.length()
+        if end < at + wanted:
             out.deviations.add("utf8-cut")
-            if end < len(data) and data[end] >= 0x80:  # another lead
-                out.text += MISSING
-            out.find("utf8-malformed", at, end - at, lead, begin)
-        at = end
+            if end == len(data) or data[end] < 0x80 or code_point_of_four(data[end : end + 4]) is not None:
+                malformed(end - at, 0)
+            elif data[end] < 0xF0:
+                malformed(end - at, 1)
+            else:  # a lead that begins nothing goes with what it cuts
+                malformed(end + 1 - at, 1)
+            continue
+        value = lead & (0x1F if wanted == 2 else 0x0F)
+        for byte in data[at + 1 : end]:
+            value = value << 6 | byte & 0x3F
+        if value < (0x80 if wanted == 2 else 0x800):
+            malformed(wanted, 1)
+        else:
+            read_units([(value, at, wanted)], out)
+            at = end
+
+
+def code_point_of_four(data: bytes) -> int | None:
+    """Of a character that is coded in four bytes, if these are one."""
+    try:
+        return ord(data.decode("utf-8")) if data[0] >= 0xF0 else None
+    except (UnicodeDecodeError, TypeError):
+        return None
 
 
 # ---- Selection ----
@@ -480,7 +491,8 @@ def add_unicode(cases: Cases) -> None:
         cases.add(f"utf8-{ord(character):x}", b"\x15A" + character.encode() + b"B", UTF8)
         cases.add(f"two-byte-{ord(character):x}", b"\x11" + character.encode("utf-16-be"), A2, text=character)
     for bad in ("80", "bf", "c328", "c3", "e282", "e28228", "e2c3a9", "c0af", "c1bf", "e08080", "e09fbf", "eda080", "edb080",
-                "f5808080", "f8", "fe", "ff", "f09f98", "f08080af", "c3c3a9", "41c3", "efbfbd", "41e28241", "a9c3a9"):  # fmt: skip
+                "f5808080", "f8", "fe", "ff", "f09f98", "f08080af", "c3c3a9", "41c3", "efbfbd", "41e28241", "a9c3a9",
+                "e6f09f9880", "e6b8f09f9880", "c3f09f9880", "e6f041", "e6b8f8", "c3ff", "e6f09f98"):  # fmt: skip
         for data in (bytes.fromhex(bad), b"a" + bytes.fromhex(bad) + b"z"):
             cases.add(f"utf8-bad-{bad}", b"\x15" + data, UTF8)
     for bad in ("00", "0041 00", "d83d", "d83d0041", "dc00", "dc00d83d", "d83dd83dde00", "0041de000042", "d800"):

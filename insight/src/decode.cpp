@@ -267,7 +267,7 @@ public:
     void record() {
         first_ = reading_.begin;
         for (unsigned int at = reading_.begin; at < reading_.end;) {
-            at = state_.remaining == 0 && reading_.text[at] >= 0xF0 ? recordLongLead(at) : recordByte(at);
+            at = reading_.text[at] >= 0xF0 ? recordLongLead(at) : recordByte(at);
         }
         if (first_ < reading_.end) {
             malformed(reading_.end, 0);
@@ -282,13 +282,15 @@ private:
         first_ = end;
     }
 
-    // Each byte of a form of four bytes is rejected by itself.
+    // Each byte of a form of four bytes is rejected by itself, the first one together with a sequence that it cuts off.
     unsigned int recordLongLead(unsigned int at) {
-        first_ = at;
         const Utf8Character character = utf8Read(reading_.text + at, reading_.end - at);
         if (!character.valid) {
-            malformed(at + 1, 1);
-            return at + 1;
+            return recordByte(at);
+        }
+        if (state_.remaining != 0) {
+            zelkInitUtf8Decoder(&state_);
+            malformed(at, 0);
         }
         units_.flush();
         recorder_.malformed(ZelkInsightUtf8FourByte, {at, 4}, character.codePoint, 4);

@@ -184,6 +184,9 @@ TEST(InsightDecode, TellsOfUnicode) {
               "utf8-malformed@3+1>2+3:195 utf8-malformed@4+1>5+0:195 utf8-malformed@6+1>6+3:128 "
               "control-dropped@7+2>9+0:133");
     EXPECT_EQ(findingsOf("15 F09F9880 41"), "utf8-four-byte@1+4>0+12:128512");
+    EXPECT_EQ(findingsOf("15 E6 F09F9880 41"), "utf8-malformed@1+1>0+0:230 utf8-four-byte@2+4>0+12:128512");
+    EXPECT_EQ(findingsOf("15 E6B8 F09F9880"), "utf8-malformed@1+2>0+0:230 utf8-four-byte@3+4>0+12:128512");
+    EXPECT_EQ(findingsOf("15 E6 F041"), "utf8-malformed@1+2>0+3:230");
     EXPECT_EQ(findingsOf("15 E282"), "utf8-malformed@1+2>0+0:226");
     EXPECT_EQ(findingsOf("15 EFBFBD"), "");
     EXPECT_EQ(findingsOf("15 C080"), "utf8-malformed@1+2>0+3:192");
