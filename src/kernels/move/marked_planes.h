@@ -84,7 +84,7 @@ struct Composed {
 // A mark in the last place has no letter.
 ZELK_OPERATION Composed composed(const Composer &c, Block text, Mask high) {
     const Block bits = lookOrZero(c.bits, text, high);
-    const Block letters = _mm512_permutex2var_epi8(text, c.next, _mm512_setzero_si512());
+    const Block letters = _mm512_maskz_permutexvar_epi8(~0ULL >> 1U, c.next, text);
     const Mask lettered = _mm512_cmpgt_epi8_mask(letters, c.beforeLetters); // signed
     const Block sets =
         lookOrKeep64(c.lastMarks, letters, _mm512_test_epi8_mask(text, c.lastMark), look64(c.firstMarks, letters));
@@ -175,7 +175,8 @@ ZELK_OPERATION void wholeMarkedBlocks(const Registers &planes, const Utf8Compose
             if (!all(either(plain, bytes.plain))) {
                 break;
             }
-            written = storeInterleaved<true>(planes.order, c.out, bytes.first, bytes.last, count, block.upper);
+            written = storeInterleaved<true>(c.out, spread(bytes.first, planes.order), spread(bytes.last, planes.order),
+                                             count, block.upper);
         }
         Conversion<char>::advance(c, count, written);
     }
@@ -196,8 +197,8 @@ ZELK_OPERATION void partOfMarkedBlock(const Registers &planes, const Utf8Compose
     if (upper == 0) {
         store(c.out, bytes, block.bytes);
     } else {
-        storeInterleaved<false>(planes.order, c.out, _mm512_maskz_mov_epi8(upper, both.first),
-                                _mm512_maskz_mov_epi8(bytes, both.last), count, upper);
+        storeInterleaved<false>(c.out, spread(_mm512_maskz_mov_epi8(upper, both.first), planes.order),
+                                spread(_mm512_maskz_mov_epi8(bytes, both.last), planes.order), count, upper);
     }
     Conversion<char>::advance(c, count, count + countOf(upper));
 }
@@ -290,7 +291,8 @@ ZELK_OPERATION std::size_t markedNameToUtf8(tables::ByteSet set, const unsigned 
     if (!same(either(plain, both.plain), bytes)) {
         return 0;
     }
-    return storeInterleaved<false>(planes.order, out, both.first, both.last, length, block.upper);
+    return storeInterleaved<false>(out, spread(both.first, planes.order), spread(both.last, planes.order), length,
+                                   block.upper);
 }
 
 ZELK_STAGE Progress markedToUtf8(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
@@ -337,10 +339,10 @@ ZELK_OPERATION MarkedUnits markedUnits(const UnitPlanes &planes, const Composer 
 // the block is, but for its last byte: the two halves have 32 units at least, so that the second overwrites what is too
 // much.
 template <bool whole>
-ZELK_OPERATION std::size_t storeMarkedUnits(const Pairs &order, unsigned short *out, const MarkedUnits &block,
+ZELK_OPERATION std::size_t storeMarkedUnits(Block order, unsigned short *out, const MarkedUnits &block,
                                             std::size_t count) {
     const Mask kept = block.kept & firstBytes(count);
-    const Pairs units = interleaved(block.low, block.high, order);
+    const Pairs units = interleaved(spread(block.low, order), spread(block.high, order));
     const auto frontKept = static_cast<__mmask32>(kept);
     const auto backKept = static_cast<__mmask32>(kept >> 32U);
     const std::size_t frontCount = countOf(frontKept);
@@ -359,12 +361,6 @@ ZELK_OPERATION std::size_t storeMarkedUnits(const Pairs &order, unsigned short *
     return frontCount + backCount;
 }
 
-// The units of ASCII, which no table changes.
-ZELK_OPERATION Pairs unitsOfAscii(Block text) {
-    return {_mm512_cvtepu8_epi16(_mm512_castsi512_si256(text)),
-            _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(text, 1))};
-}
-
 ZELK_STAGE Progress markedBlocksToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
                                        unsigned short *out) {
     const BytePlanes &bytePlanes = tables::planesOf(set);
@@ -378,7 +374,7 @@ ZELK_STAGE Progress markedBlocksToUcs2(tables::ByteSet set, const unsigned char 
         const Block block = load(text + read);
         const Mask graphic = graphicAscii(ascii, block);
         if (all(graphic)) {
-            const Pairs units = unitsOfAscii(block);
+            const Pairs units = widened(block);
             store(out + written, units.front);
             store(out + written + halfBlock, units.back);
             read += blockBytes;
@@ -411,7 +407,7 @@ ZELK_STAGE Progress markedToUcs2(tables::ByteSet set, const unsigned char *text,
     if (length <= blockBytes) {
         const Block block = load(text, firstBytes(length));
         if (length != 0 && same(graphicAscii(graphic(), block), firstBytes(length))) {
-            storeUnits(out, length, unitsOfAscii(block));
+            storeUnits(out, length, widened(block));
             return {length, length};
         }
     }

@@ -94,47 +94,19 @@ inline constexpr std::size_t longText = 16 * blockBytes;
 
 // ---- To UTF-8
 
-// Two blocks of bytes interleaved, as two blocks.
-struct Pairs {
-    Block front;
-    Block back;
-};
-
-struct Interleaving {
-    alignas(64) std::array<std::uint8_t, 64> front;
-    alignas(64) std::array<std::uint8_t, 64> back;
-};
-
-inline constexpr Interleaving interleaving = []() {
-    Interleaving result{};
-    for (unsigned int i = 0; i < 64; ++i) {
-        const unsigned int source = i % 2 * 64 + i / 2; // bit 6 selects the second block
-        result.front[i] = static_cast<std::uint8_t>(source);
-        result.back[i] = static_cast<std::uint8_t>(source + 32);
-    }
-    return result;
-}();
-
-ZELK_OPERATION Pairs interleaved(Block first, Block second, const Pairs &order) {
-    return {_mm512_permutex2var_epi8(first, order.front, second), _mm512_permutex2var_epi8(first, order.back, second)};
-}
-
-// Two planes of a set and the order that interleaves them: what a loop holds in registers.
+// Two planes of a set and the order to spread by: what a loop holds in registers.
 struct Registers {
     Table128 first;
     Table128 last;
-    Pairs order;
+    Block order;
 };
 
 ZELK_OPERATION Registers registersOf(const std::uint8_t (&first)[128], const std::uint8_t (&last)[128]) {
-    return {
-        Table128::from(first), Table128::from(last), {load(interleaving.front.data()), load(interleaving.back.data())}};
+    return {Table128::from(first), Table128::from(last), spreadOrder()};
 }
 
 ZELK_OPERATION Registers held(Registers r) {
-    return {{held(r.first.low), held(r.first.high)},
-            {held(r.last.low), held(r.last.high)},
-            {held(r.order.front), held(r.order.back)}};
+    return {{held(r.first.low), held(r.first.high)}, {held(r.last.low), held(r.last.high)}, held(r.order)};
 }
 
 ZELK_OPERATION Block withoutZeros(Block block) {
@@ -144,12 +116,11 @@ ZELK_OPERATION Block withoutZeros(Block block) {
 inline constexpr std::size_t halfBlock = blockBytes / 2;
 
 // The UTF-8 of the first `count` bytes of a block: the first bytes of characters of two, which are at `upper`, and all
-// last bytes. Returns its length. The first half of a whole block is stored whole: the second half, which has 32 bytes
-// at least, overwrites what is too much.
+// last bytes, both spread. Returns its length. The first half of a whole block is stored whole: the second half, which
+// has 32 bytes at least, overwrites what is too much.
 template <bool whole>
-ZELK_OPERATION std::size_t storeInterleaved(const Pairs &order, char *out, Block first, Block last, std::size_t count,
-                                            Mask upper) {
-    const Pairs pairs = interleaved(first, last, order);
+ZELK_OPERATION std::size_t storeInterleaved(char *out, Block first, Block last, std::size_t count, Mask upper) {
+    const Pairs pairs = interleaved(first, last);
     const std::size_t written = count + countOf(upper);
     const std::size_t frontBytes = std::min(count, halfBlock) + countOf(static_cast<std::uint32_t>(upper));
     if (whole) {
@@ -176,14 +147,15 @@ ZELK_OPERATION char *storeTriples(char *out, Block firsts, Block pairs) {
     return storeTriples(out, _mm512_extracti64x4_epi64(firsts, 1), _mm512_extracti64x4_epi64(pairs, 1));
 }
 
-ZELK_OPERATION char *storeTriples(const BytePlanes &planes, char *out, Block text, Mask upper) {
+ZELK_OPERATION char *storeTriples(const BytePlanes &planes, char *out, Block text) {
+    const Mask upper = highBits(text);
     const Registers two = registersOf(planes.first, planes.last);
     const Block first = lookOrZero(Table128::from(planes.firstOfThree), text, upper);
     const Block second = lookOrZero(two.first, text, upper);
     const Block lastOfThree = lookOrZero(Table128::from(planes.lastOfThree), text, upper);
     const Block last = _mm512_or_si512(lookOrKeep(two.last, text, upper), lastOfThree);
-    const Pairs firsts = interleaved(first, _mm512_setzero_si512(), two.order);
-    const Pairs others = interleaved(second, last, two.order); // NOLINT(readability-suspicious-call-argument): of three
+    const Pairs firsts = interleaved(first, _mm512_setzero_si512());
+    const Pairs others = interleaved(second, last); // NOLINT(readability-suspicious-call-argument): of three
     return storeTriples(storeTriples(out, firsts.front, others.front), firsts.back, others.back);
 }
 
@@ -249,13 +221,15 @@ ZELK_OPERATION void wholeBlocks(const Registers &registers, Conversion<char> &c,
             asciiBlocks<end>(c, text, inLine);
             continue;
         }
-        const Block last = lookOrKeep(registers.last, text, upper);
-        const Mask ordinary = end == UpTo::Zero ? ~0ULL : ordinaryBytes<end>(text);
+        const Block bytes = spread(text, registers.order);
+        const Mask selected = highBits(bytes);
+        const Block last = lookOrKeep(registers.last, bytes, selected);
+        const Mask ordinary = end == UpTo::Zero ? ~0ULL : ordinaryBytes<end>(bytes);
         if (!all(_mm512_mask_test_epi8_mask(ordinary, last, last))) {
             break;
         }
         storeWhole(waiting);
-        const Pairs pairs = interleaved(lookOrZero(registers.first, text, upper), last, registers.order);
+        const Pairs pairs = interleaved(lookOrZero(registers.first, bytes, selected), last);
         const std::size_t written = blockBytes + countOf(upper);
         const std::size_t frontBytes = halfBlock + countOf(static_cast<std::uint32_t>(upper));
         store(c.out, withoutZeros(pairs.front));
@@ -282,19 +256,19 @@ ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Registers &regis
     if (written > c.room) {
         return Part::Full;
     }
-    const Block last = lookOrKeep(registers.last, text, upper);
+    const Block kept = spread(_mm512_maskz_mov_epi8(bytes, text), registers.order);
+    const Mask selected = highBits(kept);
+    const Block last = lookOrKeep(registers.last, kept, selected);
     if (upper == 0) {
         store(c.out, bytes, text);
-    } else if ((nonZero(last) & bytes) == bytes) {
-        const Block first = lookOrZero(registers.first, text, upper);
-        storeInterleaved<false>(registers.order, c.out, first, _mm512_maskz_mov_epi8(bytes, last), count, upper);
+    } else if (same(nonZero(last), nonZero(kept))) {
+        storeInterleaved<false>(c.out, lookOrZero(registers.first, kept, selected), last, count, upper);
     } else if (!wide) {
         return Part::Wide;
     } else if (c.room < 3 * count) {
         return Part::Full;
     } else {
-        written =
-            static_cast<std::size_t>(storeTriples(planes, c.out, _mm512_maskz_mov_epi8(bytes, text), upper) - c.out);
+        written = static_cast<std::size_t>(storeTriples(planes, c.out, kept) - c.out);
     }
     Conversion<char>::advance(c, count, written);
     return count < most || c.left == 0 ? Part::Ended : Part::Done;
@@ -352,13 +326,15 @@ ZELK_OPERATION std::size_t nameToUtf8(tables::ByteSet set, Block text, std::size
     }
     const BytePlanes &planes = tables::planesOf(set);
     const Registers registers = registersOf(planes.first, planes.last);
-    const Block last = lookOrKeep(registers.last, text, upper);
+    const Block spreadText = spread(text, registers.order);
+    const Mask selected = highBits(spreadText);
+    const Block last = lookOrKeep(registers.last, spreadText, selected);
     const Mask plain =
-        end == UpTo::Zero ? nonZero(last) : _mm512_mask_test_epi8_mask(ordinaryBytes<end>(text), last, last);
-    if (!same(plain, bytes)) {
+        end == UpTo::Zero ? nonZero(last) : _mm512_mask_test_epi8_mask(ordinaryBytes<end>(spreadText), last, last);
+    if (countOf(plain) != length) {
         return 0;
     }
-    return storeInterleaved<false>(registers.order, out, lookOrZero(registers.first, text, upper), last, length, upper);
+    return storeInterleaved<false>(out, lookOrZero(registers.first, spreadText, selected), last, length, upper);
 }
 
 ZELK_OPERATION bool isNameThatFits(std::size_t length, std::size_t room) {
@@ -390,9 +366,20 @@ ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, 
 // ---- To UCS-2
 
 ZELK_OPERATION Pairs unitsOf(const Registers &registers, Block text) {
-    const Mask upper = highBits(text);
-    return interleaved(lookOrKeep(registers.last, text, upper), lookOrZero(registers.first, text, upper),
-                       registers.order);
+    const Block bytes = spread(text, registers.order);
+    const Mask upper = highBits(bytes);
+    return interleaved(lookOrKeep(registers.last, bytes, upper), lookOrZero(registers.first, bytes, upper));
+}
+
+// The units of ASCII and of ISO 8859-1, which are the bytes.
+ZELK_OPERATION Pairs widened(Block text) {
+    return {frontUnits(text), backUnits(text)};
+}
+
+struct Widening {};
+
+ZELK_OPERATION Pairs unitsOf(Widening /*planes*/, Block text) {
+    return widened(text);
 }
 
 ZELK_OPERATION void storeUnits(unsigned short *out, std::size_t count, const Pairs &units) {
@@ -403,11 +390,9 @@ ZELK_OPERATION void storeUnits(unsigned short *out, std::size_t count, const Pai
     }
 }
 
-template <UpTo end>
-ZELK_STAGE std::size_t convertToUnits(tables::ByteSet set, const unsigned char *in, std::size_t length,
-                                      unsigned short *out) {
-    const BytePlanes &planes = tables::planesOf(set);
-    const Registers registers = held(registersOf(planes.ucs2High, planes.ucs2Low));
+template <UpTo end, class Planes>
+ZELK_OPERATION std::size_t convertToUnits(const Planes &planes, const unsigned char *in, std::size_t length,
+                                          unsigned short *out) {
     const Mask inLine = firstInLine<end>(in);
     std::size_t done = 0;
     for (; length - done >= blockBytes && goesOn(in + done, inLine); done += blockBytes) {
@@ -415,14 +400,24 @@ ZELK_STAGE std::size_t convertToUnits(tables::ByteSet set, const unsigned char *
         if (!all(ordinaryBytes<end>(text))) {
             break;
         }
-        const Pairs units = unitsOf(registers, text);
+        const Pairs units = unitsOf(planes, text);
         store(out + done, units.front);
         store(out + done + halfBlock, units.back);
     }
     const Block text = loadUpTo<end>(in + done, std::min(length - done, blockBytes), inLine);
     const std::size_t count = firstOf(~ordinaryBytes<end>(text));
-    storeUnits(out + done, count, unitsOf(registers, text));
+    storeUnits(out + done, count, unitsOf(planes, text));
     return done + count;
+}
+
+template <UpTo end>
+ZELK_STAGE std::size_t convertToUnits(tables::ByteSet set, const unsigned char *in, std::size_t length,
+                                      unsigned short *out) {
+    if (set == tables::ByteSet::Iso8859_1) {
+        return convertToUnits<end>(Widening{}, in, length, out);
+    }
+    const BytePlanes &planes = tables::planesOf(set);
+    return convertToUnits<end>(held(registersOf(planes.ucs2High, planes.ucs2Low)), in, length, out);
 }
 
 ZELK_STAGE std::size_t blocksToUcs2(tables::ByteSet set, const unsigned char *text, std::size_t length,
@@ -439,6 +434,10 @@ template <UpTo end>
 ZELK_OPERATION bool nameToUcs2(tables::ByteSet set, Block text, std::size_t length, unsigned short *out) {
     if (!same(ordinaryBytes<end>(text), firstBytes(length))) {
         return false;
+    }
+    if (set == tables::ByteSet::Iso8859_1) {
+        storeUnits(out, length, widened(text));
+        return true;
     }
     const BytePlanes &planes = tables::planesOf(set);
     storeUnits(out, length, unitsOf(registersOf(planes.ucs2High, planes.ucs2Low), text));

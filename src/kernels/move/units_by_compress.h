@@ -92,29 +92,8 @@ ZELK_OPERATION bool goOn(const unsigned char *text, std::size_t bytes) {
 
 // ---- ASCII: 64 units to a block of bytes
 
-// The two bytes of units, apart. The order that gathers the low ones, exclusive or 1, gathers the high ones.
-struct AsciiUnits {
-    Block lowBytes, highBytes, least;
-};
-
-ZELK_OPERATION AsciiUnits asciiUnits(UnitOrder order, Clean clean) {
-    const Block even = multiples<2>();
-    const Block odd = _mm512_xor_si512(even, everyByte<1>());
-    const Block least =
-        clean == Clean::Any ? everyByte<leastAscii(Clean::Any)>() : everyByte<leastAscii(Clean::NoControls)>();
-    return order == UnitOrder::LowFirst ? AsciiUnits{even, odd, least} : AsciiUnits{odd, even, least};
-}
-
-// The bytes of 64 units as they lie in memory, and which of the units are no ASCII that goes on.
-struct AsciiBytes {
-    Block bytes;
-    Mask others;
-};
-
-ZELK_OPERATION AsciiBytes asciiBytes(Block front, Block back, const AsciiUnits &ascii) {
-    const Block bytes = _mm512_permutex2var_epi8(front, ascii.lowBytes, back);
-    const Block above = _mm512_permutex2var_epi8(front, ascii.highBytes, back);
-    return {bytes, _kor_mask64(_mm512_cmplt_epi8_mask(bytes, ascii.least), nonZero(above))}; // signed
+ZELK_OPERATION Block leastAsciiOf(Clean clean) {
+    return clean == Clean::Any ? everyByte<leastAscii(Clean::Any)>() : everyByte<leastAscii(Clean::NoControls)>();
 }
 
 // ---- Forms
@@ -209,16 +188,16 @@ ZELK_OPERATION Progress encodeFittingBlock(const unsigned char *text, std::size_
 
 // 33 to 64 units that may be read, and fit.
 ZELK_OPERATION Progress encodeTwoBlocks(const unsigned char *text, std::size_t count, char *out, UnitForm form) {
-    const std::size_t backUnits = count - blockUnits;
+    const std::size_t inBack = count - blockUnits;
     const Block front = unitsAt(text, form);
-    const Block back = unitsAt(text + blockBytes, backUnits, form);
+    const Block back = unitsAt(text + blockBytes, inBack, form);
     if ((stopsAmong(front, cleanOf(form)) |
-         (stopsAmong(back, cleanOf(form)) & static_cast<UnitMask>(firstBytes(backUnits)))) != 0) [[unlikely]] {
+         (stopsAmong(back, cleanOf(form)) & static_cast<UnitMask>(firstBytes(inBack)))) != 0) [[unlikely]] {
         return {};
     }
     if (ofThreeBytes(_mm512_or_si512(front, back)) == 0) {
         const std::size_t frontBytes = putPairs<Reach::Exact>(out, front, blockUnits);
-        return {count, frontBytes + putPairs<Reach::Exact>(out + frontBytes, back, backUnits)};
+        return {count, frontBytes + putPairs<Reach::Exact>(out + frontBytes, back, inBack)};
     }
     const Triples t = triples();
     const std::size_t frontBytes = putTriples(out, front, t);
@@ -250,9 +229,9 @@ ZELK_OPERATION Progress encodeFourBlocks(const unsigned char *text, std::size_t 
                          _mm512_min_epu16(graphicBits(c, cleanOf(form)), graphicBits(d, cleanOf(form))));
     const bool pairs = arePairs(bits, least);
     if (pairs && _mm512_test_epi16_mask(bits, everyUnit<0x780>()) == 0) {
-        const AsciiUnits ascii = asciiUnits(UnitOrder::LowFirst, cleanOf(form));
-        store(out, _mm512_permutex2var_epi8(a, ascii.lowBytes, b));
-        store(out + last, _mm512_permutex2var_epi8(c, ascii.lowBytes, d));
+        const Block order = gatherOrder();
+        store(out, gathered(packed(a, b), order));
+        store(out + last, gathered(packed(c, d), order));
         return {count, count};
     }
     const std::size_t third = std::min(last, blockUnits);
@@ -306,13 +285,15 @@ struct Blocks {
 };
 
 ZELK_OPERATION void encodeAscii(Blocks &blocks) {
-    const AsciiUnits ascii = asciiUnits(orderOf(blocks.form), cleanOf(blocks.form));
+    const UnitOrder order = orderOf(blocks.form);
+    const Block least = leastAsciiOf(cleanOf(blocks.form));
+    const Block gather = gatherOrder();
     for (std::size_t steps = Blocks::most(blocks); steps != 0 && Blocks::load(blocks); --steps) {
-        const AsciiBytes block = asciiBytes(blocks.first, blocks.second, ascii);
-        if (!none(block.others)) {
+        const Block bytes = packed(inNativeOrder(blocks.first, order), inNativeOrder(blocks.second, order));
+        if (!none(_mm512_cmplt_epi8_mask(bytes, least))) { // signed
             break;
         }
-        store(blocks.out + blocks.done.written, block.bytes);
+        store(blocks.out + blocks.done.written, gathered(bytes, gather));
         blocks.done.read += blockBytes;
         blocks.done.written += blockBytes;
     }

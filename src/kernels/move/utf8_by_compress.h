@@ -207,19 +207,11 @@ ZELK_OPERATION void storeUnits(unsigned short *out, std::size_t count, Block fro
     _mm512_mask_storeu_epi16(out + blockUnits, static_cast<__mmask32>(units >> blockUnits), back);
 }
 
-ZELK_OPERATION Block frontUnits(Block ascii) {
-    return _mm512_cvtepu8_epi16(_mm512_castsi512_si256(ascii));
-}
-
-ZELK_OPERATION Block backUnits(Block ascii) {
-    return _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(ascii, 1));
-}
-
 // What the bytes of a sequence put into a unit, by their low six bits.
 struct UnitParts {
-    Block middleLow;   // two bits of the byte before the last to the low byte, less the mark of the last byte
-    Block middleHigh;  // four bits of it to the high byte
-    Block front, back; // the order that makes units of low and high bytes
+    Block middleLow;  // two bits of the byte before the last to the low byte, less the mark of the last byte
+    Block middleHigh; // four bits of it to the high byte
+    Block order;      // for spread()
     Leads leads;
     Block middleLess;
 };
@@ -227,18 +219,15 @@ struct UnitParts {
 ZELK_OPERATION UnitParts unitParts() {
     alignas(blockBytes) static constexpr auto parts = []() {
         struct {
-            unsigned char middleLow[blockBytes], middleHigh[blockBytes], front[blockBytes], back[blockBytes];
+            unsigned char middleLow[blockBytes], middleHigh[blockBytes];
         } table{};
         for (unsigned int i = 0; i < blockBytes; ++i) {
             table.middleLow[i] = static_cast<unsigned char>((i << 6U) - 0x80U);
             table.middleHigh[i] = static_cast<unsigned char>(i >> 2U);
-            table.front[i] = static_cast<unsigned char>(i / 2 + i % 2 * blockBytes);
-            table.back[i] = static_cast<unsigned char>(table.front[i] + blockUnits);
         }
         return table;
     }();
-    return {load(parts.middleLow), load(parts.middleHigh), load(parts.front), load(parts.back),
-            leadBytes(),           everyByte<0x20>()};
+    return {load(parts.middleLow), load(parts.middleHigh), spreadOrder(), leadBytes(), everyByte<0x20>()};
 }
 
 // The units of a block, their bytes apart, at the last byte of each sequence.
@@ -271,8 +260,8 @@ ZELK_OPERATION void storeUnitsKept(unsigned short *out, std::size_t count, const
                                    const UnitParts &parts) {
     const Block low = compressed(ends, units.low);
     const Block high = compressed(ends, units.high);
-    storeUnits(out, count, _mm512_permutex2var_epi8(low, parts.front, high),
-               _mm512_permutex2var_epi8(low, parts.back, high));
+    const Pairs pairs = interleaved(spread(low, parts.order), spread(high, parts.order));
+    storeUnits(out, count, pairs.front, pairs.back);
 }
 
 // Up to 64 bytes of one line; false where the conversion ends.
@@ -325,17 +314,17 @@ struct WaitingUnits {
     Block low, high;
 
     ZELK_OPERATION void store(const WaitingUnits &units, std::size_t next, const UnitParts &parts) {
-        const Block front = _mm512_permutex2var_epi8(units.low, parts.front, units.high);
         if (units.count <= blockUnits && units.count + next >= blockUnits) {
-            ZELK_KERNEL_SET::store(units.out, front);
+            const Block high = _mm512_slli_epi16(frontUnits(units.high), 8);
+            ZELK_KERNEL_SET::store(units.out, _mm512_or_si512(frontUnits(units.low), high));
             return;
         }
-        const Block back = _mm512_permutex2var_epi8(units.low, parts.back, units.high);
+        const Pairs pairs = interleaved(spread(units.low, parts.order), spread(units.high, parts.order));
         if (units.count + next >= blockBytes) {
-            ZELK_KERNEL_SET::store(units.out, front);
-            ZELK_KERNEL_SET::store(units.out + blockUnits, back);
+            ZELK_KERNEL_SET::store(units.out, pairs.front);
+            ZELK_KERNEL_SET::store(units.out + blockUnits, pairs.back);
         } else {
-            storeUnits(units.out, units.count, front, back);
+            storeUnits(units.out, units.count, pairs.front, pairs.back);
         }
     }
 };

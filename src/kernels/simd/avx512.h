@@ -163,27 +163,58 @@ ZELK_OPERATION Block lookOrZero(const Table128 &table, Block index, Mask selecte
     return _mm512_maskz_permutex2var_epi8(selected, table.low, index, table.high);
 }
 
+// Two blocks of bytes interleaved, as two blocks. By unpacking: a permutation of two blocks takes three operations.
+struct Pairs {
+    Block front;
+    Block back;
+};
+
+// To each lane eight bytes of a block's front half and eight of its back half: what interleaved() takes.
+ZELK_OPERATION Block spread(Block block, Block order) {
+    return _mm512_permutexvar_epi64(order, block);
+}
+
+ZELK_OPERATION Block spreadOrder() {
+    alignas(blockBytes) static constexpr std::uint64_t order[] = {0, 4, 1, 5, 2, 6, 3, 7};
+    return load(order);
+}
+
+ZELK_OPERATION Pairs interleaved(Block first, Block second) {
+    return {_mm512_unpacklo_epi8(first, second), _mm512_unpackhi_epi8(first, second)};
+}
+
+// The bytes of half a block as units.
+ZELK_OPERATION Block frontUnits(Block bytes) {
+    return _mm512_cvtepu8_epi16(_mm512_castsi512_si256(bytes));
+}
+
+ZELK_OPERATION Block backUnits(Block bytes) {
+    return _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(bytes, 1));
+}
+
+// The low bytes of the units of two blocks. Units from 0x80 on become bytes that are no ASCII, or zero.
+ZELK_OPERATION Block packed(Block front, Block back) {
+    return _mm512_packus_epi16(front, back);
+}
+
+// packed() leaves the bytes in the order of its lanes.
+ZELK_OPERATION Block gathered(Block packed, Block order) {
+    return _mm512_permutexvar_epi64(order, packed);
+}
+
+ZELK_OPERATION Block gatherOrder() {
+    alignas(blockBytes) static constexpr std::uint64_t order[] = {0, 2, 4, 6, 1, 3, 5, 7};
+    return load(order);
+}
+
 // Each byte of `nibbles` (0 to 15) looked up in a nibbleTable().
 ZELK_OPERATION Block look16(Block table, Block nibbles) {
     return _mm512_shuffle_epi8(table, nibbles);
 }
 
-// 0, factor, 2 * factor and so on, modulo 256.
-template <std::size_t factor>
-ZELK_OPERATION Block multiples() {
-    static constexpr auto bytes = []() {
-        std::array<std::uint8_t, blockBytes> result{};
-        for (std::size_t i = 0; i < blockBytes; ++i) {
-            result[i] = static_cast<std::uint8_t>(i * factor);
-        }
-        return result;
-    }();
-    return load(bytes.data());
-}
-
-// The bytes of a block from a place on, and after them its front again.
+// The numbers of the places of a block, beginning with one of them.
 template <std::size_t place>
-ZELK_OPERATION Block startingAt(Block block) {
+ZELK_OPERATION Block placesFrom() {
     static constexpr auto places = []() {
         std::array<std::uint8_t, blockBytes> result{};
         for (std::size_t i = 0; i < blockBytes; ++i) {
@@ -191,11 +222,17 @@ ZELK_OPERATION Block startingAt(Block block) {
         }
         return result;
     }();
-    return _mm512_permutexvar_epi8(load(places.data()), block);
+    return load(places.data());
+}
+
+// The bytes of a block from a place on, and after them its front again.
+template <std::size_t place>
+ZELK_OPERATION Block startingAt(Block block) {
+    return _mm512_permutexvar_epi8(placesFrom<place>(), block);
 }
 
 ZELK_OPERATION Block startingAt(Block block, std::size_t place) {
-    const Block places = _mm512_add_epi8(multiples<1>(), _mm512_set1_epi8(static_cast<char>(place)));
+    const Block places = _mm512_add_epi8(placesFrom<0>(), _mm512_set1_epi8(static_cast<char>(place)));
     return _mm512_permutexvar_epi8(places, block);
 }
 
