@@ -36,6 +36,15 @@ ZELK_OPERATION void storeUnits(unsigned short *out, const TwoBytes &bytes) {
     }
 }
 
+// Less than a block, a lane or more: the first lane and the last one.
+ZELK_STAGE void widenLanes(const unsigned char *in, std::size_t length, unsigned short *out) {
+    for (const std::size_t at : {std::size_t{0}, length - laneBytes}) {
+        const Lane text = load<Lane>(in + at);
+        store(out + at, frontUnitsOf(text));
+        store(out + at + laneUnits, backUnitsOf(text));
+    }
+}
+
 // A block or more.
 ZELK_STAGE void widen(const unsigned char *in, std::size_t length, unsigned short *out) {
     for (std::size_t at = 0; at + blockBytes < length; at += blockBytes) {
@@ -364,6 +373,10 @@ ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, 
 ZELK_OPERATION Progress putUnits(tables::ByteSet set, const unsigned char *text, std::size_t length,
                                  unsigned short *out) {
     if (length < blockBytes) {
+        if (length >= laneBytes && set == tables::ByteSet::Iso8859_1) {
+            widenLanes(text, length, out);
+            return {length, length};
+        }
         return plain::putUnits(set, out, text, length);
     }
     if (set == tables::ByteSet::Iso8859_1) {
