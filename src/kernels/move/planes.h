@@ -109,6 +109,30 @@ ZELK_OPERATION Registers held(Registers r) {
     return {{held(r.first.low), held(r.first.high)}, {held(r.last.low), held(r.last.high)}, held(r.order)};
 }
 
+// The UTF-8 of characters up to U+07FF: at `upper` the first bytes, and the last ones of all.
+ZELK_OPERATION Block firstOfTwo(const Registers &planes, Block text, Mask upper) {
+    return lookOrZero(planes.first, text, upper);
+}
+
+ZELK_OPERATION Block lastOfTwo(const Registers &planes, Block text, Mask upper) {
+    return lookOrKeep(planes.last, text, upper);
+}
+
+// The same of ISO 8859-1, whose characters are their bytes: without planes.
+struct Latin1 {
+    Block order;
+};
+
+ZELK_OPERATION Block firstOfTwo(const Latin1 & /*planes*/, Block text, Mask upper) {
+    const Block bits = _mm512_srli_epi16(text, 6);
+    return _mm512_maskz_mov_epi8(
+        upper, _mm512_ternarylogic_epi32(bits, everyByte<0x03>(), everyByte<0xC0>(), 0xEA)); // (a & b) | c
+}
+
+ZELK_OPERATION Block lastOfTwo(const Latin1 & /*planes*/, Block text, Mask upper) {
+    return _mm512_mask_mov_epi8(text, upper, _mm512_and_si512(text, everyByte<0xBF>()));
+}
+
 ZELK_OPERATION Block withoutZeros(Block block) {
     return compressed(nonZero(block), block);
 }
@@ -206,8 +230,8 @@ ZELK_OPERATION void storeWhole(const Waiting &waiting) {
 }
 
 // Up to a block with a zero or a control, or a character of three bytes.
-template <UpTo end>
-ZELK_OPERATION void wholeBlocks(const Registers &registers, Conversion<char> &c, Mask inLine) {
+template <UpTo end, class Planes>
+ZELK_OPERATION void wholeBlocks(const Planes &registers, Conversion<char> &c, Mask inLine) {
     Waiting waiting{c.out, 0, _mm512_setzero_si512()};
     while (isWholeBlock(c) && goesOn(c.in, inLine)) {
         const Block text = loadWhole<end>(c.in);
@@ -223,13 +247,13 @@ ZELK_OPERATION void wholeBlocks(const Registers &registers, Conversion<char> &c,
         }
         const Block bytes = spread(text, registers.order);
         const Mask selected = highBits(bytes);
-        const Block last = lookOrKeep(registers.last, bytes, selected);
+        const Block last = lastOfTwo(registers, bytes, selected);
         const Mask ordinary = end == UpTo::Zero ? ~0ULL : ordinaryBytes<end>(bytes);
         if (!all(_mm512_mask_test_epi8_mask(ordinary, last, last))) {
             break;
         }
         storeWhole(waiting);
-        const Pairs pairs = interleaved(lookOrZero(registers.first, bytes, selected), last);
+        const Pairs pairs = interleaved(firstOfTwo(registers, bytes, selected), last);
         const std::size_t written = blockBytes + countOf(upper);
         const std::size_t frontBytes = halfBlock + countOf(static_cast<std::uint32_t>(upper));
         store(c.out, withoutZeros(pairs.front));
@@ -244,9 +268,8 @@ ZELK_OPERATION void wholeBlocks(const Registers &registers, Conversion<char> &c,
 enum class Part { Done, Ended, Wide, Full };
 
 // The part of a block before a zero or a control. `wide`: characters of three bytes too; else Wide is returned.
-template <UpTo end, bool wide>
-ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Registers &registers, Conversion<char> &c,
-                                Mask inLine) {
+template <UpTo end, bool wide, class Planes>
+ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Planes &registers, Conversion<char> &c, Mask inLine) {
     const std::size_t most = std::min(c.left, blockBytes);
     const Block text = loadUpTo<end>(c.in, most, inLine);
     const std::size_t count = firstOf(~ordinaryBytes<end>(text));
@@ -258,11 +281,11 @@ ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Registers &regis
     }
     const Block kept = spread(_mm512_maskz_mov_epi8(bytes, text), registers.order);
     const Mask selected = highBits(kept);
-    const Block last = lookOrKeep(registers.last, kept, selected);
+    const Block last = lastOfTwo(registers, kept, selected);
     if (upper == 0) {
         store(c.out, bytes, text);
     } else if (same(nonZero(last), nonZero(kept))) {
-        storeInterleaved<false>(c.out, lookOrZero(registers.first, kept, selected), last, count, upper);
+        storeInterleaved<false>(c.out, firstOfTwo(registers, kept, selected), last, count, upper);
     } else if (!wide) {
         return Part::Wide;
     } else if (c.room < 3 * count) {
@@ -275,9 +298,8 @@ ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Registers &regis
 }
 
 // False when a block with characters of three bytes comes next and `wide` does not ask for them.
-template <UpTo end, bool wide>
-ZELK_OPERATION bool convert(const BytePlanes &planes, Conversion<char> &c) {
-    const Registers registers = held(registersOf(planes.first, planes.last));
+template <UpTo end, bool wide, class Planes>
+ZELK_OPERATION bool convert(const BytePlanes &planes, const Planes &registers, Conversion<char> &c) {
     for (;;) {
         const Mask inLine = firstInLine<end>(c.in);
         wholeBlocks<end>(registers, c, inLine);
@@ -291,8 +313,11 @@ template <UpTo end>
 ZELK_STAGE Progress convertBlocks(tables::ByteSet set, const unsigned char *text, std::size_t length, char *out,
                                   std::size_t room) {
     Conversion<char> c{text, length, out, room};
-    if (!convert<end, false>(tables::planesOf(set), c)) {
-        convert<end, true>(tables::planesOf(set), c);
+    const BytePlanes &planes = tables::planesOf(set);
+    if (end == UpTo::Zero && set == tables::ByteSet::Iso8859_1) { // DVB text is hardly ever in it
+        convert<end, false>(planes, Latin1{spreadOrder()}, c);
+    } else if (!convert<end, false>(planes, held(registersOf(planes.first, planes.last)), c)) {
+        convert<end, true>(planes, held(registersOf(planes.first, planes.last)), c);
     }
     return {length - c.left, room - c.room};
 }
