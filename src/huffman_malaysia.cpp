@@ -311,9 +311,11 @@ void decodeMany(const Tables &tables, BitInput &bits, BoundedOutput &output) {
 #pragma GCC unroll 8
         for (int i = 0; i < batch; ++i) {
             unsigned int found = tables.lookups[window.bits() >> (64 - lookupBits)];
+            // GCOVR_EXCL_START: where the library has one set of kernels alone
             if (walksLongCodes && (found & usedMask) == goesOn) {
                 found = lookUpLongCode(tables.nodes, found >> usedBits, window.bits());
             }
+            // GCOVR_EXCL_STOP
             const unsigned int used = found & usedMask;
             known = used != 0 && static_cast<int>(used) <= window.left();
             if (!known) {

@@ -160,11 +160,8 @@ inline const tables::XmlReference *referenceIn(const char *text) {
 // The first bytes of a word, less than all, put after the last ones of another.
 inline std::uint64_t appended(std::uint64_t last, std::uint64_t word, std::size_t count) {
     const std::size_t bits = CHAR_BIT * count;
-    if constexpr (std::endian::native == std::endian::little) {
-        return last >> bits | word << 1U << (63 - bits);
-    } else {
-        return last << bits | word >> 1U >> (63 - bits);
-    }
+    return std::endian::native == std::endian::little ? last >> bits | word << 1U << (63 - bits)
+                                                      : last << bits | word >> 1U >> (63 - bits);
 }
 
 inline std::uint64_t wordOf(char first) {

@@ -106,7 +106,7 @@ ZELK_OPERATION Bytes lesserSigned(Bytes a, Bytes b) {
     using Signed = std::int8_t __attribute__((vector_size(blockBytes)));
     const auto left = reinterpret_cast<Signed>(a);
     const auto right = reinterpret_cast<Signed>(b);
-    return reinterpret_cast<Bytes>(left < right ? left : right);
+    return reinterpret_cast<Bytes>(left < right ? left : right); // GCOVR_EXCL_BR_LINE: Clang counts one way of vectors
 }
 
 ZELK_OPERATION UnitFlags equalUnits(Units a, Units b) {
