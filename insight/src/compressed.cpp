@@ -416,7 +416,7 @@ private:
 
     Walk walkFromRoot() const {
         const std::uint64_t bits = window_.bits();
-        const unsigned int root = roots_[bits >> (64 - rootBits)];
+        const unsigned int root = roots_[static_cast<std::size_t>(bits >> (64 - rootBits))];
         Walk walk{tree_ + (root >> rootNodeAt), root & ((1U << rootNodeAt) - 1)};
         if (walk.used == rootBits) {
             walk.goOn(bits, mostBits);
