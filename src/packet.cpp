@@ -12,6 +12,8 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <functional>
 #include <span>
 
 namespace zelk::detail {
@@ -84,6 +86,22 @@ unsigned int copyBounded(int size, In src, unsigned int max, Store store) {
 template <class Unit>
 unsigned int copyText(Unit *dst, int size, const Unit *src, unsigned int max) {
     return copyBounded(size, src, max, [dst](unsigned int index, Unit unit) { dst[index] = unit; });
+}
+
+// The same of bytes, all at once. A copy into the text itself, after its beginning, takes in what it has written.
+unsigned int copyText(char *dst, int size, const char *src, unsigned int max) {
+    if (size <= 0 || src == nullptr) {
+        return copyText<char>(dst, size, src, max);
+    }
+    const std::size_t limit = std::min(max, static_cast<unsigned int>(size - 1));
+    const void *const end = std::memchr(src, 0, limit);
+    const std::size_t length = end == nullptr ? limit : static_cast<std::size_t>(static_cast<const char *>(end) - src);
+    if (std::less<>()(src, dst) && !std::less<>()(src + length, dst)) {
+        return copyText<char>(dst, size, src, max);
+    }
+    std::memmove(dst, src, length);
+    dst[length] = 0;
+    return static_cast<unsigned int>(length);
 }
 
 template <class Unit>

@@ -304,6 +304,30 @@ TEST(ByteCopy, OfHelloFollowsCountAndSize) {
     EXPECT_STREQ(dst.data(), "hel");
 }
 
+// One by one and in order, wherever in the text its copy begins.
+TEST(ByteCopy, GoesOnWithWhatItHasWrittenItself) {
+    constexpr std::size_t place = 12;
+    const std::string text = std::string(place, '.') + "abcdefgh" + std::string(1, '\0') + std::string(place, 'x');
+    for (std::size_t to = 0; to < 2 * place; ++to) {
+        for (int size = 1; size < 10; ++size) {
+            for (const unsigned int max : {0U, 1U, 3U, 8U, noLimit}) {
+                std::string expected = text;
+                std::size_t count = 0;
+                for (; count < std::min<std::size_t>(max, static_cast<std::size_t>(size) - 1); ++count) {
+                    if (expected[place + count] == 0) {
+                        break;
+                    }
+                    expected[to + count] = expected[place + count];
+                }
+                expected[to + count] = 0;
+                std::string copied = text;
+                ASSERT_EQ(zelk_strlcpy(copied.data() + to, size, copied.data() + place, max), count);
+                ASSERT_EQ(copied, expected) << to << ' ' << size << ' ' << max;
+            }
+        }
+    }
+}
+
 TEST(PairCopy, ExchangesTheBytes) {
     const std::string text = bytes("00 41 30 AC 00 00");
     Guarded<unsigned char> dst(20);
