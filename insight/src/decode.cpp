@@ -552,10 +552,14 @@ private:
     }
 
 #if !defined(ZELK_COMPACT)
-    // It passes as it is; nothing is said of control codes.
+    // It passes as it is up to a zero; nothing is said of control codes.
     bool decodePrepared() {
-        decodePlainly();
-        return written_ == count_ && (isUsualUtf8(body_, count_) || isUtf8(body_, count_));
+        if (room_ <= count_ || std::memchr(body_, 0, count_) != nullptr) {
+            return false;
+        }
+        std::memcpy(out_, body_, count_);
+        endCopy(count_);
+        return isUsualUtf8(body_, count_) || isUtf8(body_, count_);
     }
 
     // UTF-8 that is left as it was sent has lost nothing.
