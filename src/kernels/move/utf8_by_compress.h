@@ -58,8 +58,8 @@ ZELK_OPERATION Utf8Block utf8BlockAt(const unsigned char *text, Mask present) {
 // A part of a block, at text + read; in front of the text the bytes before are zero.
 ZELK_OPERATION Utf8Block utf8PartAt(const unsigned char *text, std::size_t read, Mask present) {
     const Mask missing = 3U >> std::min<std::size_t>(read, 2);
-    return {load(text + read, present), load(text + read - 1, present & ~(missing >> 1U)),
-            load(text + read - 2, present & ~missing)};
+    return {loadInLine(text + read, present), loadInLine(text + read - 1, present & ~(missing >> 1U)),
+            loadInLine(text + read - 2, present & ~missing)};
 }
 
 // A whole text that a block holds with two zeros at least after it, which come round to the front.
