@@ -175,8 +175,8 @@ ZELK_OPERATION void wholeMarkedBlocks(const Registers &planes, const Utf8Compose
             if (!all(either(plain, bytes.plain))) {
                 break;
             }
-            written = storeInterleaved<true>(c.out, spread(bytes.first, planes.order), spread(bytes.last, planes.order),
-                                             count, block.upper);
+            written = storeInterleaved<true>(c.out, inOrder(bytes.first, planes.order),
+                                             inOrder(bytes.last, planes.order), count, block.upper);
         }
         Conversion<char>::advance(c, count, written);
     }
@@ -197,8 +197,8 @@ ZELK_OPERATION void partOfMarkedBlock(const Registers &planes, const Utf8Compose
     if (upper == 0) {
         store(c.out, bytes, block.bytes);
     } else {
-        storeInterleaved<false>(c.out, spread(_mm512_maskz_mov_epi8(upper, both.first), planes.order),
-                                spread(_mm512_maskz_mov_epi8(bytes, both.last), planes.order), count, upper);
+        storeInterleaved<false>(c.out, inOrder(_mm512_maskz_mov_epi8(upper, both.first), planes.order),
+                                inOrder(_mm512_maskz_mov_epi8(bytes, both.last), planes.order), count, upper);
     }
     Conversion<char>::advance(c, count, count + countOf(upper));
 }
@@ -291,7 +291,7 @@ ZELK_OPERATION std::size_t markedNameToUtf8(tables::ByteSet set, const unsigned 
     if (!same(either(plain, both.plain), bytes)) {
         return 0;
     }
-    return storeInterleaved<false>(out, spread(both.first, planes.order), spread(both.last, planes.order), length,
+    return storeInterleaved<false>(out, inOrder(both.first, planes.order), inOrder(both.last, planes.order), length,
                                    block.upper);
 }
 
@@ -342,7 +342,7 @@ template <bool whole>
 ZELK_OPERATION std::size_t storeMarkedUnits(Block order, unsigned short *out, const MarkedUnits &block,
                                             std::size_t count) {
     const Mask kept = block.kept & firstBytes(count);
-    const Pairs units = interleaved(spread(block.low, order), spread(block.high, order));
+    const Pairs units = interleaved(inOrder(block.low, order), inOrder(block.high, order));
     const auto frontKept = static_cast<__mmask32>(kept);
     const auto backKept = static_cast<__mmask32>(kept >> 32U);
     const std::size_t frontCount = countOf(frontKept);

@@ -245,7 +245,7 @@ ZELK_OPERATION void wholeBlocks(const Planes &registers, Conversion<char> &c, Ma
             asciiBlocks<end>(c, text, inLine);
             continue;
         }
-        const Block bytes = spread(text, registers.order);
+        const Block bytes = inOrder(text, registers.order);
         const Mask selected = highBits(bytes);
         const Block last = lastOfTwo(registers, bytes, selected);
         const Mask ordinary = end == UpTo::Zero ? ~0ULL : ordinaryBytes<end>(bytes);
@@ -279,7 +279,7 @@ ZELK_OPERATION Part partOfBlock(const BytePlanes &planes, const Planes &register
     if (written > c.room) {
         return Part::Full;
     }
-    const Block kept = spread(_mm512_maskz_mov_epi8(bytes, text), registers.order);
+    const Block kept = inOrder(_mm512_maskz_mov_epi8(bytes, text), registers.order);
     const Mask selected = highBits(kept);
     const Block last = lastOfTwo(registers, kept, selected);
     if (upper == 0) {
@@ -351,7 +351,7 @@ ZELK_OPERATION std::size_t nameToUtf8(tables::ByteSet set, Block text, std::size
     }
     const BytePlanes &planes = tables::planesOf(set);
     const Registers registers = registersOf(planes.first, planes.last);
-    const Block spreadText = spread(text, registers.order);
+    const Block spreadText = inOrder(text, registers.order);
     const Mask selected = highBits(spreadText);
     const Block last = lookOrKeep(registers.last, spreadText, selected);
     const Mask plain =
@@ -391,7 +391,7 @@ ZELK_STAGE Progress cleanToUtf8(tables::ByteSet set, const unsigned char *text, 
 // ---- To UCS-2
 
 ZELK_OPERATION Pairs unitsOf(const Registers &registers, Block text) {
-    const Block bytes = spread(text, registers.order);
+    const Block bytes = inOrder(text, registers.order);
     const Mask upper = highBits(bytes);
     return interleaved(lookOrKeep(registers.last, bytes, upper), lookOrZero(registers.first, bytes, upper));
 }

@@ -230,8 +230,8 @@ ZELK_OPERATION Progress encodeFourBlocks(const unsigned char *text, std::size_t 
     const bool pairs = arePairs(bits, least);
     if (pairs && _mm512_test_epi16_mask(bits, everyUnit<0x780>()) == 0) {
         const Block order = gatherOrder();
-        store(out, gathered(packed(a, b), order));
-        store(out + last, gathered(packed(c, d), order));
+        store(out, inOrder(packed(a, b), order));
+        store(out + last, inOrder(packed(c, d), order));
         return {count, count};
     }
     const std::size_t third = std::min(last, blockUnits);
@@ -293,7 +293,7 @@ ZELK_OPERATION void encodeAscii(Blocks &blocks) {
         if (!none(_mm512_cmplt_epi8_mask(bytes, least))) { // signed
             break;
         }
-        store(blocks.out + blocks.done.written, gathered(bytes, gather));
+        store(blocks.out + blocks.done.written, inOrder(bytes, gather));
         blocks.done.read += blockBytes;
         blocks.done.written += blockBytes;
     }

@@ -1,6 +1,7 @@
 // UTF-8 64 bytes at a time: checked, copied, measured and, by compressing the bytes of units, converted to UCS-2.
 //
 //   up to 62 bytes   at once; the bytes before the first come round from the end of the block
+//   66 to 255        checked, measured and, where all is ASCII, converted as four blocks, which may overlap
 //   more             line by line: a part of one at either end, by masks
 //
 // Nothing is read in a line after the one that holds a zero: a short text across two lines is looked at in the first
@@ -87,6 +88,10 @@ struct FourBlocks {
     std::size_t second, third, last; // their places
     Block text1, text2, text3, text4;
 };
+
+ZELK_OPERATION bool isForFourBlocks(std::size_t length) {
+    return length - FourBlocks::shortest <= FourBlocks::longest - FourBlocks::shortest;
+}
 
 ZELK_OPERATION FourBlocks fourBlocks(const unsigned char *text, std::size_t length) {
     const std::size_t last = length - blockBytes;
@@ -211,7 +216,7 @@ ZELK_OPERATION void storeUnits(unsigned short *out, std::size_t count, Block fro
 struct UnitParts {
     Block middleLow;  // two bits of the byte before the last to the low byte, less the mark of the last byte
     Block middleHigh; // four bits of it to the high byte
-    Block order;      // for spread()
+    Block order;      // for interleaved()
     Leads leads;
     Block middleLess;
 };
@@ -260,7 +265,7 @@ ZELK_OPERATION void storeUnitsKept(unsigned short *out, std::size_t count, const
                                    const UnitParts &parts) {
     const Block low = compressed(ends, units.low);
     const Block high = compressed(ends, units.high);
-    const Pairs pairs = interleaved(spread(low, parts.order), spread(high, parts.order));
+    const Pairs pairs = interleaved(inOrder(low, parts.order), inOrder(high, parts.order));
     storeUnits(out, count, pairs.front, pairs.back);
 }
 
@@ -319,7 +324,7 @@ struct WaitingUnits {
             ZELK_KERNEL_SET::store(units.out, _mm512_or_si512(frontUnits(units.low), high));
             return;
         }
-        const Pairs pairs = interleaved(spread(units.low, parts.order), spread(units.high, parts.order));
+        const Pairs pairs = interleaved(inOrder(units.low, parts.order), inOrder(units.high, parts.order));
         if (units.count + next >= blockBytes) {
             ZELK_KERNEL_SET::store(units.out, pairs.front);
             ZELK_KERNEL_SET::store(units.out + blockUnits, pairs.back);
@@ -439,9 +444,8 @@ template <Clean clean>
 ZELK_STAGE Progress utf8ToUcs2(const unsigned char *text, std::size_t length, unsigned short *out, std::size_t room) {
     constexpr const Utf8Rule &rule = utf8Rule<clean, Last::Taken>;
     if (length > longestName || !mayRead(text, length)) {
-        return length - FourBlocks::shortest <= FourBlocks::longest - FourBlocks::shortest
-                   ? decodeSeveral(text, length, out, room, rule)
-                   : decodeLines(text, length, out, room, rule);
+        return isForFourBlocks(length) ? decodeSeveral(text, length, out, room, rule)
+                                       : decodeLines(text, length, out, room, rule);
     }
     const Mask all = firstBytes(length);
     const Block bytes = load(text, all);
@@ -579,9 +583,7 @@ ZELK_STAGE std::size_t checkSeveral(const unsigned char *text, std::size_t lengt
 
 ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
     if (length > longestName || !mayRead(text, length)) {
-        return length - FourBlocks::shortest <= FourBlocks::longest - FourBlocks::shortest
-                   ? checkSeveral(text, length, rule)
-                   : checkLines(text, length, Nowhere(), rule);
+        return isForFourBlocks(length) ? checkSeveral(text, length, rule) : checkLines(text, length, Nowhere(), rule);
     }
     const Mask all = firstBytes(length);
     const Block bytes = load(text, all);
@@ -688,9 +690,7 @@ ZELK_STAGE Progress measureSeveral(const unsigned char *text, std::size_t length
 
 ZELK_STAGE Progress measureUtf8(const unsigned char *text, std::size_t length) {
     if (length - 1 >= longestName || !mayRead(text, length)) {
-        return length - FourBlocks::shortest <= FourBlocks::longest - FourBlocks::shortest
-                   ? measureSeveral(text, length)
-                   : measureLines(text, length);
+        return isForFourBlocks(length) ? measureSeveral(text, length) : measureLines(text, length);
     }
     const Mask all = firstBytes(length);
     const Utf8Block name = utf8Name(load(text, all));

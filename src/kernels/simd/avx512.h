@@ -169,11 +169,12 @@ struct Pairs {
     Block back;
 };
 
-// To each lane eight bytes of a block's front half and eight of its back half: what interleaved() takes.
-ZELK_OPERATION Block spread(Block block, Block order) {
+// The eights of bytes of a block in another order.
+ZELK_OPERATION Block inOrder(Block block, Block order) {
     return _mm512_permutexvar_epi64(order, block);
 }
 
+// To each lane eight bytes of a block's front half and eight of its back half: what interleaved() takes.
 ZELK_OPERATION Block spreadOrder() {
     alignas(blockBytes) static constexpr std::uint64_t order[] = {0, 4, 1, 5, 2, 6, 3, 7};
     return load(order);
@@ -197,11 +198,7 @@ ZELK_OPERATION Block packed(Block front, Block back) {
     return _mm512_packus_epi16(front, back);
 }
 
-// packed() leaves the bytes in the order of its lanes.
-ZELK_OPERATION Block gathered(Block packed, Block order) {
-    return _mm512_permutexvar_epi64(order, packed);
-}
-
+// For what packed() gives: the order of the text.
 ZELK_OPERATION Block gatherOrder() {
     alignas(blockBytes) static constexpr std::uint64_t order[] = {0, 2, 4, 6, 1, 3, 5, 7};
     return load(order);
