@@ -489,6 +489,47 @@ bool hasRarePortable(const char *text, std::size_t count) {
     return anyOf(rare);
 }
 
+bool copyUsualUtf8Portable(char *out, const unsigned char *bytes, std::size_t count) {
+    // Of bytes beside those that are one and two places before: where one is zero or not what these ask for, or begins
+    // a character from U+D000 to U+DFFF or of four bytes.
+    const auto faultsOf = [](Lanes block, Lanes before, Lanes twoBefore) {
+        const Signed continues = reinterpret_cast<Signed>(block) < -0x40;
+        const Signed asked = (before >= 0xC0) | (twoBefore >= 0xE0);
+        const Signed overlong = ((block & 0xFE) == 0xC0) | ((before == 0xE0) & (block < 0xA0));
+        return (continues ^ asked) | overlong | (block == 0xED) | (block >= 0xF0) | (block == 0);
+    };
+    Lanes block = graphicFiller - Lanes{};
+    std::memcpy(&block, bytes, count < blockSize ? count : blockSize);
+    const Lanes none{};
+    Signed faults = faultsOf(
+        block, __builtin_shufflevector(none, block, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30),
+        __builtin_shufflevector(none, block, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29));
+    std::memcpy(out, &block, count < blockSize ? count : blockSize);
+    if (count < blockSize) { // the zeros after it continue nothing
+        return !anyOf(faults);
+    }
+    if (count == blockSize + 1) { // whose last block would begin one byte after the first
+        return false;
+    }
+    const auto look = [&](std::size_t at) {
+        Lanes before;
+        Lanes twoBefore;
+        std::memcpy(&block, bytes + at, sizeof block);
+        std::memcpy(&before, bytes + at - 1, sizeof before);
+        std::memcpy(&twoBefore, bytes + at - 2, sizeof twoBefore);
+        faults |= faultsOf(block, before, twoBefore);
+        std::memcpy(out + at, &block, sizeof block);
+    };
+    std::size_t at = blockSize;
+    for (; count - at > blockSize; at += blockSize) {
+        look(at);
+    }
+    if (count != blockSize) {
+        look(count - blockSize);
+    }
+    return !anyOf(faults) && bytes[count - 1] < 0xC0 && bytes[count - 2] < 0xE0;
+}
+
 // Whether `written` bytes of text are all there is to say: of two-byte text or UTF-8 without codes for emphasis, or of
 // graphic bytes in a set without marks.
 [[gnu::always_inline]] inline bool isConfirmed(const Reading &reading, const char *out, unsigned int written) {
@@ -568,6 +609,8 @@ template <bool given>
     Bytes kind = Bytes::Other;
     if (twoByte) {
         kind = judgeTwoBytePortable(out, body, count);
+    } else if (given && reading.table == ZelkInsightTableUtf8Prepared) {
+        kind = copyUsualUtf8Portable(out, body, count) ? Bytes::Ascii : Bytes::Unknown;
     } else if (!utf8) {
         kind = copyName(out, body, count);
         kind = kind == Bytes::Ascii ? kind : copyAsciiAs(kind, out, body, count, byteTable(reading.table));
@@ -899,6 +942,42 @@ judge(__m512i block, std::uint64_t valid, const unsigned char *next, std::uint64
     return good;
 }
 
+[[ZELK_INSIGHT_TARGET]] bool copyUsualUtf8Avx512(char *out, const unsigned char *bytes, std::size_t count) {
+    std::uint64_t wanted = 0;
+    std::uint64_t atE0 = 0; // whether the byte before the block is this one
+    std::uint64_t atED = 0;
+    bool usual = true;
+    forEachWideBlock(
+        bytes, count, [&](__m512i block, std::uint64_t valid) __attribute__((target("avx512bw,avx512vbmi,popcnt"))) {
+            const std::uint64_t high = _mm512_movepi8_mask(block);
+            std::uint64_t faults = _mm512_mask_testn_epi8_mask(valid, block, block);
+            if ((high | wanted) != 0) {
+                const std::uint64_t continuation = _mm512_cmplt_epi8_mask(block, all(0xC0));
+                const std::uint64_t lead = high & ~continuation;
+                const std::uint64_t lead3 = _mm512_mask_cmpge_epu8_mask(lead, block, all(0xE0));
+                faults |= _mm512_mask_cmplt_epu8_mask(lead, block, all(0xC2)) |
+                          ((lead << 1U | lead3 << 2U | wanted) ^ continuation);
+                wanted = lead >> 63U | lead3 >> 62U;
+                if ((lead3 | atE0 | atED) != 0) {
+                    const std::uint64_t e0 = _mm512_cmpeq_epi8_mask(block, all(0xE0));
+                    const std::uint64_t ed = _mm512_cmpeq_epi8_mask(block, all(0xED));
+                    faults |= _mm512_mask_cmplt_epu8_mask(e0 << 1U | atE0, block, all(0xA0)) |
+                              _mm512_mask_cmpge_epu8_mask(ed << 1U | atED, block, all(0xA0)) |
+                              _mm512_mask_cmpge_epu8_mask(lead3, block, all(0xF0));
+                    atE0 = e0 >> 63U;
+                    atED = ed >> 63U;
+                }
+            }
+            usual = faults == 0;
+            if (usual) {
+                _mm512_mask_storeu_epi8(out, valid, block);
+                out += sizeof block;
+            }
+            return usual;
+        });
+    return usual && wanted == 0;
+}
+
 [[ZELK_INSIGHT_TARGET, gnu::always_inline]] inline StringCounts countStringAvx512(const unsigned char *bytes,
                                                                                   std::size_t count) {
     StringCounts counts;
@@ -963,6 +1042,8 @@ template <bool given>
     Bytes kind = Bytes::Other;
     if (evidence.table == ZelkInsightTableUtf8) {
         kind = copyUtf8Avx512(out, body, count) ? Bytes::Ascii : Bytes::Other;
+    } else if (given && evidence.table == ZelkInsightTableUtf8Prepared) {
+        kind = copyUsualUtf8Avx512(out, body, count) ? Bytes::Ascii : Bytes::Other;
     } else if (!twoByte) {
         kind = copyIfAscii(out, body, count, tables::dvbTables[static_cast<unsigned int>(evidence.table)]);
     } else if (count % 2 == 0) {
@@ -981,7 +1062,8 @@ template <bool given>
         return decodeOther<given, Bytes::Unknown>(settings, out, outSize, in, inLen, evidence);
     }
     const unsigned int count = reading.end - reading.begin;
-    if (count > sizeof(__m512i) || reading.table == ZelkInsightTableUtf8) {
+    const bool utf8 = reading.table == ZelkInsightTableUtf8 || (given && reading.table == ZelkInsightTableUtf8Prepared);
+    if (count > sizeof(__m512i) || utf8) {
         return decodeLongAvx512<given>(settings, out, outSize, in, inLen, evidence);
     }
     const unsigned char *const body = reading.text + reading.begin;
@@ -1052,46 +1134,9 @@ bool hasRare(const char *text, std::size_t count) {
     return ZELK_INSIGHT_CHOOSE(hasRare, text, count);
 }
 
-#if !defined(ZELK_COMPACT)
-bool isUsualUtf8(const unsigned char *bytes, std::size_t count) {
-    // Of bytes beside those that are one and two places before: where one is not what these ask for, or begins a
-    // character from U+D000 on or of four bytes.
-    const auto faultsOf = [](Lanes block, Lanes before, Lanes twoBefore) {
-        const Signed continues = reinterpret_cast<Signed>(block) < -0x40;
-        const Signed asked = (before >= 0xC0) | (twoBefore >= 0xE0);
-        const Signed overlong = ((block & 0xFE) == 0xC0) | ((before == 0xE0) & (block < 0xA0));
-        return (continues ^ asked) | overlong | (block == 0xED) | (block >= 0xF0);
-    };
-    Lanes block{};
-    std::memcpy(&block, bytes, count < blockSize ? count : blockSize);
-    const Lanes none{};
-    Signed faults = faultsOf(
-        block, __builtin_shufflevector(none, block, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30),
-        __builtin_shufflevector(none, block, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29));
-    if (count < blockSize) { // the zeros after it continue nothing
-        return !anyOf(faults);
-    }
-    if (count == blockSize + 1) { // whose last block would begin one byte after the first
-        return false;
-    }
-    const auto look = [&](std::size_t at) {
-        Lanes before;
-        Lanes twoBefore;
-        std::memcpy(&block, bytes + at, sizeof block);
-        std::memcpy(&before, bytes + at - 1, sizeof before);
-        std::memcpy(&twoBefore, bytes + at - 2, sizeof twoBefore);
-        faults |= faultsOf(block, before, twoBefore);
-    };
-    std::size_t at = blockSize;
-    for (; count - at > blockSize; at += blockSize) {
-        look(at);
-    }
-    if (count != blockSize) {
-        look(count - blockSize);
-    }
-    return !anyOf(faults) && bytes[count - 1] < 0xC0 && bytes[count - 2] < 0xE0;
+bool copyUsualUtf8(char *out, const unsigned char *bytes, std::size_t count) {
+    return ZELK_INSIGHT_CHOOSE(copyUsualUtf8, out, bytes, count);
 }
-#endif
 
 bool isSameUtf8(const unsigned char *bytes, const char *text, std::size_t count) {
     // Nothing but U+FFFD for what is malformed makes a text longer: without it, text of the same length is the same.

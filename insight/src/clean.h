@@ -55,8 +55,9 @@ bool isWholeText(const char *text, std::size_t length, std::size_t characters);
 // Whether a text in UTF-8 may hold a surrogate or U+FFFD.
 bool hasRare(const char *text, std::size_t count);
 
-// Whether bytes are UTF-8. False for some that are: with U+D000 to U+DFFF or above U+FFFF, and at times others.
-bool isUsualUtf8(const unsigned char *bytes, std::size_t count);
+// Copies UTF-8 without a zero byte. False for some that is, as where it has characters above U+FFFF. Then what is
+// written is the beginning of the text, or nothing; `out` has room for all.
+bool copyUsualUtf8(char *out, const unsigned char *bytes, std::size_t count);
 
 // Whether a text of UTF-8 is the string that it was decoded from, `count` bytes each, and may hold no surrogate.
 bool isSameUtf8(const unsigned char *bytes, const char *text, std::size_t count);

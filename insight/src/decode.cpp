@@ -554,12 +554,17 @@ private:
 #if !defined(ZELK_COMPACT)
     // It passes as it is up to a zero; nothing is said of control codes.
     bool decodePrepared() {
-        if (room_ <= count_ || std::memchr(body_, 0, count_) != nullptr) {
+        if (room_ <= count_) {
             return false;
         }
-        std::memcpy(out_, body_, count_);
+        if (!copyUsualUtf8(out_, body_, count_)) {
+            if (std::memchr(body_, 0, count_) != nullptr || !isUtf8(body_, count_)) {
+                return false;
+            }
+            std::memcpy(out_, body_, count_);
+        }
         endCopy(count_);
-        return isUsualUtf8(body_, count_) || isUtf8(body_, count_);
+        return true;
     }
 
     // UTF-8 that is left as it was sent has lost nothing.

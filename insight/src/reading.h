@@ -87,7 +87,8 @@ template <bool given>
         reading.table = tableOf(DvbCharSetStandard, reading.code);
         reading.reason = given ? ZelkInsightByDefaultCode : ZelkInsightByDefault;
         reading.begin = reading.selectorWanted = 0;
-        return !given || code <= DvbCodeIso8859_11 || code == DvbCodeUcs2 || code == DvbCodeUtf8;
+        return !given || code <= DvbCodeIso8859_11 || code == DvbCodeUcs2 || code == DvbCodeUtf8 ||
+               code == DvbCodeUtf8Prepared;
     }
     bool known = false;
     if (first == 0x10) {

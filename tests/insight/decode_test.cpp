@@ -710,6 +710,34 @@ TEST(InsightDecode, EvidenceIsTheSameAtEveryLength) {
     }
 }
 
+// Prepared text: whatever may be wrong with a sequence, on both sides of the end of a block, after sequences of each
+// length, with room and without.
+TEST(InsightDecode, EvidenceIsTheSameOfPreparedText) {
+    const zelkInsightSettings prepared = {DvbCharSetStandard, DvbCodeUtf8Prepared, 0, 0, 0};
+    const char *const odds[] = {"",       "80",       "A0",     "BF",       "C080",     "C1BF",         "C280",
+                                "C3",     "DFBF",     "E0",     "E09FBF",   "E0A080",   "E28082",       "E282",
+                                "ECBFBF", "ED",       "ED9FBF", "EDA080",   "EDBFBF",   "EDA0BDEDB880", "EE8080",
+                                "EFBFBD", "EFBFBFBF", "F09F98", "F09F9880", "F48FBFBF", "F4908080",     "FF",
+                                "00",     "0041",     "7F"};
+    for (const std::string unit : {"b", "\xC3\xA9", "\xE4\xB8\x80"}) {
+        for (std::size_t before = 0; before < 130; before += before == 16 ? 43 : 1) {
+            std::string start(before % unit.size(), 'a');
+            while (start.size() < before) {
+                start += unit;
+            }
+            for (const char *const odd : odds) {
+                for (const std::size_t after : {0U, 1U, 2U, 15U, 64U}) {
+                    const std::string string = start + bytes(odd) + std::string(after, 'b');
+                    const auto count = static_cast<int>(string.size());
+                    for (const int size : {count, count + 1, 3 * count + 1}) {
+                        decode(string, prepared, size);
+                    }
+                }
+            }
+        }
+    }
+}
+
 // What can be seen to be whole without a look at each code, and what only seems to be: cut, with bytes after the end,
 // with any bit turned over, with escapes for letters that have codes, and with too little room.
 TEST(InsightDecode, EvidenceIsTheSameInCompressedText) {
