@@ -48,8 +48,8 @@ const guessBytes = 16;
 const mostGuesses = 32;
 const encodedWords = 8;
 
-const stringsInChunk = 1 << 13;
-const bytesInChunk = 1 << 20;
+const stringsInChunk = 1 << 17;
+const bytesInChunk = 5 << 18; // most texts of so many bytes have a million units: Node.js keeps them outside of its heap
 const blockBytes = 16; // what batches read and write beyond
 const mostInput = 0x2000000; // so that every size stays a number of 31 bits
 const unitsAtOnce = 1 << 12;
@@ -85,6 +85,29 @@ function slicesOf(all, ends, to, place) {
     to[place + i] = all.slice(begin, end);
     begin = end;
   }
+}
+
+// How many strings from `from` on make a chunk, at least one; the first begins at `begin`, and all end within `length`.
+function stringsThatFit(ends, from, begin, length) {
+  const stop = Math.min(from + stringsInChunk, ends.length);
+  const limit = Math.min(begin + bytesInChunk, length, 0xffffffff) >>> 0; // unsigned, as `ends`: others take longer
+  let last = begin >>> 0;
+  let i = from;
+  for (; i < stop; ++i) {
+    const end = ends[i];
+    if (end < last || end > limit) {
+      break;
+    }
+    last = end;
+  }
+  if (i !== from) {
+    return i - from;
+  }
+  const end = ends[from];
+  if (end < begin || end > length || end - begin > mostInput) {
+    throw new RangeError(`string ${from} ends at ${end}`);
+  }
+  return 1;
 }
 
 export class Zelk {
@@ -241,20 +264,8 @@ export class Zelk {
     let begin = 0;
     let least = 0; // the room that the string at `from` asks for
     while (from < ends.length) {
-      let count = 0;
-      const most = Math.min(stringsInChunk, ends.length - from);
-      let last = begin;
-      while (count < most) {
-        const end = ends[from + count];
-        if (end - begin > bytesInChunk && count !== 0) {
-          break;
-        }
-        if (end < last || end > length || end - last > mostInput) {
-          throw new RangeError(`string ${from + count} ends at ${end}`);
-        }
-        last = end;
-        ++count;
-      }
+      const count = stringsThatFit(ends, from, begin, length);
+      const last = ends[from + count - 1];
       const size = Math.max(3 * (last - begin) + 8, least);
       const inBytes = (last - begin + blockBytes + 3) & ~3;
       const outBytes = ((unitBytes === 2 ? 3 : 1) * size + 2 * blockBytes + 3) & ~3;

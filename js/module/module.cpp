@@ -284,26 +284,38 @@ unsigned short learn(const zelkInsightSettings &settings, const Selector &select
     return alone;
 }
 
-// Decodes a string of learnt characters; false for any other.
-bool putLearnt(const zelkInsightSettings &settings, const char *string, unsigned int length, unsigned short *out,
-               unsigned int &written) {
-    const auto *in = reinterpret_cast<const unsigned char *>(string);
-    Selector selector;
-    if (!readSelector(in, length, selector)) {
-        return false;
+// Decodes strings as one, as far as all have learnt characters: those without a selector, or one that has its own.
+// Returns how many. Places are counted as `ends` does, and the first string begins at `begin`.
+unsigned int putLearnt(const zelkInsightSettings &settings, const char *strings, unsigned int begin,
+                       const unsigned int *ends, unsigned int count, unsigned short *out, unsigned int written,
+                       unsigned int *textEnds) {
+    const auto *const first = reinterpret_cast<const unsigned char *>(strings);
+    Selector selector{first, 0, 0};
+    if (ends[0] != begin && first[0] < 0x20) {
+        if (!readSelector(first, ends[0] - begin, selector)) {
+            return 0;
+        }
+        count = 1;
     }
-    const unsigned char *const end = in + length;
-    in += selector.bytes;
-    unsigned short *to = out;
-    while (in < end) {
+    const unsigned int end = ends[count - 1];
+    unsigned int done = 0;
+    unsigned int place = begin + selector.bytes;
+    unsigned int shift = written - place; // from a place to that of its character
+    const auto endTexts = [&](unsigned int before) {
+        for (; done < count && ends[done] <= before; ++done) {
+            textEnds[done] = ends[done] + shift;
+        }
+    };
+    while (place < end) {
+        const unsigned char *const in = first + (place - begin);
+        unsigned short *const to = out + (place + shift);
         const v128_t bytes = wasm_v128_load(in);
         putBlock(to, bytes);
-        unsigned int others = othersOf(bytes);
-        unsigned int used = static_cast<unsigned int>(end - in) < block ? static_cast<unsigned int>(end - in) : block;
-        unsigned int put = used;
-        for (; others != 0; others &= others - 1) {
+        unsigned int next = place + block;
+        for (unsigned int others = othersOf(bytes); others != 0; others &= others - 1) {
             const auto at = static_cast<unsigned int>(__builtin_ctz(others));
-            if (at >= used) {
+            const unsigned int here = place + at;
+            if (here >= end) {
                 break;
             }
             unsigned short &character = learntBytes[selector.table][in[at]];
@@ -311,40 +323,29 @@ bool putLearnt(const zelkInsightSettings &settings, const char *string, unsigned
                 character = learn(settings, selector, in + at, 1);
             }
             to[at] = character;
-            if (character == notAlone) {
-                if (in[at] - firstMark >= marks || selector.bytes != 0 || in + at + 1 == end) {
-                    return false;
-                }
-                unsigned short &pair = learntPairs[in[at] - firstMark][in[at + 1]];
-                if (pair == unlearnt) {
-                    pair = learn(settings, selector, in + at, 2);
-                }
-                if (pair == notAlone) {
-                    return false;
-                }
-                to[at] = pair;
-                used = at + 2; // the letter's place is the next block's first
-                put = at + 1;
-                break;
+            if (character != notAlone) { // as no selector is
+                continue;
             }
+            endTexts(here);
+            if (in[at] - firstMark >= marks || selector.bytes != 0 || here + 1 == ends[done]) {
+                return done;
+            }
+            unsigned short &pair = learntPairs[in[at] - firstMark][in[at + 1]];
+            if (pair == unlearnt) {
+                pair = learn(settings, selector, in + at, 2);
+            }
+            if (pair == notAlone) {
+                return done;
+            }
+            to[at] = pair;
+            next = here + 2; // the letter's place is the next block's first
+            --shift;
+            break;
         }
-        in += used;
-        to += put;
+        place = next;
     }
-    written = static_cast<unsigned int>(to - out);
-    return true;
-}
-
-bool putQuickly(const zelkInsightSettings & /*settings*/, const char *string, unsigned int length, char *out,
-                bool /*learns*/, unsigned int &written) {
-    written = length;
-    return copyAscii(out, string, length);
-}
-
-bool putQuickly(const zelkInsightSettings &settings, const char *string, unsigned int length, unsigned short *out,
-                bool learns, unsigned int &written) {
-    written = length;
-    return learns ? putLearnt(settings, string, length, out, written) : copyAscii(out, string, length);
+    endTexts(end);
+    return done;
 }
 
 template <class Unit>
@@ -358,19 +359,33 @@ unsigned int decodeBatch(const zelkInsightSettings &settings, char *in, unsigned
         learntSettings = settings;
     }
     unsigned int written = 0;
-    unsigned int here = 0; // units of a text
     for (unsigned int i = 0; i < count; ++i) {
+        const unsigned int most = (size - written) / mostOfByte;
+        if constexpr (sizeof(Unit) == 2) {
+            const unsigned int done =
+                learns && ends[i] - begin < most
+                    ? putLearnt(settings, in, begin, ends + i, ends[count - 1] - begin < most ? count - i : 1, out,
+                                written, textEnds + i)
+                    : 0;
+            if (done != 0) {
+                i += done - 1;
+                in += ends[i] - begin;
+                begin = ends[i];
+                written = textEnds[i];
+                continue;
+            }
+        }
         const char *const string = in;
         const unsigned int length = ends[i] - begin;
         const unsigned int left = size - written;
         in += length;
         begin = ends[i];
-        if (length >= left / mostOfByte) {
+        if (length >= most) {
             return i;
         }
         Unit *const text = out + written;
-        if (length == 0 || (byTables && putQuickly(settings, string, length, text, learns, here))) {
-            written += length == 0 ? 0 : here;
+        if (length == 0 || (byTables && sizeof(Unit) == 1 && copyAscii(text, string, length))) {
+            written += length;
         } else {
             // A mark in the last place looks at the byte after it, which is no part of this string.
             char &after = *in;

@@ -151,6 +151,18 @@ test('a large batch decodes each pair of bytes as the library does', () => {
 test('a string does not see the next one', () => {
   // A mark in the last place composes with no letter of another string.
   assert.deepEqual(zelk.decodeAll([bytes('x', 0xc2), bytes('e')]), ['x\u00B4', 'e']);
+  // Large batches are read as one string where they can be.
+  const strings = [bytes(), bytes('a', 0xc8), bytes('e', 0xc8, 'a'), bytes(), bytes(0xc2, 'e'), bytes(0x05, 0xe9), bytes('i')];
+  const texts = ['', 'a\u00A8', 'e\u00E4', '', '\u00E9', '\u00E9', 'i'];
+  const many = (list) => Array.from({ length: 700 }, (_, i) => list[i % list.length]);
+  assert.deepEqual(zelk.decodeAll(many(strings)), many(texts));
+});
+
+test('a batch of many megabytes decodes as its strings do', () => {
+  const names = [bytes('Evening news'), bytes('S', 0xc8, 'udwest'), bytes(0x15, 'Zpr\u00E1vy'), bytes(0x11, 0, 0x41)];
+  const strings = Array.from({ length: 400_000 }, (_, i) => names[(i * i) % 7 % names.length]);
+  const expected = names.map((name) => zelk.explain(name).text);
+  assert.ok(zelk.decodeAll(strings).every((text, i) => text === expected[names.indexOf(strings[i])]));
 });
 
 test('long and compressed strings grow the memory', () => {
