@@ -647,10 +647,11 @@ ZELK_STAGE Progress measureLines(const unsigned char *text, std::size_t length) 
     const Block leastAscii = everyByte<0x01>();
     Progress done;
     while (length != 0 && measurePart(text, length, done)) {
+        const std::size_t begin = done.read;
         while (length - done.read >= blockBytes && isAscii(loadInLine(text + done.read), ~0ULL, leastAscii)) {
             done.read += blockBytes;
-            done.written += blockBytes;
         }
+        done.written += done.read - begin;
         while (done.read >= 2 && length - done.read >= blockBytes) {
             const Utf8Block block = utf8BlockAt(text + done.read);
             if (nonZero(block.text) != ~0ULL) {

@@ -195,30 +195,27 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, 
             return right;
         }
     }
-    for (std::size_t wait = 0; length - read >= blockBytes;) {
-        if (wait == 0) {
-            wait = blocksUntilTrial;
-            const std::size_t ascii = asciiInBlocks(text + read, length - read, leastAscii);
-            if (ascii != 0) {
-                const std::size_t unfinished = unfinishedBytes(text, read);
-                if (unfinished != 0) {
-                    return read - unfinished;
+    while (length - read >= blockBytes) {
+        const std::size_t ascii = asciiInBlocks(text + read, length - read, leastAscii);
+        if (ascii != 0) {
+            const std::size_t unfinished = unfinishedBytes(text, read);
+            if (unfinished != 0) {
+                return read - unfinished;
+            }
+            before = Bytes{};
+            read += ascii;
+        }
+        const std::size_t blocks = std::min((length - read) / blockBytes, blocksUntilTrial);
+        for (const std::size_t end = read + blocks * blockBytes; read != end; read += blockBytes) {
+            const Bytes block = loadAligned(text + read);
+            if (hasFaults(utf8BlockAfter(before, block), rule)) {
+                const std::size_t right = rightCharacters(text, length, read, read + blockBytes, rule);
+                if (right < read + blockBytes) {
+                    return right;
                 }
-                before = Bytes{};
-                read += ascii;
-                continue;
             }
+            before = block;
         }
-        --wait;
-        const Bytes block = loadAligned(text + read);
-        if (hasFaults(utf8BlockAfter(before, block), rule)) {
-            const std::size_t right = rightCharacters(text, length, read, read + blockBytes, rule);
-            if (right < read + blockBytes) {
-                return right;
-            }
-        }
-        before = block;
-        read += blockBytes;
     }
     const std::size_t last = length - blockBytes;
     if (read != length && hasFaults(utf8BlockAt(text + last), rule)) {
@@ -322,37 +319,31 @@ ZELK_OPERATION bool takeSteps(Progress &done, const InnerAndZeros &bits, std::si
 // Whole blocks without a zero, of which the one before them is handed over; returns the last one.
 ZELK_OPERATION Bytes measureBlocks(const unsigned char *text, std::size_t length, Bytes before, Progress &done) {
     const Bytes leastAscii = everyByte<0x01>();
-    constexpr std::size_t mostBlocks = 255; // that a sum of bytes holds
-    for (std::size_t wait = 0;;) {
+    while (length - done.read >= blockBytes) {
+        const std::size_t ascii = asciiInBlocks(text + done.read, length - done.read, leastAscii);
+        if (ascii != 0) {
+            before = Bytes{};
+            done.read += ascii;
+            done.written += ascii;
+        }
+        const std::size_t blocks = std::min((length - done.read) / blockBytes, blocksUntilTrial);
+        const std::size_t begin = done.read;
+        const std::size_t end = begin + blocks * blockBytes;
         Bytes inner{};
-        std::size_t blocks = 0;
-        while (blocks < mostBlocks && length - done.read >= blockBytes) {
-            if (wait == 0) {
-                wait = blocksUntilTrial;
-                const std::size_t ascii = asciiInBlocks(text + done.read, length - done.read, leastAscii);
-                if (ascii != 0) {
-                    before = Bytes{};
-                    done.read += ascii;
-                    done.written += ascii;
-                    continue;
-                }
-            }
-            --wait;
+        for (; done.read != end; done.read += blockBytes) {
             const Bytes block = loadAligned(text + done.read);
             if (placesOf(equal(block, Bytes{})) != 0) {
                 break;
             }
             inner -= innerBytes(utf8BlockAfter(before, block));
             before = block;
-            done.read += blockBytes;
-            done.written += blockBytes;
-            ++blocks;
         }
-        done.written -= sumOf(inner);
-        if (blocks != mostBlocks) {
-            return before;
+        done.written += done.read - begin - sumOf(inner);
+        if (done.read != end) {
+            break;
         }
     }
+    return before;
 }
 
 ZELK_STAGE Progress measureLong(const unsigned char *text, std::size_t length) {
