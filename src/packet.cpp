@@ -5,7 +5,9 @@
 #include "detail/twins.h"
 #include "detail/units.h"
 #include "detail/utf8_char.h"
+#include "detail/words.h"
 #include "detail/wrap.h"
+#include "kernels/kernels.h"
 #include "zelk.h"
 
 #include <algorithm>
@@ -54,52 +56,52 @@ Packet *emptyPacket(unsigned int size) {
     return packet;
 }
 
-template <class Units>
-unsigned int countUnits(Units text) {
-    unsigned int count = 0;
-    if (text != nullptr) {
-        for (; *text != 0; ++text) {
-            ++count;
-        }
-    }
-    return count;
+// The characters before the zero one, as far as there are so many.
+std::size_t lengthUpTo(std::size_t limit, const char *text) {
+    const void *const end = std::memchr(text, 0, limit);
+    return end == nullptr ? limit : static_cast<std::size_t>(static_cast<const char *>(end) - text);
 }
 
-// The bounded copy of every layout: store(index, unit) writes at the destination, the terminator included.
-template <class In, class Store>
-unsigned int copyBounded(int size, In src, unsigned int max, Store store) {
+// By aligned words of four units, which may begin before the text and end after its zero: sanitizers do not look there.
+__attribute__((noinline, no_sanitize("address", "thread"))) std::size_t lengthUpTo(std::size_t limit,
+                                                                                   const unsigned short *text) {
+    using Word [[gnu::may_alias]] = std::uint64_t;
+    constexpr std::size_t atOnce = sizeof(Word) / sizeof *text;
+    constexpr std::uint64_t lowBitsOfUnits = 0x7FFF7FFF7FFF7FFFU;
+    const std::size_t before = reinterpret_cast<std::uintptr_t>(text) / sizeof *text % atOnce;
+    const unsigned short *const first = text - before;
+    const std::size_t end = std::min<std::size_t>(limit, PTRDIFF_MAX) + before;
+    std::size_t at = 0;
+    std::uint64_t notText = firstBytes(before * sizeof *text);
+    for (; end - at >= atOnce; at += atOnce) {
+        const std::uint64_t units = *reinterpret_cast<const Word *>(first + at) | notText;
+        const std::uint64_t zeros = ~(((units & lowBitsOfUnits) + lowBitsOfUnits) | units | lowBitsOfUnits);
+        if (zeros != 0) {
+            return at + firstByteOf(zeros) / sizeof *text - before;
+        }
+        notText = 0;
+    }
+    for (at = std::max(at, before); at < end && first[at] != 0; ++at) {
+    }
+    return at - before;
+}
+
+// By itself, since packets are filled with it, too.
+template <class Unit>
+[[gnu::noinline]] unsigned int copyText(Unit *dst, int size, const Unit *src, unsigned int max) {
     if (size <= 0) {
         return 0;
     }
-    const unsigned int limit = std::min(max, static_cast<unsigned int>(size - 1));
-    unsigned int count = 0;
-    if (src != nullptr) {
-        for (; count < limit && *src != 0; ++src) {
-            store(count, *src);
-            ++count;
-        }
-    }
-    store(count, 0);
-    return count;
-}
-
-template <class Unit>
-unsigned int copyText(Unit *dst, int size, const Unit *src, unsigned int max) {
-    return copyBounded(size, src, max, [dst](unsigned int index, Unit unit) { dst[index] = unit; });
-}
-
-// The same of bytes, all at once. A copy into the text itself, after its beginning, takes in what it has written.
-unsigned int copyText(char *dst, int size, const char *src, unsigned int max) {
-    if (size <= 0 || src == nullptr) {
-        return copyText<char>(dst, size, src, max);
-    }
     const std::size_t limit = std::min(max, static_cast<unsigned int>(size - 1));
-    const void *const end = std::memchr(src, 0, limit);
-    const std::size_t length = end == nullptr ? limit : static_cast<std::size_t>(static_cast<const char *>(end) - src);
+    std::size_t length = src == nullptr ? 0 : lengthUpTo(limit, src);
     if (std::less<>()(src, dst) && !std::less<>()(src + length, dst)) {
-        return copyText<char>(dst, size, src, max);
+        // A copy into the text itself, after its beginning, takes in what it has written.
+        for (length = 0; length < limit && src[length] != 0; ++length) {
+            dst[length] = src[length];
+        }
+    } else if (length != 0) {
+        std::memmove(dst, src, length * sizeof(Unit));
     }
-    std::memmove(dst, src, length);
     dst[length] = 0;
     return static_cast<unsigned int>(length);
 }
@@ -236,24 +238,43 @@ unsigned int zelk_wstrlcpy(unsigned short *dst, int size, const unsigned short *
 
 // High byte first in, low byte first out.
 unsigned int zelk_nawstrlcpy(unsigned char *dst, int size, const unsigned char *src, unsigned int max) {
-    return detail::copyBounded(size, detail::HighByteFirst(src), max, [dst](unsigned int index, unsigned int unit) {
-        unsigned char *pair = dst + std::size_t{index} * 2;
-        pair[0] = static_cast<unsigned char>(unit & 0xFFU);
-        pair[1] = static_cast<unsigned char>(unit >> 8U);
-    });
+    if (size <= 0) {
+        return 0;
+    }
+    const unsigned int limit = std::min(max, static_cast<unsigned int>(size - 1));
+    unsigned int count = 0;
+    for (detail::HighByteFirst unit(src); src != nullptr && count < limit && *unit != 0; ++unit) {
+        const unsigned int value = *unit;
+        *dst++ = static_cast<unsigned char>(value & 0xFFU);
+        *dst++ = static_cast<unsigned char>(value >> 8U);
+        ++count;
+    }
+    dst[0] = dst[1] = 0;
+    return count;
 }
 
 unsigned int zelk_wcslen(const unsigned short *text) {
-    return detail::countUnits(text);
+    return text == nullptr ? 0U : static_cast<unsigned int>(detail::lengthUpTo(detail::unbounded, text));
 }
 
 unsigned int zelk_nawcslen(const unsigned char *text) {
-    return detail::countUnits(detail::HighByteFirst(text));
+    if (reinterpret_cast<std::uintptr_t>(text) % sizeof(unsigned short) == 0) {
+        return zelk_wcslen(reinterpret_cast<const unsigned short *>(text));
+    }
+    unsigned int count = 0;
+    for (detail::HighByteFirst unit(text); *unit != 0; ++unit) {
+        ++count;
+    }
+    return count;
 }
 
 // Unlike the copies above it terminates whatever the size is.
 unsigned int zelk_expand(unsigned short *dst, const char *src, int size) {
-    return detail::copyBounded(std::max(size, 1), src, detail::unbounded, [dst](unsigned int index, char character) {
-        dst[index] = static_cast<unsigned char>(character);
-    });
+    const std::size_t limit = size > 0 ? static_cast<unsigned int>(size) - 1U : 0U;
+    const auto *const bytes = reinterpret_cast<const unsigned char *>(src);
+    const std::size_t length =
+        src == nullptr ? 0
+                       : kernels::kernels().bytesToUcs2(tables::ByteSet::Iso8859_1, bytes, limit, dst, limit).written;
+    dst[length] = 0;
+    return static_cast<unsigned int>(length);
 }

@@ -305,13 +305,14 @@ TEST(ByteCopy, OfHelloFollowsCountAndSize) {
 }
 
 // One by one and in order, wherever in the text its copy begins.
-TEST(ByteCopy, GoesOnWithWhatItHasWrittenItself) {
+TYPED_TEST(Copies, GoOnWithWhatTheyHaveWrittenThemselves) {
     constexpr std::size_t place = 12;
-    const std::string text = std::string(place, '.') + "abcdefgh" + std::string(1, '\0') + std::string(place, 'x');
+    const auto text =
+        units<TypeParam>(std::string(place, '.') + "abcdefgh" + std::string(1, '\0') + std::string(place, 'x'));
     for (std::size_t to = 0; to < 2 * place; ++to) {
         for (int size = 1; size < 10; ++size) {
             for (const unsigned int max : {0U, 1U, 3U, 8U, noLimit}) {
-                std::string expected = text;
+                auto expected = text;
                 std::size_t count = 0;
                 for (; count < std::min<std::size_t>(max, static_cast<std::size_t>(size) - 1); ++count) {
                     if (expected[place + count] == 0) {
@@ -320,8 +321,8 @@ TEST(ByteCopy, GoesOnWithWhatItHasWrittenItself) {
                     expected[to + count] = expected[place + count];
                 }
                 expected[to + count] = 0;
-                std::string copied = text;
-                ASSERT_EQ(zelk_strlcpy(copied.data() + to, size, copied.data() + place, max), count);
+                auto copied = text;
+                ASSERT_EQ(copyText(copied.data() + to, size, copied.data() + place, max), count);
                 ASSERT_EQ(copied, expected) << to << ' ' << size << ' ' << max;
             }
         }
@@ -381,6 +382,28 @@ TEST(Lengths, CountUnitsBeforeTheTerminator) {
     EXPECT_EQ(zelk_wcslen(terminated({}).data()), 0U);
     EXPECT_EQ(zelk_wcslen(terminated({0x100, 0xFFFF, 1}).data()), 3U);
     EXPECT_EQ(zelk_wcslen(withZero(repeated<Wide>(70000)).data()), 70000U);
+}
+
+// Units that seem to be zero, whole or in part, before and after the text and in it, at every place in a word.
+TEST(Lengths, CountUnitsAtEveryPlace) {
+    for (const unsigned short around : terminated({0x0001, 0x00FF, 0x0100, 0x7FFF, 0x8000, 0xFFFF})) {
+        for (const unsigned short unit : Units{0x0001, 0x0080, 0x0100, 0x7FFF, 0x8000, 0x8001, 0xFF00}) {
+            for (std::size_t before = 0; before < 8; ++before) {
+                for (std::size_t length = 0; length < 20; ++length) {
+                    Units text(32, around);
+                    std::fill_n(text.begin() + static_cast<std::ptrdiff_t>(before), length, unit);
+                    text[before + length] = 0;
+                    const unsigned short *const begin = text.data() + before;
+                    ASSERT_EQ(zelk_wcslen(begin), length) << around << ' ' << unit << ' ' << before;
+                    ASSERT_EQ(zelk_nawcslen(reinterpret_cast<const unsigned char *>(begin)), length);
+                    for (unsigned int max = 0; max < 22; ++max) {
+                        Guarded<unsigned short> copy(24);
+                        ASSERT_EQ(zelk_wstrlcpy(copy.data(), 24, begin, max), std::min<std::size_t>(max, length));
+                    }
+                }
+            }
+        }
+    }
 }
 
 TEST(Lengths, CountBytePairsBeforeAPairOfZeros) {

@@ -20,6 +20,12 @@ inline std::uint64_t wordAt(const void *bytes) {
     return word;
 }
 
+// All bits of the first bytes as memory has them, less than all.
+inline std::uint64_t firstBytes(std::size_t count) {
+    constexpr std::uint64_t all = ~std::uint64_t{0};
+    return std::endian::native == std::endian::little ? ~(all << CHAR_BIT * count) : ~(all >> CHAR_BIT * count);
+}
+
 // Of a word that has bits in some bytes alone, the first of these bytes as memory has them; wordBytes for none.
 inline std::size_t firstByteOf(std::uint64_t marks) {
     const int bits = std::endian::native == std::endian::little ? std::countr_zero(marks) : std::countl_zero(marks);

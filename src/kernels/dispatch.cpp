@@ -26,20 +26,20 @@ std::span<const Candidate> candidates() {
     return all;
 }
 
-// It runs while the library is relocated, so that it reads no table. Of C linkage for the name that the assembler sees.
-extern "C" __attribute__((used, visibility("hidden"))) ZELK_RESOLVER const Kernels *zelkResolveKernels() {
+// It runs while the library is relocated, so that it reads no table. Of C linkage for the name that the assembler sees,
+// which is told inside of it: with -flto what stands outside of all functions may come to another part of the program.
+// Not by the compiler's attribute: Clang 14 cannot link such a function with -flto.
+extern "C" __attribute__((used, noinline, visibility("hidden"))) ZELK_RESOLVER const Kernels *zelkResolveKernels() {
+    __asm__ volatile(".globl zelkKernels\n"
+                     ".hidden zelkKernels\n"
+                     ".type zelkKernels, @gnu_indirect_function\n"
+                     ".set zelkKernels, zelkResolveKernels\n");
     const Processor processor = thisProcessor();
     return hasAvx512(processor)  ? &avx512Kernels
            : hasAvx2(processor)  ? &avx2Kernels
            : hasSse41(processor) ? &sse41Kernels
                                  : &portableKernels;
 }
-
-// Not by the compiler's attribute: Clang 14 cannot link such a function with -flto.
-__asm__(".globl zelkKernels\n"
-        ".hidden zelkKernels\n"
-        ".type zelkKernels, @gnu_indirect_function\n"
-        ".set zelkKernels, zelkResolveKernels\n");
 
 #endif
 
