@@ -105,10 +105,17 @@ inline constexpr auto packedMarks = []() {
     return bytes;
 }();
 
+// Whether it is one of the many that have no combining characters among them: Latin letters, punctuation and signs, the
+// ideographs and syllables of East Asia, wide forms and U+FFFD, pictures. Others are looked up range by range.
+constexpr bool isFarFromMarks(unsigned int codePoint) {
+    return codePoint < 0x0300 || (codePoint >= 0x1E00 && codePoint < 0x20D0) ||
+           (codePoint > 0x20F0 && codePoint < 0x2CEF) || (codePoint >= 0x3100 && codePoint < 0xA600) ||
+           (codePoint >= 0xAC00 && codePoint < 0xFB00) || (codePoint > 0xFE2F && codePoint < 0x101FD) ||
+           (codePoint > 0x1E94A && codePoint < 0xE0100);
+}
+
 constexpr bool isCombining(unsigned int codePoint) {
-    // Before the first one, and the ideographs and syllables of East Asia, which have none.
-    if (codePoint < 0x0300 || (codePoint >= 0x3100 && codePoint < 0xA600) ||
-        (codePoint >= 0xAC00 && codePoint < 0xFB00)) {
+    if (isFarFromMarks(codePoint)) {
         return false;
     }
     const std::uint8_t *at = packedMarks.data();

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstring>
 
 namespace zelk::insight {
@@ -267,8 +268,9 @@ const unsigned char *tableOf(const Form &form) {
     return form.kind == Kind::Context ? contextTable(static_cast<unsigned int>(form.extra)) : nullptr;
 }
 
-// A letter and the combining characters after it stay together.
-Measure measure(const Form &form, Text text, unsigned int room) {
+// A letter and the combining characters after it stay together. Where more than `mostUnsaid` cannot be said, the rest
+// does not matter.
+[[gnu::noinline]] Measure measure(const Form &form, Text text, unsigned int room, unsigned int mostUnsaid) {
     Measure whole;
     if (text.length == 0) {
         return whole;
@@ -297,6 +299,9 @@ Measure measure(const Form &form, Text text, unsigned int room) {
         whole.bytes = static_cast<unsigned int>(meter.bytes());
         whole.used = at;
         whole.unsaid += unsaid;
+        if (whole.unsaid > mostUnsaid) {
+            break;
+        }
         unsaid = 0;
     }
     return whole;
@@ -327,16 +332,23 @@ unsigned int allowedForms(const zelkInsightEncodeSettings &settings, Text text) 
 bool choose(const zelkInsightEncodeSettings &settings, Text text, unsigned int room, Form &best, Measure &bestMeasure) {
     const unsigned int forms = allowedForms(settings, text);
     bool found = false;
+    unsigned int mostUnsaid = UINT_MAX;
     for (unsigned int number = 0; number < formCount; ++number) {
         Form form;
         if ((forms >> number & 1U) == 0 || !makeForm(number, settings.charSet, form)) {
             continue;
         }
-        const Measure measured = measure(form, text, room);
+        const Measure measured = measure(form, text, room, mostUnsaid);
         if (!found || isBetter(measured, bestMeasure)) {
             best = form;
             bestMeasure = measured;
             found = true;
+            // What says all of a text, or a part of it exactly, is passed by nothing that says less, nor, if both, by
+            // what takes more.
+            const bool all = measured.used == text.length;
+            const bool exact = measured.unsaid == 0 && measured.used != 0;
+            mostUnsaid = all || exact ? measured.unsaid : mostUnsaid;
+            room = all && exact ? measured.bytes : room;
         }
     }
     return found;
@@ -416,7 +428,7 @@ unsigned int zelkInsightEncodePieces(const zelkInsightEncodeSettings *settings, 
     unsigned int count = 0;
     whole = {};
     while (text.length != 0) {
-        const Measure piece = measure(form, text, room);
+        const Measure piece = measure(form, text, room, UINT_MAX);
         if (piece.used == 0) {
             break;
         }

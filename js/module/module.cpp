@@ -363,9 +363,8 @@ unsigned int decodeBatch(const zelkInsightSettings &settings, char *in, unsigned
         const unsigned int most = (size - written) / mostOfByte;
         if constexpr (sizeof(Unit) == 2) {
             const unsigned int done =
-                learns && ends[i] - begin < most
-                    ? putLearnt(settings, in, begin, ends + i, ends[count - 1] - begin < most ? count - i : 1, out,
-                                written, textEnds + i)
+                learns && ends[count - 1] - begin < most
+                    ? putLearnt(settings, in, begin, ends + i, count - i, out, written, textEnds + i)
                     : 0;
             if (done != 0) {
                 i += done - 1;
