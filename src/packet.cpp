@@ -62,25 +62,18 @@ std::size_t lengthUpTo(std::size_t limit, const char *text) {
     return end == nullptr ? limit : static_cast<std::size_t>(static_cast<const char *>(end) - text);
 }
 
-// Whether this is worth its size: a module for the web is fetched by its users.
-#if defined(ZELK_COMPACT)
-constexpr bool countsByWords = false;
-#else
-constexpr bool countsByWords = true;
-#endif
-
 // By aligned words of four units, which may begin before the text and end after its zero: sanitizers do not look there.
 __attribute__((noinline, no_sanitize("address", "thread"))) std::size_t lengthUpTo(std::size_t limit,
                                                                                    const unsigned short *text) {
     using Word [[gnu::may_alias]] = std::uint64_t;
     constexpr std::size_t atOnce = sizeof(Word) / sizeof *text;
     constexpr std::uint64_t lowBitsOfUnits = 0x7FFF7FFF7FFF7FFFU;
-    const std::size_t before = countsByWords ? reinterpret_cast<std::uintptr_t>(text) / sizeof *text % atOnce : 0;
+    const std::size_t before = reinterpret_cast<std::uintptr_t>(text) / sizeof *text % atOnce;
     const unsigned short *const first = text - before;
     const std::size_t end = std::min<std::size_t>(limit, PTRDIFF_MAX) + before;
     std::size_t at = 0;
     std::uint64_t notText = firstBytes(before * sizeof *text);
-    for (; countsByWords && end - at >= atOnce; at += atOnce) {
+    for (; end - at >= atOnce; at += atOnce) {
         const std::uint64_t units = *reinterpret_cast<const Word *>(first + at) | notText;
         const std::uint64_t zeros = ~(((units & lowBitsOfUnits) + lowBitsOfUnits) | units | lowBitsOfUnits);
         if (zeros != 0) {
@@ -265,7 +258,7 @@ unsigned int zelk_wcslen(const unsigned short *text) {
 }
 
 unsigned int zelk_nawcslen(const unsigned char *text) {
-    if (text == nullptr || (detail::countsByWords && reinterpret_cast<std::uintptr_t>(text) % 2 == 0)) {
+    if (reinterpret_cast<std::uintptr_t>(text) % sizeof(unsigned short) == 0) {
         return zelk_wcslen(reinterpret_cast<const unsigned short *>(text));
     }
     unsigned int count = 0;

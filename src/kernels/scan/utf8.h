@@ -228,7 +228,7 @@ ZELK_STAGE std::size_t checkLong(const unsigned char *text, std::size_t length, 
 }
 
 // The bytes at the front of a text that are characters.
-ZELK_OPERATION std::size_t check(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
+ZELK_STAGE std::size_t check(const unsigned char *text, std::size_t length, const Utf8Rule &rule) {
     if (length > ShortText::most + 1 + longestSequence) {
         return checkLong(text, length, rule);
     }
