@@ -505,7 +505,7 @@ bool copyUsualUtf8Portable(char *out, const unsigned char *bytes, std::size_t co
         block, __builtin_shufflevector(none, block, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30),
         __builtin_shufflevector(none, block, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29));
     std::memcpy(out, &block, count < blockSize ? count : blockSize);
-    if (count < blockSize) { // the zeros after it continue nothing
+    if (count < blockSize) { // what fills it up continues nothing
         return !anyOf(faults);
     }
     if (count == blockSize + 1) { // whose last block would begin one byte after the first

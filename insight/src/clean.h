@@ -55,8 +55,8 @@ bool isWholeText(const char *text, std::size_t length, std::size_t characters);
 // Whether a text in UTF-8 may hold a surrogate or U+FFFD.
 bool hasRare(const char *text, std::size_t count);
 
-// Copies UTF-8 without a zero byte. False for some that is, as where it has characters above U+FFFF. Then what is
-// written is the beginning of the text, or nothing; `out` has room for all.
+// Copies UTF-8 without a zero byte; `out` has room for all. False for some that is, as where it has characters above
+// U+FFFF, and then what is written is to be written once more.
 bool copyUsualUtf8(char *out, const unsigned char *bytes, std::size_t count);
 
 // Whether a text of UTF-8 is the string that it was decoded from, `count` bytes each, and may hold no surrogate.
