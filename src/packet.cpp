@@ -271,10 +271,11 @@ unsigned int zelk_nawcslen(const unsigned char *text) {
 // Unlike the copies above it terminates whatever the size is.
 unsigned int zelk_expand(unsigned short *dst, const char *src, int size) {
     const std::size_t limit = size > 0 ? static_cast<unsigned int>(size) - 1U : 0U;
-    const auto *const bytes = reinterpret_cast<const unsigned char *>(src);
-    const std::size_t length =
-        src == nullptr ? 0
-                       : kernels::kernels().bytesToUcs2(tables::ByteSet::Iso8859_1, bytes, limit, dst, limit).written;
+    const std::size_t length = src == nullptr ? 0 : detail::lengthUpTo(limit, src);
+    if (length != 0) {
+        kernels::kernels().bytesToUcs2(tables::ByteSet::Iso8859_1, reinterpret_cast<const unsigned char *>(src), length,
+                                       dst, length);
+    }
     dst[length] = 0;
     return static_cast<unsigned int>(length);
 }
