@@ -245,4 +245,20 @@ TEST(DvbTableKernels, ConvertLongTexts) {
     }
 }
 
+// As many characters of three bytes as a buffer may get, with ASCII and a mark where its end is: sanitizers look on.
+TEST(DvbTableKernels, ConvertTheLongestCharactersThatAreBuffered) {
+    for (const Candidate &kernels : kernelSets()) {
+        Bench bench(kernels);
+        for (std::size_t before = 496; before < 530; ++before) {
+            for (std::size_t ascii = 0; ascii < 9; ++ascii) {
+                for (const std::size_t after : {0U, 1U, 5U, 6U, 7U, 8U, 20U}) {
+                    const std::string text = std::string(before, '\xA4') + std::string(ascii, 'a') + "\xC2" + "e" +
+                                             std::string(after, '\xA4');
+                    ASSERT_NO_FATAL_FAILURE(bench.expectStretch(markedTables[0], text));
+                }
+            }
+        }
+    }
+}
+
 } // namespace

@@ -3,10 +3,11 @@
 //   graphic ASCII    words
 //   Latin to UTF-8   on x86, a vector or half of it as it is, with a gap for each character that grows, then the
 //                    characters of two bytes over it; the last bytes one by one
-//   others           up to eight ASCII bytes with one store, then the character that comes after them
+//   others           up to eight ASCII bytes with one store, then the character that comes after them; of the last
+//                    bytes a word with zeros after them
 //
 // What comes next may end the text, so that whole words of others cannot be stored where the text goes: they are put
-// into a buffer, some sixty bytes of the text at a time, and copied from there.
+// into a buffer, some hundred bytes of the text at a time, and copied from there.
 #pragma once
 
 #include "detail/utf8_char.h"
@@ -21,7 +22,7 @@
 
 namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
-inline constexpr std::size_t bufferedText = 64; // bytes: the last step may begin with the last of them
+inline constexpr std::size_t bufferedText = 512; // bytes: the last step may begin with the last of them
 
 // The high bits of the bytes that are no graphic ASCII (0x20 to 0x7E).
 inline std::uint64_t notGraphicAscii(std::uint64_t word) {
@@ -33,9 +34,15 @@ inline bool isGraphicAscii(unsigned char byte) {
     return byte - 0x20U < 0x5F;
 }
 
-// Of the next eight bytes, those in front of the first that is no graphic ASCII.
-inline std::size_t graphicAsciiBytes(const unsigned char *in) {
-    return firstByteOf(notGraphicAscii(wordAt(in)));
+// Of eight bytes, those in front of the first that is no graphic ASCII.
+inline std::size_t graphicAsciiBytes(std::uint64_t word) {
+    return firstByteOf(notGraphicAscii(word));
+}
+
+// Of the last eight bytes of a text those that are left, and zeros.
+inline std::uint64_t lastWord(const unsigned char *last, std::size_t left) {
+    const std::size_t taken = 8 * (wordBytes - left);
+    return std::endian::native == std::endian::little ? wordAt(last) >> taken : wordAt(last) << taken;
 }
 
 // The character at a byte that is no graphic ASCII, and the bytes of the text that it takes: none at a control, at what
@@ -175,8 +182,8 @@ inline void putLatin(const tables::CodePoints &codePoints, const unsigned char *
 }
 
 // Eight bytes at once, whatever overlaps.
-inline void putWord(char *out, const unsigned char *in) {
-    std::memcpy(out, in, wordBytes);
+inline void putWord(char *out, std::uint64_t word) {
+    store(out, word);
 }
 
 // Four bytes, the lowest bits of a word, as four units. Compilers make slower code of a loop over bytes.
@@ -185,8 +192,7 @@ constexpr std::uint64_t unitsOf(std::uint64_t four) {
     return (pairs | pairs << 8U) & 0x00FF00FF00FF00FFU;
 }
 
-inline void putWord(unsigned short *out, const unsigned char *in) {
-    const std::uint64_t word = wordAt(in);
+inline void putWord(unsigned short *out, std::uint64_t word) {
     const std::uint64_t low = unitsOf(word & 0xFFFFFFFFU);
     const std::uint64_t high = unitsOf(word >> 32U);
     const std::uint64_t inOrder[] = {std::endian::native == std::endian::little ? low : high,
@@ -245,19 +251,20 @@ struct MarkedPart {
     bool stopped;
 };
 
-// From a place of the text on.
+// The last bytes of a text, less than eight.
 template <class Form>
-inline MarkedPart<typename Form::Unit> putMarkedPart(const tables::CodePoints &codePoints, const Form &form,
-                                                     typename Form::Unit *at, const unsigned char *in,
-                                                     std::size_t length, std::size_t place = 0) {
-    while (place < length && place < bufferedText) {
-        if (length - place >= wordBytes) {
-            const std::size_t ascii = graphicAsciiBytes(in + place);
-            putWord(at, in + place);
+[[gnu::noinline]] MarkedPart<typename Form::Unit> putLastPart(const tables::CodePoints &codePoints, const Form &form,
+                                                              typename Form::Unit *at, const unsigned char *in,
+                                                              std::size_t length, std::size_t place) {
+    while (place < length) {
+        if (length >= wordBytes) {
+            const std::uint64_t word = lastWord(in + length - wordBytes, length - place);
+            const std::size_t ascii = graphicAsciiBytes(word);
+            putWord(at, word);
             at += ascii;
             place += ascii;
-            if (ascii == wordBytes) {
-                continue;
+            if (place == length) {
+                break;
             }
         }
         const std::size_t taken = putMarked(codePoints, form, at, in + place, length - place);
@@ -269,22 +276,49 @@ inline MarkedPart<typename Form::Unit> putMarkedPart(const tables::CodePoints &c
     return {place, at, false};
 }
 
+// From a place of the text on.
+template <class Form>
+inline MarkedPart<typename Form::Unit> putMarkedPart(const tables::CodePoints &codePoints, const Form &form,
+                                                     typename Form::Unit *at, const unsigned char *in,
+                                                     std::size_t length, std::size_t place = 0) {
+    while (length - place >= wordBytes) {
+        if (place >= bufferedText) {
+            return {place, at, false};
+        }
+        const std::uint64_t word = wordAt(in + place);
+        const std::size_t ascii = graphicAsciiBytes(word);
+        putWord(at, word);
+        at += ascii;
+        place += ascii;
+        if (ascii == wordBytes) {
+            continue;
+        }
+        const std::size_t taken = putMarked(codePoints, form, at, in + place, length - place);
+        if (taken == 0) {
+            return {place, at, true};
+        }
+        place += taken;
+    }
+    return putLastPart(codePoints, form, at, in, length, place);
+}
+
 // The steps of a conversion: by words here, by blocks where a set has them.
 struct StepsByWords {
     // The graphic ASCII that a text begins with.
     template <class Unit>
     static std::size_t putAscii(const unsigned char *in, std::size_t length, Unit *out) {
         std::size_t done = 0;
-        for (; length - done >= wordBytes && graphicAsciiBytes(in + done) == wordBytes; done += wordBytes) {
-            putWord(out + done, in + done);
+        for (; length - done >= wordBytes && graphicAsciiBytes(wordAt(in + done)) == wordBytes; done += wordBytes) {
+            putWord(out + done, wordAt(in + done));
         }
         return done;
     }
 
     static constexpr std::size_t mostLatin = SIZE_MAX; // bytes that are quicker by Latin steps than by the buffer
 
-    // What a buffer gets. A step may take `surplus` bytes more than it should, and write as many units too far.
-    static constexpr std::size_t surplus = wordBytes;
+    // What a buffer gets. A step and a text's last bytes may be `surplus` bytes more than it should take, and as many
+    // units may be written too far.
+    static constexpr std::size_t surplus = 2 * wordBytes;
     template <class Form>
     static MarkedPart<typename Form::Unit> putPart(const tables::CodePoints &codePoints, const Form &form,
                                                    typename Form::Unit *at, const unsigned char *in,
