@@ -95,8 +95,9 @@ template <class Unit>
     const std::size_t limit = std::min(max, static_cast<unsigned int>(size - 1));
     std::size_t length = src == nullptr ? 0 : lengthUpTo(limit, src);
     if (std::less<>()(src, dst) && !std::less<>()(src + length, dst)) {
-        // A copy into the text itself, after its beginning, takes in what it has written.
-        for (length = 0; length < limit && src[length] != 0; ++length) {
+        // A copy into the text itself, after its beginning, takes in what it has written: that has no zero, and goes on
+        // to the limit.
+        for (length = 0; length < limit; ++length) {
             dst[length] = src[length];
         }
     } else if (length != 0) {
