@@ -62,9 +62,4 @@ bool copyUsualUtf8(char *out, const unsigned char *bytes, std::size_t count);
 // Whether a text of UTF-8 is the string that it was decoded from, `count` bytes each, and may hold no surrogate.
 bool isSameUtf8(const unsigned char *bytes, const char *text, std::size_t count);
 
-// decodeAny(), quick for most strings that have nothing to say. The string has a count of two bytes or more, the
-// settings have no options, the evidence no steps.
-unsigned int decodeUsual(const zelkInsightSettings &settings, char *out, int outSize, const char *in, int inLen,
-                         zelkInsightEvidence &evidence);
-
 } // namespace zelk::insight

@@ -12,6 +12,7 @@
 #include "guess.h"
 #include "reading.h"
 #include "recorder.h"
+#include "usual.h"
 
 #include "detail/dvb_select.h"
 #include "tables/byte_set_definitions.h"
@@ -444,7 +445,7 @@ bool isUtf8(const unsigned char *at, std::size_t count) {
 #endif
 
 // Tries without steps: true when `written` bytes of text are all there is to say. libmurn-zelk decodes, and either the
-// string is seen to be whole beforehand or two sums of the text tell afterwards (clean.cpp).
+// string is seen to be whole beforehand or two sums of the text tell afterwards (clean.h).
 class CleanDecoder {
 public:
     CleanDecoder(const Reading &reading, Bytes kind, const zelkInsightSettings &settings, char *out, int outSize,

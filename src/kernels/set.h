@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kernels/kernels.h"
+#include "kernels/target.h"
 #include "tables/byte_set_planes.h"
 #include "tables/dvb_marks.h"
 #include "tables/kept_units.h"
@@ -20,16 +21,6 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
-
-#define ZELK_PRAGMA(text) _Pragma(#text)
-#if defined(__clang__)
-#define ZELK_TARGET_BEGIN(features)                                                                                    \
-    ZELK_PRAGMA(clang attribute push(__attribute__((target(features))), apply_to = function))
-#define ZELK_TARGET_END ZELK_PRAGMA(clang attribute pop)
-#else
-#define ZELK_TARGET_BEGIN(features) ZELK_PRAGMA(GCC push_options) ZELK_PRAGMA(GCC target(features))
-#define ZELK_TARGET_END ZELK_PRAGMA(GCC pop_options)
-#endif
 
 // A stage of a conversion: a function of its own, so that the registers that it saves do not burden the others.
 #define ZELK_STAGE [[gnu::noinline, maybe_unused]] static

@@ -48,7 +48,7 @@ WORDS = {"true": "false", "false": "true"}
 # What notices a change first, by the path below src/, or from insight/ on; the first match counts. Programs below kernels/ are linked with
 # the objects, and some take long to compile; the others are linked with the shared library.
 TESTS = [
-    (r"^insight/.*/(clean|decode|reading|recorder|byte_tables)", ["insight_decode_test", "insight_portable_decode_test",
+    (r"^insight/.*/(clean|usual|decode|reading|recorder|byte_tables)", ["insight_decode_test", "insight_portable_decode_test",
                                                                    "insight_vectors_test"]),
     (r"^insight/.*/compressed", ["insight_decode_test", "insight_encode_test"]),
     (r"^insight/.*/context_encoder", ["insight_encode_test", "insight_decode_test"]),
