@@ -26,10 +26,25 @@ inline std::uint64_t firstBytes(std::size_t count) {
     return std::endian::native == std::endian::little ? ~(all << CHAR_BIT * count) : ~(all >> CHAR_BIT * count);
 }
 
+// The zero bits before the first one as memory has them; all for none.
+template <class Word>
+constexpr unsigned int bitsBeforeFirst(Word word) {
+    return static_cast<unsigned int>(std::endian::native == std::endian::little ? std::countr_zero(word)
+                                                                                : std::countl_zero(word));
+}
+
 // Of a word that has bits in some bytes alone, the first of these bytes as memory has them; wordBytes for none.
 inline std::size_t firstByteOf(std::uint64_t marks) {
-    const int bits = std::endian::native == std::endian::little ? std::countr_zero(marks) : std::countl_zero(marks);
-    return static_cast<std::size_t>(bits) / CHAR_BIT;
+#if SIZE_MAX < UINT64_MAX && !defined(__wasm__) // of 64 bits a function of the compiler's would count them
+    constexpr unsigned int half = 32;
+    constexpr bool lowFirst = std::endian::native == std::endian::little;
+    const auto first = static_cast<std::uint32_t>(lowFirst ? marks : marks >> half);
+    const auto last = static_cast<std::uint32_t>(lowFirst ? marks >> half : marks);
+    const unsigned int bits = first != 0 ? bitsBeforeFirst(first) : half + bitsBeforeFirst(last);
+#else
+    const unsigned int bits = bitsBeforeFirst(marks);
+#endif
+    return bits / CHAR_BIT;
 }
 
 // High bits mark the bytes that are not zero.

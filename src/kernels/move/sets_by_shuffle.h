@@ -273,8 +273,7 @@ ZELK_STAGE std::size_t putBlocks(tables::ByteSet set, const unsigned char *in, s
     }
     const TwoBytes bytes = utf8Bytes(set, text);
     if (anyBit(bytes.wide)) [[unlikely]] {
-        return static_cast<std::size_t>(
-            plain::putAll(tables::packedUtf8Of(set), out + written, in + done, length - done) - out);
+        return written + putWide(set, in + done, length - done, out + written);
     }
     const PairsOfBlock pairs = pairsOfBlock(text, bytes);
     written -= bytesOfFirst(pairs, again);

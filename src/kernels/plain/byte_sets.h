@@ -25,21 +25,31 @@ inline bool isAscii(const unsigned char *in) {
     return (wordAt(in) & highBits) == 0;
 }
 
-// Stores the whole entry.
+// Stores the whole entry. Its number of bytes is its last byte, which x86 loads sooner than it shifts it down.
 inline char *putEntry(char *out, const tables::PackedCharacter &character) {
-    std::memcpy(out, &character, entryBytes);
+    const auto entry = std::bit_cast<std::uint32_t>(character);
+    store(out, entry);
+#if defined(__SSE2__)
+    return out + character.count;
+#else
+    return out + (std::endian::native == std::endian::little ? entry >> 24U : entry & 0xFFU);
+#endif
+}
+
+// Not by a loop, of which compilers make a call.
+inline char *putCharacter(char *out, const tables::PackedCharacter &character) {
+    out[0] = static_cast<char>(character.bytes[0]);
+    if (character.count > 1) {
+        out[1] = static_cast<char>(character.bytes[1]);
+    }
+    if (character.count > 2) {
+        out[2] = static_cast<char>(character.bytes[2]);
+    }
     return out + character.count;
 }
 
-inline char *putCharacter(char *out, const tables::PackedCharacter &character) {
-    for (unsigned int i = 0; i < character.count; ++i) {
-        *out++ = static_cast<char>(character.bytes[i]);
-    }
-    return out;
-}
-
 // All of a text whose characters are none of value 0, to where there is room.
-inline char *putEach(const tables::PackedUtf8 &packed, char *out, const unsigned char *in, std::size_t length) {
+inline char *putEach(tables::PackedUtf8 packed, char *out, const unsigned char *in, std::size_t length) {
     for (; length > charactersToCover; --length) {
         out = putEntry(out, packed[*in++]);
     }
@@ -49,8 +59,9 @@ inline char *putEach(const tables::PackedUtf8 &packed, char *out, const unsigned
     return out;
 }
 
-inline char *putAll(const tables::PackedUtf8 &packed, char *out, const unsigned char *in, std::size_t length) {
-    for (; length >= wordBytes + charactersToCover; length -= wordBytes) {
+inline char *putAll(tables::PackedUtf8 packed, char *out, const unsigned char *in, std::size_t length) {
+    std::size_t left = length;
+    for (; left >= wordBytes + charactersToCover; left -= wordBytes) {
         if (isAscii(in)) {
             std::memcpy(out, in, wordBytes);
             out += wordBytes;
@@ -62,7 +73,18 @@ inline char *putAll(const tables::PackedUtf8 &packed, char *out, const unsigned 
         }
         in += wordBytes;
     }
-    return putEach(packed, out, in, length);
+    if (left > wordBytes && isAscii(in)) {
+        std::memcpy(out, in, wordBytes);
+        out += wordBytes;
+        in += wordBytes;
+        left -= wordBytes;
+    }
+    const std::size_t again = wordBytes - left; // bytes of ASCII that are stored already
+    if (left <= wordBytes && again <= length - left && isAscii(in - again)) {
+        std::memcpy(out - again, in - again, wordBytes);
+        return out + left;
+    }
+    return putEach(packed, out, in, left);
 }
 
 // Converts a text in parts of as many bytes as are sure to fit. Where the room is for most of the text, the parts

@@ -186,18 +186,8 @@ inline void putWord(char *out, std::uint64_t word) {
     store(out, word);
 }
 
-// Four bytes, the lowest bits of a word, as four units. Compilers make slower code of a loop over bytes.
-constexpr std::uint64_t unitsOf(std::uint64_t four) {
-    const std::uint64_t pairs = (four | four << 16U) & 0x0000FFFF0000FFFFU;
-    return (pairs | pairs << 8U) & 0x00FF00FF00FF00FFU;
-}
-
 inline void putWord(unsigned short *out, std::uint64_t word) {
-    const std::uint64_t low = unitsOf(word & 0xFFFFFFFFU);
-    const std::uint64_t high = unitsOf(word >> 32U);
-    const std::uint64_t inOrder[] = {std::endian::native == std::endian::little ? low : high,
-                                     std::endian::native == std::endian::little ? high : low};
-    std::memcpy(out, inOrder, sizeof inOrder);
+    putUnitsOf(out, word);
 }
 
 // How a character is put into a buffer. The place in it is no member: the compiler would store it after each character.
@@ -304,14 +294,19 @@ inline MarkedPart<typename Form::Unit> putMarkedPart(const tables::CodePoints &c
 
 // The steps of a conversion: by words here, by blocks where a set has them.
 struct StepsByWords {
-    // The graphic ASCII that a text begins with.
+    // The graphic ASCII that a text begins with: all of it, or whole words.
     template <class Unit>
     static std::size_t putAscii(const unsigned char *in, std::size_t length, Unit *out) {
+        const auto isAscii = [in](std::size_t place) { return notGraphicAscii(wordAt(in + place)) == 0; };
         std::size_t done = 0;
-        for (; length - done >= wordBytes && graphicAsciiBytes(wordAt(in + done)) == wordBytes; done += wordBytes) {
+        for (; length - done >= wordBytes && isAscii(done); done += wordBytes) {
             putWord(out + done, wordAt(in + done));
         }
-        return done;
+        if (length - done >= wordBytes || length < wordBytes || !isAscii(length - wordBytes)) {
+            return done;
+        }
+        putWord(out + length - wordBytes, wordAt(in + length - wordBytes));
+        return length;
     }
 
     static constexpr std::size_t mostLatin = SIZE_MAX; // bytes that are quicker by Latin steps than by the buffer

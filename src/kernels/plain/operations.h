@@ -40,6 +40,11 @@ Vector vectorAt(const void *bytes) {
     return vector;
 }
 
+template <class Value>
+void store(void *out, Value value) {
+    std::memcpy(out, &value, sizeof value);
+}
+
 // Whether the target keeps vectors in registers, and their first byte lowest. Where not, plain loops are as fast.
 #if defined(__SSE2__) || (defined(__ARM_NEON) && !defined(__ARM_BIG_ENDIAN))
 #define ZELK_HAS_VECTORS
@@ -47,6 +52,21 @@ inline constexpr bool hasVectors = true;
 #else
 inline constexpr bool hasVectors = false;
 #endif
+
+// Four bytes, the lowest bits of a word, as four units. Compilers make slower code of a loop over bytes.
+constexpr std::uint64_t unitsOf(std::uint64_t four) {
+    const std::uint64_t pairs = (four | four << 16U) & 0x0000FFFF0000FFFFU;
+    return (pairs | pairs << 8U) & 0x00FF00FF00FF00FFU;
+}
+
+// Eight bytes as units.
+inline void putUnitsOf(unsigned short *out, std::uint64_t word) {
+    const std::uint64_t low = unitsOf(word & 0xFFFFFFFFU);
+    const std::uint64_t high = unitsOf(word >> 32U);
+    constexpr bool lowFirst = std::endian::native == std::endian::little;
+    store(out, lowFirst ? low : high);
+    store(out + wordBytes / 2, lowFirst ? high : low);
+}
 
 // What reads after a text, but not on another page than the text lies on: the sanitizers, which know no pages, do not
 // look there.
@@ -62,13 +82,12 @@ ZELK_UNSEEN inline Bytes bytesAt(const unsigned char *text) {
     return reinterpret_cast<const Unaligned<Bytes> *>(text)->value;
 }
 
-ZELK_UNSEEN inline std::uint32_t fourAt(const unsigned char *text) {
-    return reinterpret_cast<const Unaligned<std::uint32_t> *>(text)->value;
+ZELK_UNSEEN inline std::uint64_t alignedWordAt(const unsigned char *text) {
+    return *reinterpret_cast<const std::uint64_t __attribute__((may_alias)) *>(text);
 }
 
-template <class Value>
-void store(void *out, Value value) {
-    std::memcpy(out, &value, sizeof value);
+ZELK_UNSEEN inline std::uint32_t fourAt(const unsigned char *text) {
+    return reinterpret_cast<const Unaligned<std::uint32_t> *>(text)->value;
 }
 
 inline Bytes everyByteIs(unsigned int byte) {

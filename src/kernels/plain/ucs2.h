@@ -1,9 +1,14 @@
-// UCS-2 to UTF-8 and to native units, unit by unit: whatever the processor, nothing is read or written too early.
+// UCS-2 to UTF-8 and to native units on every machine: ASCII by four units, the rest unit by unit.
 #pragma once
 
 #include "detail/utf8_char.h"
 #include "kernels/kernels.h"
+#include "kernels/plain/operations.h"
 #include "kernels/text_forms.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
 
 namespace zelk::kernels::ZELK_KERNEL_SET::plain {
 
@@ -14,21 +19,56 @@ ZELK_OPERATION unsigned int unitAt(const unsigned char *text, std::size_t index)
     return order == UnitOrder::HighFirst ? first << 8U | second : second << 8U | first;
 }
 
+inline constexpr std::size_t wordUnits = wordBytes / 2;
+
+// Words are read where they are aligned: those after the terminator in such a word are no other memory.
+inline bool isAligned(const unsigned char *text) {
+    return reinterpret_cast<std::uintptr_t>(text) % wordBytes == 0;
+}
+
+// Four units of ASCII, zeros and, where controls are to be found, controls left out. What is taken from a unit that is
+// less reaches the bits above ASCII.
+template <UnitOrder order, Clean clean>
+ZELK_OPERATION bool areAscii(std::uint64_t units) {
+    constexpr bool native = (order == UnitOrder::LowFirst) == (std::endian::native == std::endian::little);
+    constexpr std::uint64_t everyUnit = native ? 0x0001000100010001U : 0x0100010001000100U;
+    constexpr std::uint64_t beyondAscii = native ? 0xFF80FF80FF80FF80U : 0x80FF80FF80FF80FFU;
+    return (((units - leastAscii(clean) * everyUnit) | units) & beyondAscii) == 0;
+}
+
+// Such units, as four bytes.
+template <UnitOrder order>
+ZELK_OPERATION std::uint32_t bytesOf(std::uint64_t units) {
+    constexpr bool native = (order == UnitOrder::LowFirst) == (std::endian::native == std::endian::little);
+    const std::uint64_t characters = native ? units : units >> 8U;
+    const std::uint64_t pairs = characters | characters >> 8U;
+    return static_cast<std::uint32_t>((pairs >> 16U & 0xFFFF0000U) | (pairs & 0xFFFFU));
+}
+
 template <UnitOrder order, Clean clean>
 ZELK_STAGE Progress ucs2ToUtf8(const unsigned char *text, std::size_t count, char *out, std::size_t room) {
     constexpr int ample = detail::longestSequence + 1;
     Progress done;
     while (done.read < count && room - done.written >= detail::longestSequence) {
-        const unsigned int unit = unitAt<order>(text, done.read);
-        if (!isClean(clean, unit)) {
-            break;
+        const unsigned char *const at = text + 2 * done.read;
+        if (isAligned(at) && count - done.read >= wordUnits && room - done.written >= wordUnits) {
+            const std::uint64_t units = alignedWordAt(at);
+            if (areAscii<order, clean>(units)) {
+                store(out + done.written, bytesOf<order>(units));
+                done.read += wordUnits;
+                done.written += wordUnits;
+                continue;
+            }
         }
-        if (unit < 0x80) {
-            out[done.written++] = static_cast<char>(unit);
-        } else {
+        unsigned int unit = unitAt<order>(at, 0);
+        do {
+            if (!isClean(clean, unit)) {
+                return done;
+            }
             done.written += detail::utf8Encode(unit, out + done.written, ample);
-        }
-        ++done.read;
+            ++done.read;
+        } while (done.read < count && room - done.written >= detail::longestSequence &&
+                 (unit = unitAt<order>(text, done.read)) >= 0x80);
     }
     return done;
 }
