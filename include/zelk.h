@@ -296,8 +296,9 @@ unsigned int zelk_expand(unsigned short *dst, const char *src, int size);
 
 /*
  * A quoted section begins after an opening quote character and ends before the next closing one, or with the text. The
- * two may be the same character. All sections of a text count, joined; the quote characters never do. There is no
- * escape character. UTF-8 text has functions of its own, see zelkUtf8CopyQuoted().
+ * two may be the same character. All sections of a text count, joined; the quote characters around them do not.
+ * Sections do not nest: an opening character inside a section is a character like others ("[a[b]c]" gives "a[b"). There
+ * is no escape character. UTF-8 text has functions of its own, see zelkUtf8CopyQuoted().
  */
 
 /**
@@ -732,12 +733,15 @@ unsigned int zelk_isoToUtf8(unsigned int part, char *out, int outSize, const cha
  * As zelk_isoToUtf8(), for text that may be UTF-8 already: valid UTF-8 is copied as zelkUtf8CopyAndCheckIfValid() does
  * (cut byte by byte where the room ends, which ends the check too), any other text is read as ISO 8859 from its start,
  * over what was copied. Where the room cuts that text off, a few bytes of the copy may stay after its terminator.
+ *
+ * A sequence that the count cuts off is no error, and a last byte of 0xC0 to 0xEF looks like one: "Caf\xE9" with a
+ * count of 4 is copied as it is. Pass -1 where the text is whole and ends with a zero.
  */
 unsigned int zelk_isoToUtf8Checked(unsigned int part, char *out, int outSize, const char *in, int inLength);
 
 /**
  * As zelk_isoToUtf8Checked(), for a text in pieces: what was valid UTF-8 stays, and from the first byte that is not,
- * this piece and all later ones are ISO 8859.
+ * this piece and all later ones are ISO 8859. Each piece is decoded alone: end it where a character ends.
  *
  * @param flag 0 before the first piece; set when the text has proved not to be UTF-8. Not touched for a null `in`;
  *             must not be null.
@@ -750,10 +754,13 @@ WideCharPacket *zelkConvertIsoToUnicode(unsigned int part, const char *in, int i
 /** Converts to UTF-8 in a new packet of 3 * `inLength` bytes modulo 65536. Null for a null text or without memory. */
 CharPacket *zelkConvertIsoToUtf8(unsigned int part, const char *in, int inLength);
 
-/** zelk_isoToUtf8Checked() in a packet as zelkConvertIsoToUtf8() makes it. */
+/**
+ * zelk_isoToUtf8Checked() in a packet as zelkConvertIsoToUtf8() makes it. A negative count is replaced by the text's
+ * length: an unfinished sequence at the end is no error here, and "Caf\xE9" is copied as it is.
+ */
 CharPacket *zelkConvertIsoToUtf8Checked(unsigned int part, const char *in, int inLength);
 
-/** zelk_isoToUtf8Tolerant() in a packet as zelkConvertIsoToUtf8() makes it. */
+/** zelk_isoToUtf8Tolerant() in such a packet; a negative count is as for zelkConvertIsoToUtf8Checked(). */
 CharPacket *zelkConvertIsoToUtf8Tolerant(unsigned int part, const char *in, int inLength, int *flag);
 
 /* =============================================== Windows code pages =============================================== */
@@ -773,8 +780,9 @@ CharPacket *zelkConvertIsoToUtf8Tolerant(unsigned int part, const char *in, int 
  */
 
 /**
- * Gives the table for a code page and an identifier: 1 to 6 for 1250, 1251, 1252, 1253, 1254, 1257; 0 for any other and
- * for the identifier 0xFFFFFFFF; 7 for code page -1 and identifier 2. Tables 0 and 7 are ASCII with U+FFFD above.
+ * Gives the table for a code page and an identifier: 1 to 6 for 1250, 1251, 1252, 1253, 1254, 1257; 7 for the
+ * identifier 2, and for code page -1 where the code page decides; 0 for the identifier 0xFFFFFFFF and for any other
+ * code page. Tables 0 and 7 are ASCII with U+FFFD above.
  */
 unsigned int zelk_winGetCodeTable(int codePage, unsigned int charSet);
 
@@ -782,7 +790,7 @@ unsigned int zelk_winGetCodeTable(int codePage, unsigned int charSet);
  * Converts one byte by a table of zelk_winGetCodeTable(); tables of 7 and more are ASCII with U+FFFD above.
  *
  * @param table counts modulo 256
- * @param byte  up to 127 it is the result; above, its low 8 bits count
+ * @param byte  up to 127 it is the result; above, its low 8 bits count in tables 0 to 6, and others give U+FFFD
  */
 unsigned short zelk_winMapCode(unsigned int table, unsigned int byte);
 
@@ -871,10 +879,12 @@ unsigned int zelk_pela_ttxConvertToUtf8(char *out, int outSize, const unsigned s
 /**
  * Reads the selector bytes of a DVB string.
  *
- * 01 to 0B give ISO 8859-5 to -15, 0C gives ISO 8859-16; 10 00 n gives code n up to 10; 11 and 14 two-byte text; 15 and
- * 16 UTF-8; 1D and 0F prepared text; 1F t compressed text of type t = 1, 2, 5 or 6. 0D gives DvbCodeReserved17.
+ * Bytes are hexadecimal here. 01 to 0B give ISO 8859-5 to -15, 0C gives ISO 8859-16; 10 00 n with n from 00 to 10
+ * gives code n, 0 to 16; 11 and 14 two-byte text; 15 and 16 UTF-8; 1D and 0F prepared text; 1F t compressed text of
+ * type t = 1, 2, 5 or 6. 0D gives DvbCodeReserved17.
  *
- * All others up to 1F give DvbCodeNone and are skipped, too: three bytes of 10 00 n, two of 1F t, one of any other.
+ * All others from 01 to 1F give DvbCodeNone and are skipped, too: three bytes of 10 00 n, two of 1F t, one of any
+ * other. A string that begins with 00, or with 20 and more, has no selector.
  *
  * @param text         the string, or null for the default
  * @param charSet      set to DvbCharSetStandard when a default code is given or a string has no selector; not null
@@ -957,7 +967,10 @@ int zelk_dvb8ToUnicodeMaxLength(const char *in, int inLen, DvbCode_t defaultCode
  */
 int zelk_dvb8ToUtf8MaxLength(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
 
-/** Gives the bytes that zelk_dvb8PrepUtf8() needs, marker and terminator included; 2 for null. At most 2147483647. */
+/**
+ * Gives a size for zelk_dvb8PrepUtf8(): zelk_dvb8ToUtf8MaxLength() + 2, marker and terminator included, and at most
+ * 2147483647. Where that bound is too little the prepared text is cut.
+ */
 int zelk_dvb8PrepUtf8Buffersize(const char *in, int inLen, DvbCode_t defaultCode, int defaultExtra);
 
 /**
@@ -1141,7 +1154,7 @@ int zelk_patternWildcardMatchIgnoreControlChars(const char *text, const char *pa
 int zelk_patternWildcardMatchIgnoreCaseAndControlChars(const char *text, const char *pattern);
 
 /**
- * Compares two texts without their control characters; no wildcards.
+ * Compares two texts without their control characters; no wildcards. Null is not accepted.
  *
  * @return 0 when they are equal; the difference of the first differing bytes; a positive byte when one is the beginning
  *         of the other, in both orders

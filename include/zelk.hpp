@@ -106,8 +106,8 @@ public:
     /**
      * Converts a terminated text.
      *
-     * @return 0 for success, also when the result fills `dest` without a terminator; -5 for a null argument or bad
-     *         capacity, -6 for a surrogate without its partner, -2 when the result does not fit
+     * @return 0 for success, also when the result fills `dest` without a terminator; -5 for a null argument or a
+     *         negative capacity, -6 for a surrogate without its partner, -2 when the result does not fit
      */
     static int convertUTF16ToUTF8Str(const unsigned short *src, char *dest, int destCapacity);
 };
@@ -125,10 +125,10 @@ public:
     std::string convertIsoToUtf8(const char *text, int length) const;
     std::string convertIsoToUtf8(const std::string &text) const;
 
-    /** zelk_isoToUtf8Checked() in a scratch of 3 * size bytes. */
+    /** zelk_isoToUtf8Checked() with the text's size as its count, in a scratch of 3 * size bytes. */
     std::string convertIsoToUtf8Checked(const std::string &text) const;
 
-    /** zelk_isoToUtf8Tolerant() in a scratch of 3 * size bytes; an empty text does not change `*flag`. */
+    /** zelk_isoToUtf8Tolerant() likewise; an empty text does not change `*flag`. */
     std::string convertIsoToUtf8Tolerant(const std::string &text, int *flag) const;
 
 private:
@@ -254,7 +254,7 @@ public:
                    unsigned int *position) const;
 
     /**
-     * Reads 1 to 8 bits, the most significant first.
+     * Reads 0 to 8 bits, the most significant first.
      *
      * @return 0; 1 when the input ends first: `*out` is not written, and `*position` is the end; -1, with nothing
      *         changed, for bad arguments
