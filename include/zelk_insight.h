@@ -47,7 +47,8 @@ typedef enum zelkInsightSeverity ZELK_INT_ENUM {
 
 /**
  * What was found in a string. zelkInsightKindName() gives each its stable identifier, which stands first in the
- * comment. Values are never used again for something else; later versions may add some.
+ * comment. Values are never used again for something else; later versions may add some. Of the kinds of selectors,
+ * of utf8-malformed and of mark-dropped `value` is the first byte.
  */
 typedef enum zelkInsightKind ZELK_INT_ENUM {
     ZelkInsightSelectorReserved = 0, /**< selector-reserved: EN 300 468 Table A.3 or A.4 reserves it */
@@ -65,7 +66,7 @@ typedef enum zelkInsightKind ZELK_INT_ENUM {
     ZelkInsightControlDropped = 10,     /**< control-dropped: a control code that is not shown; `value` is the code */
     ZelkInsightEmphasis = 11,           /**< emphasis: from the code that turns it on to the one that turns it off */
     ZelkInsightEmphasisUnbalanced = 12, /**< emphasis-unbalanced: turned on and never off, or the other way round */
-    ZelkInsightCompressedCut = 13,     /**< compressed-cut: no end of text; `value` is the bits of an unfinished code */
+    ZelkInsightCompressedCut = 13,     /**< compressed-cut: no end of text; `value` counts bits of an unfinished code */
     ZelkInsightCompressedRest = 14,    /**< compressed-rest: bytes after the end of compressed text */
     ZelkInsightCompressedUnknown = 15, /**< compressed-unknown: no code of that encoding type (`value`), or no count */
     ZelkInsightTextCut = 16,           /**< text-cut: what did not fit the output */
@@ -158,7 +159,8 @@ typedef struct zelkInsightStep {
     unsigned int textOffset; /**< in the text */
     unsigned int textLength; /**< 0 where nothing came out or nothing fitted */
     unsigned int character;  /**< the code point (a lone surrogate as it is; of several the first); 0 for none */
-    unsigned int value;      /**< the mark of a composed letter, the byte of a compressed character; else 0 */
+    unsigned int value;      /**< of a letter the byte of its mark, of a compressed character its byte; else as the kind
+                                says, or 0 */
     int finding;             /**< the kind of the finding about it, or -1 */
 } zelkInsightStep;
 
@@ -330,7 +332,8 @@ typedef enum zelkInsightRule ZELK_INT_ENUM {
     ZelkInsightRuleFirst = 64,      /**< the first rule of whole strings */
     ZelkInsightRuleTableOther = 64, /**< table-other: 52 E9 61 6C 69 73 E9 20 70 61 72, the text makes sense in another
                                        table only; `value` is that table */
-    ZelkInsightRuleUtf8Unannounced = 65, /**< utf8-unannounced: 43 61 66 C3 A9, UTF-8 without its selector */
+    ZelkInsightRuleUtf8Unannounced = 65, /**< utf8-unannounced: 43 61 66 C3 A9, UTF-8 without its selector; `value` is
+                                            the table ZelkInsightTableUtf8 */
     ZelkInsightRuleControlTrailing = 66, /**< control-trailing: 4E 65 77 73 8A, control codes end the string */
     ZelkInsightRuleControlDoubled =
         67, /**< control-doubled: 61 8A 8A 62, twice the same; `value` is the code, 0x0A for a line feed */
@@ -451,6 +454,7 @@ typedef struct zelkInsightPiece {
  *
  * @param out     receives the string and a zero; what does not fit is cut
  * @param outSize the bytes of all pieces + 1 suffice
+ * @param pieces  null only with a `count` of 0; the bytes of a piece may be null, for an empty one
  * @param used    receives the pieces that were joined: at least one where there is one; call again with the others. May
  *                be null
  * @return the bytes of the string
@@ -543,12 +547,12 @@ typedef int (*zelkInsightPieceTaker)(const char *piece, unsigned int length, voi
  * Encodes UTF-8 in pieces of at most `pieceSize` bytes, all in the form that zelkInsightEncode() would choose for the
  * whole, each with its selector. zelkInsightJoinPieces() joins them again (compressed pieces are texts of their own).
  *
- * @param pieceSize 1 to ZELK_INSIGHT_LARGEST_PIECE; where it does not hold a selector and one character, nothing is
- * sent
+ * @param pieceSize 1 to ZELK_INSIGHT_LARGEST_PIECE, and more means that; where it does not hold a selector and one
+ *                  character, nothing is sent
  * @param take      is called with each piece in order
  * @param context   is passed to `take`
  * @param encoded   what became of the text in the pieces that `take` was called with; may be null
- * @return the number of pieces
+ * @return the number of pieces that `take` was called with
  */
 unsigned int zelkInsightEncodePieces(const zelkInsightEncodeSettings *settings, int pieceSize, const char *in,
                                      int inLen, zelkInsightPieceTaker take, void *context, zelkInsightEncoded *encoded);
