@@ -86,7 +86,7 @@ export interface Step {
   textLength: number;
   /** The code point; 0 for none. */
   character: number;
-  /** The mark of a composed letter, the byte of a compressed character; else 0. */
+  /** Of a letter the byte of its mark, of a compressed character its byte; of a mark and a piece their byte; else 0. */
   value: number;
   /** The name of the finding about it. */
   finding?: string;
