@@ -394,7 +394,7 @@ const char *zelkInsightRuleMeaning(unsigned int rule);
 /**
  * Writes a text in small letters, by the tables of zelk2lowerChar(). U+0130 becomes i, U+1E9E the sharp s.
  *
- * @return the bytes written; never more than the text has, but for bytes that become U+FFFD
+ * @return the bytes written; never more than the text has, except for bytes that become U+FFFD
  */
 unsigned int zelkInsightLower(char *out, int outSize, const char *in, int inLen);
 
