@@ -166,7 +166,7 @@ typedef struct zelkInsightStep {
 
 /** The caller sets the arrays and their rooms, the call the rest. */
 typedef struct zelkInsightEvidence {
-    zelkInsightFinding *findings; /**< in order of offset; null for none */
+    zelkInsightFinding *findings; /**< in order of offset, text-cut after all others; null for none */
     unsigned int findingRoom;     /**< entries of `findings` */
     zelkInsightStep *steps; /**< in order of offset; null for none, which is much faster for text without findings */
     unsigned int stepRoom;  /**< entries of `steps` */
