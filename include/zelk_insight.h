@@ -547,8 +547,8 @@ typedef int (*zelkInsightPieceTaker)(const char *piece, unsigned int length, voi
  * Encodes UTF-8 in pieces of at most `pieceSize` bytes, all in the form that zelkInsightEncode() would choose for the
  * whole, each with its selector. zelkInsightJoinPieces() joins them again (compressed pieces are texts of their own).
  *
- * @param pieceSize 1 to ZELK_INSIGHT_LARGEST_PIECE, and more means that; where it does not hold a selector and one
- *                  character, nothing is sent
+ * @param pieceSize 1 to ZELK_INSIGHT_LARGEST_PIECE, and more means that; the pieces end before the first character that
+ *                  does not fit into one with its selector (`encoded` says how much of the text was used)
  * @param take      is called with each piece in order
  * @param context   is passed to `take`
  * @param encoded   what became of the text in the pieces that `take` was called with; may be null
