@@ -524,7 +524,9 @@ typedef struct zelkInsightEncoded {
  *
  * Exactly means that zelkInsightDecode() gives the text back. Line feeds are sent as the standard has them, 0x8A, and
  * U+0086 and U+0087 as the codes of emphasis; the default table has no U+0009 and U+007F, and other controls cannot be
- * said. What does not fit is cut at a character, never between a letter and its mark.
+ * said. What does not fit is cut at a character, never between a letter and its mark. The forms are then compared by
+ * the part that fits: one that says its part exactly wins, then one that holds more of the text, if only as question
+ * marks.
  *
  * @param settings how; null for the standard's forms and setting
  * @param out      receives the string and a zero
