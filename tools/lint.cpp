@@ -43,7 +43,8 @@ void declare(CLI::App &command, LintOptions &options) {
     command.add_option("--language", options.language, "Language of texts that come without one: eng, or en")
         ->type_name("CODE")
         ->transform(smallLetters(2, 3, "a language of two or three letters such as eng"));
-    command.add_option("--severity", options.severity, "The least severity that is told: note, warning, error [note]")
+    command
+        .add_option("--severity", options.severity, "The least severity that is reported: note, warning, error [note]")
         ->type_name("LEVEL")
         ->check(oneOf(severityNames));
     std::vector<std::string> levels = severityNames;
@@ -58,7 +59,8 @@ void declare(CLI::App &command, LintOptions &options) {
             return findRule(name) != nullptr ? std::string()
                                              : fmt::format("expected a rule of 'zelk lint --rules', found '{}'", name);
         });
-    command.add_option("--baseline", options.baseline, "Faults that are known, and are not told")->type_name("FILE");
+    command.add_option("--baseline", options.baseline, "Faults that are known, and are not reported")
+        ->type_name("FILE");
     command.add_option("--write-baseline", options.newBaseline, "Write all faults as known ones")->type_name("FILE");
     CLI::Option *const json = command.add_flag("--json", options.json, "Write one JSON object per string with a fault");
     command.add_flag("--sarif", options.sarif, "Write one SARIF 2.1.0 document")->excludes(json);
@@ -176,7 +178,7 @@ void checkTogether(std::vector<LintedText> &texts) {
     }
 }
 
-// Leaves what is new and told.
+// Leaves what is new and reported.
 void keepNew(const LintOptions &options, std::vector<LintedText> &texts) {
     const KnownFaults known = options.baseline.empty() ? KnownFaults() : readBaseline(options.baseline);
     if (!options.newBaseline.empty()) {

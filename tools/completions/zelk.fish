@@ -62,7 +62,7 @@ complete -c zelk -n '__fish_seen_subcommand_from encode' -s r -l raw -d 'Write r
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l stream -r -d 'Check the texts of a broadcast'
 complete -c zelk -n '__fish_seen_subcommand_from decode explain convert' -l service -x -d 'Service of the strings'
 complete -c zelk -n '__fish_seen_subcommand_from decode explain convert lint' -l language -x -d 'Language of the strings'
-complete -c zelk -n '__fish_seen_subcommand_from lint' -l severity -x -a 'note warning error' -d 'Least severity that is told'
+complete -c zelk -n '__fish_seen_subcommand_from lint' -l severity -x -a 'note warning error' -d 'Least severity that is reported'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l fail-on -x -a 'note warning error never' -d 'Least severity of exit status 1'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l ignore -x -a "(zelk lint --rules 2>/dev/null | awk 'NR > 1 { print \$1 }')" -d 'Leave a rule out'
 complete -c zelk -n '__fish_seen_subcommand_from lint' -l baseline -r -d 'Faults that are known'
