@@ -147,13 +147,32 @@ def limit_of(row):
     return targets.arm_limit(row["work"], row["text"], row["length"])
 
 
-def arm(path):
-    """Instructions of the new build over those of the old one, by work."""
-    with path.open(encoding="utf-8") as file:
-        rows = list(csv.DictReader(file, delimiter="\t"))
+# Machines for which the portable kernels are built.
+WITHOUT_VECTORS = {"armhf": "32-bit Arm without NEON", "mips": "32-bit MIPS"}
+
+
+def counted_on(build, name):
+    """The rows that bench/machines.py has left for a machine, by work; none where it has not run."""
+    path = build / f"machine-{name}.tsv"
     works = {}
-    for row in rows:
-        works.setdefault(row["work"], []).append(row)
+    if path.exists():
+        with path.open(encoding="utf-8") as file:
+            for row in csv.DictReader(file, delimiter="\t"):
+                works.setdefault(row["work"], []).append(row)
+    return works
+
+
+def median_of_length(rows, length):
+    found = [ratio(row) for row in rows if row["length"] == length]
+    return f"{statistics.median(found):.2f}" if found else "-"
+
+
+def arm(build):
+    """Instructions of the new build over those of the old one, by work."""
+    works = counted_on(build, "aarch64")
+    rows = [row for of_work in works.values() for row in of_work]
+    others = {title: counted_on(build, name) for name, title in WITHOUT_VECTORS.items()}
+    others = {title: of_machine for title, of_machine in others.items() if of_machine}
     processors = [column[4:] for column in rows[0] if column.startswith("new ")]
     lines = []
     for work, of_work in works.items():
@@ -167,8 +186,10 @@ def arm(path):
         long = [row for row in of_work if row["length"] == "8K"]
         line.append(" / ".join(f"{statistics.median(ratio(row, f' {p}') for row in long):.2f}" for p in processors)
                     if long else "")
+        for of_machine in others.values():
+            line.append(" / ".join(median_of_length(of_machine[work], length) for length in ("name", "desc", "8K")))
         lines.append(line)
-    yield from table(["Work", "names", "descriptions", "8 KiB", "8 KiB of Cyrillic", "cycles of 8 KiB"], lines)
+    yield from table(["Work", "names", "descriptions", "8 KiB", "8 KiB of Cyrillic", "cycles of 8 KiB", *others], lines)
     yield ""
     missed = [row for row in rows if not targets.arm_met(row["work"], row["text"], row["length"], ratio(row))]
     parts = []
@@ -263,13 +284,15 @@ def document(build, measured):
         yield ""
         yield from over_start(cells, sets)
         yield ""
-    if (build / "arm.tsv").exists():
-        yield "## 64-bit Arm"
+    if counted_on(build, "aarch64"):
+        yield "## Other machines"
         yield ""
-        yield (f"Instructions that the NEON kernels execute over those of the portable kernels of commit {targets.START}, "
-               "counted by qemu (`./dev bench --arm`): the median of the rows.")
+        yield (f"Instructions that the NEON kernels of 64-bit Arm execute over those of the portable kernels of commit "
+               f"{targets.START}, counted by qemu (`./dev bench --arm`): the median of the rows. The last columns are of "
+               "the portable kernels on machines without vectors (`./dev bench --machine`), for names / descriptions / "
+               "8 KiB.")
         yield ""
-        yield from arm(build / "arm.tsv")
+        yield from arm(build)
         yield ""
     behind = list(behind_rivals(cells, sets))
     if behind:

@@ -9,7 +9,8 @@
   report.py --build build/bench --evidence --library NAME=PATH... [WORD...]
       what evidence costs over plain decoding, for builds of libzelk-insight
   report.py --build build/bench --page
-      docs/benchmarks.md anew, from BUILD/results.tsv and, where bench/arm.py has left it, BUILD/arm.tsv
+      docs/benchmarks.md anew, from BUILD/results.tsv and, where bench/machines.py has left them, the
+      tables of other machines
 
 WORD: only the cells whose name contains one of the words. A build is a set of kernels, or one of the commit that the
 targets compare with. Every figure in the document comes from the run that wrote it.

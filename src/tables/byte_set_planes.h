@@ -20,7 +20,7 @@
 
 namespace zelk::tables {
 
-struct PackedCharacter {
+struct alignas(4) PackedCharacter {
     std::uint8_t bytes[3];
     std::uint8_t count;
 };

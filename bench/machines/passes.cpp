@@ -5,6 +5,9 @@
 #include "library.h"
 #include "zelk.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +16,8 @@
 #include <functional>
 #include <iterator>
 #include <span>
+#include <string>
+#include <utility>
 #include <vector>
 
 using zelk_bench::Library;
@@ -21,14 +26,24 @@ namespace {
 
 using Bytes = std::span<const char>;
 
-// Texts in one block, each after its length in four bytes in native order and ended by two zeros.
-std::vector<Bytes> read(const std::vector<char> &file) {
+constexpr bool highByteFirst = std::endian::native == std::endian::big;
+
+// Texts in one block, each after its length in four bytes and ended by two zeros. Lengths and units come with the low
+// byte first.
+std::vector<Bytes> read(std::vector<char> &file, bool units) {
     std::vector<Bytes> texts;
     for (std::size_t at = 0; at < file.size();) {
         std::uint32_t length = 0;
+        if (highByteFirst) {
+            std::reverse(&file[at], &file[at] + sizeof length);
+        }
         std::memcpy(&length, &file[at], sizeof length);
-        texts.emplace_back(&file[at + sizeof length], length);
-        at += sizeof length + (length + 3) / 2 * 2; // units stay aligned
+        at += sizeof length;
+        texts.emplace_back(&file[at], length);
+        for (std::size_t unit = 0; highByteFirst && units && unit + 1 < length; unit += 2) {
+            std::swap(file[at + unit], file[at + unit + 1]);
+        }
+        at += (length + 3) / 2 * 2; // units stay aligned
     }
     return texts;
 }
@@ -126,8 +141,8 @@ int main(int count, char **arguments) {
         const Library library("measured", arguments[1]);
         const Function function = find(library, arguments[2]);
         std::ifstream stream(arguments[3], std::ios::binary);
-        const std::vector<char> file{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-        const std::vector<Bytes> texts = read(file);
+        std::vector<char> file{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+        const std::vector<Bytes> texts = read(file, arguments[2] == std::string("encode"));
         std::vector<char> out(file.size() * 6 + 64);
         for (int i = std::atoi(arguments[4]); i > 0; --i) {
             function(texts, {out.data(), asInt(out.size())});

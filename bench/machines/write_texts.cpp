@@ -1,4 +1,4 @@
-// Writes the texts of the Arm rows into a folder, for the program passes, and one line for each row:
+// Writes the texts of bench/machines.py into a folder, for the program passes, and one line for each row:
 // work, text, length, function, file, bytes of input, texts.
 #include "cases.h"
 
