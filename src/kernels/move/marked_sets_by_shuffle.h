@@ -62,7 +62,7 @@ struct StepsByBlocks {
         return 0;
     }
 
-    static constexpr std::size_t mostLatin = 64; // longer text goes by blocks
+    static constexpr std::size_t mostLatin = plain::hasLatinSteps ? 64 : 0; // longer text goes by blocks
     static constexpr std::size_t surplus = blockBytes;
 
     template <class Form>

@@ -2,7 +2,7 @@
 //
 //   graphic ASCII    words
 //   Latin to UTF-8   on x86, a vector or half of it as it is, with a gap for each character that grows, then the
-//                    characters of two bytes over it; the last bytes one by one
+//                    characters of two bytes over it; the last bytes one by one, and so names on other machines
 //   others           up to eight ASCII bytes with one store, then the character that comes after them; of the last
 //                    bytes a word with zeros after them
 //
@@ -159,26 +159,29 @@ inline bool putLatinSteps(const tables::CodePoints &codePoints, const unsigned c
 
 inline void putLatin(const tables::CodePoints &codePoints, const unsigned char *in, std::size_t length, char *out,
                      Progress &done) {
-    if (!putLatinSteps(codePoints, in, length, out, done)) {
-        return;
-    }
-    while (done.read < length) {
-        const unsigned char byte = in[done.read];
-        if (isGraphicAscii(byte)) {
-            out[done.written] = static_cast<char>(byte);
-            ++done.read;
-            ++done.written;
-            continue;
-        }
-        const MarkedCharacter next = markedAt(codePoints, in + done.read, length - done.read);
-        const Pair pair = pairOf(next);
-        if (pair == 0) {
+    if constexpr (hasLatinSteps) {
+        if (!putLatinSteps(codePoints, in, length, out, done)) {
             return;
         }
-        store(out + done.written, pair);
-        done.read += next.bytes;
-        done.written += sizeof pair;
     }
+    const unsigned char *at = in + done.read;
+    const unsigned char *const end = in + length;
+    char *to = out + done.written;
+    while (at != end) {
+        if (isGraphicAscii(*at)) {
+            *to++ = static_cast<char>(*at++);
+            continue;
+        }
+        const MarkedCharacter next = markedAt(codePoints, at, static_cast<std::size_t>(end - at));
+        const Pair pair = pairOf(next);
+        if (pair == 0) {
+            break;
+        }
+        store(to, pair);
+        to += sizeof pair;
+        at += next.bytes;
+    }
+    done = {static_cast<std::size_t>(at - in), static_cast<std::size_t>(to - out)};
 }
 
 // Eight bytes at once, whatever overlaps.
@@ -309,7 +312,8 @@ struct StepsByWords {
         return length;
     }
 
-    static constexpr std::size_t mostLatin = SIZE_MAX; // bytes that are quicker by Latin steps than by the buffer
+    // So many bytes are quicker without the buffer.
+    static constexpr std::size_t mostLatin = hasLatinSteps ? SIZE_MAX : 64;
 
     // What a buffer gets. A step and a text's last bytes may be `surplus` bytes more than it should take, and as many
     // units may be written too far.
@@ -331,7 +335,7 @@ template <class Form, class Steps>
     typename Form::Unit buffer[Form::most * (bufferedText + Steps::surplus) + Steps::surplus];
     Progress done{ascii, ascii};
     for (;;) {
-        if constexpr (hasLatinSteps && std::is_same_v<typename Form::Unit, char>) {
+        if constexpr (Steps::mostLatin != 0 && std::is_same_v<typename Form::Unit, char>) {
             if (length - done.read <= Steps::mostLatin) {
                 putLatin(codePoints, in, length, out, done);
             }
