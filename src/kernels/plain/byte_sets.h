@@ -59,6 +59,7 @@ inline char *putEach(tables::PackedUtf8 packed, char *out, const unsigned char *
     return out;
 }
 
+// The same, with words of ASCII: the last bytes, if they are ASCII, are stored once more with those before them.
 inline char *putAll(tables::PackedUtf8 packed, char *out, const unsigned char *in, std::size_t length) {
     std::size_t left = length;
     for (; left >= wordBytes + charactersToCover; left -= wordBytes) {

@@ -21,26 +21,28 @@ ZELK_OPERATION unsigned int unitAt(const unsigned char *text, std::size_t index)
 
 inline constexpr std::size_t wordUnits = wordBytes / 2;
 
-// Words are read where they are aligned: those after the terminator in such a word are no other memory.
+// Whether the units of a text are the machine's own.
+template <UnitOrder order>
+inline constexpr bool isNative = (order == UnitOrder::LowFirst) == (std::endian::native == std::endian::little);
+
+// Words are read where they are aligned: what comes after the terminator in such a word is on no other page.
 inline bool isAligned(const unsigned char *text) {
     return reinterpret_cast<std::uintptr_t>(text) % wordBytes == 0;
 }
 
-// Four units of ASCII, zeros and, where controls are to be found, controls left out. What is taken from a unit that is
-// less reaches the bits above ASCII.
+// Four units of ASCII, without zeros and, where controls are to be found, without controls. Where more is taken from a
+// unit than it has, bits above ASCII are set.
 template <UnitOrder order, Clean clean>
 ZELK_OPERATION bool areAscii(std::uint64_t units) {
-    constexpr bool native = (order == UnitOrder::LowFirst) == (std::endian::native == std::endian::little);
-    constexpr std::uint64_t everyUnit = native ? 0x0001000100010001U : 0x0100010001000100U;
-    constexpr std::uint64_t beyondAscii = native ? 0xFF80FF80FF80FF80U : 0x80FF80FF80FF80FFU;
+    constexpr std::uint64_t everyUnit = isNative<order> ? 0x0001000100010001U : 0x0100010001000100U;
+    constexpr std::uint64_t beyondAscii = isNative<order> ? 0xFF80FF80FF80FF80U : 0x80FF80FF80FF80FFU;
     return (((units - leastAscii(clean) * everyUnit) | units) & beyondAscii) == 0;
 }
 
 // Such units, as four bytes.
 template <UnitOrder order>
 ZELK_OPERATION std::uint32_t bytesOf(std::uint64_t units) {
-    constexpr bool native = (order == UnitOrder::LowFirst) == (std::endian::native == std::endian::little);
-    const std::uint64_t characters = native ? units : units >> 8U;
+    const std::uint64_t characters = isNative<order> ? units : units >> 8U;
     const std::uint64_t pairs = characters | characters >> 8U;
     return static_cast<std::uint32_t>((pairs >> 16U & 0xFFFF0000U) | (pairs & 0xFFFFU));
 }
